@@ -1,0 +1,115 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "ado/connection_string.h"
+#include "ado/enums.h"
+#include "ado/row_buffer.h"
+#include "runtime/variant.h"
+
+namespace tarnwick::ado {
+
+// What a database engine must offer. An engine knows nothing of open and closed objects, edit
+// buffers or BOF and EOF: Connection and Recordset keep those rules, once for all engines.
+// All functions throw AdoError; a lost database throws ConnectionLost, after which only the
+// destructors are called. Single-threaded.
+
+struct Column {
+  Text name;
+};
+
+/// A new value for a column of the row that is written.
+struct Assignment {
+  std::size_t column = 0;  // index into Rowset::columns()
+  const Variant* value = nullptr;
+};
+
+/// What Recordset::open asks for.
+struct RowsetRequest {
+  TextView statement;
+  CursorLocation location = CursorLocation::kServer;
+  CursorType type = CursorType::kForwardOnly;
+  LockType lock = LockType::kReadOnly;
+
+  /// A pessimistic server cursor locks the row that it fetches; asked for inside a transaction, the
+  /// row stays locked until the transaction ends, otherwise until the next fetch or the end of the
+  /// rowset. A row that cannot be locked within the lock time-out is not an error: the rowset opens
+  /// and has no rows.
+  [[nodiscard]] bool locks_rows() const {
+    return location == CursorLocation::kServer && lock == LockType::kPessimistic;
+  }
+};
+
+/// The result of one statement. Dies before its EngineSession.
+class Rowset {
+ public:
+  virtual ~Rowset() = default;
+
+  /// Empty when the statement returns no records.
+  [[nodiscard]] virtual const std::vector<Column>& columns() const = 0;
+
+  /// Appends up to `limit` further rows to `rows`; fewer mean that the end was reached. Waits for
+  /// rows that another session maintains and throws lock_timeout() after the lock time-out.
+  virtual void fetch(RowBuffer& rows, std::size_t limit) = 0;
+
+  /// Writes the assigned columns, and only those, to the row that was fetched as `row` (one Cell a
+  /// column). Throws AdoErrorNumber::kRowNotLocated when that row is no longer there.
+  virtual void update(std::span<const Cell> row, std::span<const Assignment> assigned) = 0;
+
+  /// Inserts a row with the assigned columns, the others at their defaults.
+  virtual void insert(std::span<const Assignment> assigned) = 0;
+};
+
+/// A row that some session maintains, for administrators.
+struct HeldRow {
+  Text table;
+  Text key;    // the row's key columns, readable
+  Text stamp;  // its SoftLock stamp: who, since when
+  std::optional<std::int64_t> process_id;  // of the holder, where the engine knows it
+};
+
+/// One session on a database. Begins outside a transaction and with no lock time-out (waits for
+/// ever). Its end rolls back and releases all that it held.
+class EngineSession {
+ public:
+  virtual ~EngineSession() = default;
+
+  virtual void set_default_database(TextView name) = 0;
+
+  /// Runs a statement and drops the records that it returns. Outside a transaction it commits by
+  /// itself.
+  virtual void execute(TextView statement) = 0;
+
+  [[nodiscard]] virtual std::unique_ptr<Rowset> open(const RowsetRequest& request) = 0;
+
+  /// Called in turn only: begin, then commit or rollback. After a commit that threw the transaction
+  /// is still open, unless the connection was lost.
+  virtual void begin() = 0;
+  virtual void commit() = 0;
+  virtual void rollback() = 0;
+
+  /// The rows that any session of the database maintains at the moment.
+  [[nodiscard]] virtual std::vector<HeldRow> held_rows() = 0;
+};
+
+/// Makes sessions.
+class Engine {
+ public:
+  virtual ~Engine() = default;
+
+  /// Values of the connection string item "Provider" that this engine serves (any letter case).
+  [[nodiscard]] virtual std::span<const TextView> providers() const = 0;
+
+  /// Throws AdoError for items that it does not know (the description names the item, never its
+  /// value) and for a database that it cannot reach. "OLE DB Services" is always accepted.
+  [[nodiscard]] virtual std::unique_ptr<EngineSession> connect(const ConnectionString& string) = 0;
+};
+
+/// The engines of a program. They outlive all connections.
+using Engines = std::vector<Engine*>;
+
+}  // namespace tarnwick::ado

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+
+#include "runtime/text.h"
+
+namespace tarnwick {
+
+/// `text` in upper case, by Unicode simple case mapping (one code point to one code point).
+[[nodiscard]] Text upper(TextView text);
+
+/// `text` folded for comparison without regard to case, by Unicode simple case folding.
+[[nodiscard]] Text fold(TextView text);
+
+/// Whether the two are equal without regard to case (their foldings are equal).
+[[nodiscard]] bool equals_ignoring_case(TextView a, TextView b);
+
+/// A hash that is the same for all texts that are equal without regard to case.
+[[nodiscard]] std::size_t hash_ignoring_case(TextView text);
+
+/// Position of the first occurrence of `part` in `text` without regard to case, or Text::npos.
+[[nodiscard]] std::size_t find_ignoring_case(TextView text, TextView part);
+
+}  // namespace tarnwick

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <variant>
+#include <vector>
+
+#include "runtime/date.h"
+#include "runtime/text.h"
+
+namespace tarnwick {
+
+using Bytes = std::vector<std::byte>;
+
+struct Empty {
+  friend bool operator==(Empty, Empty) = default;
+};
+struct Null {
+  friend bool operator==(Null, Null) = default;
+};
+
+/// A value of any automation type that a database column or an argument may have.
+using Variant = std::variant<Empty, Null, bool, std::int16_t, std::int32_t, std::int64_t, double,
+                             Date, Text, Bytes>;
+
+[[nodiscard]] inline bool is_null(const Variant& value) {
+  return std::holds_alternative<Null>(value);
+}
+
+}  // namespace tarnwick
