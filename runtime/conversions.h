@@ -10,8 +10,8 @@ namespace tarnwick {
 /// Null, 13 for a value that does not convert, 6 for a number outside the result's range.
 ///
 /// A text converts to a number when it has this form (and `is_numeric` then says true):
-///   blanks? sign? digits [. digits?] [exponent] blanks?   or   blanks? sign? . digits [exponent] blanks?
-///   exponent: e, E, d or D, sign?, digits
+///   blanks? sign? digits [. digits?] [exponent] blanks?   or   blanks? sign? . digits [exponent]
+///   blanks? exponent: e, E, d or D, sign?, digits
 /// Fractions round half to even (0.5 to 0, 1.5 to 2). Empty converts as 0, False, "" or zero date.
 [[nodiscard]] bool is_numeric(TextView text);
 

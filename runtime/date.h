@@ -23,6 +23,9 @@ struct CivilTime {
   friend bool operator==(const CivilTime&, const CivilTime&) = default;
 };
 
+/// Whether the date lies in the years 100 to 9999, which is all that automation knows.
+[[nodiscard]] bool is_in_calendar(Date date);
+
 /// Throws Error 5 for a day outside the calendar or outside years 100 to 9999.
 [[nodiscard]] Date to_date(const CivilTime& civil);
 
@@ -30,13 +33,16 @@ struct CivilTime {
 [[nodiscard]] CivilTime to_civil(Date date);
 
 /// The default text form, the same on every machine: month/day/year without leading zeros, then a
-/// blank and h:mm:ss on a 12-hour clock with AM or PM, left out at midnight exactly.
+/// blank and h:mm:ss on a 12-hour clock with AM or PM, left out at midnight exactly. Rounded to the
+/// nearest second. Throws Error 5 outside years 100 to 9999.
 [[nodiscard]] Text to_text(Date date);
 
 /// "yyyy-mm-dd hh:mm:ss" (ISO 8601 with a blank); empty for the zero date. For people and machines.
+/// Rounds and throws as to_text.
 [[nodiscard]] Text to_iso_text(Date date);
 
-/// Reads to_iso_text's form, its date part alone, or the two joined by "T". Throws Error 13.
+/// Reads "yyyy-mm-dd hh:mm:ss", its date part alone, or the two joined by "T". Throws Error 13 for
+/// anything else, the empty text too.
 [[nodiscard]] Date date_from_iso_text(TextView text);
 
 /// The present local date and time, to the second.

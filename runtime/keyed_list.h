@@ -1,7 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -18,8 +19,8 @@ template <class T>
 class KeyedList {
  public:
   /// Adds `value` behind the others. Throws Error 457 for a key that is present; nothing changes.
-  void add(Text key, T value) {
-    index_.add(std::move(key));
+  void add(TextView key, T value) {
+    index_.add(key);
     try {
       values_.push_back(std::move(value));
     } catch (...) {
@@ -96,15 +97,18 @@ class KeyedList {
 
  private:
   void remove_slot(std::size_t slot) {
-    T removed = std::exchange(values_[slot], T{});  // dies last: its end may look at this list
-    if (index_.remove(slot)) compact();
+    const bool many_dead = index_.remove(slot);
+    const T removed = std::exchange(values_[slot], T{});  // dies last: its end may look at the list
+    if (many_dead) compact();
   }
 
-  void compact() {
+  void compact() try {
     std::vector<T> live;
     live.reserve(index_.size());
     index_.compact([&](std::size_t slot) { live.push_back(std::move(values_[slot])); });
     values_ = std::move(live);
+  } catch (const std::bad_alloc&) {
+    // Nothing was moved and all is in order; the next removal tries again.
   }
 
   KeyedListIndex index_;

@@ -2,8 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "runtime/text.h"
@@ -11,26 +12,37 @@
 namespace tarnwick {
 
 /// The keys of a KeyedList: which slot a key has, which slot stands at a position. Slots are
-/// numbered in order of insertion; a removed entry leaves a dead slot until `compact`.
+/// numbered in order of insertion; a removed entry leaves a dead slot until `compact`. Made for
+/// millions of entries: only the foldings of the keys are kept, packed one behind the other.
 class KeyedListIndex {
  public:
-  /// Takes the next slot. Throws Error 457 when `key` is present.
-  void add(Text key);
-  /// Takes the last `add` back.
-  void remove_last();
+  /// Takes the next slot. Throws Error 457 when `key` is present, Error 7 beyond 2^31 - 1 slots or
+  /// for a key of more than 2^32 - 1 units; then nothing has changed.
+  void add(TextView key);
+  /// Takes the last `add` back; nothing else may have happened since.
+  void remove_last() noexcept;
 
   [[nodiscard]] std::optional<std::size_t> find(TextView key) const;
 
   /// Slot of the entry at `position` (from 1). Throws Error 9 outside 1..size().
   [[nodiscard]] std::size_t slot_at(std::int64_t position) const;
 
-  /// Returns true when the dead slots have grown so many that `compact` should be called.
+  /// Removes the entry of a live slot. Returns true when the dead slots have grown so many that
+  /// `compact` should be called.
   [[nodiscard]] bool remove(std::size_t slot);
 
   /// Renumbers the live slots from 0, calling `moved` with each one's old number in order.
-  void compact(const std::function<void(std::size_t)>& moved);
+  /// `moved` must not throw; nothing has changed when memory runs out.
+  template <class Moved>
+  void compact(Moved moved) {
+    Compacted compacted = prepare_compact();
+    for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
+      if (entries_[slot].live()) moved(slot);
+    }
+    finish_compact(std::move(compacted));
+  }
 
-  [[nodiscard]] std::size_t size() const { return live_; }
+  [[nodiscard]] std::size_t size() const { return entries_.size() - dead_; }
 
   /// A place in the order that stays right when entries come and go.
   struct Cursor {
@@ -43,21 +55,58 @@ class KeyedListIndex {
 
  private:
   struct Entry {
-    Text key;
+    const char16_t* key = nullptr;  // folded, in keys_; null for a dead slot
+    std::uint32_t size = 0;
     std::uint32_t hash = 0;
-    bool live = true;
+
+    [[nodiscard]] bool live() const { return key != nullptr; }
+    [[nodiscard]] TextView view() const { return {key, size}; }
   };
 
-  [[nodiscard]] std::size_t probe(TextView key, std::uint32_t hash) const;
+  /// Memory for keys that stay where they are: filled from the front, given back at the end.
+  class KeyStore {
+   public:
+    /// Room for `size` units at the place that the next `commit` takes.
+    [[nodiscard]] char16_t* room(std::size_t size);
+    void commit(std::size_t size) { used_ += size; }
+    void take_back(std::size_t size) noexcept { used_ -= size; }
+
+   private:
+    std::vector<std::unique_ptr<char16_t[]>> chunks_;
+    std::size_t used_ = 0;      // units of the last chunk
+    std::size_t capacity_ = 0;  // of the last chunk
+  };
+
+  /// What replaces the members when the dead slots go.
+  struct Compacted {
+    std::vector<Entry> entries;
+    std::vector<std::uint32_t> table;
+    std::vector<std::uint64_t> serials;
+    KeyStore keys;
+  };
+
+  [[nodiscard]] std::size_t probe(TextView folded, std::uint32_t hash) const;
+  [[nodiscard]] std::uint32_t tagged(std::size_t slot, std::uint32_t hash) const;
+  void fill_table() noexcept;
   void grow_table();
+  void erase_from_table(std::size_t slot) noexcept;
   void count_dead(std::size_t slot);
+  [[nodiscard]] std::uint64_t serial_of(std::size_t slot) const;
+  [[nodiscard]] std::size_t slot_of_serial(std::uint64_t serial) const;
+  [[nodiscard]] Compacted prepare_compact() const;
+  void finish_compact(Compacted compacted) noexcept;
 
   std::vector<Entry> entries_;
-  std::vector<std::uint32_t> table_;  // open addressing: slot + 1, or 0 for a free place
-  std::vector<std::uint32_t> dead_before_;  // Fenwick tree of dead slots; empty while none is dead
-  std::vector<std::uint64_t> serials_;      // serial of each slot; empty until the first compact
-  std::size_t live_ = 0;
+  // Open addressing, a power of two of places. A place holds slot + 1 in its low bits and, in the
+  // bits that the table's size leaves free, the high bits of the hash; 0 is a free place.
+  std::vector<std::uint32_t> table_;
+  std::vector<std::uint32_t> dead_tree_;  // Fenwick tree of dead slots; empty while none is dead
+  // Serial of each slot; while empty, they count from first_serial_.
+  std::vector<std::uint64_t> serials_;
+  std::uint64_t first_serial_ = 0;
   std::uint64_t next_serial_ = 0;
+  KeyStore keys_;
+  std::size_t dead_ = 0;
   std::uint64_t generation_ = 0;
 };
 
