@@ -1,0 +1,30 @@
+#include "platform/linux/host.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+namespace tarnwick::platform {
+
+LinuxHost::LinuxHost(MessageBox& message_box, std::filesystem::path folder)
+    : message_box_(message_box),
+      folder_(folder.empty() ? std::filesystem::read_symlink("/proc/self/exe").parent_path()
+                             : std::move(folder)) {}
+
+bool LinuxHost::computer_name(std::span<char16_t> buffer) {
+  char name[HOST_NAME_MAX + 1];
+  if (gethostname(name, sizeof name) != 0) return false;
+  const Text text = from_stored_utf8(name);
+  if (text.size() > buffer.size()) return false;
+  std::ranges::copy(text, buffer.begin());
+  if (text.size() < buffer.size()) buffer[text.size()] = u'\0';
+  return true;
+}
+
+std::optional<Text> LinuxHost::module_file_name() { return std::nullopt; }
+
+Date LinuxHost::now() { return local_now(); }
+
+}  // namespace tarnwick::platform
