@@ -5,12 +5,16 @@
 
 #include "ado/engine.h"
 #include "ado/enums.h"
+#include "ado/error.h"
 #include "ado/trace.h"
 
 namespace tarnwick::ado {
 
+class Recordset;
+
 /// A connection to a database, with ADO's rules. Shared by the recordsets that are opened on it.
-/// An end without `close` rolls an open transaction back. Not thread-safe; `engines` and `trace`
+/// An end without `close` rolls an open transaction back. A connection that the engine has lost is
+/// closed and its transaction is gone. Not thread-safe; `engines` and `trace`
 /// must outlive it.
 class Connection final {
  public:
@@ -25,24 +29,32 @@ class Connection final {
   [[nodiscard]] const Text& connection_string() const { return connection_string_; }
 
   /// Opens by the connection string; the arguments, where not empty, take its place and that of its
-  /// items "User ID" and "Password". Errors: 3705 when open, 3706 for an unknown or missing
-  /// provider, else the engine's.
+  /// items "User ID" and "Password". `options`: kOptionUnspecified. Errors: 3705 when open, 3001
+  /// for other options or a string that cannot be read, 3706 for an unknown or missing provider,
+  /// else the engine's.
   void open(TextView connection_string = {}, TextView user = {}, TextView password = {},
             std::int32_t options = kOptionUnspecified);
 
-  /// Errors: 3704 when closed, 3246 inside a transaction (the connection stays open).
+  /// Closes the recordsets that are open on it, too; what they have not written is lost. Errors:
+  /// 3704 when closed, 3246 inside a transaction (the connection stays open).
   void close();
 
   [[nodiscard]] ObjectState state() const;
 
+  /// Errors: 3704 when closed, else the engine's.
   void set_default_database(TextView name);
+  /// Empty until set, and again once closed.
   [[nodiscard]] const Text& default_database() const { return default_database_; }
 
+  /// Runs a statement and drops its records. Errors: 3704 when closed, 3001 for an option that is
+  /// not kCommandText or kExecuteNoRecords, else the engine's.
   void execute(TextView statement, std::int32_t options = kOptionUnspecified);
 
   /// What recordsets opened from now on inherit. kServer until set.
   void set_cursor_location(CursorLocation value) { cursor_location_ = value; }
   [[nodiscard]] CursorLocation cursor_location() const { return cursor_location_; }
+
+  // These three: error 3704 when closed.
 
   /// Error -2147168237 inside a transaction: one at a time.
   void begin_trans();
@@ -56,21 +68,36 @@ class Connection final {
 
  private:
   friend class Recordset;
-  EngineSession& session();
-  /// Runs `step`; when the engine reports a lost connection the connection is closed before the
-  /// error goes on.
-  template <class F>
-  auto engine_step(F&& step);
+
+  /// Error 3001 unless `options` say that a statement is the text of a command.
+  static void require_command_text(std::int32_t options);
+  void require_open() const;
+  void require_transaction() const;
+  /// Runs `step` with the session; when the engine reports a lost connection, closes the connection
+  /// before the error goes on.
+  template <class Step>
+  void engine_step(Step&& step) {
+    try {
+      step(*session_);
+    } catch (const ConnectionLost&) {
+      drop_session();
+      throw;
+    }
+  }
+  /// Ends the session, and before it the rowsets that live on it.
   void drop_session();
-  void trace_line(TextView text) const;
+  template <class... Pieces>
+  void trace_line(const Pieces&... pieces) const {
+    if (trace_ != nullptr) trace_->line(join({pieces...}));
+  }
 
   Engines engines_;
   Trace* trace_;
   Text connection_string_;
   Text default_database_;
   CursorLocation cursor_location_ = CursorLocation::kServer;
-  // Shared with the rowsets of recordsets, which must die first: they hold it weakly.
-  std::shared_ptr<EngineSession> session_;
+  std::unique_ptr<EngineSession> session_;
+  std::vector<Recordset*> open_recordsets_;  // each enters at its open and leaves at its close
   bool in_transaction_ = false;
 };
 

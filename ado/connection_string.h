@@ -8,9 +8,9 @@
 namespace tarnwick::ado {
 
 /// An OLE DB connection string taken apart: items "name=value" separated by ";". A value may stand
-/// in single or double quotes (the quote doubled inside) and then hold any character. Empty items
-/// are left out, blanks around names and values too. A name given twice: the last one counts.
-/// Rules: the public OLE DB reference, "connection string syntax".
+/// in single or double quotes (the quote doubled inside) and then hold any character; a name holds
+/// "=" doubled. Empty items are left out, blanks around names and values too. A name given twice:
+/// the last one counts. Rules: the public OLE DB reference, "connection string syntax".
 class ConnectionString {
  public:
   struct Item {
@@ -18,15 +18,21 @@ class ConnectionString {
     Text value;
   };
 
-  /// Throws AdoError 3001 (with a description that says what is wrong, never a value) for an item
-  /// without "=", without a name, or with an unclosed quote.
+  /// Throws AdoError 3001 (with a description that says what is wrong and in which item, counted
+  /// from 1, never a value) for an item without "=", without a name, with an unclosed quote or with
+  /// text behind a closed one.
   [[nodiscard]] static ConnectionString parse(TextView text);
 
   /// The value of the item `name` (any letter case), or nothing.
   [[nodiscard]] std::optional<Text> find(TextView name) const;
+  /// Gives the item `name` (any letter case) the value `value`, adding it if it is not there.
+  void set(TextView name, Text value);
+  /// Each name once.
   [[nodiscard]] const std::vector<Item>& items() const { return items_; }
 
-  /// The string with every value of a password item ("Password", "PWD") replaced by ***; for logs.
+  /// The string with the value of every item whose name or value speaks of a password ("Password",
+  /// "PWD") replaced by ***; of a malformed string all from the first malformed item on is *** too.
+  /// For logs.
   [[nodiscard]] static Text without_passwords(TextView text);
 
  private:

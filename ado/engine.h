@@ -56,8 +56,9 @@ class Rowset {
   /// rows that another session maintains and throws lock_timeout() after the lock time-out.
   virtual void fetch(RowBuffer& rows, std::size_t limit) = 0;
 
-  /// Writes the assigned columns, and only those, to the row that was fetched as `row` (one Cell a
-  /// column). Throws AdoErrorNumber::kRowNotLocated when that row is no longer there.
+  /// Writes the assigned columns, and only those, to the row `row` (one Cell a column): the values
+  /// that were fetched, but those that this rowset itself has written since are the written ones,
+  /// the key's too. Throws AdoErrorNumber::kRowNotLocated when that row is no longer there.
   virtual void update(std::span<const Cell> row, std::span<const Assignment> assigned) = 0;
 
   /// Inserts a row with the assigned columns, the others at their defaults.
@@ -67,8 +68,8 @@ class Rowset {
 /// A row that some session maintains, for administrators.
 struct HeldRow {
   Text table;
-  Text key;    // the row's key columns, readable
-  Text stamp;  // its SoftLock stamp: who, since when
+  Text key;                                // the row's key columns, readable
+  Text stamp;                              // its SoftLock stamp: who, since when
   std::optional<std::int64_t> process_id;  // of the holder, where the engine knows it
 };
 

@@ -11,10 +11,14 @@
 namespace tarnwick::ado {
 
 /// The rows of a statement, with ADO's rules: a current row between BOF and EOF, an edit buffer, a
-/// buffer for a new row. A client cursor holds all its rows from the open on (and is static, whatever
-/// type was asked for); a server cursor fetches as it moves and goes forward only. A row keeps the
-/// values that it was fetched with; values written through the recordset itself replace them.
-/// Not thread-safe. Holds its connection alive.
+/// buffer for a new row. A client cursor holds all its rows from the open on (and is static,
+/// whatever type was asked for); so does a static or keyset server cursor, unless it is
+/// pessimistic. Any other server cursor fetches a row when it moves to it and goes forward only. A
+/// row keeps the values that it was fetched with (also a row version that changes when the row is
+/// written); only the values written through the recordset itself replace them. A read-only
+/// recordset refuses edits with 3251. One with kBatchOptimistic does so too: its edits would wait
+/// for a batch update, which is not offered. Not thread-safe. Holds its connection alive; closing
+/// or losing the connection closes it.
 class Recordset final {
  public:
   Recordset() = default;
@@ -33,9 +37,10 @@ class Recordset final {
   [[nodiscard]] CursorType cursor_type() const;
   [[nodiscard]] LockType lock_type() const { return lock_; }
 
-  /// Runs `statement` and stands on its first row, or at EOF and BOF when there is none. A statement
-  /// without records leaves the recordset closed. Errors: 3705 when open, 3709 without an open
-  /// connection, else the engine's (the recordset stays closed).
+  /// `options` as those of Connection::execute. Runs `statement` and stands on its first row, or at
+  /// EOF and BOF when there is none. A statement without records leaves the recordset closed.
+  /// Errors: 3705 when open, 3709 without an open connection, 3001 for other options, else the
+  /// engine's (the recordset stays closed).
   void open(TextView statement, std::int32_t options = kOptionUnspecified);
 
   /// Errors: 3704 when closed, 3219 during an edit.
@@ -43,66 +48,99 @@ class Recordset final {
   /// kClosed also once the connection was closed or lost.
   [[nodiscard]] ObjectState state() const;
 
+  // All that follow, but `edit_mode`: error 3704 when closed.
+
+  /// True, together with `eof`, when there are no rows.
   [[nodiscard]] bool bof() const;
   [[nodiscard]] bool eof() const;
-  /// Exact for client cursors; -1 for server cursors. Error 3704 when closed.
+  /// Exact for a cursor that holds all its rows; -1 for one that goes forward only.
   [[nodiscard]] std::int64_t record_count() const;
 
-  /// Writes a pending edit first. Error 3021 when there is no row; a server cursor can only go back
-  /// to its first row while it still stands there (3219 otherwise).
+  /// Writes a pending edit first. Error 3021 when there is no row; a cursor that goes forward only
+  /// can go back to its first row while it still stands there (3219 otherwise).
   void move_first();
   /// Writes a pending edit first. Error 3021 at EOF.
   void move_next();
 
   [[nodiscard]] std::size_t field_count() const;
   /// Error 3265 for a name (any letter case) or an index that is not there.
+  /// Quick when the same name (the same literal) is asked for row after row.
   [[nodiscard]] Field field(TextView name);
   [[nodiscard]] Field field(std::size_t index);
 
-  /// Begins a new row; writes a pending edit first. Error 3251 when read-only.
+  /// Begins a new row; writes a pending edit first. Once written it is the current row and the last
+  /// one; its columns that were not assigned read as null.
   void add_new();
   /// Writes the edit buffer: only the columns that were assigned. Does nothing without an edit. An
   /// error keeps the edit pending.
   void update();
-  /// Drops the edit buffer.
+  /// Drops the edit buffer; after `add_new` the row that was the current one is so again.
   void cancel_update();
   [[nodiscard]] EditMode edit_mode() const { return edit_mode_; }
 
  private:
+  friend class Connection;
   friend class Field;
 
+  /// Values by column, where there are any.
+  using Overlay = std::vector<std::optional<Variant>>;
+
+  /// A name that was looked up: found again by where the text lies, or by the text.
+  struct LookedUp {
+    const char16_t* data = nullptr;
+    Text name;
+    std::size_t column = 0;
+  };
+
+  [[nodiscard]] const Text& name_of(std::size_t column) const;
   [[nodiscard]] Variant value_at(std::size_t column) const;
   [[nodiscard]] bool is_null_at(std::size_t column) const;
   void assign(std::size_t column, Variant value);
+  /// The pending value of a column of the current or new row, or nullptr.
+  [[nodiscard]] const Variant* assigned_value(std::size_t column) const;
+
   void require_open() const;
+  void require_closed() const;
+  /// A field taken before the recordset was opened anew may stand for a column that is gone.
+  void require_column(std::size_t column) const;
   void require_row() const;
   void require_writable() const;
+  [[nodiscard]] bool holds_all_rows() const;
+  [[nodiscard]] std::size_t column_of(TextView name);
+  [[nodiscard]] std::size_t search_column(TextView name) const;
+
   void finish_edit();
+  void end_edit();
+  void write_row(std::span<const Assignment> assigned);
+  void insert_row(std::span<const Assignment> assigned);
+  void fetch(std::size_t limit);
   void fetch_next();
-  void read_cells();
+  void stand_on(std::size_t row);
+  void stand_behind_last();
+  /// Closes without a word to the engine's session, whatever is pending.
   void drop_rows();
 
-  struct Written {
-    std::optional<Variant> value;
-  };
-
   std::shared_ptr<Connection> connection_;
-  std::weak_ptr<EngineSession> session_;
   CursorLocation location_ = CursorLocation::kServer;
   CursorType type_ = CursorType::kForwardOnly;
   LockType lock_ = LockType::kReadOnly;
 
-  std::unique_ptr<Rowset> rowset_;
-  std::optional<RowBuffer> rows_;
-  std::vector<Cell> cells_;  // of the current row
-  std::size_t row_ = 0;      // of rows_; for a server cursor rows_ holds the current row alone
-  std::size_t fetched_ = 0;  // rows that a server cursor has fetched
+  std::unique_ptr<Rowset> rowset_;  // set while open
+  std::optional<RowBuffer> rows_;   // all rows, or the current one alone
+  std::vector<Cell> cells_;         // of the current row
+  std::size_t row_ = 0;             // the current row's place in rows_
+  std::size_t rows_seen_ = 0;       // rows fetched and added since the open
+  bool on_row_ = false;
   bool at_end_ = false;
+  bool last_row_ = false;  // the current row was added and no row follows it
 
   EditMode edit_mode_ = EditMode::kNone;
-  std::vector<std::optional<Variant>> edit_;
-  // Values written through this recordset, by row; laid over what was fetched.
-  std::unordered_map<std::size_t, std::vector<std::optional<Variant>>> written_;
+  Overlay edit_;
+  // Values written through this recordset, by place in rows_; laid over what was fetched.
+  std::unordered_map<std::size_t, Overlay> written_;
+
+  std::vector<LookedUp> looked_up_;
+  std::size_t next_look_up_ = 0;
 };
 
 }  // namespace tarnwick::ado

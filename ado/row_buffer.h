@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -11,16 +12,28 @@
 
 namespace tarnwick::ado {
 
-/// One value of a stored row, still in the engine's form; views point into the RowBuffer.
+/// One value of a row, still in the engine's form. Views point into what holds the value.
 struct Cell {
   enum class Kind : std::uint8_t {
-    kNull, kBool, kInt16, kInt32, kInt64, kDouble, kDate, kUtf8, kUtf16, kBytes,
+    kNull,
+    kBool,
+    kInt16,
+    kInt32,
+    kInt64,
+    kDouble,
+    kDate,
+    kUtf8,
+    kUtf16,
+    kBytes,
   };
   Kind kind = Kind::kNull;
-  std::int64_t integer = 0;  // kBool, kInt16, kInt32, kInt64
-  double real = 0.0;         // kDouble, kDate
-  const std::byte* data = nullptr;
-  std::size_t size = 0;  // in bytes: kUtf8, kUtf16, kBytes
+  std::int64_t integer = 0;         // kBool, kInt16, kInt32, kInt64
+  double real = 0.0;                // kDouble, kDate
+  const std::byte* data = nullptr;  // not aligned
+  std::size_t size = 0;             // in bytes: kUtf8, kUtf16, kBytes
+
+  /// A cell that views `value`; Empty becomes null.
+  [[nodiscard]] static Cell of(const Variant& value);
 
   [[nodiscard]] bool is_null() const { return kind == Kind::kNull; }
   [[nodiscard]] Variant to_variant() const;
@@ -28,29 +41,38 @@ struct Cell {
 
 /// Rows packed one behind the other, as compact as the engine hands them out: what a cursor has
 /// fetched. An engine appends the values of a row in column order and then calls `end_row`.
+/// A value is its kind in one byte, then a number's bytes, or a length (7 bits a byte, low ones
+/// first, the top bit set in all but the last byte) and as many bytes of text or data.
 class RowBuffer {
  public:
   explicit RowBuffer(std::size_t columns) : columns_(columns) {}
 
-  void add_null();
-  void add_bool(bool value);
-  void add_int16(std::int16_t value);
-  void add_int32(std::int32_t value);
-  void add_int64(std::int64_t value);
-  void add_double(double value);
-  void add_date(Date value);
-  void add_utf8(std::string_view text);
-  void add_utf16(TextView text);
-  void add_bytes(std::span<const std::byte> bytes);
+  void add_null() { *take(1) = static_cast<std::byte>(Cell::Kind::kNull); }
+  void add_bool(bool value) { add_number(Cell::Kind::kBool, static_cast<std::uint8_t>(value)); }
+  void add_int16(std::int16_t value) { add_number(Cell::Kind::kInt16, value); }
+  void add_int32(std::int32_t value) { add_number(Cell::Kind::kInt32, value); }
+  void add_int64(std::int64_t value) { add_number(Cell::Kind::kInt64, value); }
+  void add_double(double value) { add_number(Cell::Kind::kDouble, value); }
+  void add_date(Date value) { add_number(Cell::Kind::kDate, value.days); }
+  void add_utf8(std::string_view text) { add_run(Cell::Kind::kUtf8, text.data(), text.size()); }
+  void add_utf16(TextView text) {
+    add_run(Cell::Kind::kUtf16, text.data(), text.size() * sizeof(char16_t));
+  }
+  void add_bytes(std::span<const std::byte> bytes) {
+    add_run(Cell::Kind::kBytes, bytes.data(), bytes.size());
+  }
 
   /// For a long value that comes in pieces: room for `size` bytes, to be filled by the caller
   /// before the next call. `kind` is kUtf8, kUtf16 or kBytes.
   [[nodiscard]] std::span<std::byte> add_room(Cell::Kind kind, std::size_t size);
 
   /// Ends a row. The row must have as many values as the buffer has columns.
-  void end_row();
+  void end_row() {
+    row_starts_.push_back(chunk_ + row_begin_);
+    row_begin_ = used_;
+  }
   /// Drops the values of a row that was begun and not ended.
-  void abandon_row();
+  void abandon_row() { used_ = row_begin_; }
 
   [[nodiscard]] std::size_t rows() const { return row_starts_.size(); }
   [[nodiscard]] std::size_t columns() const { return columns_; }
@@ -58,19 +80,62 @@ class RowBuffer {
   /// The values of row `row` (from 0), into `cells` (as many as columns). Valid until `clear`.
   void read_row(std::size_t row, std::span<Cell> cells) const;
 
-  /// Forgets all rows and gives their memory back.
+  /// Forgets all rows. Gives their memory back, but for one small chunk: a server cursor fills and
+  /// clears its buffer row by row.
   void clear();
 
  private:
-  [[nodiscard]] std::byte* take(std::size_t size);
+  static constexpr std::size_t kLongestLength = 10;  // of a 64-bit length, 7 bits a byte
+
+  /// Room for `size` bytes behind what is there; `used_` moves behind them.
+  [[nodiscard]] std::byte* take(std::size_t size) {
+    if (size > chunk_size_ - used_) grow(size);
+    std::byte* place = chunk_ + used_;
+    used_ += size;
+    return place;
+  }
+
+  template <class T>
+  void add_number(Cell::Kind kind, T value) {
+    std::byte* place = take(1 + sizeof value);
+    *place = static_cast<std::byte>(kind);
+    std::memcpy(place + 1, &value, sizeof value);
+  }
+
+  void add_run(Cell::Kind kind, const void* data, std::size_t size) {
+    const std::span<std::byte> room = add_room(kind, size);
+    if (size != 0) std::memcpy(room.data(), data, size);
+  }
+
+  /// Begins a new chunk that has room for `size` bytes behind the open row, and moves that there.
+  void grow(std::size_t size);
+
+  struct Chunk {
+    std::unique_ptr<std::byte[]> memory;
+    std::size_t size = 0;
+  };
 
   std::size_t columns_;
-  std::vector<std::unique_ptr<std::byte[]>> chunks_;
+  std::vector<Chunk> chunks_;
   std::vector<const std::byte*> row_starts_;
   // A row lies in one chunk: the chunk in use, how much of it is used, where the open row begins.
+  std::byte* chunk_ = nullptr;
   std::size_t chunk_size_ = 0;
   std::size_t used_ = 0;
   std::size_t row_begin_ = 0;
 };
+
+inline std::span<std::byte> RowBuffer::add_room(Cell::Kind kind, std::size_t size) {
+  std::byte* place = take(1 + kLongestLength + size);
+  *place++ = static_cast<std::byte>(kind);
+  std::size_t rest = size;
+  while (rest >= 0x80) {
+    *place++ = static_cast<std::byte>(rest | 0x80);
+    rest >>= 7;
+  }
+  *place++ = static_cast<std::byte>(rest);
+  used_ = static_cast<std::size_t>(place - chunk_) + size;
+  return {place, size};
+}
 
 }  // namespace tarnwick::ado

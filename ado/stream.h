@@ -19,7 +19,8 @@ class Stream final {
   void set_type(StreamType value);
   [[nodiscard]] StreamType type() const { return type_; }
 
-  /// Error 3001 for an unknown name; 3219 unless closed or at position 0. Survives `close`.
+  /// Any letter case. Error 3001 for an unknown name; 3219 unless closed or at position 0. Survives
+  /// `close`.
   void set_charset(TextView name);
   [[nodiscard]] const Text& charset() const { return charset_; }
 
@@ -29,40 +30,62 @@ class Stream final {
   void close();
   [[nodiscard]] ObjectState state() const { return state_; }
 
-  /// In bytes from the start. Setting it behind the end: error 3001.
+  /// In bytes from the start. Setting it below 0 or behind the end: error 3001.
   [[nodiscard]] std::int64_t position() const;
   void set_position(std::int64_t value);
   [[nodiscard]] std::int64_t size() const;
 
-  /// Binary mode only (3219 otherwise): puts `bytes` at the position and moves behind them.
+  /// Binary mode only (3219 otherwise): puts `bytes` at the position, over what is there, and moves
+  /// behind them.
   void write(std::span<const std::byte> bytes);
-  /// Binary mode only: up to `count` bytes (kReadAll: the rest) from the position; moves behind them.
+  /// The same; an empty stream takes `bytes` over without copying them.
+  void write(Bytes&& bytes);
+  /// Binary mode only: up to `count` bytes (kReadAll: the rest) from the position; moves behind
+  /// them. Error 3001 for a negative count other than kReadAll, here and in read_text and copy_to.
   [[nodiscard]] Bytes read(std::int64_t count = kReadAll);
+  /// Binary mode only: the whole content, without copying it; the stream is empty then.
+  [[nodiscard]] Bytes take_content();
 
-  /// Text mode only (3219 otherwise). A character that the character set does not have is error
-  /// 3421: nothing is written in its place.
+  /// Text mode only (3219 otherwise): puts `text` at the position, over what is there, and moves
+  /// behind it. The first text of an empty stream gets a byte order mark before it in the Unicode
+  /// character sets. Error 3421 for a character that the character set does not have: nothing is
+  /// written then.
   void write_text(TextView text);
-  /// Text mode only: up to `characters` characters (UTF-16 units) from the position. A byte order
-  /// mark at the start is passed over in the Unicode character sets.
+  /// Text mode only: up to `characters` characters (UTF-16 units; a surrogate pair is not split but
+  /// read when its first half fits) from the position. A byte order mark at the start is passed
+  /// over in the Unicode character sets; bytes that are no UTF-8 read as U+FFFD.
   [[nodiscard]] Text read_text(std::int64_t characters = kReadAll);
 
   /// Copies up to `count` units (bytes in binary mode, characters in text mode; kReadAll: the rest)
   /// from the position to that of `target`, and moves both. A text stream copies its bytes into a
-  /// binary target, a text target gets its characters.
+  /// binary target, a text target gets its characters. Error 3219 for a binary stream with a text
+  /// target, and for a stream with itself.
   void copy_to(Stream& target, std::int64_t count = kReadAll);
 
   /// Replaces the content by the file's; position 0. Error 3002 when the file cannot be opened,
   /// 3003 when it cannot be read; the content is unchanged then.
   void load_from_file(const std::filesystem::path& file);
-  /// Writes the whole content; the position goes to 0. kCreateNotExist: error 3004 when the file is there.
-  /// Error 3004 when it cannot be written: a regular file that was there keeps its content (the new
-  /// content goes to a file beside it first).
+  /// Writes the whole content; the position goes to 0. kCreateNotExist: error 3004 when the file is
+  /// there. Error 3004 when it cannot be written: a regular file that was there keeps its content
+  /// (the new content goes to a file beside it first, which then takes its place and its
+  /// permissions). What is there and is not a regular file, such as a pipe, is written to directly.
   void save_to_file(const std::filesystem::path& file,
                     SaveOption option = SaveOption::kCreateNotExist);
 
  private:
+  enum class Charset { kLatin1, kUtf8, kUtf16 };
+
+  void require_open() const;
+  void require_type(StreamType type) const;
+  void require_movable() const;
+  [[nodiscard]] std::span<const std::byte> rest() const;
+  /// Bytes from the position that hold up to `characters` characters.
+  [[nodiscard]] std::span<const std::byte> next_characters(std::int64_t characters) const;
+  void put(std::span<const std::byte> bytes);
+
   StreamType type_ = StreamType::kText;
   Text charset_ = u"iso-8859-1";
+  Charset encoding_ = Charset::kLatin1;
   ObjectState state_ = ObjectState::kClosed;
   Bytes content_;
   std::size_t position_ = 0;

@@ -5,19 +5,23 @@
 namespace tarnwick::ado {
 
 /// Receives one line per statement and transaction step, before it is carried out. Lines are the
-/// same for all engines; the values of passwords are blanked.
+/// same for all engines; the values of passwords are blanked. A statement stands as it was given,
+/// line breaks included: who writes lines to a file has to mark those.
 ///   Connect <connection string>            DefaultDatabase <name>        Disconnect
 ///   Execute <statement>                    Begin / Commit / Rollback
 ///   Open <client|server> <forward-only|keyset|dynamic|static>
 ///        <read-only|pessimistic|optimistic|batch>: <statement>           (one line)
 ///   Update <column>, <column>...           Insert <column>, <column>...
+/// The cursor type is the one in force (see Recordset::cursor_type); columns stand in the order of
+/// the statement's result.
 class Trace {
  public:
   virtual ~Trace() = default;
   virtual void line(TextView text) = 0;
 };
 
-/// `statement` with the password of sp_setapprole blanked, however malformed the statement is.
+/// `statement` with the password of sp_setapprole blanked, however malformed the statement is:
+/// EXEC sp_setapprole 'role','***'
 [[nodiscard]] Text without_role_password(TextView statement);
 
 }  // namespace tarnwick::ado

@@ -1,0 +1,383 @@
+#include "ado/recordset.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "ado/error.h"
+#include "runtime/case_mapping.h"
+
+namespace tarnwick::ado {
+namespace {
+
+constexpr std::size_t kAllRows = std::numeric_limits<std::size_t>::max();
+// More names than any statement of ours has columns; a caller that makes its names up anew each
+// time must not make the list grow.
+constexpr std::size_t kMostLookUps = 64;
+
+TextView location_word(CursorLocation location) {
+  return location == CursorLocation::kClient ? u"client" : u"server";
+}
+
+TextView type_word(CursorType type) {
+  switch (type) {
+    case CursorType::kForwardOnly:
+      return u"forward-only";
+    case CursorType::kKeyset:
+      return u"keyset";
+    case CursorType::kDynamic:
+      return u"dynamic";
+    case CursorType::kStatic:
+      return u"static";
+  }
+  return {};
+}
+
+TextView lock_word(LockType lock) {
+  switch (lock) {
+    case LockType::kReadOnly:
+      return u"read-only";
+    case LockType::kPessimistic:
+      return u"pessimistic";
+    case LockType::kOptimistic:
+      return u"optimistic";
+    case LockType::kBatchOptimistic:
+      return u"batch";
+  }
+  return {};
+}
+
+}  // namespace
+
+Recordset::~Recordset() { drop_rows(); }
+
+void Recordset::set_active_connection(std::shared_ptr<Connection> connection) {
+  require_closed();
+  connection_ = std::move(connection);
+  if (connection_) location_ = connection_->cursor_location();
+}
+
+void Recordset::set_cursor_location(CursorLocation value) {
+  require_closed();
+  location_ = value;
+}
+
+void Recordset::set_cursor_type(CursorType value) {
+  require_closed();
+  type_ = value;
+}
+
+void Recordset::set_lock_type(LockType value) {
+  require_closed();
+  lock_ = value;
+}
+
+CursorType Recordset::cursor_type() const {
+  return location_ == CursorLocation::kClient ? CursorType::kStatic : type_;
+}
+
+void Recordset::open(TextView statement, std::int32_t options) {
+  require_closed();
+  if (!connection_ || connection_->state() != ObjectState::kOpen) {
+    throw AdoError(AdoErrorNumber::kInvalidConnection);
+  }
+  Connection::require_command_text(options);
+  const RowsetRequest request{
+      .statement = statement, .location = location_, .type = cursor_type(), .lock = lock_};
+  connection_->trace_line(u"Open ", location_word(request.location), u" ", type_word(request.type),
+                          u" ", lock_word(request.lock), u": ", statement);
+
+  connection_->engine_step([&](EngineSession& session) { rowset_ = session.open(request); });
+  if (rowset_->columns().empty()) {
+    rowset_.reset();
+    return;
+  }
+  connection_->open_recordsets_.push_back(this);
+  try {
+    rows_.emplace(rowset_->columns().size());
+    cells_.resize(rowset_->columns().size());
+    if (holds_all_rows()) {
+      fetch(kAllRows);
+      if (rows_->rows() != 0) {
+        stand_on(0);
+      } else {
+        stand_behind_last();
+      }
+    } else {
+      fetch_next();
+    }
+  } catch (...) {
+    drop_rows();
+    throw;
+  }
+}
+
+void Recordset::close() {
+  require_open();
+  if (edit_mode_ != EditMode::kNone) throw AdoError(AdoErrorNumber::kIllegalOperation);
+  drop_rows();
+}
+
+ObjectState Recordset::state() const { return rowset_ ? ObjectState::kOpen : ObjectState::kClosed; }
+
+bool Recordset::bof() const { return eof() && rows_seen_ == 0; }
+
+bool Recordset::eof() const {
+  require_open();
+  return at_end_ && edit_mode_ != EditMode::kAdd;
+}
+
+std::int64_t Recordset::record_count() const {
+  require_open();
+  return holds_all_rows() ? static_cast<std::int64_t>(rows_->rows()) : -1;
+}
+
+void Recordset::move_first() {
+  require_open();
+  finish_edit();
+  if (rows_seen_ == 0) throw AdoError(AdoErrorNumber::kNoCurrentRecord);
+  if (holds_all_rows()) {
+    stand_on(0);
+  } else if (rows_seen_ != 1 || !on_row_) {
+    throw AdoError(AdoErrorNumber::kIllegalOperation);
+  }
+}
+
+void Recordset::move_next() {
+  require_open();
+  finish_edit();
+  if (at_end_) throw AdoError(AdoErrorNumber::kNoCurrentRecord);
+  if (!holds_all_rows() && !last_row_) {
+    fetch_next();
+  } else if (row_ + 1 < rows_->rows()) {
+    stand_on(row_ + 1);
+  } else {
+    stand_behind_last();
+  }
+}
+
+std::size_t Recordset::field_count() const {
+  require_open();
+  return rowset_->columns().size();
+}
+
+Field Recordset::field(TextView name) {
+  require_open();
+  return {*this, column_of(name)};
+}
+
+Field Recordset::field(std::size_t index) {
+  require_column(index);
+  return {*this, index};
+}
+
+void Recordset::add_new() {
+  require_writable();
+  finish_edit();
+  edit_.assign(cells_.size(), std::nullopt);
+  edit_mode_ = EditMode::kAdd;
+}
+
+void Recordset::update() {
+  require_open();
+  if (edit_mode_ == EditMode::kNone) return;
+  std::vector<Assignment> assigned;
+  Text names;
+  for (std::size_t column = 0; column < edit_.size(); ++column) {
+    if (!edit_[column]) continue;
+    assigned.push_back({column, &*edit_[column]});
+    names.append(names.empty() ? u" " : u", ").append(name_of(column));
+  }
+  connection_->trace_line(edit_mode_ == EditMode::kAdd ? u"Insert" : u"Update", names);
+  if (edit_mode_ == EditMode::kAdd) {
+    insert_row(assigned);
+  } else {
+    write_row(assigned);
+  }
+}
+
+void Recordset::cancel_update() {
+  require_open();
+  end_edit();
+}
+
+const Text& Recordset::name_of(std::size_t column) const {
+  require_column(column);
+  return rowset_->columns()[column].name;
+}
+
+Variant Recordset::value_at(std::size_t column) const {
+  if (const Variant* assigned = assigned_value(column)) return *assigned;
+  return edit_mode_ == EditMode::kAdd ? Variant(Null{}) : cells_[column].to_variant();
+}
+
+bool Recordset::is_null_at(std::size_t column) const {
+  if (const Variant* assigned = assigned_value(column)) return is_null(*assigned);
+  return edit_mode_ == EditMode::kAdd || cells_[column].is_null();
+}
+
+const Variant* Recordset::assigned_value(std::size_t column) const {
+  require_column(column);
+  require_row();
+  return edit_mode_ != EditMode::kNone && edit_[column] ? &*edit_[column] : nullptr;
+}
+
+void Recordset::assign(std::size_t column, Variant value) {
+  require_writable();
+  require_column(column);
+  require_row();
+  if (edit_mode_ == EditMode::kNone) {
+    edit_.assign(cells_.size(), std::nullopt);
+    edit_mode_ = EditMode::kInProgress;
+  }
+  if (std::holds_alternative<Empty>(value)) value = Null{};
+  edit_[column] = std::move(value);
+}
+
+void Recordset::require_open() const {
+  if (!rowset_) throw AdoError(AdoErrorNumber::kObjectClosed);
+}
+
+void Recordset::require_closed() const {
+  if (rowset_) throw AdoError(AdoErrorNumber::kObjectOpen);
+}
+
+void Recordset::require_column(std::size_t column) const {
+  require_open();
+  if (column >= cells_.size()) throw AdoError(AdoErrorNumber::kItemNotFound);
+}
+
+void Recordset::require_row() const {
+  if (!on_row_ && edit_mode_ != EditMode::kAdd) throw AdoError(AdoErrorNumber::kNoCurrentRecord);
+}
+
+void Recordset::require_writable() const {
+  require_open();
+  if (lock_ == LockType::kReadOnly || lock_ == LockType::kBatchOptimistic) {
+    throw AdoError(AdoErrorNumber::kFeatureNotAvailable);
+  }
+}
+
+bool Recordset::holds_all_rows() const {
+  if (location_ == CursorLocation::kClient) return true;
+  return (type_ == CursorType::kStatic || type_ == CursorType::kKeyset) &&
+         lock_ != LockType::kPessimistic;
+}
+
+// Callers read the same names in the same order row after row: the next name is mostly the one that
+// followed the last time, and the very same literal.
+std::size_t Recordset::column_of(TextView name) {
+  const auto is_same = [&](const LookedUp& entry) {
+    return entry.data == name.data() && entry.name == name;
+  };
+  if (next_look_up_ >= looked_up_.size()) next_look_up_ = 0;
+  if (looked_up_.empty() || !is_same(looked_up_[next_look_up_])) {
+    auto known = std::find_if(looked_up_.begin(), looked_up_.end(), is_same);
+    if (known == looked_up_.end()) {
+      const std::size_t column = search_column(name);
+      if (looked_up_.size() == kMostLookUps) return column;
+      known = looked_up_.insert(known, {name.data(), Text(name), column});
+    }
+    next_look_up_ = static_cast<std::size_t>(known - looked_up_.begin());
+  }
+  return looked_up_[next_look_up_++].column;
+}
+
+std::size_t Recordset::search_column(TextView name) const {
+  const std::vector<Column>& columns = rowset_->columns();
+  for (std::size_t column = 0; column < columns.size(); ++column) {
+    if (equals_ignoring_case(columns[column].name, name)) return column;
+  }
+  throw AdoError(AdoErrorNumber::kItemNotFound);
+}
+
+void Recordset::finish_edit() {
+  if (edit_mode_ != EditMode::kNone) update();
+}
+
+void Recordset::end_edit() {
+  edit_mode_ = EditMode::kNone;
+  edit_.clear();
+}
+
+void Recordset::write_row(std::span<const Assignment> assigned) {
+  connection_->engine_step([&](EngineSession&) { rowset_->update(cells_, assigned); });
+  Overlay& overlay = written_[row_];
+  overlay.resize(cells_.size());
+  for (const Assignment& assignment : assigned) {
+    std::optional<Variant>& value = overlay[assignment.column];
+    value = std::move(edit_[assignment.column]);
+    cells_[assignment.column] = Cell::of(*value);
+  }
+  end_edit();
+}
+
+void Recordset::insert_row(std::span<const Assignment> assigned) {
+  connection_->engine_step([&](EngineSession&) { rowset_->insert(assigned); });
+  if (!holds_all_rows()) {
+    rows_->clear();
+    written_.clear();
+  }
+  for (std::size_t column = 0; column < cells_.size(); ++column) rows_->add_null();
+  rows_->end_row();
+  ++rows_seen_;
+  written_.insert_or_assign(rows_->rows() - 1, std::move(edit_));
+  end_edit();
+  stand_on(rows_->rows() - 1);
+  last_row_ = true;
+}
+
+void Recordset::fetch(std::size_t limit) {
+  connection_->engine_step([&](EngineSession&) { rowset_->fetch(*rows_, limit); });
+  rows_seen_ += rows_->rows();
+}
+
+void Recordset::fetch_next() {
+  on_row_ = false;
+  rows_->clear();
+  written_.clear();
+  fetch(1);
+  if (rows_->rows() == 0) {
+    stand_behind_last();
+  } else {
+    stand_on(0);
+  }
+}
+
+void Recordset::stand_on(std::size_t row) {
+  row_ = row;
+  rows_->read_row(row, cells_);
+  if (!written_.empty()) {
+    if (const auto found = written_.find(row); found != written_.end()) {
+      for (std::size_t column = 0; column < cells_.size(); ++column) {
+        if (const auto& value = found->second[column]) cells_[column] = Cell::of(*value);
+      }
+    }
+  }
+  on_row_ = true;
+  at_end_ = false;
+  last_row_ = false;
+}
+
+void Recordset::stand_behind_last() {
+  on_row_ = false;
+  at_end_ = true;
+}
+
+void Recordset::drop_rows() {
+  if (!rowset_) return;
+  std::erase(connection_->open_recordsets_, this);
+  rowset_.reset();
+  end_edit();
+  rows_.reset();
+  cells_.clear();
+  written_.clear();
+  looked_up_.clear();
+  next_look_up_ = 0;
+  rows_seen_ = 0;
+  on_row_ = false;
+  at_end_ = false;
+  last_row_ = false;
+}
+
+}  // namespace tarnwick::ado

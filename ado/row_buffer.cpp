@@ -1,0 +1,161 @@
+#include "ado/row_buffer.h"
+
+#include <algorithm>
+#include <type_traits>
+
+namespace tarnwick::ado {
+namespace {
+
+constexpr std::size_t kFirstChunk = std::size_t{64} << 10;
+constexpr std::size_t kChunk = std::size_t{1} << 20;
+// What a chunk for one long value has beside it: the short values of the same row.
+constexpr std::size_t kBesideLongValue = std::size_t{4} << 10;
+
+template <class T>
+T read_number(const std::byte*& from) {
+  T value;
+  std::memcpy(&value, from, sizeof value);
+  from += sizeof value;
+  return value;
+}
+
+std::size_t read_length(const std::byte*& from) {
+  std::size_t length = 0;
+  for (unsigned shift = 0;; shift += 7) {
+    const auto byte = std::to_integer<std::size_t>(*from++);
+    length |= (byte & 0x7F) << shift;
+    if (byte < 0x80) return length;
+  }
+}
+
+Text text_of(const std::byte* data, std::size_t size) {
+  Text text(size / sizeof(char16_t), u'\0');
+  if (size != 0) std::memcpy(text.data(), data, text.size() * sizeof(char16_t));
+  return text;
+}
+
+}  // namespace
+
+Cell Cell::of(const Variant& value) {
+  const auto integer = [](Kind kind, std::int64_t number) {
+    return Cell{.kind = kind, .integer = number};
+  };
+  const auto run = [](Kind kind, const void* data, std::size_t size) {
+    return Cell{.kind = kind, .data = static_cast<const std::byte*>(data), .size = size};
+  };
+  return std::visit(
+      [&](const auto& held) -> Cell {
+        using T = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<T, bool>) {
+          return integer(Kind::kBool, held);
+        } else if constexpr (std::is_same_v<T, std::int16_t>) {
+          return integer(Kind::kInt16, held);
+        } else if constexpr (std::is_same_v<T, std::int32_t>) {
+          return integer(Kind::kInt32, held);
+        } else if constexpr (std::is_same_v<T, std::int64_t>) {
+          return integer(Kind::kInt64, held);
+        } else if constexpr (std::is_same_v<T, double>) {
+          return {.kind = Kind::kDouble, .real = held};
+        } else if constexpr (std::is_same_v<T, Date>) {
+          return {.kind = Kind::kDate, .real = held.days};
+        } else if constexpr (std::is_same_v<T, Text>) {
+          return run(Kind::kUtf16, held.data(), held.size() * sizeof(char16_t));
+        } else if constexpr (std::is_same_v<T, Bytes>) {
+          return run(Kind::kBytes, held.data(), held.size());
+        } else {
+          return {};
+        }
+      },
+      value);
+}
+
+Variant Cell::to_variant() const {
+  switch (kind) {
+    case Kind::kNull:
+      return Null{};
+    case Kind::kBool:
+      return integer != 0;
+    case Kind::kInt16:
+      return static_cast<std::int16_t>(integer);
+    case Kind::kInt32:
+      return static_cast<std::int32_t>(integer);
+    case Kind::kInt64:
+      return integer;
+    case Kind::kDouble:
+      return real;
+    case Kind::kDate:
+      return Date{real};
+    case Kind::kUtf8:
+      return from_stored_utf8({reinterpret_cast<const char*>(data), size});
+    case Kind::kUtf16:
+      return text_of(data, size);
+    case Kind::kBytes:
+      return Bytes(data, data + size);
+  }
+  return Null{};
+}
+
+void RowBuffer::grow(std::size_t size) {
+  const std::size_t open_row = used_ - row_begin_;
+  const std::size_t regular = chunks_.empty() ? kFirstChunk : kChunk;
+  const std::size_t needed = open_row + size;
+  Chunk chunk;
+  chunk.size = needed <= regular ? regular : needed + kBesideLongValue;
+  chunk.memory = std::make_unique_for_overwrite<std::byte[]>(chunk.size);
+  if (open_row != 0) std::memcpy(chunk.memory.get(), chunk_ + row_begin_, open_row);
+
+  const bool only_the_open_row = row_begin_ == 0 && !chunks_.empty();
+  if (only_the_open_row) chunks_.pop_back();
+  chunk_ = chunk.memory.get();
+  chunk_size_ = chunk.size;
+  chunks_.push_back(std::move(chunk));
+  row_begin_ = 0;
+  used_ = open_row;
+}
+
+void RowBuffer::read_row(std::size_t row, std::span<Cell> cells) const {
+  const std::byte* from = row_starts_[row];
+  for (Cell& cell : cells) {
+    cell.kind = static_cast<Cell::Kind>(*from++);
+    switch (cell.kind) {
+      case Cell::Kind::kNull:
+        break;
+      case Cell::Kind::kBool:
+        cell.integer = read_number<std::uint8_t>(from);
+        break;
+      case Cell::Kind::kInt16:
+        cell.integer = read_number<std::int16_t>(from);
+        break;
+      case Cell::Kind::kInt32:
+        cell.integer = read_number<std::int32_t>(from);
+        break;
+      case Cell::Kind::kInt64:
+        cell.integer = read_number<std::int64_t>(from);
+        break;
+      case Cell::Kind::kDouble:
+      case Cell::Kind::kDate:
+        cell.real = read_number<double>(from);
+        break;
+      case Cell::Kind::kUtf8:
+      case Cell::Kind::kUtf16:
+      case Cell::Kind::kBytes:
+        cell.size = read_length(from);
+        cell.data = from;
+        from += cell.size;
+        break;
+    }
+  }
+}
+
+void RowBuffer::clear() {
+  row_starts_.clear();
+  const bool first_is_small = !chunks_.empty() && chunks_.front().size == kFirstChunk;
+  if (chunks_.size() > 1 || !first_is_small) row_starts_.shrink_to_fit();
+  chunks_.resize(first_is_small ? 1 : 0);
+  chunk_ = first_is_small ? chunks_.front().memory.get() : nullptr;
+  chunk_size_ = first_is_small ? kFirstChunk : 0;
+  used_ = 0;
+  row_begin_ = 0;
+}
+
+}  // namespace tarnwick::ado
