@@ -1,0 +1,129 @@
+#include "components/component.h"
+
+#include "components/component_list.h"
+#include "components/refresh_component.h"
+#include "components/report_code.h"
+#include "records/recordset_access.h"
+#include "records/update_protocol.h"
+#include "runtime/case_mapping.h"
+#include "server/guard.h"
+#include "server/store.h"
+
+namespace tarnwick {
+
+Component::Component(SharedState& state) : state_(state), lock_(state) {}
+
+template <class T>
+void Component::set(T& member, T value) {
+  if (member != value) changed_ = true;
+  member = std::move(value);
+}
+
+template void Component::set(Text&, Text);
+template void Component::set(std::int16_t&, std::int16_t);
+template void Component::set(bool&, bool);
+template void Component::set(MaintTypeEnum&, MaintTypeEnum);
+template void Component::set(ReportCodeEnum&, ReportCodeEnum);
+
+void Component::set_comp_id(std::int16_t value) {
+  if (row_comp_id_ == -1) row_comp_id_ = value;
+  set(comp_id_, value);
+}
+
+void Component::set_meta_id(TextView value) {
+  if (meta_id_ != value) changed_ = true;
+  meta_id_ = upper(value);
+}
+
+Text Component::key() const {
+  if (comp_id_ < 0) return {};
+  return join({u"C", decimal(comp_id_)});
+}
+
+bool Component::initialized() const { return comp_id_ >= 0 && state_.connection != nullptr; }
+
+bool Component::refresh() {
+  return guarded(state_, {u"Component", u"Refresh"}, false, [&](bool& result) {
+    const auto rows = get_recordset(
+        state_, join({kComponentList, u" Where CompID = ", decimal(comp_id_)}),
+        ado::LockType::kOptimistic);
+    if (rows == nullptr) return;
+    rows->move_first();
+    result = refresh_component(state_, rows.get(), this);
+  });
+}
+
+bool Component::lock_record() {
+  return guarded(state_, {u"Component", u"LockRecord"}, false, [&](bool& result) {
+    result = tarnwick::lock_record(
+        lock_, decimal(comp_id_), TableSelector::kComponents,
+        [&](ado::Recordset& row) { return refresh_component(state_, &row, this); });
+  });
+}
+
+bool Component::release_record() {
+  bool result = true;
+  if (lock_.locked()) quietly([&] { result = lock_.release(); });
+  return result;
+}
+
+UpdateErrorEnum Component::update() {
+  return guarded(state_, {u"Component", u"Update"}, Error_ue, [&](UpdateErrorEnum& result) {
+    state_.errors.set_message({});
+    if (comp_id_ < 0) {
+      result = MissRequiredField_ue;
+      raise_message(state_, u"No ComponentID provided for updating the component!");
+    }
+    const Text id = decimal(comp_id_);
+    const Text refused =
+        join({u"Unable to update the Component '", id, u"' in the DW_Sec_Comp table!"});
+    write_row(state_, lock_,
+              {.key = id,
+               .table = TableSelector::kComponents,
+               .version = row_version_,
+               .changed_opening = u"The data for component '",
+               .refused_line = refused,
+               .write_columns = [&](ado::Recordset& row) { write_columns(row); }},
+              result);
+    if (row_comp_id_ != comp_id_) {
+      // The component was renumbered and stands under its new id now. The old id stays remembered:
+      // a further update deletes there again and finds nothing.
+      state_.connection->execute(
+          join({u"Delete from DW_Sec_Comp Where CompID = ", decimal(row_comp_id_)}),
+          ado::kExecuteNoRecords);
+    }
+    lock_.finish();
+    changed_ = false;
+    result = OK_ue;
+  });
+}
+
+// MetaID and AuthorizedRole are read but never written.
+void Component::write_columns(ado::Recordset& row) {
+  // Image 0 is never written: it stands for the first picture.
+  if (image_index_ == 0) image_index_ = 1;
+  row.field(u"CompID").set_value(comp_id_);
+  row.field(u"CompName").set_value(name_);
+  row.field(u"ParentID").set_value(parent_id_);
+  row.field(u"Priority").set_value(priority_);
+  row.field(u"ImageIndex").set_value(image_index_);
+  row.field(u"ForceDisplay").set_value(force_display_);
+  row.field(u"MaintType").set_value(std::int32_t{maintenance_type_});
+  row.field(u"SecGrpID").set_value(security_group_);
+  row.field(u"RptCode").set_value(report_code_to_text(report_code_));
+  row.field(u"Server").set_value(server_name_);
+}
+
+bool Component::remove() {
+  return quietly([&] {
+    const Text statement =
+        join({u"Delete from dbo.DW_Sec_Comp Where CompID = ", decimal(comp_id_)});
+    if (locked()) release_record();
+    if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+    state_.connection->execute(statement, ado::kExecuteNoRecords);
+    // The number counts as a position, not as an id: the entry that stands there is removed.
+    require_store(state_.components).remove(std::int64_t{comp_id_});
+  });
+}
+
+}  // namespace tarnwick

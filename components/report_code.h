@@ -1,0 +1,14 @@
+#pragma once
+
+#include "runtime/text.h"
+#include "server/enums.h"
+
+namespace tarnwick {
+
+/// "CRY", "PC" and "PCA" in any letter case; every other text is None_rc. Blanks count.
+[[nodiscard]] ReportCodeEnum report_code_from_text(TextView text);
+
+/// The text code of `code`; "" for None_rc and every other value.
+[[nodiscard]] Text report_code_to_text(ReportCodeEnum code);
+
+}  // namespace tarnwick

@@ -1,0 +1,144 @@
+#include "pcs/registered_pc.h"
+
+#include "pcs/pc_list.h"
+#include "pcs/refresh_pcs.h"
+#include "records/recordset_access.h"
+#include "records/update_protocol.h"
+#include "runtime/case_mapping.h"
+#include "server/guard.h"
+#include "server/store.h"
+
+namespace tarnwick {
+namespace {
+
+Text joined_key(TextView mac_number, TextView computer_id, std::int16_t comp_id) {
+  const TextView separator(&kKeySeparator, 1);
+  return join({mac_number, separator, computer_id, separator, decimal(comp_id)});
+}
+
+// A zero date never clears a column that holds a value.
+void write_date(ado::Recordset& row, TextView column, Date value) {
+  if (!value.is_zero()) row.field(column).set_value(value);
+}
+
+}  // namespace
+
+RegisteredPC::RegisteredPC(SharedState& state) : state_(state), lock_(state) {}
+
+void RegisteredPC::set_mac_number(Text value) {
+  if (loaded_mac_number_.empty()) loaded_mac_number_ = value;
+  set(mac_number_, std::move(value));
+}
+
+void RegisteredPC::set_computer_id(Text value) {
+  if (loaded_computer_id_.empty()) loaded_computer_id_ = value;
+  set(computer_id_, std::move(value));
+}
+
+void RegisteredPC::set_comp_id(std::int16_t value) {
+  if (loaded_comp_id_ == -1) loaded_comp_id_ = value;
+  set(comp_id_, value);
+}
+
+Text RegisteredPC::key() const { return joined_key(mac_number_, computer_id_, comp_id_); }
+
+Text RegisteredPC::loaded_key() const {
+  return joined_key(loaded_mac_number_, loaded_computer_id_, loaded_comp_id_);
+}
+
+bool RegisteredPC::initialized() const {
+  return key().size() >= 3 && state_.connection != nullptr;
+}
+
+bool RegisteredPC::refresh() {
+  return guarded(state_, {u"RegisteredPC", u"Refresh"}, false, [&](bool& result) {
+    // The whole table, not this PC's row: the object takes over whatever comes first.
+    const auto rows = get_recordset(state_, kPcList, ado::LockType::kOptimistic);
+    if (rows == nullptr) return;
+    rows->move_first();
+    result = refresh_pc(state_, rows.get(), this);
+  });
+}
+
+bool RegisteredPC::lock_record() {
+  return guarded(state_, {u"RegisteredPC", u"LockRecord"}, false, [&](bool& result) {
+    result = tarnwick::lock_record(
+        lock_, key(), TableSelector::kPcs,
+        [&](ado::Recordset& row) { return refresh_pc(state_, &row, this); });
+  });
+}
+
+bool RegisteredPC::release_record() {
+  bool result = true;
+  if (lock_.locked()) quietly([&] { result = lock_.release(); });
+  return result;
+}
+
+UpdateErrorEnum RegisteredPC::update() {
+  return guarded(state_, {u"RegisteredPC", u"Update"}, Error_ue, [&](UpdateErrorEnum& result) {
+    state_.errors.set_message({});
+    if (mac_number_.empty() || computer_id_.empty() || comp_id_ < 0) {
+      result = MissRequiredField_ue;
+      raise_message(
+          state_,
+          u"No MAC Number, ComputerID or ComponentID provided for updating the PC!");
+    }
+    const Text current_key = key();
+    const Text old_key = loaded_key();
+    const Text refused =
+        join({u"Unable to update the PC '", current_key, u"' in the DW_Sec_PC table!"});
+    write_row(state_, lock_,
+              {.key = current_key,
+               .table = TableSelector::kPcs,
+               .version = row_version_,
+               .changed_opening = u"The data for '",
+               .refused_line = refused,
+               .write_columns = [&](ado::Recordset& row) { write_columns(row); }},
+              result);
+    if (!equals_ignoring_case(current_key, old_key) && old_key.size() > 2) {
+      // The PC moved to another key: its row was written there, the old one goes.
+      state_.connection->execute(
+          join({u"Delete from DW_Sec_PC Where MACNbr = '", loaded_mac_number_,
+                u"' AND ComputerID = '", loaded_computer_id_, u"' AND CompID = ",
+                decimal(loaded_comp_id_)}),
+          ado::kExecuteNoRecords);
+    }
+    lock_.finish();
+    changed_ = false;
+    result = OK_ue;
+  });
+}
+
+// Some columns are written in another letter case than they are read in; traces show it.
+void RegisteredPC::write_columns(ado::Recordset& row) {
+  row.field(u"MACNbr").set_value(mac_number_);
+  row.field(u"ComputerID").set_value(computer_id_);
+  row.field(u"Compid").set_value(comp_id_);
+  row.field(u"MaintType").set_value(std::int32_t{maintenance_type_});
+  row.field(u"ActiveStatus").set_value(active_);
+  if (image_index_ == 0) image_index_ = 10;
+  row.field(u"ImageIndex").set_value(image_index_);
+  row.field(u"LastUser").set_value(last_user_);
+  write_date(row, u"LastLogin", last_login_);
+  row.field(u"TotalLogins").set_value(total_logins_);
+  row.field(u"ActivatedBy").set_value(activated_by_);
+  write_date(row, u"Activatedate", activate_date_);
+  row.field(u"DeactivatedBy").set_value(deactivated_by_);
+  write_date(row, u"Deactivatedate", deactivated_date_);
+  row.field(u"SoftwareVersion").set_value(software_version_);
+}
+
+bool RegisteredPC::remove() {
+  if (computer_id_.empty() || mac_number_.empty() || comp_id_ < 0) return true;
+  return quietly([&] {
+    const Text statement = join({u"Delete from dbo.DW_Sec_PC Where MACNbr = '", mac_number_,
+                                 u"' and ComputerID = '", computer_id_, u"' and CompID = ",
+                                 decimal(comp_id_)});
+    if (locked()) release_record();
+    if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+    state_.connection->execute(statement, ado::kExecuteNoRecords);
+    require_store(state_.registered_pcs).remove(key());
+  });
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+
+#include "records/row_fetch.h"
+#include "server/shared_state.h"
+
+namespace tarnwick {
+
+/// The row that a record object has fetched for maintenance, and whether the object counts as
+/// locked. A lock that vanishes with its object rolls its transaction back.
+class RecordLock {
+ public:
+  /// `state` must outlive this.
+  explicit RecordLock(SharedState& state) : state_(state) {}
+  ~RecordLock();
+  RecordLock(const RecordLock&) = delete;
+  RecordLock& operator=(const RecordLock&) = delete;
+
+  /// Whether the object counts as locked. Stays so after a refused write, until it is released; but
+  /// never outlives the connection.
+  [[nodiscard]] bool locked() const;
+
+  /// Whether the transaction that holds the row is still open.
+  [[nodiscard]] bool holds_row() const;
+
+  /// Fetches the row by update_read and keeps the recordset, whatever the outcome.
+  FetchOutcome fetch(TextView key, TableSelector table);
+
+  /// Makes the object the owner of the fetched row and its transaction.
+  void hold();
+
+  /// The recordset that was fetched last; null when that fetch failed.
+  [[nodiscard]] ado::Recordset* recordset() const { return recordset_.get(); }
+
+  /// Gives the row back. Returns update_release's result; an object that counts as locked without a
+  /// transaction of its own (its write was refused) is only unlocked: True.
+  bool release();
+
+  /// The row was written and committed: closes and drops the recordset, unlocks.
+  void finish();
+
+ private:
+  [[nodiscard]] bool transaction_is_mine() const;
+
+  SharedState& state_;
+  std::shared_ptr<ado::Recordset> recordset_;
+  std::uint64_t serial_ = 0;
+  bool locked_ = false;
+};
+
+/// LockRecord of every record class: True at once when locked; otherwise fetches the row and runs
+/// `reload(recordset)`; the object is locked when that returned True.
+template <class Reload>
+bool lock_record(RecordLock& lock, TextView key, TableSelector table, Reload&& reload) {
+  if (lock.locked()) return true;
+  lock.fetch(key, table);
+  if (lock.recordset() == nullptr || !reload(*lock.recordset())) return false;
+  lock.hold();
+  return true;
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+
+#include "records/record_lock.h"
+#include "server/enums.h"
+
+namespace tarnwick {
+
+/// What a record class brings to the update of its row.
+struct RowUpdate {
+  /// The row, as update_read takes it.
+  TextView key;
+  TableSelector table;
+  /// The version text that the object was loaded with; empty writes without a comparison.
+  TextView version;
+  /// What the "has changed" message begins with, up to and with the opening quote before the key.
+  TextView changed_opening;
+  /// What is appended where the write was refused.
+  TextView refused_line;
+  /// Assigns the columns of the row that is written.
+  std::function<void(ado::Recordset&)> write_columns;
+};
+
+/// The update protocol, one for all record classes: obtains the row (or takes the one that `lock`
+/// holds), adds one where there is none, makes the object the owner, compares row versions, writes,
+/// commits. Throws what the class's own handler records; `result` is set before: RecordChanged_ue
+/// where the row changed since it was loaded (it stays locked), Error_ue otherwise.
+void write_row(SharedState& state, RecordLock& lock, const RowUpdate& update,
+               UpdateErrorEnum& result);
+
+}  // namespace tarnwick

@@ -1,0 +1,187 @@
+#include "reports/report.h"
+
+#include "platform/file_system.h"
+#include "records/recordset_access.h"
+#include "records/report_lookup.h"
+#include "records/update_protocol.h"
+#include "reports/refresh_report.h"
+#include "reports/report_list.h"
+#include "reports/report_payload.h"
+#include "reports/report_type.h"
+#include "runtime/case_mapping.h"
+#include "runtime/conversions.h"
+#include "server/guard.h"
+#include "server/store.h"
+
+namespace tarnwick {
+namespace {
+
+platform::FileSystemObject create_file_system_object(SharedState& state) {
+  return make_under_step_text(state, u"Unable to create Scripting.FileSystemObject",
+                              [] { return platform::FileSystemObject(); });
+}
+
+// The folder that `path` names a file in.
+Text require_folder_of(SharedState& state, const platform::FileSystemObject& files,
+                       TextView path) {
+  Text folder = files.get_parent_folder_name(path);
+  if (!files.folder_exists(folder)) {
+    raise_message(state, join({u"The Path '", folder, u"' doesn't exist!"}));
+  }
+  return folder;
+}
+
+}  // namespace
+
+Report::Report(SharedState& state) : state_(state), lock_(state) {}
+
+void Report::set_name(Text value) {
+  if (initial_name_.empty()) initial_name_ = value;
+  set(name_, std::move(value));
+}
+
+Text Report::report_type_as_string() const { return report_type_to_code(report_type_); }
+
+ReportTypesEnum Report::get_report_type_from_string(TextView data) const {
+  return report_type_from_code(data);
+}
+
+bool Report::remove() {
+  if (name_.empty()) return true;
+  return quietly([&] {
+    const Text statement =
+        join({u"Delete from dbo.DW_Reports Where ReportName = '", name_, u"'"});
+    if (locked()) release_record();
+    if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+    state_.report_row.reset();
+    state_.connection->execute(statement);
+    require_store(state_.reports).remove(key());
+  });
+}
+
+bool Report::refresh() {
+  return guarded(state_, {u"Report", u"Refresh"}, false, [&](bool& result) {
+    const auto rows =
+        get_recordset(state_, join({kReportList, u" Where ReportName = '", name_, u"'"}),
+                      ado::LockType::kOptimistic);
+    if (rows == nullptr) return;
+    rows->move_first();
+    result = refresh_report(state_, this, rows.get());
+  });
+}
+
+bool Report::lock_record() {
+  return guarded(state_, {u"Report", u"LockRecord"}, false, [&](bool& result) {
+    result = tarnwick::lock_record(
+        lock_, name_, TableSelector::kReports,
+        [&](ado::Recordset& row) { return refresh_report(state_, this, &row); });
+  });
+}
+
+bool Report::release_record() {
+  bool result = false;
+  if (lock_.locked()) quietly([&] { result = lock_.release(); });
+  return result;
+}
+
+UpdateErrorEnum Report::update(TextView full_report_name) {
+  return guarded(state_, {u"Report", u"Update"}, Error_ue, [&](UpdateErrorEnum& result) {
+    const platform::FileSystemObject files = create_file_system_object(state_);
+    if (name_.empty()) {
+      result = MissRequiredField_ue;
+      raise_message(state_, u"No Report Name provided for updating the report!");
+    }
+    if (!full_report_name.empty() && !files.file_exists(full_report_name)) {
+      result = MissReportFile_ue;
+      raise_message(state_, join({u"Unable to read '", full_report_name,
+                                  u"' from disk. Unable to update!"}));
+    }
+    state_.report_row.reset();
+    const Text refused =
+        join({u"Unable to update the report '", name_, u"' in the DW_Reports table!"});
+    write_row(state_, lock_,
+              {.key = name_,
+               .table = TableSelector::kReports,
+               .version = row_version_,
+               .changed_opening = u"The data for '",
+               .refused_line = refused,
+               .write_columns = [&](ado::Recordset& row) { write_columns(row, full_report_name); }},
+              result);
+    if (!equals_ignoring_case(name_, initial_name_) && !initial_name_.empty()) {
+      // The report was renamed: its row was written under the new name, the old one goes. The table
+      // goes by both names.
+      state_.connection->execute(
+          join({u"Delete from DW_Report Where ReportName = '", initial_name_, u"'"}));
+    }
+    lock_.finish();
+    changed_ = false;
+    result = OK_ue;
+  });
+}
+
+void Report::write_columns(ado::Recordset& row, TextView full_report_name) {
+  row.field(u"ReportName").set_value(name_);
+  row.field(u"Title").set_value(title_);
+  row.field(u"Author").set_value(author_);
+  if (created_.is_zero()) created_ = state_.host.now();
+  row.field(u"Created").set_value(created_);
+  if (version_.empty()) version_ = u"1.0.0";
+  row.field(u"Version").set_value(version_);
+  row.field(u"RptGrpID").set_value(report_group_id_);
+  row.field(u"ImageIndex").set_value(image_index_);
+  row.field(u"SQLStmnt").set_value(sql_);
+  if (!ttx_.empty()) row.field(u"TTX_Binary").set_value(ttx_to_bytes(state_, ttx_));
+  row.field(u"ReportType").set_value(report_type_to_code(report_type_));
+  row.field(u"ReportDesc").set_value(description_);
+  row.field(u"MaintType").set_value(std::int32_t{maintenance_type_});
+  row.field(u"Definition").set_value(definition_);
+  if (!full_report_name.empty()) {
+    row.field(u"Report_Binary").set_value(bytes_from_file(state_, full_report_name));
+  }
+}
+
+bool Report::import_ttx(TextView full_path_name) {
+  return guarded(state_, {u"Report", u"ImportTTX"}, false, [&](bool& result) {
+    const platform::FileSystemObject files = create_file_system_object(state_);
+    if (full_path_name.empty()) return;
+    if (!files.file_exists(full_path_name)) {
+      raise_message(state_, join({u"The File '", full_path_name, u"' doesn't exist!"}));
+    }
+    // Past the setter: an import does not mark the report changed. `update` writes it all the same.
+    ttx_ = ttx_from_file(state_, full_path_name);
+    result = true;
+  });
+}
+
+bool Report::extract_ttx(TextView full_path_name) {
+  return guarded(state_, {u"Report", u"ExtractTTX"}, false, [&](bool& result) {
+    const platform::FileSystemObject files = create_file_system_object(state_);
+    if (ttx_.empty()) raise_message(state_, u"There is no TTX data to extract!");
+    if (full_path_name.empty()) return;
+    const Text folder = require_folder_of(state_, files, full_path_name);
+    const Text file_name = join({files.get_base_name(full_path_name), u".ttx"});
+    ttx_to_file(state_, ttx_, files.build_path(folder, file_name));
+    result = true;
+  });
+}
+
+bool Report::extract_report(TextView full_path_name) {
+  return guarded(state_, {u"Report", u"ExtractReport"}, false, [&](bool& result) {
+    const platform::FileSystemObject files = create_file_system_object(state_);
+    if (name_.empty()) raise_message(state_, u"There is no reportname to extract!");
+    if (full_path_name.empty()) return;
+    require_folder_of(state_, files, full_path_name);
+    if (!check_report_rs(state_, name_)) {
+      raise_message(state_, join({u"Unable to find the report '", name_,
+                                  u"' in the DW_REPORTS table!"}));
+    }
+    const ado::Field file = state_.report_row->field(u"Report_Binary");
+    if (file.is_null()) {
+      raise_message(state_, u"The Report_Binary field is null, no report is stored in the table!");
+    }
+    bytes_to_file(state_, to_bytes(file.value()), full_path_name);
+    result = true;
+  });
+}
+
+}  // namespace tarnwick

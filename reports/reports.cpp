@@ -1,0 +1,110 @@
+#include "reports/reports.h"
+
+#include "records/recordset_access.h"
+#include "reports/refresh_report.h"
+#include "reports/report_list.h"
+#include "server/guard.h"
+
+namespace tarnwick {
+namespace {
+
+// What was being read when a load stopped; both are part of the account.
+struct LoadProgress {
+  TextView field;
+  Text report_name;
+};
+
+void load_catalog(SharedState& state, ado::Recordset& rows, LoadProgress& progress) {
+  state.reports = std::make_shared<Store<Report>>();
+  for (; !rows.eof(); rows.move_next()) {
+    progress = {};
+    auto report = std::make_shared<Report>(state);
+    progress.field = u"ReportName";
+    progress.report_name = to_text(rows.field(progress.field).value());
+    // A report whose other columns cannot be loaded is listed all the same.
+    refresh_report(state, report.get(), &rows);
+    state.reports->add(progress.report_name, std::move(report));
+  }
+}
+
+}  // namespace
+
+Reports::Reports(SharedState& state) : state_(state) {
+  state_.reports = std::make_shared<Store<Report>>();
+}
+
+Reports::~Reports() { state_.reports.reset(); }
+
+bool Reports::refresh() {
+  LoadProgress progress;
+  try {
+    state_.report_row.reset();
+    const auto rows = get_recordset(state_, kReportList, ado::LockType::kOptimistic);
+    if (rows != nullptr) load_catalog(state_, *rows, progress);
+    return true;
+  } catch (...) {
+    // The account names the component RegisteredPCs; clients know it so.
+    handle_error(state_, {u"RegisteredPCs", u"Refresh"},
+                 join({u"Field :     \t", progress.field, kCrLf, u"RegRptName :\t",
+                       progress.report_name, kCrLf}));
+    return false;
+  }
+}
+
+std::shared_ptr<Report> Reports::add(const NewReport& values) {
+  using Result = std::shared_ptr<Report>;
+  return guarded(state_, {u"Reports", u"Add"}, Result(), [&](Result& result) {
+    if (values.report_name.empty()) {
+      raise_message(state_, u"No report name provided, unable to add report to collection!");
+    }
+    auto report = std::make_shared<Report>(state_);
+    report->set_image_index(values.image_index);
+    report->set_maintenance_type(MaintTypeEnum{values.maintenance_type});
+    report->set_report_type(values.report_type);
+    report->set_name(Text(values.report_name));
+    report->set_title(Text(values.title));
+    report->set_author(Text(values.author));
+    report->set_created(values.created);
+    report->set_version(Text(values.version));
+    report->set_report_group_id(Text(values.report_group_id));
+    report->set_sql(Text(values.sql));
+    report->set_ttx(Text(values.ttx));
+    report->set_description(Text(values.description));
+    report->set_definition(Text(values.definition));
+    require_store(state_.reports).add(Text(values.report_name), report);
+    result = std::move(report);
+  });
+}
+
+bool Reports::add_report_object(const std::shared_ptr<Report>& report) {
+  return guarded(state_, {u"Reports", u"AddReportObject"}, false, [&](bool& result) {
+    if (report == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+    if (!holds(state_.reports, report->name())) {
+      require_store(state_.reports).add(report->name(), report);
+      result = true;
+      return;
+    }
+    state_.errors.set_message(
+        join({u"Report '", report->name(),
+              u"' is already on file. Unable to add to the reports collection!"}));
+  });
+}
+
+bool Reports::exists(TextView report_name) const { return holds(state_.reports, report_name); }
+
+std::shared_ptr<Report> Reports::item(const Variant& key_or_position) const {
+  std::shared_ptr<Report> found;
+  quietly([&] { found = entry_at(state_.reports, key_or_position); });
+  return found;
+}
+
+std::int32_t Reports::count() const {
+  return state_.reports == nullptr ? 0 : static_cast<std::int32_t>(state_.reports->size());
+}
+
+StoreEnumerator<Report> Reports::new_enum() const {
+  return StoreEnumerator<Report>(state_.reports == nullptr ? std::make_shared<Store<Report>>()
+                                                           : state_.reports);
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,21 @@
+#include "server/shared_state.h"
+
+#include <utility>
+
+namespace tarnwick {
+
+SharedState::SharedState(platform::Host& host_in, ado::Engines engines_in, ado::Trace* trace_in)
+    : host(host_in), engines(std::move(engines_in)), trace(trace_in) {}
+
+SharedState::~SharedState() = default;
+
+bool SharedState::connected() const {
+  return connection != nullptr && connection->state() == ado::ObjectState::kOpen;
+}
+
+void SharedState::roll_back_ownerless() {
+  if (connection == nullptr || !connection->in_transaction() || maintenance_owned) return;
+  connection->rollback_trans();
+}
+
+}  // namespace tarnwick

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <memory>
+
+#include "runtime/conversions.h"
+#include "server/shared_state.h"
+
+namespace tarnwick {
+
+/// Walks the entries of a store in order; what clients' for-each loops run on. Keeps the list that it
+/// began with, also when a reload replaces it.
+template <class Record>
+class StoreEnumerator {
+ public:
+  explicit StoreEnumerator(std::shared_ptr<const Store<Record>> store)
+      : store_(std::move(store)), walk_(store_->walk()) {}
+
+  /// The next entry, or null at the end.
+  [[nodiscard]] std::shared_ptr<Record> next() {
+    const auto* entry = walk_.next();
+    return entry == nullptr ? nullptr : *entry;
+  }
+  void reset() { walk_ = store_->walk(); }
+
+ private:
+  std::shared_ptr<const Store<Record>> store_;
+  typename Store<Record>::Walk walk_;
+};
+
+/// The store, or error 91 where no collection object of its class lives.
+template <class Record>
+[[nodiscard]] Store<Record>& require_store(const std::shared_ptr<Store<Record>>& store) {
+  if (store == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+  return *store;
+}
+
+/// The entry under a key (any text, "3" too) or at a position from 1 (any number). Errors: 91
+/// without a store, 5 for an unknown key, 9 for a position out of range, 13 or 94 for anything else.
+template <class Record>
+[[nodiscard]] std::shared_ptr<Record> entry_at(const std::shared_ptr<Store<Record>>& store,
+                                               const Variant& key_or_position) {
+  const Store<Record>& list = require_store(store);
+  if (const Text* key = std::get_if<Text>(&key_or_position)) return list.at(*key);
+  if (std::holds_alternative<Empty>(key_or_position)) throw Error(ErrorNumber::kTypeMismatch);
+  return list.at(std::int64_t{to_int32(key_or_position)});
+}
+
+/// Whether `store` exists, the shared connection is open and the store holds an entry.
+template <class Record>
+[[nodiscard]] bool usable(const SharedState& state, const std::shared_ptr<Store<Record>>& store) {
+  return store != nullptr && state.connected() && !store->empty();
+}
+
+/// Whether any entry of `store` is changed; the scan stops at the first.
+template <class Record>
+[[nodiscard]] bool any_changed(const std::shared_ptr<Store<Record>>& store) {
+  if (store == nullptr) return false;
+  for (const auto& entry : *store) {
+    if (entry->changed()) return true;
+  }
+  return false;
+}
+
+/// Whether `store` exists and holds `key`.
+template <class Record>
+[[nodiscard]] bool holds(const std::shared_ptr<Store<Record>>& store, TextView key) {
+  return store != nullptr && store->find(key) != nullptr;
+}
+
+}  // namespace tarnwick
