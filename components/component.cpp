@@ -44,9 +44,9 @@ bool Component::initialized() const { return comp_id_ >= 0 && state_.connection 
 
 bool Component::refresh() {
   return guarded(state_, {u"Component", u"Refresh"}, false, [&](bool& result) {
-    const auto rows = get_recordset(
-        state_, join({kComponentList, u" Where CompID = ", decimal(comp_id_)}),
-        ado::LockType::kOptimistic);
+    const auto rows =
+        get_recordset(state_, join({kComponentList, u" Where CompID = ", decimal(comp_id_)}),
+                      ado::LockType::kOptimistic);
     if (rows == nullptr) return;
     rows->move_first();
     result = refresh_component(state_, rows.get(), this);

@@ -9,9 +9,10 @@
 
 namespace tarnwick {
 
-/// One row of DW_SEC_COMP: an entry in the tree of product components. Read-only to clients; rows are
-/// maintained through the methods. Errors stay inside: methods return their failure value and leave
-/// an account in the error state. Reference-counted, not thread-safe; `state` must outlive it.
+/// One row of DW_SEC_COMP: an entry in the tree of product components. Read-only to clients; rows
+/// are maintained through the methods. Errors stay inside: methods return their failure value and
+/// leave an account in the error state. Reference-counted, not thread-safe; `state` must outlive
+/// it.
 class Component final {
  public:
   /// A new, empty component: comp_id() -1, image_index() 1.
@@ -67,8 +68,8 @@ class Component final {
   /// Gives the row back unwritten. True also when nothing was locked.
   bool release_record();
 
-  /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded. Takes
-  /// the lock itself if none is held. MetaID and AuthorizedRole are not written. A renumbered
+  /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded.
+  /// Takes the lock itself if none is held. MetaID and AuthorizedRole are not written. A renumbered
   /// component is inserted under its new id and its old row deleted. Returns OK_ue; Error_ue;
   /// MissRequiredField_ue for a negative comp_id; RecordChanged_ue (the row stays locked).
   UpdateErrorEnum update();

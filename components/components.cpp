@@ -103,9 +103,8 @@ std::int32_t Components::count() const {
 }
 
 StoreEnumerator<Component> Components::new_enum() const {
-  return StoreEnumerator<Component>(state_.components == nullptr
-                                        ? std::make_shared<Store<Component>>()
-                                        : state_.components);
+  return StoreEnumerator<Component>(
+      state_.components == nullptr ? std::make_shared<Store<Component>>() : state_.components);
 }
 
 }  // namespace tarnwick

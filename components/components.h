@@ -8,9 +8,9 @@
 
 namespace tarnwick {
 
-/// All components, in one list for the whole process. Creating a Components object replaces the list
-/// by an empty one, and the end of any Components object discards it, for all others too: a client
-/// uses the one that Server hands out. Not thread-safe; `state` must outlive it.
+/// All components, in one list for the whole process. Creating a Components object replaces the
+/// list by an empty one, and the end of any Components object discards it, for all others too: a
+/// client uses the one that Server hands out. Not thread-safe; `state` must outlive it.
 class Components final {
  public:
   explicit Components(SharedState& state);
@@ -22,12 +22,12 @@ class Components final {
   [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
 
   /// Reads the table anew, by ascending id. True also when the table cannot be read: the list stays
-  /// as it was, and the account is in the error state. False when the loading stopped (two rows with
-  /// one key); rows that cannot be loaded are left out.
+  /// as it was, and the account is in the error state. False when the loading stopped (two rows
+  /// with one key); rows that cannot be loaded are left out.
   bool refresh();
 
-  /// Makes a component in memory and puts it in the list. Null for a negative id and for one that is
-  /// in the list. Nothing is written before its `update`, which then compares no row version.
+  /// Makes a component in memory and puts it in the list. Null for a negative id and for one that
+  /// is in the list. Nothing is written before its `update`, which then compares no row version.
   std::shared_ptr<Component> add(std::int16_t comp_id, TextView component_name,
                                  std::int16_t parent_id, std::int16_t priority,
                                  std::int16_t image_index, bool force_display,

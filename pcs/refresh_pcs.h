@@ -4,9 +4,9 @@
 
 namespace tarnwick {
 
-/// Loads `pc` from the current row of `rows` and clears its mark of a change. False when a column could
-/// not be read, or an argument is null; the columns before it keep their new values. Recorded as
-/// component General, procedure RefreshPC.
+/// Loads `pc` from the current row of `rows` and clears its mark of a change. False when a column
+/// could not be read, or an argument is null; the columns before it keep their new values. Recorded
+/// as component General, procedure RefreshPC.
 bool refresh_pc(SharedState& state, ado::Recordset* rows, RegisteredPC* pc);
 
 /// Reads the whole register anew into the shared store, in the order of the MAC numbers. True also

@@ -46,9 +46,7 @@ Text RegisteredPC::loaded_key() const {
   return joined_key(loaded_mac_number_, loaded_computer_id_, loaded_comp_id_);
 }
 
-bool RegisteredPC::initialized() const {
-  return key().size() >= 3 && state_.connection != nullptr;
-}
+bool RegisteredPC::initialized() const { return key().size() >= 3 && state_.connection != nullptr; }
 
 bool RegisteredPC::refresh() {
   return guarded(state_, {u"RegisteredPC", u"Refresh"}, false, [&](bool& result) {
@@ -62,9 +60,9 @@ bool RegisteredPC::refresh() {
 
 bool RegisteredPC::lock_record() {
   return guarded(state_, {u"RegisteredPC", u"LockRecord"}, false, [&](bool& result) {
-    result = tarnwick::lock_record(
-        lock_, key(), TableSelector::kPcs,
-        [&](ado::Recordset& row) { return refresh_pc(state_, &row, this); });
+    result = tarnwick::lock_record(lock_, key(), TableSelector::kPcs, [&](ado::Recordset& row) {
+      return refresh_pc(state_, &row, this);
+    });
   });
 }
 
@@ -79,9 +77,8 @@ UpdateErrorEnum RegisteredPC::update() {
     state_.errors.set_message({});
     if (mac_number_.empty() || computer_id_.empty() || comp_id_ < 0) {
       result = MissRequiredField_ue;
-      raise_message(
-          state_,
-          u"No MAC Number, ComputerID or ComponentID provided for updating the PC!");
+      raise_message(state_,
+                    u"No MAC Number, ComputerID or ComponentID provided for updating the PC!");
     }
     const Text current_key = key();
     const Text old_key = loaded_key();
@@ -131,9 +128,9 @@ void RegisteredPC::write_columns(ado::Recordset& row) {
 bool RegisteredPC::remove() {
   if (computer_id_.empty() || mac_number_.empty() || comp_id_ < 0) return true;
   return quietly([&] {
-    const Text statement = join({u"Delete from dbo.DW_Sec_PC Where MACNbr = '", mac_number_,
-                                 u"' and ComputerID = '", computer_id_, u"' and CompID = ",
-                                 decimal(comp_id_)});
+    const Text statement =
+        join({u"Delete from dbo.DW_Sec_PC Where MACNbr = '", mac_number_, u"' and ComputerID = '",
+              computer_id_, u"' and CompID = ", decimal(comp_id_)});
     if (locked()) release_record();
     if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
     state_.connection->execute(statement, ado::kExecuteNoRecords);

@@ -65,8 +65,8 @@ class RegisteredPC final {
   /// The key has at least 3 characters and the shared connection is set.
   [[nodiscard]] bool initialized() const;
 
-  /// Loads the *first row of the table* into this object, whichever PC that is. False when the table
-  /// is empty or cannot be read.
+  /// Loads the *first row of the table* into this object, whichever PC that is. False when the
+  /// table is empty or cannot be read.
   bool refresh();
 
   /// Opens the row for maintenance and reloads the object from it. True when it is (or was) locked.
@@ -75,16 +75,16 @@ class RegisteredPC final {
   /// Gives the row back unwritten. True also when nothing was locked.
   bool release_record();
 
-  /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded; takes
-  /// the lock itself if none is held. A PC whose key changed is written under the new key and its old
-  /// row deleted. A zero date leaves its column as it is. Neither the row version nor the remembered
-  /// key moves on: load the PC anew before the next change. Returns OK_ue; Error_ue;
+  /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded;
+  /// takes the lock itself if none is held. A PC whose key changed is written under the new key and
+  /// its old row deleted. A zero date leaves its column as it is. Neither the row version nor the
+  /// remembered key moves on: load the PC anew before the next change. Returns OK_ue; Error_ue;
   /// MissRequiredField_ue without a MAC number, computer id or comp_id; RecordChanged_ue (the row
   /// stays locked).
   UpdateErrorEnum update();
 
-  /// Deletes the row and takes the entry under this key out of the register. False when either fails;
-  /// nothing is recorded. Does nothing, and returns True, when a part of the key is missing.
+  /// Deletes the row and takes the entry under this key out of the register. False when either
+  /// fails; nothing is recorded. Does nothing, and returns True, when a part of the key is missing.
   bool remove();
 
  private:

@@ -63,7 +63,6 @@ std::int32_t RegisteredPCs::count() const {
 }
 
 StoreEnumerator<RegisteredPC> RegisteredPCs::new_enum() const {
-  require_store(state_.registered_pcs);
   return StoreEnumerator<RegisteredPC>(state_.registered_pcs);
 }
 

@@ -30,7 +30,8 @@ struct NewRegisteredPC {
 
 /// The register of all PCs, in one store for the whole process. Creating a RegisteredPCs object
 /// replaces the store by an empty one, and the end of any RegisteredPCs object drops it, for all
-/// others too: a client uses the one that Server hands out. Not thread-safe; `state` must outlive it.
+/// others too: a client uses the one that Server hands out. Not thread-safe; `state` must outlive
+/// it.
 class RegisteredPCs final {
  public:
   explicit RegisteredPCs(SharedState& state);
@@ -48,14 +49,15 @@ class RegisteredPCs final {
   /// written before its `update`, which then compares no row version.
   std::shared_ptr<RegisteredPC> add(const NewRegisteredPC& values);
 
-  /// Puts `pc` in the store under its key. False when the key is there already (the message says so),
-  /// or for null (error 91).
+  /// Puts `pc` in the store under its key. False when the key is there already (the message says
+  /// so), or for null (error 91).
   bool add_pc_object(const std::shared_ptr<RegisteredPC>& pc);
 
   /// Whether the store holds this key, in any letter case.
   [[nodiscard]] bool exists(TextView reg_pc) const;
 
-  // These three pass straight to the store, and their errors to the client: error 91 without a store.
+  // These three pass straight to the store, and their errors to the client: error 91 without a
+  // store.
 
   /// The entry under a key or at a position from 1. Throws Error 5 for an unknown key, 9 for a
   /// position out of range, 13 for a value that is neither.

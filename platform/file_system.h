@@ -7,8 +7,9 @@
 namespace tarnwick::platform {
 
 /// The file-system object: path rules and existence tests of the automation scripting run-time.
-/// Separators are those of the system ("/" on Linux, "/" and "\" on Windows). A path that the system
-/// cannot express (an embedded NUL, an unpaired surrogate) names nothing: the tests say False.
+/// Separators are those of the system ("/" on Linux, "/" and "\" on Windows). A path that the
+/// system cannot express (an embedded NUL, an unpaired surrogate) names nothing: the tests say
+/// False.
 class FileSystemObject {
  public:
   /// A file, not a folder.

@@ -20,8 +20,8 @@ struct WhenLocked {
   [[nodiscard]] static std::optional<WhenLocked> parse(std::string_view text);
 };
 
-/// Answers at once by a WhenLocked, with a line in the log. After N Retry answers in a row comes one
-/// Cancel, and the count begins anew.
+/// Answers at once by a WhenLocked, with a line in the log. After N Retry answers in a row comes
+/// one Cancel, and the count begins anew.
 class UnattendedMessageBox final : public MessageBox {
  public:
   using Log = std::function<void(TextView)>;

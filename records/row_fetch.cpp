@@ -42,11 +42,10 @@ Text pc_statement(SharedState& state, TextView key) {
   const std::vector<TextView> parts = split(key, kKeySeparator);
   if (parts.size() < 3) {
     // The figure is the highest index, one less than the number of fields; an empty key has none.
-    const std::int64_t highest =
-        key.empty() ? -1 : static_cast<std::int64_t>(parts.size()) - 1;
-    raise_message(state, join({u"There were only '", decimal(highest),
-                               u"' fields passed in for the computer ID '", key,
-                               u"', unable to process!"}));
+    const std::int64_t highest = key.empty() ? -1 : static_cast<std::int64_t>(parts.size()) - 1;
+    raise_message(
+        state, join({u"There were only '", decimal(highest),
+                     u"' fields passed in for the computer ID '", key, u"', unable to process!"}));
   }
   return join({u"Select * From DW_SEC_PC Where MACNbr = '", parts[0], u"' And ComputerID = '",
                parts[1], u"' And CompID = ", id_text(parts[2])});
@@ -89,8 +88,7 @@ class RowFetch {
         return FetchOutcome::kFound;
       }
       if (known_missing) {
-        state_.errors.set_message(
-            join({u"No Record found for ID: ", key_, u" SQL=", statement_}));
+        state_.errors.set_message(join({u"No Record found for ID: ", key_, u" SQL=", statement_}));
         return FetchOutcome::kMissing;
       }
       // No row to be seen: it is missing, or another process has it and the lock was not to be had.
@@ -163,8 +161,8 @@ class RowFetch {
 
   void stamp() {
     recordset_->move_first();
-    recordset_->field(u"SoftLock").set_value(join(
-        {local_computer_name(state_.host), u" - ", to_text(state_.host.now())}));
+    recordset_->field(u"SoftLock")
+        .set_value(join({local_computer_name(state_.host), u" - ", to_text(state_.host.now())}));
     recordset_->update();
   }
 
@@ -188,16 +186,18 @@ FetchedRow update_read(SharedState& state, TextView key, TableSelector table) {
 }
 
 bool update_write(SharedState& state, ado::Recordset& row) {
-  return guarded(state, {u"General", u"UpdateWrite"}, false, [&](bool& result) {
-    row.field(u"SoftLock").set_value(Text());
-    row.update();
-    result = true;
-  }) && [&] {
-    const auto connection = row.active_connection();
-    if (quietly([&] { connection->commit_trans(); })) return true;
-    quietly([&] { connection->rollback_trans(); });
-    raise_message(state, u"Unable to update, record is locked!");
-  }();
+  return guarded(state, {u"General", u"UpdateWrite"}, false,
+                 [&](bool& result) {
+                   row.field(u"SoftLock").set_value(Text());
+                   row.update();
+                   result = true;
+                 }) &&
+         [&] {
+           const auto connection = row.active_connection();
+           if (quietly([&] { connection->commit_trans(); })) return true;
+           quietly([&] { connection->rollback_trans(); });
+           raise_message(state, u"Unable to update, record is locked!");
+         }();
 }
 
 bool update_release(ado::Recordset& row) {

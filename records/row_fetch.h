@@ -27,21 +27,21 @@ struct FetchedRow {
   FetchOutcome outcome = FetchOutcome::kFailed;
 };
 
-/// UpdateRead: opens the row `key` for maintenance inside a transaction and stamps its SoftLock with
-/// the computer's name and the time. Keys: a component's id in decimal; a report's name; a PC's MAC
-/// number, computer id and component id joined by kKeySeparator. Asks Retry or Cancel when another
-/// process has the row. A missing row leaves "No Record found for ID: ..." in the error state; errors
-/// are recorded there as component General, procedure UpdateRead. The transaction has no owner until
-/// a RecordLock takes it.
+/// UpdateRead: opens the row `key` for maintenance inside a transaction and stamps its SoftLock
+/// with the computer's name and the time. Keys: a component's id in decimal; a report's name; a
+/// PC's MAC number, computer id and component id joined by kKeySeparator. Asks Retry or Cancel when
+/// another process has the row. A missing row leaves "No Record found for ID: ..." in the error
+/// state; errors are recorded there as component General, procedure UpdateRead. The transaction has
+/// no owner until a RecordLock takes it.
 [[nodiscard]] FetchedRow update_read(SharedState& state, TextView key, TableSelector table);
 
-/// UpdateWrite: clears SoftLock, writes the row and commits. False when the row could not be written
-/// (recorded as procedure UpdateWrite). A commit that is refused is rolled back and raised as error
-/// -2147221504 with the message "Unable to update, record is locked!".
+/// UpdateWrite: clears SoftLock, writes the row and commits. False when the row could not be
+/// written (recorded as procedure UpdateWrite). A commit that is refused is rolled back and raised
+/// as error -2147221504 with the message "Unable to update, record is locked!".
 [[nodiscard]] bool update_write(SharedState& state, ado::Recordset& row);
 
-/// UpdateRelease: rolls back, which takes the stamp back too. Always True; throws what the roll-back
-/// throws.
+/// UpdateRelease: rolls back, which takes the stamp back too. Always True; throws what the
+/// roll-back throws.
 bool update_release(ado::Recordset& row);
 
 }  // namespace tarnwick

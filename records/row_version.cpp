@@ -9,7 +9,8 @@ constexpr TextView kDigits = u"0123456789ABCDEF";
 
 Text hexadecimal(char16_t code) {
   Text digits;
-  for (unsigned rest = code; rest != 0; rest >>= 4) digits.insert(digits.begin(), kDigits[rest & 15]);
+  for (unsigned rest = code; rest != 0; rest >>= 4)
+    digits.insert(digits.begin(), kDigits[rest & 15]);
   return digits;
 }
 

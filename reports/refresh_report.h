@@ -4,9 +4,9 @@
 
 namespace tarnwick {
 
-/// Loads `report` from the current row of `rows` and clears its mark of a change. False when a column
-/// could not be read, or an argument is null; the columns before it keep their new values. Recorded as
-/// component General, procedure RefreshReport.
+/// Loads `report` from the current row of `rows` and clears its mark of a change. False when a
+/// column could not be read, or an argument is null; the columns before it keep their new values.
+/// Recorded as component General, procedure RefreshReport.
 bool refresh_report(SharedState& state, Report* report, ado::Recordset* rows);
 
 }  // namespace tarnwick

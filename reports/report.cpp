@@ -22,8 +22,7 @@ platform::FileSystemObject create_file_system_object(SharedState& state) {
 }
 
 // The folder that `path` names a file in.
-Text require_folder_of(SharedState& state, const platform::FileSystemObject& files,
-                       TextView path) {
+Text require_folder_of(SharedState& state, const platform::FileSystemObject& files, TextView path) {
   Text folder = files.get_parent_folder_name(path);
   if (!files.folder_exists(folder)) {
     raise_message(state, join({u"The Path '", folder, u"' doesn't exist!"}));
@@ -49,8 +48,7 @@ ReportTypesEnum Report::get_report_type_from_string(TextView data) const {
 bool Report::remove() {
   if (name_.empty()) return true;
   return quietly([&] {
-    const Text statement =
-        join({u"Delete from dbo.DW_Reports Where ReportName = '", name_, u"'"});
+    const Text statement = join({u"Delete from dbo.DW_Reports Where ReportName = '", name_, u"'"});
     if (locked()) release_record();
     if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
     state_.report_row.reset();
@@ -72,9 +70,9 @@ bool Report::refresh() {
 
 bool Report::lock_record() {
   return guarded(state_, {u"Report", u"LockRecord"}, false, [&](bool& result) {
-    result = tarnwick::lock_record(
-        lock_, name_, TableSelector::kReports,
-        [&](ado::Recordset& row) { return refresh_report(state_, this, &row); });
+    result = tarnwick::lock_record(lock_, name_, TableSelector::kReports, [&](ado::Recordset& row) {
+      return refresh_report(state_, this, &row);
+    });
   });
 }
 
@@ -93,8 +91,8 @@ UpdateErrorEnum Report::update(TextView full_report_name) {
     }
     if (!full_report_name.empty() && !files.file_exists(full_report_name)) {
       result = MissReportFile_ue;
-      raise_message(state_, join({u"Unable to read '", full_report_name,
-                                  u"' from disk. Unable to update!"}));
+      raise_message(
+          state_, join({u"Unable to read '", full_report_name, u"' from disk. Unable to update!"}));
     }
     state_.report_row.reset();
     const Text refused =
@@ -172,8 +170,8 @@ bool Report::extract_report(TextView full_path_name) {
     if (full_path_name.empty()) return;
     require_folder_of(state_, files, full_path_name);
     if (!check_report_rs(state_, name_)) {
-      raise_message(state_, join({u"Unable to find the report '", name_,
-                                  u"' in the DW_REPORTS table!"}));
+      raise_message(state_,
+                    join({u"Unable to find the report '", name_, u"' in the DW_REPORTS table!"}));
     }
     const ado::Field file = state_.report_row->field(u"Report_Binary");
     if (file.is_null()) {

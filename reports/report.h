@@ -9,9 +9,9 @@
 
 namespace tarnwick {
 
-/// One row of DW_Reports: a report of the catalog, with its field definitions (ttx) and, in the table
-/// only, its report file. Errors stay inside: methods return their failure value and leave an account
-/// in the error state. Reference-counted, not thread-safe; `state` must outlive it.
+/// One row of DW_Reports: a report of the catalog, with its field definitions (ttx) and, in the
+/// table only, its report file. Errors stay inside: methods return their failure value and leave an
+/// account in the error state. Reference-counted, not thread-safe; `state` must outlive it.
 class Report final {
  public:
   explicit Report(SharedState& state);
@@ -21,8 +21,8 @@ class Report final {
   [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
   [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
 
-  /// Deletes the row and takes the entry under this name out of the catalog. False when either fails;
-  /// nothing is recorded. Does nothing, and returns True, without a name.
+  /// Deletes the row and takes the entry under this name out of the catalog. False when either
+  /// fails; nothing is recorded. Does nothing, and returns True, without a name.
   bool remove();
 
   /// Always False: the statement filters behind its ordering clause, which no database accepts; the
@@ -42,16 +42,17 @@ class Report final {
   /// Set by setters that change a value, cleared by a load and by a successful update.
   [[nodiscard]] bool changed() const { return changed_; }
 
-  /// Writes the report to its row, or inserts it, if nobody changed the row since it was loaded; takes
-  /// the lock itself if none is held. `full_report_name`: a file that is stored whole as the report
-  /// file; without it the stored one stays. An empty ttx leaves the stored one. A created date of 0
-  /// becomes the present, an empty version "1.0.0". A report that was renamed (letter case aside) is
-  /// written under its new name and its old row deleted. Returns OK_ue; Error_ue;
-  /// MissRequiredField_ue without a name; MissReportFile_ue; RecordChanged_ue (the row stays locked).
+  /// Writes the report to its row, or inserts it, if nobody changed the row since it was loaded;
+  /// takes the lock itself if none is held. `full_report_name`: a file that is stored whole as the
+  /// report file; without it the stored one stays. An empty ttx leaves the stored one. A created
+  /// date of 0 becomes the present, an empty version "1.0.0". A report that was renamed (letter
+  /// case aside) is written under its new name and its old row deleted. Returns OK_ue; Error_ue;
+  /// MissRequiredField_ue without a name; MissReportFile_ue; RecordChanged_ue (the row stays
+  /// locked).
   UpdateErrorEnum update(TextView full_report_name = {});
 
-  /// Takes the file as ttx, every byte one character (ISO-8859-1). Does not mark the report changed.
-  /// False, without a message, for an empty path.
+  /// Takes the file as ttx, every byte one character (ISO-8859-1). Does not mark the report
+  /// changed. False, without a message, for an empty path.
   bool import_ttx(TextView full_path_name);
 
   /// Writes ttx as ISO-8859-1 to the file of this folder and base name with the extension ".ttx",

@@ -27,9 +27,9 @@ struct NewReport {
   TextView definition;
 };
 
-/// The catalog of all reports, in one list for the whole process. Creating a Reports object replaces
-/// the list by an empty one, and the end of any Reports object discards it, for all others too: a
-/// client uses the one that Server hands out. Not thread-safe; `state` must outlive it.
+/// The catalog of all reports, in one list for the whole process. Creating a Reports object
+/// replaces the list by an empty one, and the end of any Reports object discards it, for all others
+/// too: a client uses the one that Server hands out. Not thread-safe; `state` must outlive it.
 class Reports final {
  public:
   explicit Reports(SharedState& state);
@@ -48,17 +48,17 @@ class Reports final {
   [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
   [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
 
-  /// Puts `report` in the list under its name. False when the name is there already (the message says
-  /// so), or for null (error 91).
+  /// Puts `report` in the list under its name. False when the name is there already (the message
+  /// says so), or for null (error 91).
   bool add_report_object(const std::shared_ptr<Report>& report);
 
-  /// Reads the table anew, by name. True also when the table cannot be read: the list stays as it was,
-  /// and the account is in the error state. False when the loading stopped (a null name, two names
-  /// that differ only in case); the reports before stay.
+  /// Reads the table anew, by name. True also when the table cannot be read: the list stays as it
+  /// was, and the account is in the error state. False when the loading stopped (a null name, two
+  /// names that differ only in case); the reports before stay.
   bool refresh();
 
-  /// Makes a report in memory and puts it in the list. Null without a name and for a name that is in
-  /// the list. Nothing is written before its `update`, which then compares no row version.
+  /// Makes a report in memory and puts it in the list. Null without a name and for a name that is
+  /// in the list. Nothing is written before its `update`, which then compares no row version.
   std::shared_ptr<Report> add(const NewReport& values);
 
   /// The entry under a name or at a position from 1; null where there is none.

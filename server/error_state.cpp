@@ -10,10 +10,10 @@ void ErrorState::record(const Procedure& procedure, const Error& error, TextView
   // The first error number sticks: a client sees what went wrong first, the message tells the rest.
   if (number_ == 0) number_ = error.number();
   // "Proceedure" is how clients know the word.
-  message_ = join({message_, kCrLf, u"Error in Component: '", procedure.component,
-                   u"', Proceedure: '", procedure.name, u"'.", kCrLf, extra_lines,
-                   u"Error #:    \t", decimal(error.number()), kCrLf, u"Description:\t",
-                   error.description()});
+  message_ =
+      join({message_, kCrLf, u"Error in Component: '", procedure.component, u"', Proceedure: '",
+            procedure.name, u"'.", kCrLf, extra_lines, u"Error #:    \t", decimal(error.number()),
+            kCrLf, u"Description:\t", error.description()});
 }
 
 }  // namespace tarnwick

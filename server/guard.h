@@ -13,8 +13,8 @@ void handle_error(SharedState& state, const Procedure& procedure, TextView extra
 [[noreturn]] void raise_message(SharedState& state, Text message);
 
 /// The one handler around every procedure that records its errors: runs `body(result)`, with
-/// `result` at first `failure`; an error is recorded and ends the body, and `result` keeps the value
-/// that it had.
+/// `result` at first `failure`; an error is recorded and ends the body, and `result` keeps the
+/// value that it had.
 template <class Result, class Body>
 Result guarded(SharedState& state, const Procedure& procedure, Result failure, Body&& body) {
   Result result = std::move(failure);

@@ -10,10 +10,10 @@
 
 namespace tarnwick {
 
-/// The root object of the security object model, the one that a client creates first: owns the three
-/// collections, opens the connection that all objects of the process use, and loads the collections.
-/// The connection lives as long as a Server lives. Errors stay inside: methods return False and leave
-/// an account in the error state. Not thread-safe; `state` must outlive it.
+/// The root object of the security object model, the one that a client creates first: owns the
+/// three collections, opens the connection that all objects of the process use, and loads the
+/// collections. The connection lives as long as a Server lives. Errors stay inside: methods return
+/// False and leave an account in the error state. Not thread-safe; `state` must outlive it.
 class Server final {
  public:
   explicit Server(SharedState& state);
@@ -33,9 +33,9 @@ class Server final {
   [[nodiscard]] std::shared_ptr<Components> components();
 
   /// Opens the connection of the process anew, for all its objects, enters the application role and
-  /// sets the lock time-out to 5,000 ms. An empty `connect_string` does nothing and returns True. Role
-  /// and password go into the statement as they stand: a quote in them makes it malformed. After a
-  /// failure the connection is in the state that the failed step left it in.
+  /// sets the lock time-out to 5,000 ms. An empty `connect_string` does nothing and returns True.
+  /// Role and password go into the statement as they stand: a quote in them makes it malformed.
+  /// After a failure the connection is in the state that the failed step left it in.
   bool set_connection(TextView connect_string, TextView app_role, TextView app_password);
 
   /// Loads the components, the PCs and the reports, in this order; stops at the first that fails.

@@ -7,13 +7,20 @@
 
 namespace tarnwick {
 
-/// Walks the entries of a store in order; what clients' for-each loops run on. Keeps the list that it
-/// began with, also when a reload replaces it.
+/// The store, or error 91 where no collection object of its class lives.
+template <class Record>
+[[nodiscard]] Store<Record>& require_store(const std::shared_ptr<Store<Record>>& store) {
+  if (store == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+  return *store;
+}
+
+/// Walks the entries of a store in order; what clients' for-each loops run on. Keeps the list that
+/// it began with, also when a reload replaces it. Error 91 without a store.
 template <class Record>
 class StoreEnumerator {
  public:
-  explicit StoreEnumerator(std::shared_ptr<const Store<Record>> store)
-      : store_(std::move(store)), walk_(store_->walk()) {}
+  explicit StoreEnumerator(std::shared_ptr<Store<Record>> store)
+      : store_(std::move(store)), walk_(require_store(store_).walk()) {}
 
   /// The next entry, or null at the end.
   [[nodiscard]] std::shared_ptr<Record> next() {
@@ -23,19 +30,13 @@ class StoreEnumerator {
   void reset() { walk_ = store_->walk(); }
 
  private:
-  std::shared_ptr<const Store<Record>> store_;
+  std::shared_ptr<Store<Record>> store_;
   typename Store<Record>::Walk walk_;
 };
 
-/// The store, or error 91 where no collection object of its class lives.
-template <class Record>
-[[nodiscard]] Store<Record>& require_store(const std::shared_ptr<Store<Record>>& store) {
-  if (store == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-  return *store;
-}
-
 /// The entry under a key (any text, "3" too) or at a position from 1 (any number). Errors: 91
-/// without a store, 5 for an unknown key, 9 for a position out of range, 13 or 94 for anything else.
+/// without a store, 5 for an unknown key, 9 for a position out of range, 13 or 94 for anything
+/// else.
 template <class Record>
 [[nodiscard]] std::shared_ptr<Record> entry_at(const std::shared_ptr<Store<Record>>& store,
                                                const Variant& key_or_position) {
