@@ -1,0 +1,74 @@
+# shellcheck shell=bash
+# What the commands of this repository share. Sourced, never run; the caller has set
+# `set -euo pipefail` and stands in the repository's root.
+
+say() { printf '\n== %s\n' "$*"; }
+
+fail() {
+  printf '%s: %s\n' "${0##*/}" "$1" >&2
+  exit "${2:-1}"
+}
+
+# The packages that the given list files name, one per line.
+listed_packages() { sed -e 's/#.*//' -e 's/[[:space:]]//g' -e '/^$/d' "$@"; }
+
+# Those of the given packages that are not installed.
+missing_packages() {
+  # dpkg-query fails as soon as one name is unknown to it, which is an answer here.
+  local installed
+  installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null |
+    sed -n 's/^installed //p' || true)
+  local package
+  for package in "$@"; do
+    grep -qxF -e "$package" <<<"$installed" || printf '%s\n' "$package"
+  done
+}
+
+# Installs what the given list files name and this machine lacks.
+install_packages() {
+  local packages missing
+  mapfile -t packages < <(listed_packages "$@")
+  command -v dpkg-query >/dev/null ||
+    fail "this is not a Debian system; install what answers to: ${packages[*]}"
+  mapfile -t missing < <(missing_packages "${packages[@]}")
+  ((${#missing[@]})) || return 0
+
+  local as_root
+  if ((EUID == 0)); then
+    as_root=(env)
+  elif command -v sudo >/dev/null && { sudo -n true 2>/dev/null || [[ -t 0 ]]; }; then
+    as_root=(sudo env)
+  else
+    fail "neither root nor sudo here; have these packages installed: ${missing[*]}"
+  fi
+
+  say "Installing ${missing[*]}"
+  local apt=("${as_root[@]}" DEBIAN_FRONTEND=noninteractive apt-get -qq
+    -o DPkg::Lock::Timeout=300 -o Acquire::Retries=3)
+  "${apt[@]}" update || true # an old package list may still do; the installation decides
+  "${apt[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null ||
+    fail "the installation failed; these packages are needed: ${missing[*]}"
+}
+
+# configure FOLDER [CMAKE-OPTION...]
+configure() {
+  local folder=$1
+  shift
+  local launcher=
+  ! command -v ccache >/dev/null || launcher=ccache
+  cmake -S . -B "$folder" -G Ninja --log-level=WARNING \
+    -DCMAKE_C_COMPILER_LAUNCHER="$launcher" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" "$@"
+}
+
+# build FOLDER [TARGET...]
+build() {
+  local folder=$1
+  shift
+  cmake --build "$folder" --parallel "$(nproc)" ${1+--target "$@"}
+}
+
+# Every C++ source and header of the repository, each ended by a NUL.
+sources() {
+  find . \( -path ./build -o -path ./var -o -path ./.git \) -prune -o \
+    -type f \( -name '*.cpp' -o -name '*.h' \) -print0
+}
