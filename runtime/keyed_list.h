@@ -98,7 +98,8 @@ class KeyedList {
  private:
   void remove_slot(std::size_t slot) {
     const bool many_dead = index_.remove(slot);
-    const T removed = std::exchange(values_[slot], T{});  // dies last: its end may look at the list
+    // Dies last: its end may look at this list.
+    [[maybe_unused]] const T removed = std::exchange(values_[slot], T{});
     if (many_dead) compact();
   }
 

@@ -1,0 +1,62 @@
+#include "platform/terminal_message_box.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace tarnwick::platform {
+namespace {
+
+struct Asked {
+  Answer answer;
+  std::string output;
+};
+
+Asked ask(const std::string& typed) {
+  std::istringstream input(typed);
+  std::ostringstream output;
+  TerminalMessageBox box(input, output);
+  const Answer answer = box.retry_or_cancel(u"The record is locked!", u"Locked");
+  return {answer, output.str()};
+}
+
+TEST(TerminalMessageBox, PrintsTitleTextAndQuestion) {
+  EXPECT_EQ(ask("r\n").output, "Locked: The record is locked!\nRetry or cancel? [r/c] ");
+}
+
+TEST(TerminalMessageBox, TakesTheLetterOrTheWordInAnyCase) {
+  for (const char* typed : {"r\n", "R\n", "retry\n", "ReTry\n", " r \n", "r\r\n", "r"}) {
+    EXPECT_EQ(ask(typed).answer, Answer::kRetry) << typed;
+  }
+  for (const char* typed : {"c\n", "C\n", "cancel\n", "CANCEL\n", "c"}) {
+    EXPECT_EQ(ask(typed).answer, Answer::kCancel) << typed;
+  }
+}
+
+TEST(TerminalMessageBox, AsksAgainAfterAnythingElse) {
+  const Asked asked = ask("\nmaybe\nret\nr\nc\n");
+  EXPECT_EQ(asked.answer, Answer::kRetry);
+  EXPECT_EQ(asked.output,
+            "Locked: The record is locked!\n"
+            "Retry or cancel? [r/c] Retry or cancel? [r/c] "
+            "Retry or cancel? [r/c] Retry or cancel? [r/c] ");
+}
+
+TEST(TerminalMessageBox, TakesTheEndOfInputAsCancel) {
+  EXPECT_EQ(ask("").answer, Answer::kCancel);
+  EXPECT_EQ(ask("maybe\n").answer, Answer::kCancel);
+}
+
+TEST(TerminalMessageBox, InformsWithoutWaiting) {
+  std::istringstream input("r\n");
+  std::ostringstream output;
+  TerminalMessageBox box(input, output);
+  box.inform(u"Gr\u00FC\u00DFe \xD800", u"Tarnwick");
+  box.inform(u"no title", u"");
+  EXPECT_EQ(output.str(), "Tarnwick: Gr\u00FC\u00DFe \uFFFD\nno title\n");
+  EXPECT_EQ(input.get(), 'r');
+}
+
+}  // namespace
+}  // namespace tarnwick::platform
