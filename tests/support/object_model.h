@@ -1,0 +1,156 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ado/trace.h"
+#include "engines/sqlite/engine.h"
+#include "platform/host.h"
+#include "server/server.h"
+#include "server/shared_state.h"
+#include "tests/support/plain_sqlite.h"
+#include "tests/support/temporary_folder.h"
+
+namespace tarnwick::test_support {
+
+/// The message boxes with their answers prepared. A question without one fails the test and is
+/// answered by Cancel.
+class ScriptedMessageBox final : public platform::MessageBox {
+ public:
+  struct Box {
+    Text text;
+    Text title;
+    friend bool operator==(const Box&, const Box&) = default;
+  };
+
+  /// The next unanswered question gets `answer`; `while_open` runs before.
+  void will_answer(platform::Answer answer, std::function<void()> while_open = {});
+
+  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title) override;
+  void inform(TextView text, TextView title) override;
+
+  std::vector<Box> questions;
+  std::vector<Box> notices;
+
+ private:
+  struct Prepared {
+    platform::Answer answer;
+    std::function<void()> while_open;
+  };
+  std::deque<Prepared> prepared_;
+};
+
+/// What the question of a locked row says.
+[[nodiscard]] ScriptedMessageBox::Box locked_box();
+
+/// An operating system to order: public members are what it answers.
+class ScriptedHost final : public platform::Host {
+ public:
+  /// 24 December 2023, 18:05:09.
+  static constexpr Date kNow{45284.0 + 65109.0 / 86400.0};
+  static constexpr TextView kNowText = u"12/24/2023 6:05:09 PM";
+
+  explicit ScriptedHost(std::filesystem::path folder) : payload_folder(std::move(folder)) {}
+
+  bool computer_name(std::span<char16_t> buffer) override;
+  [[nodiscard]] std::optional<Text> module_file_name() override { return module; }
+  [[nodiscard]] std::filesystem::path folder() override { return payload_folder; }
+  [[nodiscard]] Date now() override { return time; }
+  [[nodiscard]] platform::MessageBox& message_box() override { return box; }
+  void stop_in_debugger() override { ++debugger_stops; }
+
+  /// Written with a NUL behind it where it fits; nothing: the system fails.
+  std::optional<Text> name = u"DESK-1";
+  std::optional<Text> module;
+  std::filesystem::path payload_folder;
+  Date time = kNow;
+  ScriptedMessageBox box;
+  int debugger_stops = 0;
+};
+
+/// Keeps the lines of the trace.
+class RecordingTrace final : public ado::Trace {
+ public:
+  void line(TextView text) override;
+
+  /// The lines since the last call.
+  [[nodiscard]] std::vector<Text> take();
+
+  /// Called before every statement and transaction step, with its line; may be empty.
+  std::function<void(TextView)> before_step;
+
+ private:
+  std::vector<Text> lines_;
+};
+
+/// A fresh embedded database Velmar_Sec in a folder of its own: the three tables without rows and
+/// one application role.
+class EmbeddedDatabase {
+ public:
+  static constexpr TextView kRole = u"Maintainer";
+  static constexpr TextView kPassword = u"sesame";
+
+  EmbeddedDatabase();
+
+  [[nodiscard]] const std::filesystem::path& folder() const { return folder_.path(); }
+  [[nodiscard]] std::filesystem::path file() const { return folder_.path() / "Velmar_Sec.db"; }
+  [[nodiscard]] Text connection_string() const;
+
+  /// A program that knows nothing of ours.
+  [[nodiscard]] PlainSqlite open_plainly() const { return PlainSqlite(file()); }
+  /// Runs `sql` as such a program and returns its rows.
+  PlainSqlite::Rows run(const std::string& sql) const { return open_plainly().run(sql); }
+  /// The first value of the first row.
+  [[nodiscard]] std::string value(const std::string& sql) const;
+
+ private:
+  TemporaryFolder folder_;
+};
+
+/// A server process: its own shared state with one Server in it. Several on one database are as
+/// good as several processes, as row locks belong to sessions.
+class ServerProcess {
+ public:
+  explicit ServerProcess(const EmbeddedDatabase& database);
+
+  /// Connects to the database in its role, and waits for no lock from then on. False, and a failed
+  /// test, when that does not work.
+  bool connect();
+
+  /// Milliseconds. Loading a collection sets it to 2,000 again.
+  void set_lock_timeout(std::int32_t milliseconds);
+
+  [[nodiscard]] const Text& message() const { return state.errors.message(); }
+  [[nodiscard]] std::int32_t number() const { return state.errors.number(); }
+  /// The lines of the trace since the last call.
+  [[nodiscard]] std::vector<Text> trace() { return recorder.take(); }
+
+ private:
+  const EmbeddedDatabase& database_;
+  TemporaryFolder payload_folder_;
+  sqlite::SqliteEngine engine_;
+
+ public:
+  ScriptedHost host;
+  RecordingTrace recorder;
+  SharedState state;
+  std::unique_ptr<Server> server;
+};
+
+/// What a handler appends to the message.
+[[nodiscard]] Text account(TextView component, TextView procedure, std::int32_t number,
+                           TextView description);
+
+/// The number of errors that the object model raises by itself.
+inline constexpr std::int32_t kRaised = -2147221504;
+
+/// A pending message and the account of its being raised.
+[[nodiscard]] Text raised(TextView message, TextView component, TextView procedure);
+
+}  // namespace tarnwick::test_support
