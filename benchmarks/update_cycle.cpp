@@ -1,0 +1,113 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+#include "benchmarks/bench_host.h"
+#include "benchmarks/dataset.h"
+#include "benchmarks/jobs.h"
+#include "benchmarks/sqlite_floor.h"
+
+namespace tarnwick::benchmarks {
+namespace {
+
+constexpr int kPcs = 10'000;
+constexpr int kCycles = 300;
+
+// A row lock as anybody would write it: a byte range of a file beside the database.
+class FileLock {
+ public:
+  explicit FileLock(const std::filesystem::path& file)
+      : descriptor_(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+    if (descriptor_ < 0) throw std::runtime_error("the lock file cannot be opened");
+  }
+  ~FileLock() { close(descriptor_); }
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+
+  void lock(off_t row) { set(row, F_WRLCK); }
+  void unlock(off_t row) { set(row, F_UNLCK); }
+
+ private:
+  void set(off_t row, short type) {
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = row;
+    range.l_len = 1;
+    if (fcntl(descriptor_, F_OFD_SETLK, &range) != 0) throw std::runtime_error("locked");
+  }
+
+  int descriptor_;
+};
+
+void update_by_hand(benchmark::State& state, const std::filesystem::path& folder) {
+  const Database database = open_database(database_file(folder));
+  FileLock locks(folder / "floor.lock");
+  const Statement select = prepare(
+      database.get(), "SELECT * FROM DW_SEC_PC WHERE MACNbr = ? AND ComputerID = ? AND CompID = ?");
+  const Statement update = prepare(
+      database.get(),
+      "UPDATE DW_SEC_PC SET MaintType = ?, ActiveStatus = ?, ImageIndex = ?, LastUser = ?, "
+      "LastLogin = ?, TotalLogins = ?, SoftLock = '' WHERE MACNbr = ? AND ComputerID = ? AND "
+      "CompID = ?");
+  const Statement keys =
+      prepare(database.get(), "SELECT MACNbr, ComputerID, CompID, RowVersion FROM DW_SEC_PC");
+  off_t row = 0;
+  const auto bind_key = [&](const Statement& statement, int first) {
+    sqlite3_bind_value(statement.get(), first, sqlite3_column_value(keys.get(), 0));
+    sqlite3_bind_value(statement.get(), first + 1, sqlite3_column_value(keys.get(), 1));
+    sqlite3_bind_value(statement.get(), first + 2, sqlite3_column_value(keys.get(), 2));
+  };
+  for (auto _ : state) {
+    step(keys.get());
+    locks.lock(++row);
+    bind_key(select, 1);
+    step(select.get());
+    const Text version = hex_column(select.get(), 14);
+    if (version != hex_column(keys.get(), 3)) {
+      state.SkipWithError("the row changed");
+      return;
+    }
+    for (int column = 0; column < 6; ++column) {
+      sqlite3_bind_value(update.get(), column + 1, sqlite3_column_value(select.get(), column + 3));
+    }
+    bind_key(update, 7);
+    sqlite3_reset(select.get());
+    execute(database.get(), "BEGIN IMMEDIATE");
+    step(update.get());
+    sqlite3_reset(update.get());
+    execute(database.get(), "COMMIT");
+    locks.unlock(row);
+  }
+}
+
+void update_by_server(benchmark::State& state, const std::filesystem::path& folder) {
+  BenchHost host(folder);
+  const auto pcs = host.server().registered_pcs();
+  if (!pcs->refresh()) throw std::runtime_error("the load failed");
+  std::int64_t position = 0;
+  for (auto _ : state) {
+    const auto pc = pcs->item(static_cast<std::int32_t>(++position));
+    pc->set_total_logins(pc->total_logins() + 1);
+    if (pc->update() != OK_ue) {
+      state.SkipWithError("an update failed");
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<Row> measure_update_cycle(const std::filesystem::path& scratch) {
+  const auto folder = scratch / "update";
+  make_dataset(folder, {.pcs = kPcs});
+  return compare({{.name = "one lock, compare, write, commit",
+                   .ours = [=](benchmark::State& state) { update_by_server(state, folder); },
+                   .floor = [=](benchmark::State& state) { update_by_hand(state, folder); },
+                   .iterations = kCycles,
+                   .runs = 5,
+                   .time_bar = 1.3}});
+}
+
+}  // namespace tarnwick::benchmarks
