@@ -1,0 +1,114 @@
+#include "automation/model.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "automation/classes.h"
+#include "runtime/case_mapping.h"
+#include "runtime/error.h"
+#include "server/enums.h"
+
+namespace tarnwick::automation {
+namespace {
+
+using Classes = std::array<Class, kClassCount>;
+
+const Classes& classes() {
+  static const Classes all{make_server_class(),        make_components_class(),
+                           make_component_class(),     make_registered_pcs_class(),
+                           make_registered_pc_class(), make_reports_class(),
+                           make_report_class()};
+  return all;
+}
+
+constexpr std::array kUpdateErrors{
+    Enumerand{"OK_ue", OK_ue},
+    Enumerand{"Error_ue", Error_ue},
+    Enumerand{"MissRequiredField_ue", MissRequiredField_ue},
+    Enumerand{"MissReportFile_ue", MissReportFile_ue},
+    Enumerand{"Locked_ue", Locked_ue},
+    Enumerand{"RecordChanged_ue", RecordChanged_ue},
+};
+constexpr std::array kMaintTypes{
+    Enumerand{"NotDefined_mt", NotDefined_mt},
+    Enumerand{"ServerReg_mt", ServerReg_mt},
+    Enumerand{"Component_mt", Component_mt},
+    Enumerand{"ComponentWithPCs_mt", ComponentWithPCs_mt},
+    Enumerand{"Report_mt", Report_mt},
+    Enumerand{"PCReg_mt", PCReg_mt},
+};
+constexpr std::array kReportCodes{
+    Enumerand{"None_rc", None_rc},
+    Enumerand{"PCs_rc", PCs_rc},
+    Enumerand{"PCAll_rc", PCAll_rc},
+    Enumerand{"CrystalRpts_rc", CrystalRpts_rc},
+};
+constexpr std::array kReportTypes{
+    Enumerand{"None_rt", None_rt},
+    Enumerand{"CrystalReport_rt", CrystalReport_rt},
+};
+constexpr std::array kEnumerations{
+    Enumeration{EnumerationId::kUpdateError, "UpdateErrorEnum", kUpdateErrors},
+    Enumeration{EnumerationId::kMaintType, "MaintTypeEnum", kMaintTypes},
+    Enumeration{EnumerationId::kReportCode, "ReportCodeEnum", kReportCodes},
+    Enumeration{EnumerationId::kReportTypes, "ReportTypesEnum", kReportTypes},
+};
+
+constexpr std::int32_t kArgumentNotOptional = 449;
+constexpr std::int32_t kWrongNumberOfArguments = 450;
+
+Value run(Member::Call function, const Object& object, std::span<const Value> arguments) {
+  try {
+    return function(object.instance.get(), arguments);
+  } catch (const std::bad_variant_access&) {
+    throw Error(ErrorNumber::kTypeMismatch);
+  }
+}
+
+}  // namespace
+
+const Class& class_of(ClassId id) { return classes()[static_cast<std::size_t>(id)]; }
+
+const Class* find_class(TextView name) {
+  constexpr TextView kLibrary = u"Tarnwick.";
+  if (equals_ignoring_case(name.substr(0, kLibrary.size()), kLibrary)) {
+    name.remove_prefix(kLibrary.size());
+  }
+  const auto found = std::ranges::find_if(classes(), [&](const Class& candidate) {
+    return equals_ignoring_case(name, from_utf8(candidate.name));
+  });
+  return found == classes().end() ? nullptr : &*found;
+}
+
+const Member* find_member(const Class& of, std::string_view name) {
+  const auto found = std::ranges::find(of.members, name, &Member::name);
+  return found == of.members.end() ? nullptr : &*found;
+}
+
+const Enumeration& enumeration_of(EnumerationId id) {
+  return kEnumerations[static_cast<std::size_t>(id)];
+}
+
+Value call(const Object& object, const Member& member, std::span<const Value> arguments) {
+  const std::size_t wanted = member.arguments.size();
+  if (arguments.size() > wanted) {
+    throw Error(kWrongNumberOfArguments,
+                u"Wrong number of arguments or invalid property assignment");
+  }
+  if (arguments.size() == wanted) return run(member.call, object, arguments);
+  std::vector<Value> all(arguments.begin(), arguments.end());
+  while (all.size() < wanted) {
+    const Argument& argument = member.arguments[all.size()];
+    if (!argument.default_value) throw Error(kArgumentNotOptional, u"Argument not optional");
+    all.push_back(*argument.default_value);
+  }
+  return run(member.call, object, all);
+}
+
+void let(const Object& object, const Member& member, const Value& value) {
+  if (member.let == nullptr) throw Error(ErrorNumber::kInvalidProcedureCall);
+  run(member.let, object, {&value, 1});
+}
+
+}  // namespace tarnwick::automation

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "automation/value.h"
+#include "server/shared_state.h"
+
+namespace tarnwick::automation {
+
+// The object model as clients see it: one table per class, from which both wire forms are made.
+// Names and order are what clients were built against.
+
+enum class Kind : std::uint8_t {
+  kText,
+  kBoolean,
+  kInt16,
+  kInt32,
+  kEnumeration,  // an int32
+  kDate,
+  kObject,         // of the class `class_id`, or Nothing
+  kKeyOrPosition,  // a text is a key, a number a position from 1
+  kEmpty,          // a variant that is always empty
+  kCollection,     // of objects of the class `class_id`
+  kEnumerator,     // over objects of the class `class_id`
+};
+
+enum class EnumerationId : std::uint8_t { kUpdateError, kMaintType, kReportCode, kReportTypes };
+
+struct Type {
+  Kind kind = Kind::kEmpty;
+  EnumerationId enumeration{};  // for kEnumeration
+  ClassId class_id{};           // for kObject, kCollection and kEnumerator
+  friend bool operator==(const Type&, const Type&) = default;
+};
+
+struct Argument {
+  std::string_view name;
+  Type type;
+  /// What stands for the argument where a client leaves it out; none: it has to be given. Only the
+  /// last arguments of a member have one.
+  std::optional<Value> default_value;
+};
+
+struct Member {
+  /// kGet may have arguments (Item); kGetLet never has.
+  enum class Access : std::uint8_t { kMethod, kGet, kGetLet };
+
+  std::string_view name;
+  Access access = Access::kMethod;
+  Type result;
+  std::vector<Argument> arguments;
+  /// The one that is meant where a client names no member.
+  bool is_default = false;
+
+  using Call = Value (*)(void* instance, std::span<const Value> arguments);
+  Call call = nullptr;
+  Call let = nullptr;  // one argument, no result
+};
+
+struct Class {
+  ClassId id{};
+  std::string_view name;
+  std::vector<Member> members;
+  Object (*create)(SharedState& state) = nullptr;
+};
+
+struct Enumerand {
+  std::string_view name;
+  std::int32_t value = 0;
+};
+
+struct Enumeration {
+  EnumerationId id{};
+  std::string_view name;
+  std::span<const Enumerand> members;
+};
+
+[[nodiscard]] const Class& class_of(ClassId id);
+
+/// The class with this name, in any letter case, alone (Server) or as a ProgID (Tarnwick.Server);
+/// null where there is none.
+[[nodiscard]] const Class* find_class(TextView name);
+
+/// The member with exactly this name, or null.
+[[nodiscard]] const Member* find_member(const Class& of, std::string_view name);
+
+[[nodiscard]] const Enumeration& enumeration_of(EnumerationId id);
+
+/// Calls `member` (reads it, where it is a property) of `object`, which is of the member's class;
+/// arguments that are missing at the end take their defaults. Throws what the member lets through,
+/// Error 13 for an argument of another type than the table says, Error 449 for a missing one and
+/// Error 450 for one too many.
+Value call(const Object& object, const Member& member, std::span<const Value> arguments = {});
+
+/// Sets the property `member`. Throws Error 13 as `call` does.
+void let(const Object& object, const Member& member, const Value& value);
+
+}  // namespace tarnwick::automation
