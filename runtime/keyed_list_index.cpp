@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <limits>
 
 #include "runtime/case_mapping.h"
@@ -19,6 +20,11 @@ constexpr std::size_t kDeadAlwaysKept = 32;
 
 /// Whether a table of `places` is full enough, with `slots` in it, to make probing slow.
 bool crowded(std::size_t slots, std::size_t places) { return slots > places / 4 * 3; }
+
+/// The library's own comparison goes unit by unit.
+bool same_units(TextView a, TextView b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+}
 
 /// Makes the next push_back or emplace_back free of failure.
 template <class T>
@@ -75,7 +81,8 @@ std::size_t KeyedListIndex::probe(TextView folded, std::uint32_t hash) const {
   for (std::size_t place = hash & mask;; place = (place + 1) & mask) {
     const std::uint32_t found = table_[place];
     if (found == 0) return place;
-    if (((found ^ hash) & ~slot_bits) == 0 && entries_[(found & slot_bits) - 1].view() == folded) {
+    if (((found ^ hash) & ~slot_bits) == 0 &&
+        same_units(entries_[(found & slot_bits) - 1].view(), folded)) {
       return place;
     }
   }

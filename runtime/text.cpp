@@ -1,6 +1,7 @@
 #include "runtime/text.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cstring>
 
@@ -10,7 +11,7 @@ namespace tarnwick {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
-constexpr std::size_t kWord = sizeof(std::uint64_t);
+constexpr std::size_t kBlock = sizeof(std::uint64_t);
 
 bool is_high_surrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool is_low_surrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
@@ -61,15 +62,20 @@ char16_t* put(char16_t* out, char32_t c) {
 
 /// Widens the ASCII bytes at the front of `utf8` into `out`; returns how many there were.
 std::size_t widen_ascii(std::string_view utf8, char16_t* out) {
-  const auto* bytes = reinterpret_cast<const unsigned char*>(utf8.data());
   std::size_t i = 0;
-  for (; i + kWord <= utf8.size(); i += kWord) {
-    std::uint64_t word;
-    std::memcpy(&word, bytes + i, kWord);
-    if ((word & 0x8080808080808080u) != 0) break;
-    for (std::size_t k = 0; k < kWord; ++k) out[i + k] = bytes[i + k];
+  for (; i + kBlock <= utf8.size(); i += kBlock) {
+    // Through copies of their own: stores to `out` could otherwise change the bytes still to be
+    // read, for all the compiler knows, and it would go byte by byte.
+    std::array<unsigned char, kBlock> narrow;
+    std::memcpy(narrow.data(), utf8.data() + i, kBlock);
+    if ((std::bit_cast<std::uint64_t>(narrow) & 0x8080808080808080u) != 0) break;
+    std::array<char16_t, kBlock> wide;
+    for (std::size_t k = 0; k < kBlock; ++k) wide[k] = narrow[k];
+    std::memcpy(out + i, wide.data(), sizeof wide);
   }
-  for (; i < utf8.size() && bytes[i] < 0x80; ++i) out[i] = bytes[i];
+  for (; i < utf8.size() && static_cast<unsigned char>(utf8[i]) < 0x80; ++i) {
+    out[i] = static_cast<unsigned char>(utf8[i]);
+  }
   return i;
 }
 
