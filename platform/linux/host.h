@@ -4,6 +4,11 @@
 
 namespace tarnwick::platform {
 
+/// The computer name that belongs to a host name: its first label, at most 15 characters of it. So
+/// Windows names computers after their hosts (the NetBIOS name), and every name fits where computer
+/// names go.
+[[nodiscard]] Text computer_name_of(TextView host_name);
+
 /// Linux. `folder`: where the intermediate file goes; empty means the folder of the executable.
 class LinuxHost final : public Host {
  public:

@@ -18,15 +18,25 @@ class LinuxHostTest : public ::testing::Test {
   LinuxHost host_{box_};
 };
 
-std::string host_name() {
+Text computer_name() {
   std::array<char, HOST_NAME_MAX + 1> name{};
   EXPECT_EQ(gethostname(name.data(), name.size()), 0);
-  return name.data();
+  return computer_name_of(from_utf8(name.data()));
 }
 
-TEST_F(LinuxHostTest, GivesTheHostNameAndANulBehindIt) {
-  const Text expected = from_utf8(host_name());
-  std::array<char16_t, HOST_NAME_MAX + 1> buffer;
+TEST(ComputerNameTest, IsTheFirstLabelOfTheHostName) {
+  EXPECT_EQ(computer_name_of(u"depot.example.org"), u"depot");
+  EXPECT_EQ(computer_name_of(u"depot"), u"depot");
+}
+
+TEST(ComputerNameTest, HasFifteenCharactersAtMost) {
+  EXPECT_EQ(computer_name_of(u"warehouse-north-07"), u"warehouse-north");
+  EXPECT_EQ(computer_name_of(u"warehouse-north"), u"warehouse-north");
+}
+
+TEST_F(LinuxHostTest, GivesTheComputerNameAndANulBehindIt) {
+  const Text expected = computer_name();
+  std::array<char16_t, 17> buffer;
   buffer.fill(u'?');
   ASSERT_TRUE(host_.computer_name(buffer));
   EXPECT_EQ(TextView(buffer.data(), expected.size()), expected);
@@ -35,14 +45,14 @@ TEST_F(LinuxHostTest, GivesTheHostNameAndANulBehindIt) {
 }
 
 TEST_F(LinuxHostTest, LeavesTheNulOutWhereTheNameFillsTheBuffer) {
-  const Text expected = from_utf8(host_name());
+  const Text expected = computer_name();
   Text buffer(expected.size(), u'?');
   ASSERT_TRUE(host_.computer_name(buffer));
   EXPECT_EQ(buffer, expected);
 }
 
 TEST_F(LinuxHostTest, FailsWhereTheNameDoesNotFit) {
-  Text buffer(host_name().size() - 1, u'?');
+  Text buffer(computer_name().size() - 1, u'?');
   EXPECT_FALSE(host_.computer_name(buffer));
 }
 
