@@ -1,0 +1,173 @@
+#include "ado/row_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+namespace tarnwick::ado {
+namespace {
+
+std::vector<Variant> row_of(const RowBuffer& buffer, std::size_t row) {
+  std::vector<Cell> cells(buffer.columns());
+  buffer.read_row(row, cells);
+  std::vector<Variant> values;
+  for (const Cell& cell : cells) values.push_back(cell.to_variant());
+  return values;
+}
+
+Bytes some_bytes(std::size_t size) {
+  Bytes bytes(size);
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::byte>(i * 31 % 253);
+  return bytes;
+}
+
+TEST(RowBufferTest, AValueOfEveryKindComesBackAsItWas) {
+  RowBuffer buffer(10);
+  buffer.add_null();
+  buffer.add_bool(true);
+  buffer.add_int16(std::numeric_limits<std::int16_t>::min());
+  buffer.add_int32(std::numeric_limits<std::int32_t>::min());
+  buffer.add_int64(std::numeric_limits<std::int64_t>::min());
+  buffer.add_double(-0.1);
+  buffer.add_date(Date{45000.25});
+  buffer.add_utf8("na\xC3\xAFve");
+  buffer.add_utf16(u"\U0001F5C4 text");
+  buffer.add_bytes(some_bytes(3));
+  buffer.end_row();
+  ASSERT_EQ(buffer.rows(), 1u);
+  const std::vector<Variant> expected{Null{},
+                                      true,
+                                      std::int16_t{-32768},
+                                      std::numeric_limits<std::int32_t>::min(),
+                                      std::numeric_limits<std::int64_t>::min(),
+                                      -0.1,
+                                      Date{45000.25},
+                                      Text(u"naïve"),
+                                      Text(u"\U0001F5C4 text"),
+                                      some_bytes(3)};
+  EXPECT_EQ(row_of(buffer, 0), expected);
+}
+
+TEST(RowBufferTest, EmptyTextAndBytesAreNotNull) {
+  RowBuffer buffer(3);
+  buffer.add_utf8("");
+  buffer.add_utf16(u"");
+  buffer.add_bytes({});
+  buffer.end_row();
+  EXPECT_EQ(row_of(buffer, 0), (std::vector<Variant>{Text(), Text(), Bytes()}));
+}
+
+TEST(RowBufferTest, LengthsOfOneToFourBytesAreKept) {
+  for (const std::size_t size : {127u, 128u, 16'383u, 16'384u, 2'097'151u, 2'097'152u}) {
+    RowBuffer buffer(2);
+    buffer.add_bytes(some_bytes(size));
+    buffer.add_int16(7);
+    buffer.end_row();
+    const auto row = row_of(buffer, 0);
+    EXPECT_TRUE(row[0] == Variant(some_bytes(size))) << size;
+    EXPECT_EQ(row[1], Variant(std::int16_t{7})) << size;
+  }
+}
+
+TEST(RowBufferTest, RowsStayReadableWhileTheBufferGrows) {
+  RowBuffer buffer(3);
+  constexpr int kRows = 100'000;
+  for (int i = 0; i < kRows; ++i) {
+    buffer.add_int32(i);
+    buffer.add_utf8("text number " + std::to_string(i));
+    if (i % 3 == 0) {
+      buffer.add_null();
+    } else {
+      buffer.add_bytes(some_bytes(static_cast<std::size_t>(i % 97)));
+    }
+    buffer.end_row();
+  }
+  ASSERT_EQ(buffer.rows(), static_cast<std::size_t>(kRows));
+  std::vector<Cell> cells(3);
+  for (int i = 0; i < kRows; ++i) {
+    buffer.read_row(static_cast<std::size_t>(i), cells);
+    ASSERT_EQ(cells[0].integer, i);
+    ASSERT_EQ(cells[1].to_variant(), Variant(from_utf8("text number " + std::to_string(i))));
+    ASSERT_EQ(cells[2].is_null(), i % 3 == 0);
+  }
+}
+
+TEST(RowBufferTest, ARowOfLongValuesStaysTogether) {
+  RowBuffer buffer(5);
+  for (int i = 0; i < 3; ++i) {
+    buffer.add_int32(i);
+    buffer.add_bytes(some_bytes(3'000'000));
+    buffer.add_utf16(Text(700'000, u'x'));
+    buffer.add_bytes(some_bytes(10));
+    buffer.add_null();
+    buffer.end_row();
+  }
+  for (int i = 0; i < 3; ++i) {
+    const auto row = row_of(buffer, static_cast<std::size_t>(i));
+    EXPECT_EQ(row[0], Variant(i));
+    EXPECT_TRUE(row[1] == Variant(some_bytes(3'000'000)));
+    EXPECT_TRUE(row[2] == Variant(Text(700'000, u'x')));
+    EXPECT_EQ(row[3], Variant(some_bytes(10)));
+    EXPECT_EQ(row[4], Variant(Null{}));
+  }
+}
+
+TEST(RowBufferTest, ALongValueIsFilledInPieces) {
+  RowBuffer buffer(2);
+  const auto room = buffer.add_room(Cell::Kind::kBytes, 100'000);
+  ASSERT_EQ(room.size(), 100'000u);
+  const Bytes value = some_bytes(100'000);
+  std::copy_n(value.begin(), 60'000, room.begin());
+  std::copy_n(value.begin() + 60'000, 40'000, room.begin() + 60'000);
+  buffer.add_int32(5);
+  buffer.end_row();
+  EXPECT_TRUE(row_of(buffer, 0)[0] == Variant(value));
+  EXPECT_EQ(row_of(buffer, 0)[1], Variant(std::int32_t{5}));
+}
+
+TEST(RowBufferTest, AnAbandonedRowLeavesNoTrace) {
+  RowBuffer buffer(2);
+  buffer.add_int32(1);
+  buffer.add_null();
+  buffer.end_row();
+  buffer.add_int32(2);
+  buffer.abandon_row();
+  buffer.add_int32(3);
+  buffer.add_bool(false);
+  buffer.end_row();
+  ASSERT_EQ(buffer.rows(), 2u);
+  EXPECT_EQ(row_of(buffer, 0), (std::vector<Variant>{std::int32_t{1}, Null{}}));
+  EXPECT_EQ(row_of(buffer, 1), (std::vector<Variant>{std::int32_t{3}, false}));
+}
+
+TEST(RowBufferTest, AClearedBufferIsFilledAnew) {
+  RowBuffer buffer(1);
+  for (const std::size_t size : {5u, 200'000u, 3u, 2'000'000u, 2'000'000u, 1u}) {
+    buffer.add_bytes(some_bytes(size));
+    buffer.end_row();
+    EXPECT_TRUE(row_of(buffer, 0)[0] == Variant(some_bytes(size)));
+    buffer.clear();
+    EXPECT_EQ(buffer.rows(), 0u);
+  }
+}
+
+TEST(RowBufferTest, MalformedUtf8ReadsWithReplacementCharacters) {
+  RowBuffer buffer(1);
+  buffer.add_utf8("a\xFFz");
+  buffer.end_row();
+  EXPECT_EQ(row_of(buffer, 0)[0], Variant(Text(u"a\uFFFDz")));
+}
+
+TEST(CellTest, ACellOfAValueReadsAsThatValue) {
+  for (const Variant& value :
+       {Variant(Null{}), Variant(false), Variant(std::int16_t{-3}), Variant(std::int32_t{70'000}),
+        Variant(std::int64_t{1} << 40), Variant(2.5), Variant(Date{1.5}), Variant(Text(u"żółw")),
+        Variant(Text()), Variant(some_bytes(9)), Variant(Bytes())}) {
+    EXPECT_EQ(Cell::of(value).to_variant(), value) << value.index();
+  }
+  EXPECT_TRUE(Cell::of(Empty{}).is_null());
+}
+
+}  // namespace
+}  // namespace tarnwick::ado
