@@ -1,0 +1,126 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include "ado/error.h"
+#include "engines/sqlite/byte_range_locks.h"
+
+// Open-file-description locks: unlike the older record locks they belong to the open file and not
+// to the process, so they hold between two sessions of one process and are not lost when some other
+// part of the process closes the same file.
+
+namespace tarnwick::sqlite {
+namespace {
+
+struct flock description_of(ByteRange range, short type) {
+  struct flock lock {};
+  lock.l_type = type;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = range.first;
+  lock.l_len = range.last - range.first + 1;
+  return lock;
+}
+
+[[noreturn]] void throw_system_error(TextView what, int code) {
+  throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
+                      join({what, u": ", from_stored_utf8(std::generic_category().message(code))}),
+                      code);
+}
+
+}  // namespace
+
+ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file,
+                               const std::filesystem::path& like) {
+  struct stat model {};
+  if (::stat(like.c_str(), &model) != 0) throw_system_error(u"The database file", errno);
+  const Text what = join({u"The lock file '", from_stored_utf8(file.native()), u"'"});
+  file_ = ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (file_ >= 0) {
+    // The owner only matters where root makes the file for somebody else's database.
+    const bool owned = model.st_uid == ::geteuid() && model.st_gid == ::getegid();
+    if ((!owned && ::fchown(file_, model.st_uid, model.st_gid) != 0 && errno != EPERM) ||
+        ::fchmod(file_, model.st_mode & 0777) != 0) {
+      const int code = errno;
+      ::close(file_);
+      throw_system_error(what, code);
+    }
+  } else if (errno == EEXIST) {
+    file_ = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+  }
+  if (file_ < 0) throw_system_error(what, errno);
+}
+
+ByteRangeLocks::~ByteRangeLocks() { ::close(file_); }
+
+bool ByteRangeLocks::try_lock(ByteRange range) {
+  struct flock lock = description_of(range, F_WRLCK);
+  if (::fcntl(file_, F_OFD_SETLK, &lock) == 0) return true;
+  if (errno == EAGAIN || errno == EACCES) return false;
+  throw_system_error(u"The lock file", errno);
+}
+
+void ByteRangeLocks::unlock(ByteRange range) noexcept {
+  struct flock lock = description_of(range, F_UNLCK);
+  ::fcntl(file_, F_OFD_SETLK, &lock);
+}
+
+std::optional<ByteRange> ByteRangeLocks::foreign_lock(ByteRange range) const {
+  struct flock lock = description_of(range, F_WRLCK);
+  if (::fcntl(file_, F_OFD_GETLK, &lock) != 0) throw_system_error(u"The lock file", errno);
+  if (lock.l_type == F_UNLCK) return std::nullopt;
+  const ByteRange found{lock.l_start,
+                        lock.l_len == 0 ? range.last : lock.l_start + (lock.l_len - 1)};
+  return ByteRange{std::max(found.first, range.first), std::min(found.last, range.last)};
+}
+
+std::vector<ByteRange> ByteRangeLocks::foreign_locks(ByteRange range) const {
+  // The system names any one lock: what lies before and behind it has to be asked for.
+  std::vector<ByteRange> found;
+  std::vector<ByteRange> open{range};
+  while (!open.empty()) {
+    const ByteRange next = open.back();
+    open.pop_back();
+    const auto lock = foreign_lock(next);
+    if (!lock) continue;
+    found.push_back(*lock);
+    if (lock->first > next.first) open.push_back({next.first, lock->first - 1});
+    if (lock->last < next.last) open.push_back({lock->last + 1, next.last});
+  }
+  std::sort(found.begin(), found.end(),
+            [](const ByteRange& a, const ByteRange& b) { return a.first < b.first; });
+  return found;
+}
+
+void ByteRangeLocks::write_at(std::int64_t offset, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto count = ::pwrite(file_, bytes.data(), bytes.size(), offset);
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      throw_system_error(u"The lock file", errno);
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+    offset += count;
+  }
+}
+
+bool ByteRangeLocks::read_at(std::int64_t offset, std::span<char> bytes) const {
+  while (!bytes.empty()) {
+    const auto count = ::pread(file_, bytes.data(), bytes.size(), offset);
+    if (count == 0) return false;
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      throw_system_error(u"The lock file", errno);
+    }
+    bytes = bytes.subspan(static_cast<std::size_t>(count));
+    offset += count;
+  }
+  return true;
+}
+
+std::int64_t ByteRangeLocks::process_id() { return ::getpid(); }
+
+}  // namespace tarnwick::sqlite

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <filesystem>
+
+#include "runtime/text.h"
+
+namespace tarnwick::sqlite {
+
+/// The file of the database `name` in `folder`. Throws AdoError for a name that is no plain file
+/// name.
+[[nodiscard]] std::filesystem::path database_file(const std::filesystem::path& folder,
+                                                  TextView name);
+
+/// The file beside it that carries the row locks.
+[[nodiscard]] std::filesystem::path lock_file(const std::filesystem::path& database);
+
+/// `file` for a description, in quotes.
+[[nodiscard]] Text file_text(const std::filesystem::path& file);
+
+}  // namespace tarnwick::sqlite

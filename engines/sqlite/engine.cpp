@@ -1,0 +1,62 @@
+#include "engines/sqlite/engine.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "engines/sqlite/database_file.h"
+#include "engines/sqlite/session.h"
+#include "runtime/case_mapping.h"
+
+namespace tarnwick::sqlite {
+namespace {
+
+constexpr TextView kProviders[] = {u"Tarnwick.Embedded"};
+constexpr TextView kFolderItem = u"Data Source";
+constexpr TextView kItems[] = {u"Provider", kFolderItem, u"OLE DB Services"};
+
+[[noreturn]] void refuse(Text description) {
+  throw ado::AdoError(ado::AdoErrorNumber::kInvalidArgument, std::move(description));
+}
+
+std::filesystem::path folder_of(const ado::ConnectionString& string) {
+  for (const auto& item : string.items()) {
+    if (std::none_of(std::begin(kItems), std::end(kItems),
+                     [&](TextView known) { return equals_ignoring_case(item.name, known); })) {
+      refuse(join(
+          {u"The connection string item '", item.name, u"' is not known to the embedded engine."}));
+    }
+  }
+  const auto source = string.find(kFolderItem);
+  if (!source || source->empty()) {
+    refuse(u"The connection string names no folder: the item 'Data Source' is missing.");
+  }
+  std::filesystem::path folder;
+  try {
+    if (source->find(u'\0') == Text::npos) folder = std::filesystem::path(*source);
+  } catch (const std::exception&) {
+    // An unpaired surrogate has no place in a file name: as no folder at all.
+  }
+  if (!folder.is_absolute()) {
+    refuse(join({u"The folder '", *source,
+                 u"' of the connection string is not absolute; a server's own working folder means "
+                 u"nothing to its clients."}));
+  }
+  return folder;
+}
+
+}  // namespace
+
+std::span<const TextView> SqliteEngine::providers() const { return kProviders; }
+
+std::unique_ptr<ado::EngineSession> SqliteEngine::connect(const ado::ConnectionString& string) {
+  auto folder = folder_of(string);
+  std::error_code error;
+  if (!std::filesystem::is_directory(folder, error)) {
+    throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
+                        join({u"The folder ", file_text(folder), u" does not exist."}));
+  }
+  return std::make_unique<Session>(std::move(folder));
+}
+
+}  // namespace tarnwick::sqlite

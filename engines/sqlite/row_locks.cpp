@@ -1,0 +1,244 @@
+#include "engines/sqlite/row_locks.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "engines/sqlite/row_key.h"
+
+namespace tarnwick::sqlite {
+namespace {
+
+/// So many rows of one table, and the set tries to lock the table: the system keeps the locks of a
+/// file in a list, which is slow to search when it is long.
+constexpr std::size_t kManyRows = 1000;
+
+constexpr int kRecords = 1 << 20;
+constexpr std::size_t kRecordSize = 1024;
+constexpr std::size_t kLongestTable = 128;
+constexpr std::size_t kLongestKey = 512;
+constexpr std::size_t kLongestStamp = 256;
+// The locks of the records lie apart from the records: where locks are mandatory, everybody still
+// has to read them.
+constexpr std::int64_t kFirstRecordLock = std::int64_t{1} << 61;
+
+ByteRange single(std::int64_t byte) { return {byte, byte}; }
+ByteRange record_lock(int record) { return single(kFirstRecordLock + record); }
+std::int64_t record_offset(int record) { return static_cast<std::int64_t>(kRecordSize) * record; }
+
+/// For a field of a record: control characters blanked, cut at the end of a character.
+std::string field(std::string_view text, std::size_t longest) {
+  std::size_t size = std::min(text.size(), longest);
+  const auto continues = [&](std::size_t at) {
+    return (static_cast<unsigned char>(text[at]) & 0xc0u) == 0x80u;
+  };
+  while (size > 0 && size < text.size() && continues(size)) --size;
+  std::string result(text.substr(0, size));
+  std::replace_if(
+      result.begin(), result.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
+  return result;
+}
+
+/// A record is one line: byte of the lock, process, table, key and stamp between tab stops.
+std::string record_text(std::int64_t byte, std::string_view table, std::string_view key,
+                        std::string_view stamp) {
+  std::string text = std::to_string(byte) + '\t' + std::to_string(ByteRangeLocks::process_id()) +
+                     '\t' + field(table, kLongestTable) + '\t' + field(key, kLongestKey) + '\t' +
+                     field(stamp, kLongestStamp) + '\t';
+  text.resize(kRecordSize - 1, ' ');
+  return text += '\n';
+}
+
+struct Record {
+  std::int64_t byte = 0;
+  ado::HeldRow row;
+};
+
+std::optional<Record> parse_record(std::string_view text) {
+  std::string_view fields[5];
+  for (auto& part : fields) {
+    const auto end = text.find('\t');
+    if (end == std::string_view::npos) return std::nullopt;
+    part = text.substr(0, end);
+    text.remove_prefix(end + 1);
+  }
+  Record record;
+  std::int64_t process = 0;
+  const auto number = [](std::string_view digits, std::int64_t& value) {
+    const auto end = digits.data() + digits.size();
+    return std::from_chars(digits.data(), end, value).ptr == end && !digits.empty();
+  };
+  if (!number(fields[0], record.byte) || !number(fields[1], process)) return std::nullopt;
+  record.row = {from_stored_utf8(fields[2]), from_stored_utf8(fields[3]),
+                from_stored_utf8(fields[4]), process};
+  return record;
+}
+
+}  // namespace
+
+RowLocks::RowLocks(const std::filesystem::path& file, const std::filesystem::path& database)
+    : file_(file, database) {}
+
+RowLocks::Set::TableCount& RowLocks::Set::count_of(std::int64_t region) {
+  for (auto& count : tables_) {
+    if (count.region == region) return count;
+  }
+  return tables_.emplace_back(TableCount{region, 0, false});
+}
+
+void RowLocks::Set::release() noexcept {
+  for (const auto byte : rows_) locks_->release_row(byte);
+  rows_.clear();
+  for (const auto& count : tables_) {
+    if (count.whole) locks_->release_table(count.region);
+  }
+  tables_.clear();
+}
+
+void RowLocks::Set::absorb(Set& other) {
+  for (const auto& theirs : other.tables_) {
+    auto& ours = count_of(theirs.region);
+    ours.rows += theirs.rows;
+    if (theirs.whole && ours.whole) locks_->release_table(theirs.region);
+    ours.whole = ours.whole || theirs.whole;
+  }
+  other.tables_.clear();
+  for (const auto byte : other.rows_) {
+    if (!rows_.insert(byte).second) locks_->release_row(byte);
+  }
+  other.rows_.clear();
+}
+
+bool RowLocks::try_lock(Set& set, const Table& table, std::span<const ado::Cell> key) {
+  const auto byte = lock_byte(table.region, key);
+  auto& count = set.count_of(table.region.first);
+  if (count.whole || set.rows_.contains(byte)) return true;
+
+  auto found = rows_.find(byte);
+  if (found == rows_.end()) {
+    if (!tables_.contains(table.region.first) && !file_.try_lock(single(byte))) return false;
+    found = rows_.emplace(byte, Held{}).first;
+  }
+  set.rows_.insert(byte);
+  ++found->second.sets;
+  if (set.listing_ == Set::Listing::kListed && found->second.record == kNoRecord) {
+    list(found->second, byte, table, key_text(key));
+  }
+  if (++count.rows % kManyRows == 0) try_lock_whole_table(set, count, table);
+  return true;
+}
+
+void RowLocks::try_lock_whole_table(Set& set, Set::TableCount& count, const Table& table) {
+  if (!tables_.contains(table.region.first) && !file_.try_lock(table.region)) return;
+  count.whole = true;
+  auto& held = tables_[table.region.first];
+  ++held.sets;
+  if (set.listing_ == Set::Listing::kListed && held.record == kNoRecord) {
+    list(held, table.region.first, table, "*");
+  }
+}
+
+void RowLocks::list(Held& held, std::int64_t byte, const Table& table, std::string key) {
+  held.table = table.name;
+  held.key = std::move(key);
+  for (int record = first_free_record_; record < kRecords; ++record) {
+    if (records_.contains(record) || !file_.try_lock(record_lock(record))) continue;
+    held.record = record;
+    records_.insert(record);
+    first_free_record_ = record + 1;
+    write_record(held, byte);
+    return;
+  }
+}
+
+void RowLocks::write_record(const Held& held, std::int64_t byte) {
+  file_.write_at(record_offset(held.record), record_text(byte, held.table, held.key, held.stamp));
+}
+
+void RowLocks::free_record(const Held& held) noexcept {
+  if (held.record == kNoRecord) return;
+  file_.unlock(record_lock(held.record));
+  records_.erase(held.record);
+  first_free_record_ = std::min(first_free_record_, held.record);
+}
+
+void RowLocks::release_row(std::int64_t byte) noexcept {
+  const auto found = rows_.find(byte);
+  if (--found->second.sets != 0) return;
+  if (!tables_.contains(region_around(byte).first)) file_.unlock(single(byte));
+  free_record(found->second);
+  rows_.erase(found);
+}
+
+void RowLocks::release_table(std::int64_t region) noexcept {
+  const auto found = tables_.find(region);
+  if (--found->second.sets != 0) return;
+  // The table's lock has swallowed those of its rows; the ones still wanted stay.
+  std::vector<std::int64_t> kept;
+  for (const auto& [byte, held] : rows_) {
+    if (region_around(byte).first == region) kept.push_back(byte);
+  }
+  std::sort(kept.begin(), kept.end());
+  std::int64_t next = region;
+  for (const auto byte : kept) {
+    if (byte > next) file_.unlock({next, byte - 1});
+    next = byte + 1;
+  }
+  file_.unlock({next, region_around(region).last});
+  free_record(found->second);
+  tables_.erase(found);
+}
+
+void RowLocks::set_stamp(const Table& table, std::span<const ado::Cell> key,
+                         std::string_view stamp) {
+  const auto byte = lock_byte(table.region, key);
+  const auto found = rows_.find(byte);
+  if (found == rows_.end() || found->second.stamp == stamp) return;
+  found->second.stamp = stamp;
+  new_stamps_.push_back(byte);
+}
+
+void RowLocks::publish_stamps() {
+  for (const auto byte : std::exchange(new_stamps_, {})) {
+    const auto found = rows_.find(byte);
+    if (found != rows_.end() && found->second.record != kNoRecord) {
+      write_record(found->second, byte);
+    }
+  }
+}
+
+std::vector<ByteRange> RowLocks::foreign_locks(const Table& table) const {
+  return file_.foreign_locks(table.region);
+}
+
+bool RowLocks::is_foreign(std::int64_t byte) const {
+  return file_.foreign_lock(single(byte)).has_value();
+}
+
+std::vector<ado::HeldRow> RowLocks::held_rows() const {
+  std::vector<ado::HeldRow> result;
+  const auto add_own = [&](const Held& held) {
+    if (held.record == kNoRecord) return;
+    result.push_back({from_stored_utf8(held.table), from_stored_utf8(held.key),
+                      from_stored_utf8(held.stamp), ByteRangeLocks::process_id()});
+  };
+  for (const auto& [region, held] : tables_) add_own(held);
+  for (const auto& [byte, held] : rows_) add_own(held);
+
+  std::unordered_set<std::int64_t> seen;
+  const ByteRange all{kFirstRecordLock, kFirstRecordLock + kRecords - 1};
+  for (const auto& locked : file_.foreign_locks(all)) {
+    for (auto lock = locked.first; lock <= locked.last; ++lock) {
+      std::string text(kRecordSize, ' ');
+      if (!file_.read_at(record_offset(static_cast<int>(lock - kFirstRecordLock)), text)) continue;
+      // The record may be an earlier holder's, if the present one has not yet written his.
+      auto record = parse_record(text);
+      if (record && is_foreign(record->byte) && seen.insert(record->byte).second) {
+        result.push_back(std::move(record->row));
+      }
+    }
+  }
+  return result;
+}
+
+}  // namespace tarnwick::sqlite

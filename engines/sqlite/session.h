@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+#include "engines/sqlite/open_database.h"
+#include "engines/sqlite/session_statement.h"
+
+namespace tarnwick::sqlite {
+
+/// A session on the databases of a folder.
+class Session final : public ado::EngineSession {
+ public:
+  explicit Session(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+  void set_default_database(TextView name) override;
+  void execute(TextView statement) override;
+  [[nodiscard]] std::unique_ptr<ado::Rowset> open(const ado::RowsetRequest& request) override;
+  void begin() override;
+  void commit() override;
+  void rollback() override;
+  [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;
+
+ private:
+  void run(const SessionStatement& statement);
+  void enter_role(const SetAppRole& role);
+  /// The client's statement prepared; nothing when it concerned the session and has been carried
+  /// out.
+  [[nodiscard]] sqlite3_stmt* prepare(TextView statement);
+  /// Throws while no database is open.
+  [[nodiscard]] OpenDatabase& database();
+  /// Throws until the application role has been entered.
+  [[nodiscard]] OpenDatabase& admitted();
+
+  std::filesystem::path folder_;
+  std::int32_t lock_timeout_ = LockWait::kForEver;
+  std::unique_ptr<OpenDatabase> database_;
+  Text name_;
+  bool admitted_ = false;
+};
+
+}  // namespace tarnwick::sqlite

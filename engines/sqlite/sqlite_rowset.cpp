@@ -1,0 +1,261 @@
+#include "engines/sqlite/sqlite_rowset.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace tarnwick::sqlite {
+namespace {
+
+using ado::AdoError;
+using ado::AdoErrorNumber;
+
+std::string upper_ascii(const char* text) {
+  std::string result = text != nullptr ? text : "";
+  for (char& c : result) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return result;
+}
+
+Reading reading_of(const char* declared_type) {
+  const auto type = upper_ascii(declared_type);
+  const auto has = [&](std::string_view part) { return type.find(part) != std::string::npos; };
+  if (type == "BIT" || has("BOOL")) return Reading::kBoolean;
+  if (has("SMALLINT")) return Reading::kSmallInteger;
+  if (has("DATE")) return Reading::kDate;
+  return Reading::kAsStored;
+}
+
+void append_integer(std::int64_t value, Reading reading, ado::RowBuffer& rows) {
+  const auto fits = [&]<class T>(T /*type*/) {
+    return value >= std::numeric_limits<T>::min() && value <= std::numeric_limits<T>::max();
+  };
+  if (reading == Reading::kBoolean) {
+    rows.add_bool(value != 0);
+  } else if (reading == Reading::kDate) {
+    rows.add_date({static_cast<double>(value)});
+  } else if (reading == Reading::kSmallInteger && fits(std::int16_t{})) {
+    rows.add_int16(static_cast<std::int16_t>(value));
+  } else if (fits(std::int32_t{})) {
+    rows.add_int32(static_cast<std::int32_t>(value));
+  } else {
+    rows.add_int64(value);
+  }
+}
+
+}  // namespace
+
+Shape Shape::of(sqlite3_stmt* statement, const Catalog& catalog) {
+  Shape shape;
+  bool one_table = true;
+  const int count = sqlite3_column_count(statement);
+  for (int i = 0; i < count; ++i) {
+    shape.columns.push_back({from_stored_utf8(sqlite3_column_name(statement, i))});
+    shape.readings.push_back(reading_of(sqlite3_column_decltype(statement, i)));
+    const char* const table = sqlite3_column_table_name(statement, i);
+    const char* const schema = sqlite3_column_database_name(statement, i);
+    const bool stored = table != nullptr && std::string_view(schema) != "temp";
+    shape.origins.emplace_back(stored ? sqlite3_column_origin_name(statement, i) : "");
+    if (!stored) continue;
+    if (shape.base_table.empty()) shape.base_table = table;
+    one_table = one_table && shape.base_table == table;
+  }
+  if (!one_table) shape.base_table.clear();
+
+  const auto table = catalog.find(shape.base_table);
+  if (table == nullptr) return shape;
+  for (const auto& name : table->key) {
+    const auto column = std::find(shape.origins.begin(), shape.origins.end(), name);
+    if (column == shape.origins.end()) {
+      shape.key.clear();
+      return shape;
+    }
+    shape.key.push_back(static_cast<std::size_t>(column - shape.origins.begin()));
+  }
+  shape.table = table;
+  return shape;
+}
+
+void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) const {
+  int column = 0;
+  for (const Reading reading : shape_.readings) {
+    switch (sqlite3_column_type(statement, column)) {
+      case SQLITE_INTEGER:
+        append_integer(sqlite3_column_int64(statement, column), reading, rows);
+        break;
+      case SQLITE_FLOAT:
+        if (reading == Reading::kDate) {
+          rows.add_date({sqlite3_column_double(statement, column)});
+        } else {
+          rows.add_double(sqlite3_column_double(statement, column));
+        }
+        break;
+      case SQLITE_TEXT: {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+        rows.add_utf8({text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))});
+        break;
+      }
+      case SQLITE_BLOB: {
+        const auto* bytes = static_cast<const std::byte*>(sqlite3_column_blob(statement, column));
+        rows.add_bytes({bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))});
+        break;
+      }
+      default:
+        rows.add_null();
+        break;
+    }
+    ++column;
+  }
+  rows.end_row();
+}
+
+template <class TakeRow>
+void SqliteRowset::for_each_row(TakeRow take_row) {
+  sqlite3_stmt* const statement = database_.database.statement(statement_);
+  const ResetAtEnd reset(statement);
+  int code = sqlite3_step(statement);
+  // SQLite prepares a statement anew when the tables have changed: "*" may mean other columns now.
+  if (code == SQLITE_ROW && sqlite3_column_count(statement) != static_cast<int>(columns().size())) {
+    throw AdoError(AdoErrorNumber::kUnspecified,
+                   u"The table's columns have changed since the statement was opened.");
+  }
+  for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+    if (!take_row(statement)) return;
+  }
+  if (code != SQLITE_DONE) database_.database.fail(code);
+}
+
+void SqliteRowset::read_all(ado::RowBuffer& rows) {
+  database_.log.read([&] {
+    for_each_row([&](sqlite3_stmt* statement) {
+      append_row(statement, rows);
+      return true;
+    });
+  });
+}
+
+bool SqliteRowset::read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows) {
+  const auto byte = lock_byte(shape_.table->region, key);
+  bool found = false;
+  const auto look_for = [&](auto&& matches) {
+    std::vector<ado::Cell> candidate(key.size());
+    for_each_row([&](sqlite3_stmt* statement) {
+      std::transform(
+          shape_.key.begin(), shape_.key.end(), candidate.begin(),
+          [&](std::size_t column) { return cell_of(statement, static_cast<int>(column)); });
+      if (!matches(candidate)) return true;
+      append_row(statement, rows);
+      found = true;
+      return false;
+    });
+  };
+  database_.log.read([&] {
+    look_for([&](const auto& candidate) { return same_key(candidate, key); });
+    // The row that was locked may have got its key in other letters meanwhile.
+    if (found) return;
+    look_for(
+        [&](const auto& candidate) { return lock_byte(shape_.table->region, candidate) == byte; });
+  });
+  return found;
+}
+
+std::vector<ado::Cell> SqliteRowset::key_of(std::span<const ado::Cell> row) const {
+  std::vector<ado::Cell> key;
+  key.reserve(shape_.key.size());
+  for (const auto column : shape_.key) key.push_back(row[column]);
+  return key;
+}
+
+void SqliteRowset::copy_row(const ado::RowBuffer& from, std::size_t row, ado::RowBuffer& to) {
+  using Kind = ado::Cell::Kind;
+  std::vector<ado::Cell> cells(from.columns());
+  from.read_row(row, cells);
+  for (const auto& cell : cells) {
+    switch (cell.kind) {
+      case Kind::kNull:
+        to.add_null();
+        break;
+      case Kind::kBool:
+        to.add_bool(cell.integer != 0);
+        break;
+      case Kind::kInt16:
+        to.add_int16(static_cast<std::int16_t>(cell.integer));
+        break;
+      case Kind::kInt32:
+        to.add_int32(static_cast<std::int32_t>(cell.integer));
+        break;
+      case Kind::kInt64:
+        to.add_int64(cell.integer);
+        break;
+      case Kind::kDouble:
+        to.add_double(cell.real);
+        break;
+      case Kind::kDate:
+        to.add_date({cell.real});
+        break;
+      case Kind::kUtf8:
+      case Kind::kUtf16:
+      case Kind::kBytes:
+        std::copy_n(cell.data, cell.size, to.add_room(cell.kind, cell.size).data());
+        break;
+    }
+  }
+  to.end_row();
+}
+
+const std::string& SqliteRowset::origin_of(const ado::Assignment& assignment) const {
+  const auto& origin = shape_.origins[assignment.column];
+  if (shape_.base_table.empty() || origin.empty()) {
+    throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
+                   join({u"The column '", columns()[assignment.column].name,
+                         u"' cannot be written: it is no column of the one table that is read."}));
+  }
+  return origin;
+}
+
+void SqliteRowset::update(std::span<const ado::Cell> row,
+                          std::span<const ado::Assignment> assigned) {
+  if (shape_.table == nullptr) {
+    throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
+                   u"The row cannot be updated: the columns that were read do not hold the whole "
+                   u"primary key of one table.");
+  }
+  if (assigned.empty()) return;
+  database_.start_wait();
+  Write write;
+  write.one_row = true;
+  write.statement = "UPDATE dbo." + identifier(shape_.table->name) + " SET ";
+  for (const auto& assignment : assigned) {
+    if (!write.values.empty()) write.statement += ", ";
+    write.statement += identifier(origin_of(assignment)) + " = ?";
+    write.values.push_back(stored_value(*assignment.value));
+  }
+  for (std::size_t i = 0; i < shape_.key.size(); ++i) {
+    write.statement += (i == 0 ? " WHERE " : " AND ") + identifier(shape_.table->key[i]) + " IS ?";
+    write.values.push_back(stored_value(row[shape_.key[i]]));
+  }
+  database_.log.write(std::move(write));
+}
+
+void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
+  if (shape_.base_table.empty()) {
+    throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
+                   u"No row can be added: the columns that are read are not those of one table.");
+  }
+  database_.start_wait();
+  Write write;
+  write.one_row = true;
+  std::string names;
+  std::string places;
+  for (const auto& assignment : assigned) {
+    names += (names.empty() ? "" : ", ") + identifier(origin_of(assignment));
+    places += places.empty() ? "?" : ", ?";
+    write.values.push_back(stored_value(*assignment.value));
+  }
+  write.statement =
+      "INSERT INTO dbo." + identifier(shape_.base_table) +
+      (names.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + places + ")");
+  database_.log.write(std::move(write));
+}
+
+}  // namespace tarnwick::sqlite

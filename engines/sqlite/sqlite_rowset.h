@@ -1,0 +1,56 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engines/sqlite/open_database.h"
+
+namespace tarnwick::sqlite {
+
+/// How a column's values are read, by its declared type.
+enum class Reading { kAsStored, kBoolean, kSmallInteger, kDate };
+
+/// What is known of a statement's records before they are read.
+struct Shape {
+  std::vector<ado::Column> columns;
+  std::vector<Reading> readings;
+  std::vector<std::string> origins;    // name in the base table; empty for an expression
+  std::string base_table;              // empty unless all columns that have a table have the same
+  std::shared_ptr<const Table> table;  // the base table, where it has a key that the columns hold
+  std::vector<std::size_t> key;        // columns that hold the key, in the key's order
+
+  [[nodiscard]] static Shape of(sqlite3_stmt* statement, const Catalog& catalog);
+};
+
+/// The records of a statement: what reading and locking rowsets share.
+class SqliteRowset : public ado::Rowset {
+ public:
+  [[nodiscard]] const std::vector<ado::Column>& columns() const override { return shape_.columns; }
+  void update(std::span<const ado::Cell> row, std::span<const ado::Assignment> assigned) override;
+  void insert(std::span<const ado::Assignment> assigned) override;
+
+ protected:
+  SqliteRowset(OpenDatabase& database, std::string statement, Shape shape)
+      : database_(database), statement_(std::move(statement)), shape_(std::move(shape)) {}
+
+  /// Runs the statement and appends all its rows to `rows`.
+  void read_all(ado::RowBuffer& rows);
+  /// Runs the statement and appends the row with the key `key`, if there is one.
+  [[nodiscard]] bool read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows);
+  [[nodiscard]] std::vector<ado::Cell> key_of(std::span<const ado::Cell> row) const;
+  /// Appends row `row` of `from` to `to`.
+  static void copy_row(const ado::RowBuffer& from, std::size_t row, ado::RowBuffer& to);
+
+  OpenDatabase& database_;
+  const std::string statement_;
+  const Shape shape_;
+
+ private:
+  template <class TakeRow>
+  void for_each_row(TakeRow take_row);
+  void append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) const;
+  [[nodiscard]] const std::string& origin_of(const ado::Assignment& assignment) const;
+};
+
+}  // namespace tarnwick::sqlite

@@ -1,0 +1,150 @@
+#include "engines/sqlite/stored_value.h"
+
+#include "ado/error.h"
+
+namespace tarnwick::sqlite {
+namespace {
+
+std::string stored_text(TextView text) {
+  using ado::AdoError;
+  using ado::AdoErrorNumber;
+  if (text.find(u'\0') != TextView::npos) {
+    throw AdoError(AdoErrorNumber::kDataConversion,
+                   u"The text holds a NUL character, which the database cannot keep.");
+  }
+  try {
+    return to_utf8(text);
+  } catch (const Error&) {
+    throw AdoError(AdoErrorNumber::kDataConversion,
+                   u"The text holds an unpaired surrogate, which the database cannot keep.");
+  }
+}
+
+std::string bytes_of(const std::byte* data, std::size_t size) {
+  return {reinterpret_cast<const char*>(data), size};
+}
+
+struct ToStored {
+  StoredValue operator()(Empty) const { return nullptr; }
+  StoredValue operator()(Null) const { return nullptr; }
+  StoredValue operator()(bool value) const { return std::int64_t{value ? 1 : 0}; }
+  StoredValue operator()(std::int16_t value) const { return std::int64_t{value}; }
+  StoredValue operator()(std::int32_t value) const { return std::int64_t{value}; }
+  StoredValue operator()(std::int64_t value) const { return value; }
+  StoredValue operator()(double value) const { return value; }
+  StoredValue operator()(Date value) const { return value.days; }
+  StoredValue operator()(const Text& value) const { return stored_text(value); }
+  StoredValue operator()(const Bytes& value) const {
+    return Blob{bytes_of(value.data(), value.size())};
+  }
+};
+
+struct Binder {
+  sqlite3_stmt* statement;
+  int index;
+
+  int operator()(std::nullptr_t) const { return sqlite3_bind_null(statement, index); }
+  int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, index, value); }
+  int operator()(double value) const { return sqlite3_bind_double(statement, index, value); }
+  int operator()(const std::string& text) const {
+    return sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_STATIC,
+                               SQLITE_UTF8);
+  }
+  int operator()(const Blob& blob) const {
+    return sqlite3_bind_blob64(statement, index, blob.bytes.data(), blob.bytes.size(),
+                               SQLITE_STATIC);
+  }
+};
+
+}  // namespace
+
+StoredValue stored_value(const Variant& value) { return std::visit(ToStored{}, value); }
+
+StoredValue stored_value(const ado::Cell& cell) {
+  using Kind = ado::Cell::Kind;
+  switch (cell.kind) {
+    case Kind::kNull:
+      return nullptr;
+    case Kind::kBool:
+    case Kind::kInt16:
+    case Kind::kInt32:
+    case Kind::kInt64:
+      return cell.integer;
+    case Kind::kDouble:
+    case Kind::kDate:
+      return cell.real;
+    case Kind::kUtf8:
+      return bytes_of(cell.data, cell.size);
+    case Kind::kUtf16:
+      return stored_value(cell.to_variant());
+    case Kind::kBytes:
+      return Blob{bytes_of(cell.data, cell.size)};
+  }
+  return nullptr;
+}
+
+void bind(sqlite3_stmt* statement, int index, const StoredValue& value) {
+  const int code = std::visit(Binder{statement, index}, value);
+  if (code != SQLITE_OK) {
+    throw ado::AdoError(ado::AdoErrorNumber::kCommandError, from_stored_utf8(sqlite3_errstr(code)),
+                        code);
+  }
+}
+
+ado::Cell cell_of(sqlite3_value* value) {
+  using Kind = ado::Cell::Kind;
+  ado::Cell cell;
+  switch (sqlite3_value_type(value)) {
+    case SQLITE_INTEGER:
+      cell.kind = Kind::kInt64;
+      cell.integer = sqlite3_value_int64(value);
+      break;
+    case SQLITE_FLOAT:
+      cell.kind = Kind::kDouble;
+      cell.real = sqlite3_value_double(value);
+      break;
+    case SQLITE_TEXT:
+      cell.kind = Kind::kUtf8;
+      cell.data = reinterpret_cast<const std::byte*>(sqlite3_value_text(value));
+      cell.size = static_cast<std::size_t>(sqlite3_value_bytes(value));
+      break;
+    case SQLITE_BLOB:
+      cell.kind = Kind::kBytes;
+      cell.data = static_cast<const std::byte*>(sqlite3_value_blob(value));
+      cell.size = static_cast<std::size_t>(sqlite3_value_bytes(value));
+      break;
+    default:
+      break;
+  }
+  return cell;
+}
+
+ado::Cell cell_of(sqlite3_stmt* statement, int column) {
+  using Kind = ado::Cell::Kind;
+  ado::Cell cell;
+  switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_INTEGER:
+      cell.kind = Kind::kInt64;
+      cell.integer = sqlite3_column_int64(statement, column);
+      break;
+    case SQLITE_FLOAT:
+      cell.kind = Kind::kDouble;
+      cell.real = sqlite3_column_double(statement, column);
+      break;
+    case SQLITE_TEXT:
+      cell.kind = Kind::kUtf8;
+      cell.data = reinterpret_cast<const std::byte*>(sqlite3_column_text(statement, column));
+      cell.size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
+      break;
+    case SQLITE_BLOB:
+      cell.kind = Kind::kBytes;
+      cell.data = static_cast<const std::byte*>(sqlite3_column_blob(statement, column));
+      cell.size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
+      break;
+    default:
+      break;
+  }
+  return cell;
+}
+
+}  // namespace tarnwick::sqlite

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <string>
+#include <variant>
+
+#include "ado/row_buffer.h"
+
+namespace tarnwick::sqlite {
+
+/// A value as it is bound to a statement.
+struct Blob {
+  std::string bytes;
+};
+using StoredValue = std::variant<std::nullptr_t, std::int64_t, double, std::string, Blob>;
+
+/// Throws AdoError 3421 for a text that SQLite cannot keep whole (an embedded NUL, an unpaired
+/// surrogate). Dates become their number of days, Empty becomes null.
+[[nodiscard]] StoredValue stored_value(const Variant& value);
+[[nodiscard]] StoredValue stored_value(const ado::Cell& cell);
+
+/// Binds without copying: `value` must outlive the statement's use. `index` counts from 1.
+void bind(sqlite3_stmt* statement, int index, const StoredValue& value);
+
+/// A view of SQLite's value, valid as long as that is.
+[[nodiscard]] ado::Cell cell_of(sqlite3_value* value);
+/// The same for a column (from 0) of the row that `statement` stands on.
+[[nodiscard]] ado::Cell cell_of(sqlite3_stmt* statement, int column);
+
+}  // namespace tarnwick::sqlite

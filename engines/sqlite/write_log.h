@@ -1,0 +1,83 @@
+#pragma once
+
+#include <exception>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engines/sqlite/catalog.h"
+#include "engines/sqlite/database.h"
+#include "engines/sqlite/row_locks.h"
+#include "engines/sqlite/stored_value.h"
+
+namespace tarnwick::sqlite {
+
+/// A statement that writes, with its values.
+struct Write {
+  std::string statement;
+  std::vector<StoredValue> values;
+  /// Throw kRowNotLocated unless exactly one row was written.
+  bool one_row = false;
+};
+
+/// What a session writes. Inside a transaction the file stays untouched: writes are gathered here
+/// and carried out at the commit, all in one short transaction of SQLite. Until then they are tried
+/// out, and rolled back, as each one arrives and whenever the session reads; so it sees its own
+/// writes, and an error appears where it was made. Every row that is written is locked first.
+class WriteLog final {
+ public:
+  WriteLog(Database& database, Catalog& catalog, RowLocks& locks);
+  ~WriteLog();
+  WriteLog(const WriteLog&) = delete;
+  WriteLog& operator=(const WriteLog&) = delete;
+
+  [[nodiscard]] bool in_transaction() const { return in_transaction_; }
+  void begin() { in_transaction_ = true; }
+  /// A commit that throws leaves the transaction open.
+  void commit();
+  void rollback() noexcept;
+
+  /// Locks that last as long as the transaction.
+  [[nodiscard]] RowLocks::Set& transaction_locks() { return locks_of_transaction_; }
+
+  /// Outside a transaction the write is committed at once.
+  void write(Write write);
+
+  /// Runs `body` with the file as this session sees it.
+  void read(const std::function<void()>& body);
+
+ private:
+  enum class Ending { kCommit, kRollback };
+
+  /// Runs `body` in a transaction of SQLite. Where it returns false, another session's row was in
+  /// the way: waits for that row and runs it again.
+  void in_file_transaction(RowLocks::Set& locks, Ending ending, const std::function<bool()>& body);
+
+  /// False when a row of another session is in the way (see `blocking_byte_`).
+  [[nodiscard]] bool apply_log();
+  [[nodiscard]] bool apply(const Write& write);
+  void wait_for_blocking_row();
+
+  static void before_change(void* log, sqlite3* handle, int operation, const char* schema,
+                            const char* table, sqlite3_int64 old_id, sqlite3_int64 new_id);
+  void lock_changed_row(int operation, const char* table_name);
+  using Getter = int (*)(sqlite3*, int, sqlite3_value**);
+  void read_key(const Table& table, Getter getter);
+  [[nodiscard]] ado::Cell changed_value(int column, Getter getter) const;
+
+  Database& database_;
+  Catalog& catalog_;
+  RowLocks& locks_;
+  bool in_transaction_ = false;
+  std::vector<Write> log_;
+  RowLocks::Set locks_of_transaction_;
+
+  // Of the statement that runs:
+  RowLocks::Set* taking_ = nullptr;  // where it puts its locks
+  std::optional<std::int64_t> blocking_byte_;
+  std::exception_ptr hook_failure_;
+  std::vector<ado::Cell> key_;
+};
+
+}  // namespace tarnwick::sqlite
