@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/ado/expect_error.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::ado {
 namespace {
+
+using test_support::error_description_of;
+using test_support::error_number_of;
 
 std::string items_of(TextView text) {
   std::string result;
@@ -64,17 +67,17 @@ TEST(ConnectionStringTest, AnItemIsSetOrAdded) {
 
 TEST(ConnectionStringTest, AMalformedItemIsToldByItsNumberWithoutItsText) {
   const auto parse = [](TextView text) { return [text] { (void)ConnectionString::parse(text); }; };
-  EXPECT_EQ(error_number(parse(u"A=1;secret")), 3001);
-  EXPECT_EQ(error_text(parse(u"A=1;secret")),
-            "The connection string cannot be read: item 2 has no \"=\".");
-  EXPECT_EQ(error_text(parse(u"secret;A=1")),
-            "The connection string cannot be read: item 1 has no \"=\".");
-  EXPECT_EQ(error_text(parse(u";; =secret")),
-            "The connection string cannot be read: item 1 has no name.");
-  EXPECT_EQ(error_text(parse(u"A=1;B=\"secret;C=2")),
-            "The connection string cannot be read: item 2 has a quote that is not closed.");
-  EXPECT_EQ(error_text(parse(u"A='secret'more;B=2")),
-            "The connection string cannot be read: item 1 has text behind its closing quote.");
+  EXPECT_EQ(error_number_of(parse(u"A=1;secret")), 3001);
+  EXPECT_EQ(error_description_of(parse(u"A=1;secret")),
+            u"The connection string cannot be read: item 2 has no \"=\".");
+  EXPECT_EQ(error_description_of(parse(u"secret;A=1")),
+            u"The connection string cannot be read: item 1 has no \"=\".");
+  EXPECT_EQ(error_description_of(parse(u";; =secret")),
+            u"The connection string cannot be read: item 1 has no name.");
+  EXPECT_EQ(error_description_of(parse(u"A=1;B=\"secret;C=2")),
+            u"The connection string cannot be read: item 2 has a quote that is not closed.");
+  EXPECT_EQ(error_description_of(parse(u"A='secret'more;B=2")),
+            u"The connection string cannot be read: item 1 has text behind its closing quote.");
 }
 
 std::string blanked(TextView text) { return to_utf8(ConnectionString::without_passwords(text)); }

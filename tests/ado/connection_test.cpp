@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "ado/recordset.h"
-#include "tests/ado/expect_error.h"
 #include "tests/ado/fake_engine.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::ado {
 namespace {
+
+using test_support::error_description_of;
+using test_support::error_number_of;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -57,11 +60,11 @@ TEST_F(ConnectionTest, AMissingOrUnknownProviderIsNotFound) {
   Connection connection({&engine});
   for (const TextView string : {TextView(u"Data Source=here"), TextView(u"Provider=Other"),
                                 TextView(u"Provider=Fak"), TextView()}) {
-    EXPECT_EQ(error_number([&] { connection.open(string); }), 3706);
+    EXPECT_EQ(error_number_of([&] { connection.open(string); }), 3706);
     EXPECT_EQ(connection.state(), ObjectState::kClosed);
   }
-  EXPECT_EQ(error_text([&] { connection.open(u"Provider=Other"); }),
-            "Provider cannot be found. It may not be properly installed.");
+  EXPECT_EQ(error_description_of([&] { connection.open(u"Provider=Other"); }),
+            u"Provider cannot be found. It may not be properly installed.");
   EXPECT_THAT(engine.calls, IsEmpty());
 }
 
@@ -75,34 +78,34 @@ TEST_F(ConnectionTest, AnEngineIsChosenByItsProviderName) {
 
 TEST_F(ConnectionTest, AStringThatCannotBeReadIsAnInvalidArgument) {
   Connection connection({&engine});
-  EXPECT_EQ(error_number([&] { connection.open(u"Provider=Fake;secret"); }), 3001);
-  EXPECT_EQ(error_text([&] { connection.open(u"Provider=Fake;secret"); }),
-            "The connection string cannot be read: item 2 has no \"=\".");
+  EXPECT_EQ(error_number_of([&] { connection.open(u"Provider=Fake;secret"); }), 3001);
+  EXPECT_EQ(error_description_of([&] { connection.open(u"Provider=Fake;secret"); }),
+            u"The connection string cannot be read: item 2 has no \"=\".");
 }
 
 TEST_F(ConnectionTest, AnOpenThatFailsLeavesItClosed) {
   engine.fail("connect", AdoErrorNumber::kAuthenticationFailed);
   Connection connection({&engine});
-  EXPECT_EQ(error_number([&] { connection.open(u"Provider=Fake"); }), -2147217843);
+  EXPECT_EQ(error_number_of([&] { connection.open(u"Provider=Fake"); }), -2147217843);
   EXPECT_EQ(connection.state(), ObjectState::kClosed);
 }
 
 TEST_F(ConnectionTest, WhatNeedsItClosedIsRefusedWhileOpen) {
   const auto connection = opened();
-  EXPECT_EQ(error_number([&] { connection->open(u"Provider=Fake"); }), 3705);
-  EXPECT_EQ(error_number([&] { connection->set_connection_string(u"Provider=Fake"); }), 3705);
+  EXPECT_EQ(error_number_of([&] { connection->open(u"Provider=Fake"); }), 3705);
+  EXPECT_EQ(error_number_of([&] { connection->set_connection_string(u"Provider=Fake"); }), 3705);
   EXPECT_EQ(engine.live_sessions, 1);
 }
 
 TEST_F(ConnectionTest, WhatNeedsItOpenIsRefusedWhileClosed) {
   Connection connection({&engine}, &trace);
-  EXPECT_EQ(error_number([&] { connection.close(); }), 3704);
-  EXPECT_EQ(error_number([&] { connection.set_default_database(u"D"); }), 3704);
-  EXPECT_EQ(error_number([&] { connection.execute(u"S"); }), 3704);
-  EXPECT_EQ(error_number([&] { connection.begin_trans(); }), 3704);
-  EXPECT_EQ(error_number([&] { connection.commit_trans(); }), 3704);
-  EXPECT_EQ(error_number([&] { connection.rollback_trans(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)connection.held_rows(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { connection.close(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { connection.set_default_database(u"D"); }), 3704);
+  EXPECT_EQ(error_number_of([&] { connection.execute(u"S"); }), 3704);
+  EXPECT_EQ(error_number_of([&] { connection.begin_trans(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { connection.commit_trans(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { connection.rollback_trans(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)connection.held_rows(); }), 3704);
   EXPECT_THAT(trace.lines, IsEmpty());
 }
 
@@ -110,13 +113,14 @@ TEST_F(ConnectionTest, OptionsThatDoNotMeanTextAreRefused) {
   const auto connection = opened();
   for (const std::int32_t options :
        {kOptionUnspecified, kCommandText, kExecuteNoRecords, kCommandText | kExecuteNoRecords}) {
-    EXPECT_EQ(error_number([&] { connection->execute(u"S", options); }), 0) << options;
+    EXPECT_EQ(error_number_of([&] { connection->execute(u"S", options); }), std::nullopt)
+        << options;
   }
   for (const std::int32_t options : {2, 4, 16, -2}) {
-    EXPECT_EQ(error_number([&] { connection->execute(u"S", options); }), 3001) << options;
+    EXPECT_EQ(error_number_of([&] { connection->execute(u"S", options); }), 3001) << options;
   }
   Connection other({&engine});
-  EXPECT_EQ(error_number([&] { other.open(u"Provider=Fake", {}, {}, 16); }), 3001);
+  EXPECT_EQ(error_number_of([&] { other.open(u"Provider=Fake", {}, {}, 16); }), 3001);
 }
 
 TEST_F(ConnectionTest, TheDefaultDatabaseIsKeptOnceTheEngineTookIt) {
@@ -125,17 +129,17 @@ TEST_F(ConnectionTest, TheDefaultDatabaseIsKeptOnceTheEngineTookIt) {
   connection->set_default_database(u"Things");
   EXPECT_EQ(connection->default_database(), u"Things");
   engine.fail("default-database", AdoErrorNumber::kCommandError);
-  EXPECT_EQ(error_number([&] { connection->set_default_database(u"No"); }), -2147217900);
+  EXPECT_EQ(error_number_of([&] { connection->set_default_database(u"No"); }), -2147217900);
   EXPECT_EQ(connection->default_database(), u"Things");
 }
 
 TEST_F(ConnectionTest, OneTransactionAtATime) {
   const auto connection = opened();
-  EXPECT_EQ(error_number([&] { connection->commit_trans(); }), -2147168242);
-  EXPECT_EQ(error_number([&] { connection->rollback_trans(); }), -2147168242);
+  EXPECT_EQ(error_number_of([&] { connection->commit_trans(); }), -2147168242);
+  EXPECT_EQ(error_number_of([&] { connection->rollback_trans(); }), -2147168242);
   connection->begin_trans();
   EXPECT_TRUE(connection->in_transaction());
-  EXPECT_EQ(error_number([&] { connection->begin_trans(); }), -2147168237);
+  EXPECT_EQ(error_number_of([&] { connection->begin_trans(); }), -2147168237);
   connection->commit_trans();
   EXPECT_FALSE(connection->in_transaction());
   connection->begin_trans();
@@ -147,7 +151,7 @@ TEST_F(ConnectionTest, OneTransactionAtATime) {
 TEST_F(ConnectionTest, ABeginThatFailsLeavesNoTransaction) {
   const auto connection = opened();
   engine.fail("begin", AdoErrorNumber::kUnspecified);
-  EXPECT_EQ(error_number([&] { connection->begin_trans(); }), -2147467259);
+  EXPECT_EQ(error_number_of([&] { connection->begin_trans(); }), -2147467259);
   EXPECT_FALSE(connection->in_transaction());
 }
 
@@ -155,7 +159,7 @@ TEST_F(ConnectionTest, ACommitThatFailsLeavesTheTransactionOpen) {
   const auto connection = opened();
   connection->begin_trans();
   engine.failures["commit"] = [] { throw lock_timeout(); };
-  EXPECT_EQ(error_number([&] { connection->commit_trans(); }), -2147467259);
+  EXPECT_EQ(error_number_of([&] { connection->commit_trans(); }), -2147467259);
   EXPECT_TRUE(connection->in_transaction());
   connection->rollback_trans();
   EXPECT_FALSE(connection->in_transaction());
@@ -164,7 +168,7 @@ TEST_F(ConnectionTest, ACommitThatFailsLeavesTheTransactionOpen) {
 TEST_F(ConnectionTest, ACloseInsideATransactionIsRefusedAndChangesNothing) {
   const auto connection = opened();
   connection->begin_trans();
-  EXPECT_EQ(error_number([&] { connection->close(); }), 3246);
+  EXPECT_EQ(error_number_of([&] { connection->close(); }), 3246);
   EXPECT_EQ(connection->state(), ObjectState::kOpen);
   EXPECT_TRUE(connection->in_transaction());
   connection->rollback_trans();
@@ -205,8 +209,8 @@ TEST_F(ConnectionTest, CloseEndsOpenRecordsetsBeforeTheSession) {
   EXPECT_EQ(first.state(), ObjectState::kClosed);
   EXPECT_EQ(first.edit_mode(), EditMode::kNone);
   EXPECT_EQ(second.state(), ObjectState::kClosed);
-  EXPECT_EQ(error_number([&] { second.close(); }), 3704);
-  EXPECT_EQ(error_number([&] { second.open(u"Select"); }), 3709);
+  EXPECT_EQ(error_number_of([&] { second.close(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { second.open(u"Select"); }), 3709);
   EXPECT_EQ(engine.calls.back(), "end-session");
 }
 
@@ -227,7 +231,7 @@ TEST_F(ConnectionTest, EveryStepIsTracedBeforeItIsCarriedOut) {
     connection.execute(u"SET LOCK_TIMEOUT 5000");
     connection.begin_trans();
     engine.fail("commit", AdoErrorNumber::kUnspecified);
-    EXPECT_EQ(error_number([&] { connection.commit_trans(); }), -2147467259);
+    EXPECT_EQ(error_number_of([&] { connection.commit_trans(); }), -2147467259);
     connection.rollback_trans();
     connection.close();
   }
@@ -274,7 +278,7 @@ TEST_P(LostConnectionTest, ClosesAllThatHungOnItWhereverItStrikes) {
     connection->commit_trans();
     connection->begin_trans();
   };
-  EXPECT_EQ(error_text(run), "gone");
+  EXPECT_EQ(error_description_of(run), u"gone");
 
   EXPECT_EQ(connection->state(), ObjectState::kClosed);
   EXPECT_FALSE(connection->in_transaction());
@@ -283,11 +287,11 @@ TEST_P(LostConnectionTest, ClosesAllThatHungOnItWhereverItStrikes) {
   EXPECT_EQ(recordset.edit_mode(), EditMode::kNone);
   EXPECT_EQ(bystander.state(), ObjectState::kClosed);
   EXPECT_EQ(engine.live_sessions, 0);
-  EXPECT_EQ(error_number([&] { connection->rollback_trans(); }), 3704);
-  EXPECT_EQ(error_number([&] { connection->close(); }), 3704);
-  EXPECT_EQ(error_number([&] { recordset.close(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)recordset.eof(); }), 3704);
-  EXPECT_EQ(error_number([&] { recordset.open(u"Select"); }), 3709);
+  EXPECT_EQ(error_number_of([&] { connection->rollback_trans(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { connection->close(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.close(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.eof(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.open(u"Select"); }), 3709);
 
   engine.failures.clear();
   connection->open();
@@ -313,9 +317,9 @@ TEST_F(ConnectionTest, ALossWhileMovingClosesTheRecordset) {
   recordset.open(u"Select");
   Field field = recordset.field(u"Name");
   engine.lose_connection_at("fetch");
-  EXPECT_EQ(error_text([&] { recordset.move_next(); }), "gone");
+  EXPECT_EQ(error_description_of([&] { recordset.move_next(); }), u"gone");
   EXPECT_EQ(recordset.state(), ObjectState::kClosed);
-  EXPECT_EQ(error_number([&] { (void)field.value(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)field.value(); }), 3704);
 }
 
 }  // namespace

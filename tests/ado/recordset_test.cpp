@@ -3,11 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/ado/expect_error.h"
 #include "tests/ado/fake_engine.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::ado {
 namespace {
+
+using test_support::error_description_of;
+using test_support::error_number_of;
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -79,43 +82,43 @@ TEST_F(RecordsetTest, TakesOverTheCursorLocationOfItsConnection) {
 
 TEST_F(RecordsetTest, NeedsAnOpenConnection) {
   Recordset recordset;
-  EXPECT_EQ(error_number([&] { recordset.open(u"Select"); }), 3709);
+  EXPECT_EQ(error_number_of([&] { recordset.open(u"Select"); }), 3709);
   recordset.set_active_connection(std::make_shared<Connection>(Engines{&engine}));
-  EXPECT_EQ(error_number([&] { recordset.open(u"Select"); }), 3709);
+  EXPECT_EQ(error_number_of([&] { recordset.open(u"Select"); }), 3709);
 }
 
 TEST_P(AnyCursorTest, WhatNeedsItClosedIsRefusedWhileOpen) {
   Recordset recordset;
   open(recordset, LockType::kReadOnly);
-  EXPECT_EQ(error_number([&] { recordset.open(u"Select"); }), 3705);
-  EXPECT_EQ(error_number([&] { recordset.set_active_connection(connection); }), 3705);
-  EXPECT_EQ(error_number([&] { recordset.set_cursor_location(CursorLocation::kClient); }), 3705);
-  EXPECT_EQ(error_number([&] { recordset.set_cursor_type(CursorType::kStatic); }), 3705);
-  EXPECT_EQ(error_number([&] { recordset.set_lock_type(LockType::kReadOnly); }), 3705);
+  EXPECT_EQ(error_number_of([&] { recordset.open(u"Select"); }), 3705);
+  EXPECT_EQ(error_number_of([&] { recordset.set_active_connection(connection); }), 3705);
+  EXPECT_EQ(error_number_of([&] { recordset.set_cursor_location(CursorLocation::kClient); }), 3705);
+  EXPECT_EQ(error_number_of([&] { recordset.set_cursor_type(CursorType::kStatic); }), 3705);
+  EXPECT_EQ(error_number_of([&] { recordset.set_lock_type(LockType::kReadOnly); }), 3705);
   EXPECT_EQ(recordset.state(), ObjectState::kOpen);
 }
 
 TEST_F(RecordsetTest, WhatNeedsItOpenIsRefusedWhileClosed) {
   Recordset recordset;
   EXPECT_EQ(recordset.state(), ObjectState::kClosed);
-  EXPECT_EQ(error_number([&] { recordset.close(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)recordset.bof(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)recordset.eof(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)recordset.record_count(); }), 3704);
-  EXPECT_EQ(error_number([&] { recordset.move_first(); }), 3704);
-  EXPECT_EQ(error_number([&] { recordset.move_next(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)recordset.field_count(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)recordset.field(u"Name"); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)recordset.field(0); }), 3704);
-  EXPECT_EQ(error_number([&] { recordset.add_new(); }), 3704);
-  EXPECT_EQ(error_number([&] { recordset.update(); }), 3704);
-  EXPECT_EQ(error_number([&] { recordset.cancel_update(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.close(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.bof(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.eof(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.record_count(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.move_first(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.move_next(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.field_count(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.field(u"Name"); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.field(0); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.add_new(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.update(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { recordset.cancel_update(); }), 3704);
 }
 
 TEST_F(RecordsetTest, OptionsThatDoNotMeanTextAreRefused) {
   Recordset recordset;
   recordset.set_active_connection(connection);
-  EXPECT_EQ(error_number([&] { recordset.open(u"Things", 2); }), 3001);
+  EXPECT_EQ(error_number_of([&] { recordset.open(u"Things", 2); }), 3001);
   EXPECT_EQ(recordset.state(), ObjectState::kClosed);
   EXPECT_THAT(engine.calls, IsEmpty());
 }
@@ -135,7 +138,7 @@ TEST_P(AnyCursorTest, AnOpenThatFailsLeavesItClosedAndUsable) {
   recordset.set_cursor_location(GetParam());
   for (const char* step : {"open", "fetch"}) {
     engine.failures = {{step, [] { throw lock_timeout(); }}};
-    EXPECT_EQ(error_number([&] { recordset.open(u"Select"); }), -2147467259);
+    EXPECT_EQ(error_number_of([&] { recordset.open(u"Select"); }), -2147467259);
     EXPECT_EQ(recordset.state(), ObjectState::kClosed);
     EXPECT_EQ(connection->state(), ObjectState::kOpen);
   }
@@ -182,9 +185,9 @@ TEST_P(AnyCursorTest, StandsOnTheFirstRowAndWalksToTheEnd) {
   }
   EXPECT_EQ(names, u"abc");
   EXPECT_FALSE(recordset.bof());
-  EXPECT_EQ(error_number([&] { recordset.move_next(); }), 3021);
-  EXPECT_EQ(error_number([&] { (void)value(recordset, u"Name"); }), 3021);
-  EXPECT_EQ(error_number([&] { (void)recordset.field(u"Name").is_null(); }), 3021);
+  EXPECT_EQ(error_number_of([&] { recordset.move_next(); }), 3021);
+  EXPECT_EQ(error_number_of([&] { (void)value(recordset, u"Name"); }), 3021);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.field(u"Name").is_null(); }), 3021);
 }
 
 TEST_P(AnyCursorTest, WithoutRowsIsAtBothEndsAtOnce) {
@@ -193,9 +196,9 @@ TEST_P(AnyCursorTest, WithoutRowsIsAtBothEndsAtOnce) {
   open(recordset, LockType::kOptimistic);
   EXPECT_TRUE(recordset.bof());
   EXPECT_TRUE(recordset.eof());
-  EXPECT_EQ(error_number([&] { recordset.move_first(); }), 3021);
-  EXPECT_EQ(error_number([&] { recordset.move_next(); }), 3021);
-  EXPECT_EQ(error_number([&] { recordset.field(u"Name").set_value(Null{}); }), 3021);
+  EXPECT_EQ(error_number_of([&] { recordset.move_first(); }), 3021);
+  EXPECT_EQ(error_number_of([&] { recordset.move_next(); }), 3021);
+  EXPECT_EQ(error_number_of([&] { recordset.field(u"Name").set_value(Null{}); }), 3021);
   EXPECT_EQ(recordset.field(u"Name").name(), u"Name");
 }
 
@@ -214,7 +217,7 @@ TEST_F(RecordsetTest, AForwardCursorGoesBackToItsFirstRowOnlyWhileThere) {
   recordset.move_first();
   EXPECT_EQ(value(recordset, u"Name"), text(u"a"));
   recordset.move_next();
-  EXPECT_EQ(error_number([&] { recordset.move_first(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { recordset.move_first(); }), 3219);
   EXPECT_EQ(value(recordset, u"Name"), text(u"b"));
 }
 
@@ -224,7 +227,7 @@ TEST_F(RecordsetTest, AForwardCursorWithOneRowDoesNotComeBackFromItsEnd) {
   open(recordset, CursorLocation::kServer, LockType::kReadOnly);
   recordset.move_next();
   EXPECT_TRUE(recordset.eof());
-  EXPECT_EQ(error_number([&] { recordset.move_first(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { recordset.move_first(); }), 3219);
 }
 
 TEST_F(RecordsetTest, RecordCountIsExactWhereAllRowsAreHeld) {
@@ -282,9 +285,9 @@ TEST_F(RecordsetTest, AMoveThatFailsLeavesNoRowAndCanBeTriedAgain) {
   Recordset recordset;
   open(recordset, CursorLocation::kServer, LockType::kReadOnly);
   engine.failures["fetch"] = [] { throw lock_timeout(); };
-  EXPECT_EQ(error_number([&] { recordset.move_next(); }), -2147467259);
+  EXPECT_EQ(error_number_of([&] { recordset.move_next(); }), -2147467259);
   EXPECT_FALSE(recordset.eof());
-  EXPECT_EQ(error_number([&] { (void)value(recordset, u"Name"); }), 3021);
+  EXPECT_EQ(error_number_of([&] { (void)value(recordset, u"Name"); }), 3021);
   engine.failures.clear();
   recordset.move_next();
   EXPECT_EQ(value(recordset, u"Name"), text(u"b"));
@@ -300,9 +303,9 @@ TEST_P(AnyCursorTest, AFieldIsFoundInAnyLetterCaseAndByIndex) {
   EXPECT_EQ(recordset.field(u"title").name(), u"Title");
   EXPECT_EQ(recordset.field(2).name(), u"Version");
   EXPECT_EQ(recordset.field(2).value(), Variant(std::int32_t{1}));
-  EXPECT_EQ(error_number([&] { (void)recordset.field(u"Titles"); }), 3265);
-  EXPECT_EQ(error_number([&] { (void)recordset.field(u""); }), 3265);
-  EXPECT_EQ(error_number([&] { (void)recordset.field(3); }), 3265);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.field(u"Titles"); }), 3265);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.field(u""); }), 3265);
+  EXPECT_EQ(error_number_of([&] { (void)recordset.field(3); }), 3265);
 }
 
 TEST_P(AnyCursorTest, AFieldFollowsTheCurrentRow) {
@@ -322,7 +325,7 @@ TEST_P(AnyCursorTest, NamesInOneBufferAreToldApartByTheirText) {
   EXPECT_EQ(value(recordset, TextView(name).substr(0, 4)), text(u"a"));
   name = u"Title";
   EXPECT_EQ(value(recordset, name), text(u"A"));
-  EXPECT_EQ(error_number([&] { (void)value(recordset, TextView(name).substr(0, 4)); }), 3265);
+  EXPECT_EQ(error_number_of([&] { (void)value(recordset, TextView(name).substr(0, 4)); }), 3265);
 }
 
 TEST_P(AnyCursorTest, AnyNumberOfNamesMadeUpAnewIsFound) {
@@ -340,13 +343,13 @@ TEST_P(AnyCursorTest, AFieldOfAnEarlierOpenWithMoreColumnsIsNotFound) {
   open(recordset, LockType::kOptimistic);
   Field last = recordset.field(2);
   recordset.close();
-  EXPECT_EQ(error_number([&] { (void)last.value(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)last.value(); }), 3704);
   engine.columns.resize(1);
   for (auto& row : engine.rows) row.resize(1);
   recordset.open(u"Select");
-  EXPECT_EQ(error_number([&] { (void)last.value(); }), 3265);
-  EXPECT_EQ(error_number([&] { (void)last.name(); }), 3265);
-  EXPECT_EQ(error_number([&] { last.set_value(Null{}); }), 3265);
+  EXPECT_EQ(error_number_of([&] { (void)last.value(); }), 3265);
+  EXPECT_EQ(error_number_of([&] { (void)last.name(); }), 3265);
+  EXPECT_EQ(error_number_of([&] { last.set_value(Null{}); }), 3265);
 }
 
 // --- Edits -------------------------------------------------------------------------------------
@@ -437,10 +440,10 @@ TEST_P(AnyCursorTest, AnUpdateThatFailsKeepsTheEditPending) {
   open(recordset, LockType::kOptimistic);
   recordset.field(u"Title").set_value(Text(u"new"));
   engine.fail("update", AdoErrorNumber::kIntegrityViolation);
-  EXPECT_EQ(error_number([&] { recordset.update(); }), -2147217873);
+  EXPECT_EQ(error_number_of([&] { recordset.update(); }), -2147217873);
   EXPECT_EQ(recordset.edit_mode(), EditMode::kInProgress);
   EXPECT_EQ(value(recordset, u"Title"), text(u"new"));
-  EXPECT_EQ(error_number([&] { recordset.move_next(); }), -2147217873);
+  EXPECT_EQ(error_number_of([&] { recordset.move_next(); }), -2147217873);
   EXPECT_EQ(value(recordset, u"Name"), text(u"a"));
   engine.failures.clear();
   recordset.update();
@@ -474,21 +477,21 @@ TEST_P(AnyCursorTest, ACloseDuringAnEditIsRefused) {
   Recordset recordset;
   open(recordset, LockType::kOptimistic);
   recordset.field(u"Title").set_value(Text(u"new"));
-  EXPECT_EQ(error_number([&] { recordset.close(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { recordset.close(); }), 3219);
   EXPECT_EQ(recordset.state(), ObjectState::kOpen);
   recordset.cancel_update();
   recordset.close();
   open(recordset, LockType::kOptimistic);
   recordset.add_new();
-  EXPECT_EQ(error_number([&] { recordset.close(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { recordset.close(); }), 3219);
 }
 
 TEST_P(AnyCursorTest, AReadOnlyRecordsetRefusesEdits) {
   for (const LockType lock : {LockType::kReadOnly, LockType::kBatchOptimistic}) {
     Recordset recordset;
     open(recordset, lock);
-    EXPECT_EQ(error_number([&] { recordset.field(u"Title").set_value(Null{}); }), 3251);
-    EXPECT_EQ(error_number([&] { recordset.add_new(); }), 3251);
+    EXPECT_EQ(error_number_of([&] { recordset.field(u"Title").set_value(Null{}); }), 3251);
+    EXPECT_EQ(error_number_of([&] { recordset.add_new(); }), 3251);
     EXPECT_EQ(recordset.edit_mode(), EditMode::kNone);
   }
 }
@@ -595,7 +598,7 @@ TEST_P(AnyCursorTest, AnInsertThatFailsKeepsTheNewRowPending) {
   recordset.add_new();
   recordset.field(u"Name").set_value(Text(u"a"));
   engine.fail("insert", AdoErrorNumber::kIntegrityViolation);
-  EXPECT_EQ(error_number([&] { recordset.update(); }), -2147217873);
+  EXPECT_EQ(error_number_of([&] { recordset.update(); }), -2147217873);
   EXPECT_EQ(recordset.edit_mode(), EditMode::kAdd);
   engine.failures.clear();
   recordset.field(u"Name").set_value(Text(u"d"));
@@ -645,7 +648,7 @@ TEST_F(RecordsetTest, AStepThatFailsIsTracedToo) {
   Recordset recordset;
   recordset.set_active_connection(connection);
   engine.fail("open", AdoErrorNumber::kCommandError);
-  EXPECT_EQ(error_number([&] { recordset.open(u"Selct"); }), -2147217900);
+  EXPECT_EQ(error_number_of([&] { recordset.open(u"Selct"); }), -2147217900);
   EXPECT_THAT(trace.lines, ElementsAre("Open server forward-only read-only: Selct"));
 }
 

@@ -10,11 +10,14 @@
 #include <thread>
 
 #include "ado/stream.h"
-#include "tests/ado/expect_error.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::ado {
 namespace {
+
+using test_support::error_description_of;
+using test_support::error_number_of;
 
 namespace fs = std::filesystem;
 
@@ -22,6 +25,8 @@ Bytes bytes(std::string_view text) {
   const auto view = std::as_bytes(std::span(text));
   return {view.begin(), view.end()};
 }
+
+Text text_of(const fs::path& path) { return from_utf8(path.string()); }
 
 std::string content_of(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
@@ -125,7 +130,7 @@ TEST_F(StreamFileTest, TextIsSavedInItsCharset) {
 TEST_F(StreamFileTest, AFileThatIsThereIsKeptUnlessOverwritingIsAskedFor) {
   folder.write("file.bin", "old");
   Stream stream = binary(bytes("new"));
-  EXPECT_EQ(error_number([&] { stream.save_to_file(file); }), 3004);
+  EXPECT_EQ(error_number_of([&] { stream.save_to_file(file); }), 3004);
   EXPECT_EQ(content_of(file), "old");
   stream.save_to_file(file, SaveOption::kCreateOverWrite);
   EXPECT_EQ(content_of(file), "new");
@@ -163,10 +168,11 @@ TEST_F(StreamFileTest, AFullDiskLeavesTheOldFileAndNothingElse) {
   Stream stream = binary(Bytes(100'000, std::byte{'x'}));
   {
     const FullDisk full(50'000);
-    EXPECT_EQ(error_number([&] { stream.save_to_file(file, SaveOption::kCreateOverWrite); }), 3004);
+    EXPECT_EQ(error_number_of([&] { stream.save_to_file(file, SaveOption::kCreateOverWrite); }),
+              3004);
     EXPECT_EQ(
-        error_text([&] { stream.save_to_file(folder.path() / "new.bin"); }),
-        "Write to file failed. '" + (folder.path() / "new.bin").string() + "': File too large.");
+        error_description_of([&] { stream.save_to_file(folder.path() / "new.bin"); }),
+        u"Write to file failed. '" + text_of(folder.path() / "new.bin") + u"': File too large.");
   }
   EXPECT_EQ(content_of(file), "old");
   EXPECT_EQ(files_in_folder(), 1);
@@ -183,9 +189,10 @@ TEST_F(StreamFileTest, AProtectedFileOrFolderIsNotWritten) {
   Stream stream = binary(bytes("new"));
   {
     const OrdinaryUser user;
-    EXPECT_EQ(error_text([&] { stream.save_to_file(file, SaveOption::kCreateOverWrite); }),
-              "Write to file failed. '" + file.string() + "': Permission denied.");
-    EXPECT_EQ(error_number([&] { stream.save_to_file(closed / "x"); }), 3004);
+    EXPECT_EQ(
+        error_description_of([&] { stream.save_to_file(file, SaveOption::kCreateOverWrite); }),
+        u"Write to file failed. '" + text_of(file) + u"': Permission denied.");
+    EXPECT_EQ(error_number_of([&] { stream.save_to_file(closed / "x"); }), 3004);
   }
   EXPECT_EQ(content_of(file), "old");
   EXPECT_EQ(files_in_folder(), 2);
@@ -193,23 +200,24 @@ TEST_F(StreamFileTest, AProtectedFileOrFolderIsNotWritten) {
 
 TEST_F(StreamFileTest, AFolderIsNoFile) {
   Stream stream = binary(bytes("content"));
-  EXPECT_EQ(error_number([&] { stream.load_from_file(folder.path()); }), 3002);
-  EXPECT_EQ(error_number([&] { stream.save_to_file(folder.path(), SaveOption::kCreateOverWrite); }),
-            3004);
-  EXPECT_EQ(error_number([&] { stream.save_to_file(folder.path() / "none" / "x"); }), 3004);
+  EXPECT_EQ(error_number_of([&] { stream.load_from_file(folder.path()); }), 3002);
+  EXPECT_EQ(
+      error_number_of([&] { stream.save_to_file(folder.path(), SaveOption::kCreateOverWrite); }),
+      3004);
+  EXPECT_EQ(error_number_of([&] { stream.save_to_file(folder.path() / "none" / "x"); }), 3004);
   EXPECT_EQ(files_in_folder(), 0);
 }
 
 TEST_F(StreamFileTest, AFileThatCannotBeOpenedOrReadLeavesTheContent) {
   Stream stream = binary(bytes("content"));
   stream.set_position(3);
-  EXPECT_EQ(error_text([&] { stream.load_from_file(file); }),
-            "File could not be opened. '" + file.string() + "': No such file or directory.");
-  EXPECT_EQ(error_number([&] { stream.load_from_file(file); }), 3002);
+  EXPECT_EQ(error_description_of([&] { stream.load_from_file(file); }),
+            u"File could not be opened. '" + text_of(file) + u"': No such file or directory.");
+  EXPECT_EQ(error_number_of([&] { stream.load_from_file(file); }), 3002);
   // The system refuses to read at address 0 of a process.
-  EXPECT_EQ(error_text([&] { stream.load_from_file("/proc/self/mem"); }),
-            "File could not be read. '/proc/self/mem': Input/output error.");
-  EXPECT_EQ(error_number([&] { stream.load_from_file("/proc/self/mem"); }), 3003);
+  EXPECT_EQ(error_description_of([&] { stream.load_from_file("/proc/self/mem"); }),
+            u"File could not be read. '/proc/self/mem': Input/output error.");
+  EXPECT_EQ(error_number_of([&] { stream.load_from_file("/proc/self/mem"); }), 3003);
   EXPECT_EQ(stream.position(), 3);
   EXPECT_EQ(stream.size(), 7);
 }
@@ -235,8 +243,9 @@ TEST_F(StreamFileTest, AFileOfTheSystemThatHidesItsSizeIsReadWhole) {
 
 TEST_F(StreamFileTest, ADeviceThatTakesNothingIsAnError) {
   Stream stream = binary(bytes("content"));
-  EXPECT_EQ(error_text([&] { stream.save_to_file("/dev/full", SaveOption::kCreateOverWrite); }),
-            "Write to file failed. '/dev/full': No space left on device.");
+  EXPECT_EQ(
+      error_description_of([&] { stream.save_to_file("/dev/full", SaveOption::kCreateOverWrite); }),
+      u"Write to file failed. '/dev/full': No space left on device.");
 }
 
 TEST_F(StreamFileTest, AFileNameOfTheGreatestLengthIsOverwritten) {

@@ -4,10 +4,13 @@
 
 #include <string_view>
 
-#include "tests/ado/expect_error.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::ado {
 namespace {
+
+using test_support::error_description_of;
+using test_support::error_number_of;
 
 Bytes bytes(std::string_view text) {
   const auto view = std::as_bytes(std::span(text));
@@ -51,24 +54,24 @@ TEST(StreamTest, ANewStreamIsClosedTextInLatin1) {
 TEST(StreamTest, WhatNeedsItOpenIsRefusedWhileClosed) {
   Stream stream;
   Stream target = binary();
-  EXPECT_EQ(error_number([&] { stream.close(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)stream.position(); }), 3704);
-  EXPECT_EQ(error_number([&] { stream.set_position(0); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)stream.size(); }), 3704);
-  EXPECT_EQ(error_number([&] { stream.write(bytes("x")); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)stream.read(); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)stream.take_content(); }), 3704);
-  EXPECT_EQ(error_number([&] { stream.write_text(u"x"); }), 3704);
-  EXPECT_EQ(error_number([&] { (void)stream.read_text(); }), 3704);
-  EXPECT_EQ(error_number([&] { stream.copy_to(target); }), 3704);
-  EXPECT_EQ(error_number([&] { target.copy_to(stream); }), 3704);
-  EXPECT_EQ(error_number([&] { stream.load_from_file("/dev/null"); }), 3704);
-  EXPECT_EQ(error_number([&] { stream.save_to_file("/dev/null"); }), 3704);
+  EXPECT_EQ(error_number_of([&] { stream.close(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)stream.position(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { stream.set_position(0); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)stream.size(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { stream.write(bytes("x")); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)stream.take_content(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { stream.write_text(u"x"); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read_text(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { stream.copy_to(target); }), 3704);
+  EXPECT_EQ(error_number_of([&] { target.copy_to(stream); }), 3704);
+  EXPECT_EQ(error_number_of([&] { stream.load_from_file("/dev/null"); }), 3704);
+  EXPECT_EQ(error_number_of([&] { stream.save_to_file("/dev/null"); }), 3704);
 }
 
 TEST(StreamTest, IsOpenedOnceAndAfterACloseAnewAndEmpty) {
   Stream stream = binary("abc");
-  EXPECT_EQ(error_number([&] { stream.open(); }), 3705);
+  EXPECT_EQ(error_number_of([&] { stream.open(); }), 3705);
   stream.close();
   EXPECT_EQ(stream.state(), ObjectState::kClosed);
   stream.open();
@@ -80,8 +83,8 @@ TEST(StreamTest, IsOpenedOnceAndAfterACloseAnewAndEmpty) {
 TEST(StreamTest, TypeAndCharsetChangeOnlyAtTheStart) {
   Stream stream = text(u"abc");
   stream.set_position(1);
-  EXPECT_EQ(error_number([&] { stream.set_type(StreamType::kBinary); }), 3219);
-  EXPECT_EQ(error_number([&] { stream.set_charset(u"utf-8"); }), 3219);
+  EXPECT_EQ(error_number_of([&] { stream.set_type(StreamType::kBinary); }), 3219);
+  EXPECT_EQ(error_number_of([&] { stream.set_charset(u"utf-8"); }), 3219);
   stream.set_position(0);
   stream.set_type(StreamType::kBinary);
   stream.set_charset(u"utf-8");
@@ -93,7 +96,7 @@ TEST(StreamTest, TypeAndCharsetChangeOnlyAtTheStart) {
 
 TEST(StreamTest, AnUnknownCharsetIsAnInvalidArgument) {
   Stream stream;
-  EXPECT_EQ(error_number([&] { stream.set_charset(u"klingon"); }), 3001);
+  EXPECT_EQ(error_number_of([&] { stream.set_charset(u"klingon"); }), 3001);
   EXPECT_EQ(stream.charset(), u"iso-8859-1");
   stream.set_charset(u"UTF-8");
   EXPECT_EQ(stream.charset(), u"UTF-8");
@@ -103,19 +106,19 @@ TEST(StreamTest, APositionLiesWithinTheContent) {
   Stream stream = binary("abc");
   stream.set_position(3);
   EXPECT_EQ(stream.position(), 3);
-  EXPECT_EQ(error_number([&] { stream.set_position(4); }), 3001);
-  EXPECT_EQ(error_number([&] { stream.set_position(-1); }), 3001);
+  EXPECT_EQ(error_number_of([&] { stream.set_position(4); }), 3001);
+  EXPECT_EQ(error_number_of([&] { stream.set_position(-1); }), 3001);
   EXPECT_EQ(stream.position(), 3);
 }
 
 TEST(StreamTest, EachModeHasItsOwnReadAndWrite) {
   Stream stream = text(u"abc");
-  EXPECT_EQ(error_number([&] { stream.write(bytes("x")); }), 3219);
-  EXPECT_EQ(error_number([&] { (void)stream.read(); }), 3219);
-  EXPECT_EQ(error_number([&] { (void)stream.take_content(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { stream.write(bytes("x")); }), 3219);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { (void)stream.take_content(); }), 3219);
   stream.set_type(StreamType::kBinary);
-  EXPECT_EQ(error_number([&] { stream.write_text(u"x"); }), 3219);
-  EXPECT_EQ(error_number([&] { (void)stream.read_text(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { stream.write_text(u"x"); }), 3219);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read_text(); }), 3219);
 }
 
 // --- Bytes -------------------------------------------------------------------------------------
@@ -129,7 +132,7 @@ TEST(StreamTest, BytesAreReadFromThePositionOn) {
   EXPECT_EQ(stream.read(), Bytes());
   stream.set_position(4);
   EXPECT_EQ(stream.read(100), bytes("ef"));
-  EXPECT_EQ(error_number([&] { (void)stream.read(-2); }), 3001);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read(-2); }), 3001);
 }
 
 TEST(StreamTest, BytesAreWrittenOverWhatIsThereAndBehindIt) {
@@ -173,12 +176,12 @@ TEST(StreamTest, Latin1IsOneByteACharacter) {
 TEST(StreamTest, ACharacterOutsideTheCharsetIsRefusedAndNothingWritten) {
   Stream stream = text(u"ab");
   stream.set_position(2);
-  EXPECT_EQ(error_number([&] { stream.write_text(u"cd\u0100"); }), 3421);
-  EXPECT_EQ(error_text([&] { stream.write_text(u"\u20AC"); }),
-            "The text has a character that the character set \"iso-8859-1\" does not have.");
+  EXPECT_EQ(error_number_of([&] { stream.write_text(u"cd\u0100"); }), 3421);
+  EXPECT_EQ(error_description_of([&] { stream.write_text(u"\u20AC"); }),
+            u"The text has a character that the character set \"iso-8859-1\" does not have.");
   EXPECT_EQ(stream.size(), 2);
   Stream utf8 = text(u"", u"utf-8");
-  EXPECT_EQ(error_number([&] { utf8.write_text(Text{0xD800}); }), 3421);
+  EXPECT_EQ(error_number_of([&] { utf8.write_text(Text{0xD800}); }), 3421);
   EXPECT_EQ(utf8.size(), 0);
 }
 
@@ -188,7 +191,7 @@ TEST(StreamTest, TextIsReadByCharactersFromThePositionOn) {
   EXPECT_EQ(stream.position(), 2);
   EXPECT_EQ(stream.read_text(), u"cdef");
   EXPECT_EQ(stream.read_text(), u"");
-  EXPECT_EQ(error_number([&] { (void)stream.read_text(-2); }), 3001);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read_text(-2); }), 3001);
 }
 
 TEST(StreamTest, UnicodeTextBeginsWithAByteOrderMarkThatReadingPassesOver) {
@@ -276,10 +279,10 @@ TEST(StreamTest, TextIsCopiedIntoATextTargetByItsCharacters) {
 TEST(StreamTest, BytesAreNotCopiedIntoText) {
   Stream source = binary("abc");
   Stream target = text(u"");
-  EXPECT_EQ(error_number([&] { source.copy_to(target); }), 3219);
-  EXPECT_EQ(error_number([&] { source.copy_to(source); }), 3219);
+  EXPECT_EQ(error_number_of([&] { source.copy_to(target); }), 3219);
+  EXPECT_EQ(error_number_of([&] { source.copy_to(source); }), 3219);
   Stream other = binary();
-  EXPECT_EQ(error_number([&] { source.copy_to(other, -2); }), 3001);
+  EXPECT_EQ(error_number_of([&] { source.copy_to(other, -2); }), 3001);
   EXPECT_EQ(source.position(), 0);
 }
 
