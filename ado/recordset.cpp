@@ -1,6 +1,7 @@
 #include "ado/recordset.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -45,6 +46,11 @@ TextView lock_word(LockType lock) {
       return u"batch";
   }
   return {};
+}
+
+// The library compares char16_t one by one; names are compared for every value that is read.
+bool is_same_text(TextView a, TextView b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
 }
 
 }  // namespace
@@ -268,7 +274,7 @@ bool Recordset::holds_all_rows() const {
 // followed the last time, and the very same literal.
 std::size_t Recordset::column_of(TextView name) {
   const auto is_same = [&](const LookedUp& entry) {
-    return entry.data == name.data() && entry.name == name;
+    return entry.data == name.data() && is_same_text(entry.name, name);
   };
   if (next_look_up_ >= looked_up_.size()) next_look_up_ = 0;
   if (looked_up_.empty() || !is_same(looked_up_[next_look_up_])) {
