@@ -16,6 +16,13 @@ Text joined_key(TextView mac_number, TextView computer_id, std::int16_t comp_id)
   return join({mac_number, separator, computer_id, separator, decimal(comp_id)});
 }
 
+// Keeps `present` as the loaded value when `next` is going to replace it.
+void keep_loaded(std::unique_ptr<const Text>& loaded, const Text& present, const Text& next) {
+  if (loaded == nullptr && !present.empty() && present != next) {
+    loaded = std::make_unique<const Text>(present);
+  }
+}
+
 // A zero date never clears a column that holds a value.
 void write_date(ado::Recordset& row, TextView column, Date value) {
   if (!value.is_zero()) row.field(column).set_value(value);
@@ -26,12 +33,12 @@ void write_date(ado::Recordset& row, TextView column, Date value) {
 RegisteredPC::RegisteredPC(SharedState& state) : state_(state), lock_(state) {}
 
 void RegisteredPC::set_mac_number(Text value) {
-  if (loaded_mac_number_.empty()) loaded_mac_number_ = value;
+  keep_loaded(loaded_mac_number_, mac_number_, value);
   set(mac_number_, std::move(value));
 }
 
 void RegisteredPC::set_computer_id(Text value) {
-  if (loaded_computer_id_.empty()) loaded_computer_id_ = value;
+  keep_loaded(loaded_computer_id_, computer_id_, value);
   set(computer_id_, std::move(value));
 }
 
@@ -42,8 +49,16 @@ void RegisteredPC::set_comp_id(std::int16_t value) {
 
 Text RegisteredPC::key() const { return joined_key(mac_number_, computer_id_, comp_id_); }
 
+const Text& RegisteredPC::loaded_mac_number() const {
+  return loaded_mac_number_ == nullptr ? mac_number_ : *loaded_mac_number_;
+}
+
+const Text& RegisteredPC::loaded_computer_id() const {
+  return loaded_computer_id_ == nullptr ? computer_id_ : *loaded_computer_id_;
+}
+
 Text RegisteredPC::loaded_key() const {
-  return joined_key(loaded_mac_number_, loaded_computer_id_, loaded_comp_id_);
+  return joined_key(loaded_mac_number(), loaded_computer_id(), loaded_comp_id_);
 }
 
 bool RegisteredPC::initialized() const { return key().size() >= 3 && state_.connection != nullptr; }
@@ -95,8 +110,8 @@ UpdateErrorEnum RegisteredPC::update() {
     if (!equals_ignoring_case(current_key, old_key) && old_key.size() > 2) {
       // The PC moved to another key: its row was written there, the old one goes.
       state_.connection->execute(
-          join({u"Delete from DW_Sec_PC Where MACNbr = '", loaded_mac_number_,
-                u"' AND ComputerID = '", loaded_computer_id_, u"' AND CompID = ",
+          join({u"Delete from DW_Sec_PC Where MACNbr = '", loaded_mac_number(),
+                u"' AND ComputerID = '", loaded_computer_id(), u"' AND CompID = ",
                 decimal(loaded_comp_id_)}),
           ado::kExecuteNoRecords);
     }

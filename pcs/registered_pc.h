@@ -95,6 +95,8 @@ class RegisteredPC final {
     if (member != value) changed_ = true;
     member = std::move(value);
   }
+  [[nodiscard]] const Text& loaded_mac_number() const;
+  [[nodiscard]] const Text& loaded_computer_id() const;
   [[nodiscard]] Text loaded_key() const;
   void write_columns(ado::Recordset& row);
 
@@ -117,9 +119,10 @@ class RegisteredPC final {
   Text software_version_;
 
   bool changed_ = false;
-  // The key under which the row was first known.
-  Text loaded_mac_number_;
-  Text loaded_computer_id_;
+  // The key under which the row was first known: the first values that are not empty. A text that
+  // was never changed since is not kept twice; in a large register that counts.
+  std::unique_ptr<const Text> loaded_mac_number_;
+  std::unique_ptr<const Text> loaded_computer_id_;
   std::int16_t loaded_comp_id_ = -1;
   RecordLock lock_;
 };
