@@ -1,0 +1,17 @@
+#pragma once
+
+#include "ado/engine.h"
+#include "engines/sqlite/engine.h"
+
+namespace tarnwick::apps {
+
+/// The engines that the programs of this project offer. Outlives all connections.
+class ProgramEngines final {
+ public:
+  [[nodiscard]] ado::Engines list() { return {&sqlite_}; }
+
+ private:
+  sqlite::SqliteEngine sqlite_;
+};
+
+}  // namespace tarnwick::apps

@@ -1,0 +1,118 @@
+#include "apps/tarnwick-server/serve.h"
+
+#include <spdlog/spdlog.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <optional>
+#include <random>
+#include <string>
+
+#include "apps/common/engines.h"
+#include "apps/common/trace_file.h"
+#include "automation/dbus/clients.h"
+#include "automation/dbus/error.h"
+#include "automation/dbus/handles.h"
+#include "automation/dbus/lock_prompt.h"
+#include "automation/dbus/name_owner.h"
+#include "automation/dbus/service.h"
+#include "platform/linux/host.h"
+#include "platform/unattended_message_box.h"
+#include "server/shared_state.h"
+
+namespace tarnwick::server_app {
+namespace {
+
+namespace dbus = automation::dbus;
+
+// A process that the bus started, and that then hears nothing, ends too.
+constexpr std::chrono::seconds kFirstRequest{30};
+
+void warn(TextView text) { spdlog::warn("{}", to_display_utf8(text)); }
+
+// Set where a bus starts its services, and by systemd for its units.
+bool started_on_demand() {
+  return std::getenv("DBUS_STARTER_ADDRESS") != nullptr || std::getenv("INVOCATION_ID") != nullptr;
+}
+
+dbus::BusHandle open_address(const std::string& address) {
+  sd_bus* bus = nullptr;
+  dbus::check(sd_bus_new(&bus), "opening the bus");
+  dbus::BusHandle handle(bus);
+  dbus::check(sd_bus_set_address(bus, address.c_str()), "opening the bus");
+  dbus::check(sd_bus_set_bus_client(bus, 1), "opening the bus");
+  dbus::check(sd_bus_start(bus), "opening the bus");
+  return handle;
+}
+
+dbus::BusHandle open_bus(const Options& options) {
+  if (!options.address.empty()) return open_address(options.address);
+  sd_bus* bus = nullptr;
+  if (options.system_bus) {
+    dbus::check(sd_bus_open_system(&bus), "opening the system bus");
+  } else if (const char* starter = std::getenv("DBUS_STARTER_ADDRESS")) {
+    return open_address(starter);
+  } else {
+    dbus::check(sd_bus_open_user(&bus), "opening the session bus");
+  }
+  return dbus::BusHandle(bus);
+}
+
+// Of this process alone: what it stands in the paths for.
+std::string run_name() {
+  std::random_device random;
+  return fmt::format("{:08x}", random());
+}
+
+dbus::EventHandle new_event_loop() {
+  sd_event* event = nullptr;
+  dbus::check(sd_event_new(&event), "making an event loop");
+  dbus::EventHandle handle(event);
+  for (const int number : {SIGTERM, SIGINT}) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, number);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    dbus::check(sd_event_add_signal(event, nullptr, number, nullptr, nullptr), "watching signals");
+  }
+  return handle;
+}
+
+}  // namespace
+
+int serve(const Options& options) {
+  // Opened before the bus is: a file that cannot be written is no reason to answer anybody.
+  std::optional<apps::TraceFile> trace;
+  if (!options.trace.empty()) trace.emplace(options.trace);
+
+  const dbus::EventHandle event = new_event_loop();
+  const dbus::BusHandle bus = open_bus(options);
+
+  dbus::Caller caller;
+  dbus::Clients clients(bus.get(), run_name(), options.most_objects);
+  platform::UnattendedMessageBox unattended(options.when_locked, warn);
+  dbus::BusMessageBox message_box(bus.get(), clients, caller, options.question_timeout, unattended,
+                                  warn);
+  platform::LinuxHost host(message_box, options.folder);
+  apps::ProgramEngines engines;
+  SharedState state(host, engines.list(), trace ? &*trace : nullptr);
+  const dbus::Service service(bus.get(), state, clients, caller);
+
+  dbus::NameOwner name(bus.get());
+  if (!name.acquire()) {
+    spdlog::info("Another process serves this bus");
+    return EXIT_SUCCESS;
+  }
+  name.end_when_idle(
+      event.get(), [&] { return clients.idle(); }, options.idle,
+      started_on_demand() ? std::optional(kFirstRequest) : std::nullopt);
+  dbus::check(sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL),
+              "attaching the bus");
+  dbus::check(sd_bus_set_exit_on_disconnect(bus.get(), 1), "attaching the bus");
+  spdlog::info("Serving");
+  const int result = dbus::check(sd_event_loop(event.get()), "waiting for requests");
+  spdlog::info("Ending");
+  return result;
+}
+
+}  // namespace tarnwick::server_app

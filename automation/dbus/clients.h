@@ -1,0 +1,77 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "automation/dbus/handles.h"
+#include "automation/dbus/object_table.h"
+
+namespace tarnwick::automation::dbus {
+
+/// Where a client answers questions: the object that exports the LockPrompt interface.
+struct LockPrompt {
+  std::string client;  // unique name
+  std::string path;
+};
+
+/// The clients of the bus that hold objects or answer questions. What a client holds ends when it
+/// leaves the bus, in whatever way. `bus` must outlive this.
+class Clients {
+ public:
+  /// `most_objects`: what one client may hold at once.
+  Clients(sd_bus* bus, std::string run, std::size_t most_objects);
+
+  [[nodiscard]] const ObjectTable& objects() const { return objects_; }
+
+  /// Throws WireError when `client` cannot be handed one object more.
+  void require_room(const std::string& client);
+
+  /// Lets `client` hold the objects, and whoever shares `source` too, which is what they were found
+  /// through (Nothing: they were created). All or none; the paths stand in order, "/" for Nothing.
+  /// Throws WireError when one of them would hold too many, or when `client` has left the bus.
+  std::vector<std::string> hand_out(const std::string& client, const automation::Object& source,
+                                    const std::vector<automation::Object>& objects);
+
+  /// False when `client` does not hold the object at `path`.
+  bool release(const std::string& client, std::string_view path);
+
+  /// Whether `client` also gets to hold what others are handed through its objects.
+  void set_sharing(const std::string& client, bool on);
+
+  /// An empty path ends the answering.
+  void set_lock_prompt(const std::string& client, std::string path);
+  [[nodiscard]] std::optional<LockPrompt> lock_prompt_of(const std::string& client) const;
+
+  /// No client holds anything, and none waits for questions.
+  [[nodiscard]] bool idle() const;
+
+ private:
+  struct Client {
+    Clients* all = nullptr;
+    std::string name;
+    TrackHandle track;
+    ObjectTable::Holder holder;
+    std::string lock_prompt;
+    bool sharing = false;
+  };
+
+  Client& client(const std::string& name);
+  void check_room(const Client& client, const std::vector<automation::Object>& objects) const;
+  static int on_left(sd_bus_track* track, void* userdata);
+
+  sd_bus* bus_;
+  std::size_t most_objects_;
+  ObjectTable objects_;
+  std::unordered_map<std::string, std::unique_ptr<Client>> clients_;
+  std::size_t prompts_ = 0;
+  std::size_t sharers_ = 0;
+};
+
+}  // namespace tarnwick::automation::dbus

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <exception>
+#include <string>
+
+namespace tarnwick::automation::dbus {
+
+/// What is wrong with a call as such, under its name on the bus.
+class WireError : public std::exception {
+ public:
+  /// A name of ours: `name` stands behind org.tarnwick.Security1.Error.
+  static WireError own(const char* name, std::string text);
+  /// A standard name, as sd-bus-protocol.h defines them.
+  static WireError standard(const char* name, std::string text);
+
+  [[nodiscard]] const std::string& name() const noexcept { return name_; }
+  [[nodiscard]] const char* what() const noexcept override { return text_.c_str(); }
+
+ private:
+  WireError(std::string name, std::string text);
+  std::string name_;
+  std::string text_;
+};
+
+/// More than one message may carry, or more objects than one client may hold.
+[[nodiscard]] WireError limit_exceeded(std::string text);
+/// There is no object at `path`, which an argument named.
+[[nodiscard]] WireError object_required(const std::string& path);
+
+/// Throws std::system_error for a negative result of libsystemd; returns any other.
+int check(int result, const char* what);
+
+/// The one place where exceptions become errors on the bus: fills `error` from the exception that
+/// is being handled and returns what sd-bus wants returned. For catch blocks only.
+int fill_error(sd_bus_error* error) noexcept;
+
+}  // namespace tarnwick::automation::dbus

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <chrono>
+#include <functional>
+
+#include "automation/dbus/clients.h"
+#include "automation/dbus/service.h"
+#include "platform/message_box.h"
+
+namespace tarnwick::automation::dbus {
+
+/// Asks the client whose call is running, if that client said that it answers questions, and
+/// otherwise `otherwise`. While a question is open nothing else is read from the bus: the calls of
+/// other clients wait, in their order. A client that leaves, that answers with an error or not at
+/// all within `patience` has answered Cancel. All arguments must outlive this.
+class BusMessageBox final : public platform::MessageBox {
+ public:
+  using Log = std::function<void(TextView)>;
+  BusMessageBox(sd_bus* bus, const Clients& clients, const Caller& caller,
+                std::chrono::seconds patience, platform::MessageBox& otherwise, Log log);
+
+  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title) override;
+  void inform(TextView text, TextView title) override;
+
+ private:
+  platform::Answer ask(const LockPrompt& prompt, TextView text, TextView title);
+
+  sd_bus* bus_;
+  const Clients& clients_;
+  const Caller& caller_;
+  std::chrono::seconds patience_;
+  platform::MessageBox& otherwise_;
+  Log log_;
+};
+
+}  // namespace tarnwick::automation::dbus

@@ -1,0 +1,154 @@
+#include "automation/dbus/name_owner.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "automation/dbus/error.h"
+#include "automation/dbus/names.h"
+
+namespace tarnwick::automation::dbus {
+namespace {
+
+constexpr char kBus[] = "org.freedesktop.DBus";
+
+// What acquire_instance waits for.
+struct Waiting {
+  bool acquired = false;
+  bool served = false;
+};
+
+int on_acquired(sd_bus_message* message, void* userdata, sd_bus_error*) {
+  const char* name = nullptr;
+  if (sd_bus_message_read(message, "s", &name) >= 0 && std::strcmp(name, kInstanceName) == 0) {
+    static_cast<Waiting*>(userdata)->acquired = true;
+  }
+  return 0;
+}
+
+int on_owner_changed(sd_bus_message* message, void* userdata, sd_bus_error*) {
+  const char* name = nullptr;
+  const char* owner = nullptr;
+  if (sd_bus_message_read(message, "sss", &name, nullptr, &owner) >= 0 &&
+      std::strcmp(name, kBusName) == 0 && *owner != '\0') {
+    static_cast<Waiting*>(userdata)->served = true;
+  }
+  return 0;
+}
+
+bool has_owner(sd_bus* bus, const char* name) {
+  ErrorHandle error;
+  sd_bus_message* received = nullptr;
+  check(sd_bus_call_method(bus, kBus, "/org/freedesktop/DBus", kBus, "NameHasOwner", error.get(),
+                           &received, "s", name),
+        "asking for the owner of a name");
+  const MessageHandle reply(received);
+  int owned = 0;
+  check(sd_bus_message_read(reply.get(), "b", &owned), "asking for the owner of a name");
+  return owned != 0;
+}
+
+}  // namespace
+
+bool NameOwner::acquire() {
+  if (!acquire_instance()) return false;
+  check(sd_bus_request_name(bus_, kBusName, 0), "requesting the name org.tarnwick.Security1");
+  return true;
+}
+
+bool NameOwner::acquire_instance() {
+  Waiting waiting;
+  sd_bus_slot* slot = nullptr;
+  check(
+      sd_bus_match_signal(bus_, &slot, kBus, nullptr, kBus, "NameAcquired", &on_acquired, &waiting),
+      "watching names");
+  const SlotHandle acquired(slot);
+  check(sd_bus_match_signal(bus_, &slot, kBus, nullptr, kBus, "NameOwnerChanged", &on_owner_changed,
+                            &waiting),
+        "watching names");
+  const SlotHandle owner_changed(slot);
+
+  if (sd_bus_request_name(bus_, kInstanceName, SD_BUS_NAME_QUEUE) != 0) {
+    // 1: ours. Less: what is wrong shows in the request for the name itself, where it matters.
+    return true;
+  }
+  // Another process has it: either it serves this bus, or it is about to leave.
+  while (!waiting.acquired) {
+    if (waiting.served || has_owner(bus_, kBusName)) return false;
+    while (check(sd_bus_process(bus_, nullptr), "waiting for the name") > 0) {
+    }
+    if (waiting.acquired || waiting.served) continue;
+    const int result = sd_bus_wait(bus_, UINT64_MAX);
+    if (result != -EINTR) check(result, "waiting for the name");
+  }
+  return true;
+}
+
+void NameOwner::end_when_idle(sd_event* event, std::function<bool()> idle, Seconds patience,
+                              std::optional<Seconds> first_request) {
+  event_ = event;
+  idle_ = std::move(idle);
+  patience_ = patience;
+
+  sd_event_source* source = nullptr;
+  check(
+      sd_event_add_time(event_, &source, CLOCK_MONOTONIC, UINT64_MAX, 0, &NameOwner::on_time, this),
+      "watching the time");
+  clock_.reset(source);
+  check(sd_event_source_set_enabled(source, SD_EVENT_OFF), "watching the time");
+  check(sd_event_add_post(event_, &source, &NameOwner::on_dispatched, this), "watching events");
+  dispatched_.reset(source);
+  sd_bus_slot* slot = nullptr;
+  check(sd_bus_add_filter(bus_, &slot, &NameOwner::on_message, this), "watching messages");
+  filter_.reset(slot);
+  if (first_request) restart_clock(*first_request);
+}
+
+int NameOwner::on_message(sd_bus_message* message, void* userdata, sd_bus_error*) {
+  std::uint8_t type = 0;
+  if (sd_bus_message_get_type(message, &type) < 0 || type != SD_BUS_MESSAGE_METHOD_CALL) return 0;
+  auto& owner = *static_cast<NameOwner*>(userdata);
+  owner.request_came_ = true;
+  // A request that came before the name was given up: what follows it has to come here too.
+  if (owner.released_ && sd_bus_request_name(owner.bus_, kBusName, 0) >= 0) {
+    owner.released_ = false;
+  }
+  return 0;
+}
+
+int NameOwner::on_dispatched(sd_event_source*, void* userdata) {
+  auto& owner = *static_cast<NameOwner*>(userdata);
+  if (!owner.idle_()) {
+    if (owner.counting_) sd_event_source_set_enabled(owner.clock_.get(), SD_EVENT_OFF);
+    owner.counting_ = false;
+  } else if (owner.request_came_) {
+    owner.restart_clock(owner.patience_);
+  }
+  owner.request_came_ = false;
+  return 0;
+}
+
+void NameOwner::restart_clock(Seconds time) {
+  const std::chrono::microseconds microseconds(time);
+  sd_event_source_set_time_relative(clock_.get(), static_cast<std::uint64_t>(microseconds.count()));
+  sd_event_source_set_enabled(clock_.get(), SD_EVENT_ONESHOT);
+  counting_ = true;
+}
+
+int NameOwner::on_time(sd_event_source*, std::uint64_t, void* userdata) {
+  auto& owner = *static_cast<NameOwner*>(userdata);
+  owner.counting_ = false;
+  if (sd_bus_release_name(owner.bus_, kBusName) < 0) {
+    return sd_event_exit(owner.event_, EXIT_FAILURE);
+  }
+  owner.released_ = true;
+  // The answer to the release came behind all that was sent to the name before it: whatever there
+  // is to be lost has arrived.
+  while (sd_bus_process(owner.bus_, nullptr) > 0) {
+  }
+  return owner.released_ ? sd_event_exit(owner.event_, EXIT_SUCCESS) : 0;
+}
+
+}  // namespace tarnwick::automation::dbus

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+#include "automation/dbus/handles.h"
+
+namespace tarnwick::automation::dbus {
+
+/// Owns the service's name on a bus, from the first request to the last.
+///
+/// A process that has nothing to do ends, and the bus starts a new one for the next request. No
+/// request is lost between the two: whoever wants the name has to own the instance name first, and
+/// that one is given up only by leaving the bus. So an idle process first releases its name, which
+/// makes the bus keep further requests for a new process; then looks whether a request came in
+/// before that; and if so takes its name back, which nobody can have taken meanwhile.
+class NameOwner {
+ public:
+  using Seconds = std::chrono::seconds;
+
+  explicit NameOwner(sd_bus* bus) : bus_(bus) {}
+
+  /// Takes the name. False when another process serves this bus. Throws std::system_error.
+  [[nodiscard]] bool acquire();
+
+  /// Ends `event` as soon as `idle` has been true for `patience` without a request. The first
+  /// request is waited for `first_request`, or for ever.
+  void end_when_idle(sd_event* event, std::function<bool()> idle, Seconds patience,
+                     std::optional<Seconds> first_request);
+
+ private:
+  [[nodiscard]] bool acquire_instance();
+  void restart_clock(Seconds time);
+  static int on_dispatched(sd_event_source*, void* owner);
+  static int on_time(sd_event_source*, std::uint64_t, void* owner);
+  static int on_message(sd_bus_message* message, void* owner, sd_bus_error*);
+
+  sd_bus* bus_;
+  sd_event* event_ = nullptr;
+  std::function<bool()> idle_;
+  Seconds patience_{};
+  bool request_came_ = false;
+  bool counting_ = false;
+  bool released_ = false;
+  EventSourceHandle clock_;
+  EventSourceHandle dispatched_;
+  SlotHandle filter_;
+};
+
+}  // namespace tarnwick::automation::dbus

@@ -1,0 +1,424 @@
+#include "automation/dbus/service.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "automation/dbus/error.h"
+#include "automation/dbus/names.h"
+#include "automation/dbus/signature.h"
+#include "runtime/error.h"
+
+namespace tarnwick::automation::dbus {
+
+using automation::ClassId;
+using automation::Member;
+using automation::Object;
+using automation::Value;
+
+namespace {
+
+constexpr char kGetRows[] = "GetRows";
+constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
+
+// A listing of a class shows that many of its objects; a tool that asks each of them what it is
+// would not come to an end with a whole register.
+constexpr std::size_t kMostListed = 1000;
+
+MessageHandle new_reply(sd_bus_message* call) {
+  sd_bus_message* reply = nullptr;
+  check(sd_bus_message_new_method_return(call, &reply), "making a reply");
+  return MessageHandle(reply);
+}
+
+int send(MessageHandle reply) {
+  return check(sd_bus_send(nullptr, reply.get(), nullptr), "sending a reply");
+}
+
+void open(sd_bus_message* message, char type, const char* contents) {
+  check(sd_bus_message_open_container(message, type, contents), "making a reply");
+}
+
+void close(sd_bus_message* message) {
+  check(sd_bus_message_close_container(message), "making a reply");
+}
+
+std::string read_text(sd_bus_message* message, char type) {
+  const char* text = nullptr;
+  check(sd_bus_message_read_basic(message, type, &text), "reading an argument");
+  return text;
+}
+
+WireError unknown_object(const std::string& path) {
+  return WireError::standard(SD_BUS_ERROR_UNKNOWN_OBJECT, "Unknown object '" + path + "'.");
+}
+
+const Member& member_named(const Object& object, const char* name) {
+  const Member* member = automation::find_member(automation::class_of(object.class_id), name);
+  // sd-bus lets nothing else through.
+  if (member == nullptr) throw Error(ErrorNumber::kInternalError);
+  return *member;
+}
+
+// The shared error state is no part of a record; a row of many would only repeat it.
+bool is_error_state(const Member& member) {
+  return member.name == "LastErrorMsg" || member.name == "LastErrorNumber";
+}
+
+void require_signature(sd_bus_message* message, const char* wanted) {
+  if (sd_bus_message_has_signature(message, wanted) > 0) return;
+  throw WireError::standard(SD_BUS_ERROR_INVALID_ARGS,
+                            std::string("The arguments have to be of the types '") + wanted + "'");
+}
+
+int to_string_list(const std::vector<std::string>& texts, char*** list) {
+  auto** made = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
+  if (made == nullptr) return -ENOMEM;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    made[i] = strdup(texts[i].c_str());
+    if (made[i] == nullptr) {
+      for (std::size_t j = 0; j < i; ++j) std::free(made[j]);
+      std::free(made);
+      return -ENOMEM;
+    }
+  }
+  *list = made;
+  return 0;
+}
+
+std::string class_path(ClassId id) {
+  return std::string(kRootPath) + "/" + std::string(automation::class_of(id).name);
+}
+
+}  // namespace
+
+// One call by one client: names the caller while it runs, and hands out objects to it.
+class Service::Call final : public Paths {
+ public:
+  Call(Service& service, sd_bus_message* message, Object source)
+      : service_(service), source_(std::move(source)) {
+    const char* sender = sd_bus_message_get_sender(message);
+    service_.caller_.name = sender == nullptr ? "" : sender;
+  }
+  ~Call() override { service_.caller_.name.clear(); }
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+
+  [[nodiscard]] const std::string& caller() const { return service_.caller_.name; }
+  [[nodiscard]] const Object& source() const { return source_; }
+
+  Object resolve(const char* path) override { return service_.clients_.objects().find(path); }
+  std::string hand_out(const Object& object) override { return hand_out_all({object}).front(); }
+  std::vector<std::string> hand_out_all(const std::vector<Object>& objects) override {
+    return service_.clients_.hand_out(caller(), source_, objects);
+  }
+
+ private:
+  Service& service_;
+  Object source_;  // kept alive: the call may be about its last holder
+};
+
+struct Service::RootMethod {
+  const char* name;
+  const char* signature;
+  std::vector<std::string_view> arguments;
+  const char* result;
+  std::vector<std::string_view> results;
+  sd_bus_message_handler_t handler;
+};
+
+const std::vector<Service::RootMethod>& Service::root_methods() {
+  static const std::vector<RootMethod> methods{
+      {"CreateObject", "s", {"class"}, "o", {"object"}, &on_call<&Service::create_object>},
+      {"Release", "o", {"object"}, "", {}, &on_call<&Service::release>},
+      {"SetLockPrompt", "o", {"prompt"}, "", {}, &on_call<&Service::set_lock_prompt>},
+      {"Share", "b", {"on"}, "", {}, &on_call<&Service::share>},
+  };
+  return methods;
+}
+
+Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller)
+    : bus_(bus), state_(state), clients_(clients), caller_(caller) {
+  sd_bus_slot* slot = nullptr;
+  check(sd_bus_add_filter(bus_, &slot, &Service::on_message, this), "watching messages");
+  slots_.emplace_back(slot);
+
+  for (const RootMethod& method : root_methods()) {
+    root_vtable_.method(method.name, method.signature, method.arguments, method.result,
+                        method.results, method.handler);
+  }
+  export_interface(kAutomationInterface, root_vtable_, &Service::find_root);
+
+  for (std::size_t i = 0; i < automation::kClassCount; ++i) {
+    const automation::Class& of = automation::class_of(static_cast<ClassId>(i));
+    class_vtables_[i] = class_vtable(of, &Service::on_call<&Service::call_member>, &Service::on_get,
+                                     &Service::on_set);
+    export_interface(interface_of(of).c_str(), class_vtables_[i], &Service::find_object);
+  }
+  rows_vtable_.method(kGetRows, "uu", {"first", "count"}, "aa{sv}", {"rows"},
+                      &Service::on_call<&Service::get_rows>);
+  export_interface(kRowsInterface, rows_vtable_, &Service::find_object);
+  check(sd_bus_add_node_enumerator(bus_, &slot, kRootPath, &Service::list_children, this),
+        "listing objects");
+  slots_.emplace_back(slot);
+}
+
+void Service::export_interface(const char* name, Vtable& vtable, sd_bus_object_find_t find) {
+  sd_bus_slot* slot = nullptr;
+  check(sd_bus_add_fallback_vtable(bus_, &slot, kRootPath, name, vtable.finish(), find, this),
+        "exporting an interface");
+  slots_.emplace_back(slot);
+}
+
+int Service::create_object(sd_bus_message* message) {
+  Call call(*this, message, {});
+  const automation::Class* of = automation::find_class(from_utf8(read_text(message, 's')));
+  if (of == nullptr) throw Error(429, u"ActiveX component can't create object");
+  // First of all: making a collection replaces the one that all share.
+  clients_.require_room(call.caller());
+  const std::string path = call.hand_out(of->create(state_));
+  return sd_bus_reply_method_return(message, "o", path.c_str());
+}
+
+int Service::release(sd_bus_message* message) {
+  Call call(*this, message, {});
+  const std::string path = read_text(message, 'o');
+  if (!clients_.objects().find(path)) throw unknown_object(path);
+  if (!clients_.release(call.caller(), path)) {
+    throw WireError::own("NotHeld", "This client does not hold " + path);
+  }
+  return sd_bus_reply_method_return(message, nullptr);
+}
+
+int Service::set_lock_prompt(sd_bus_message* message) {
+  Call call(*this, message, {});
+  const std::string path = read_text(message, 'o');
+  clients_.set_lock_prompt(call.caller(), path == kNothingPath ? std::string() : path);
+  return sd_bus_reply_method_return(message, nullptr);
+}
+
+int Service::share(sd_bus_message* message) {
+  Call call(*this, message, {});
+  int on = 0;
+  check(sd_bus_message_read_basic(message, 'b', &on), "reading an argument");
+  clients_.set_sharing(call.caller(), on != 0);
+  return sd_bus_reply_method_return(message, nullptr);
+}
+
+int Service::call_member(sd_bus_message* message) {
+  Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
+  const Member& member = member_named(call.source(), sd_bus_message_get_member(message));
+  const std::vector<Value> arguments = read_arguments(message, member, call);
+  Value result = automation::call(call.source(), member, arguments);
+  // Nobody would learn the paths of what is handed out.
+  if (sd_bus_message_get_expect_reply(message) == 0) return 1;
+  const Outgoing outgoing(member.result, std::move(result), call);
+  MessageHandle reply = new_reply(message);
+  outgoing.append_to(reply.get());
+  return send(std::move(reply));
+}
+
+std::size_t Service::append_properties(sd_bus_message* reply, const Object& object,
+                                       bool with_error_state, Call& call) {
+  std::size_t bytes = 0;
+  open(reply, SD_BUS_TYPE_ARRAY, "{sv}");
+  for (const Member& member : automation::class_of(object.class_id).members) {
+    if (!is_property(member) || (!with_error_state && is_error_state(member))) continue;
+    try {
+      const Outgoing outgoing(member.result, automation::call(object, member), call);
+      bytes += outgoing.size() + 2 * member.name.size();
+      if (bytes > kMostBytes) break;
+      open(reply, SD_BUS_TYPE_DICT_ENTRY, "sv");
+      check(sd_bus_message_append_basic(reply, 's', std::string(member.name).c_str()),
+            "making a reply");
+      open(reply, SD_BUS_TYPE_VARIANT, signature_of(member.result));
+      outgoing.append_to(reply);
+      close(reply);
+      close(reply);
+    } catch (const Error&) {
+      // One that fails is left out, as it would be missing from an object that lacks it; who reads
+      // it alone is told why.
+    } catch (const WireError&) {
+    }
+  }
+  close(reply);
+  return bytes;
+}
+
+int Service::get_all(sd_bus_message* message) {
+  const Object& object = clients_.objects().find(sd_bus_message_get_path(message));
+  if (!object) return 0;
+  const std::string interface = read_text(message, 's');
+  const std::string own = interface_of(automation::class_of(object.class_id));
+  if (!interface.empty() && interface != own) {
+    check(sd_bus_message_rewind(message, 1), "reading a call");
+    return 0;
+  }
+  Call call(*this, message, object);
+  MessageHandle reply = new_reply(message);
+  if (append_properties(reply.get(), call.source(), true, call) > kMostBytes) {
+    throw limit_exceeded("The properties together are more than one message carries (" +
+                         std::to_string(kMostBytes) + " bytes). Read them one by one");
+  }
+  send(std::move(reply));
+  return 1;
+}
+
+int Service::get_rows(sd_bus_message* message) {
+  Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
+  std::uint32_t first = 0;
+  std::uint32_t count = 0;
+  check(sd_bus_message_read(message, "uu", &first, &count), "reading an argument");
+  if (first == 0) throw Error(ErrorNumber::kSubscriptOutOfRange);
+
+  const Member& size = member_named(call.source(), "Count");
+  const Member& item = member_named(call.source(), "Item");
+  const std::int64_t last_row = std::get<std::int32_t>(automation::call(call.source(), size));
+  const std::int64_t last = std::min(last_row, std::int64_t{first} + count - 1);
+
+  MessageHandle reply = new_reply(message);
+  std::size_t bytes = 0;
+  open(reply.get(), SD_BUS_TYPE_ARRAY, "a{sv}");
+  for (std::int64_t position = first; position <= last; ++position) {
+    const Value where = position;
+    const Value row = automation::call(call.source(), item, {&where, 1});
+    const Object& record = std::get<Object>(row);
+    if (!record) break;
+    bytes += append_properties(reply.get(), record, false, call);
+    if (bytes > kMostBytes) {
+      throw limit_exceeded("The rows from " + std::to_string(first) + " to " +
+                           std::to_string(position) + " are more than one message carries (" +
+                           std::to_string(kMostBytes) + " bytes). Ask for fewer");
+    }
+  }
+  close(reply.get());
+  return send(std::move(reply));
+}
+
+void Service::get(const char* path, const char* property, sd_bus_message* reply) {
+  Call call(*this, sd_bus_get_current_message(bus_), clients_.objects().find(path));
+  const Member& member = member_named(call.source(), property);
+  Outgoing(member.result, automation::call(call.source(), member), call).append_to(reply);
+}
+
+void Service::set(const char* path, const char* property, sd_bus_message* value) {
+  Call call(*this, sd_bus_get_current_message(bus_), clients_.objects().find(path));
+  const Member& member = member_named(call.source(), property);
+  automation::let(call.source(), member, read(value, member.result, call));
+}
+
+template <int (Service::*kHandler)(sd_bus_message*)>
+int Service::on_call(sd_bus_message* message, void* service, sd_bus_error* error) {
+  try {
+    return (static_cast<Service*>(service)->*kHandler)(message);
+  } catch (...) {
+    return fill_error(error);
+  }
+}
+
+int Service::on_message(sd_bus_message* message, void* service, sd_bus_error* error) {
+  // sd-bus would answer GetAll with nothing but an error if one property cannot be read.
+  if (sd_bus_message_is_method_call(message, kProperties, "GetAll") > 0 &&
+      sd_bus_message_has_signature(message, "s") > 0) {
+    return on_call<&Service::get_all>(message, service, error);
+  }
+  // A call may leave the interface out, which sd-bus takes for a call to no object at all.
+  if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0 &&
+      sd_bus_message_get_interface(message) == nullptr) {
+    try {
+      return static_cast<Service*>(service)->call_without_interface(message, error);
+    } catch (...) {
+      return fill_error(error);
+    }
+  }
+  return 0;
+}
+
+int Service::call_without_interface(sd_bus_message* message, sd_bus_error* error) {
+  const char* path = sd_bus_message_get_path(message);
+  const std::string_view name = sd_bus_message_get_member(message);
+  if (std::string_view(path) == kRootPath) {
+    const auto method = std::ranges::find(root_methods(), name, &RootMethod::name);
+    if (method == root_methods().end()) return 0;
+    require_signature(message, method->signature);
+    return method->handler(message, this, error);
+  }
+  const Object& object = clients_.objects().find(path);
+  if (!object) return 0;
+  const automation::Class& of = automation::class_of(object.class_id);
+  if (name == kGetRows && is_collection(of)) {
+    require_signature(message, "uu");
+    return get_rows(message);
+  }
+  const Member* member = automation::find_member(of, name);
+  if (member == nullptr || is_property(*member)) return 0;
+  require_signature(message, argument_signature(*member).c_str());
+  return call_member(message);
+}
+
+int Service::on_get(sd_bus*, const char* path, const char*, const char* property,
+                    sd_bus_message* reply, void* service, sd_bus_error* error) {
+  try {
+    static_cast<Service*>(service)->get(path, property, reply);
+    return 0;
+  } catch (...) {
+    return fill_error(error);
+  }
+}
+
+int Service::on_set(sd_bus*, const char* path, const char*, const char* property,
+                    sd_bus_message* value, void* service, sd_bus_error* error) {
+  try {
+    static_cast<Service*>(service)->set(path, property, value);
+    return 0;
+  } catch (...) {
+    return fill_error(error);
+  }
+}
+
+// One path has fallback interfaces or others, not both.
+int Service::find_root(sd_bus*, const char* path, const char*, void* service, void** found,
+                       sd_bus_error*) {
+  if (std::string_view(path) != kRootPath) return 0;
+  *found = service;
+  return 1;
+}
+
+int Service::find_object(sd_bus*, const char* path, const char* interface, void* service,
+                         void** found, sd_bus_error*) {
+  const Object& object = static_cast<Service*>(service)->clients_.objects().find(path);
+  if (!object) return 0;
+  const automation::Class& of = automation::class_of(object.class_id);
+  if (interface != interface_of(of) &&
+      !(std::string_view(interface) == kRowsInterface && is_collection(of))) {
+    return 0;
+  }
+  *found = service;
+  return 1;
+}
+
+int Service::list_children(sd_bus*, const char* prefix, void* service, char*** children,
+                           sd_bus_error*) {
+  try {
+    const ObjectTable& objects = static_cast<Service*>(service)->clients_.objects();
+    std::vector<std::string> paths;
+    for (std::size_t i = 0; i < automation::kClassCount; ++i) {
+      const auto id = static_cast<ClassId>(i);
+      const std::string path = class_path(id);
+      if (path == prefix) {
+        paths = objects.paths(id, kMostListed);
+      } else if (std::string_view(prefix) == kRootPath && objects.any(id)) {
+        paths.push_back(path);
+      }
+    }
+    return to_string_list(paths, children);
+  } catch (...) {
+    return -ENOMEM;
+  }
+}
+
+}  // namespace tarnwick::automation::dbus

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "automation/dbus/clients.h"
+#include "automation/dbus/handles.h"
+#include "automation/dbus/vtable.h"
+#include "automation/dbus/wire.h"
+#include "server/shared_state.h"
+
+namespace tarnwick::automation::dbus {
+
+/// Who is calling, while a call runs.
+struct Caller {
+  std::string name;  // unique name; empty between calls
+};
+
+/// The object model on a bus: exports the root object and whatever clients were handed. Registers
+/// with `bus` when it is made and leaves it when it ends; owns no name. Single-threaded: calls are
+/// carried out one after the other, as they come in. All arguments must outlive this.
+class Service {
+ public:
+  Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller);
+  Service(const Service&) = delete;
+  Service& operator=(const Service&) = delete;
+
+ private:
+  class Call;
+
+  void export_interface(const char* name, Vtable& vtable, sd_bus_object_find_t find);
+
+  struct RootMethod;
+  static const std::vector<RootMethod>& root_methods();
+
+  int create_object(sd_bus_message* message);
+  int release(sd_bus_message* message);
+  int set_lock_prompt(sd_bus_message* message);
+  int share(sd_bus_message* message);
+  int call_member(sd_bus_message* message);
+  int get_rows(sd_bus_message* message);
+  int call_without_interface(sd_bus_message* message, sd_bus_error* error);
+  int get_all(sd_bus_message* message);
+  void get(const char* path, const char* property, sd_bus_message* reply);
+  void set(const char* path, const char* property, sd_bus_message* value);
+
+  // The properties of `object`, but those that cannot be had at the moment. Returns the bytes.
+  std::size_t append_properties(sd_bus_message* reply, const automation::Object& object,
+                                bool with_error_state, Call& call);
+
+  template <int (Service::*kHandler)(sd_bus_message*)>
+  static int on_call(sd_bus_message* message, void* service, sd_bus_error* error);
+  static int on_message(sd_bus_message* message, void* service, sd_bus_error* error);
+  static int on_get(sd_bus*, const char* path, const char* interface, const char* property,
+                    sd_bus_message* reply, void* service, sd_bus_error* error);
+  static int on_set(sd_bus*, const char* path, const char* interface, const char* property,
+                    sd_bus_message* value, void* service, sd_bus_error* error);
+  static int find_root(sd_bus*, const char* path, const char* interface, void* service,
+                       void** found, sd_bus_error* error);
+  static int find_object(sd_bus*, const char* path, const char* interface, void* service,
+                         void** found, sd_bus_error* error);
+  static int list_children(sd_bus*, const char* prefix, void* service, char*** children,
+                           sd_bus_error* error);
+
+  sd_bus* bus_;
+  SharedState& state_;
+  Clients& clients_;
+  Caller& caller_;
+  Vtable root_vtable_;
+  Vtable rows_vtable_;
+  std::array<Vtable, automation::kClassCount> class_vtables_;
+  std::vector<SlotHandle> slots_;
+};
+
+}  // namespace tarnwick::automation::dbus

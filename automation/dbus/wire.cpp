@@ -1,0 +1,227 @@
+#include "automation/dbus/wire.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include "automation/dbus/error.h"
+#include "automation/dbus/names.h"
+#include "automation/dbus/signature.h"
+#include "runtime/error.h"
+
+namespace tarnwick::automation::dbus {
+
+using automation::Kind;
+using automation::Object;
+using automation::Type;
+using automation::Value;
+
+namespace {
+
+template <class T>
+T read_basic(sd_bus_message* message, char type) {
+  T value{};
+  check(sd_bus_message_read_basic(message, type, &value), "reading an argument");
+  return value;
+}
+
+template <class T>
+Value integer(sd_bus_message* message, char type) {
+  const T value = read_basic<T>(message, type);
+  if constexpr (std::is_same_v<T, std::uint64_t>) {
+    // Far outside any list, whichever way.
+    constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+    if (value > static_cast<std::uint64_t>(kMost)) return kMost;
+  }
+  return static_cast<std::int64_t>(value);
+}
+
+Value read_key_or_position(sd_bus_message* message) {
+  char type = 0;
+  const char* contents = nullptr;
+  check(sd_bus_message_peek_type(message, &type, &contents), "reading a variant");
+  const std::string inner(contents);
+  check(sd_bus_message_enter_container(message, SD_BUS_TYPE_VARIANT, contents),
+        "reading a variant");
+  Value value;
+  if (inner == "s") {
+    value = from_utf8(read_basic<const char*>(message, 's'));
+  } else if (inner == "y") {
+    value = integer<std::uint8_t>(message, 'y');
+  } else if (inner == "n") {
+    value = integer<std::int16_t>(message, 'n');
+  } else if (inner == "q") {
+    value = integer<std::uint16_t>(message, 'q');
+  } else if (inner == "i") {
+    value = integer<std::int32_t>(message, 'i');
+  } else if (inner == "u") {
+    value = integer<std::uint32_t>(message, 'u');
+  } else if (inner == "x") {
+    value = integer<std::int64_t>(message, 'x');
+  } else if (inner == "t") {
+    value = integer<std::uint64_t>(message, 't');
+  } else {
+    throw Error(ErrorNumber::kTypeMismatch);
+  }
+  check(sd_bus_message_exit_container(message), "reading a variant");
+  return value;
+}
+
+Object read_object(sd_bus_message* message, Paths& paths) {
+  const std::string path = read_basic<const char*>(message, 'o');
+  if (path == kNothingPath) return {};
+  Object object = paths.resolve(path.c_str());
+  if (!object) throw object_required(path);
+  return object;
+}
+
+Date read_date(sd_bus_message* message) {
+  const Date date{read_basic<double>(message, 'd')};
+  if (!std::isfinite(date.days)) throw Error(ErrorNumber::kTypeMismatch);
+  return date;
+}
+
+std::string wire_text(const Text& text) {
+  if (text.find(u'\0') != Text::npos) {
+    throw WireError::own("NotRepresentable",
+                         "The text holds a character U+0000, which D-Bus cannot carry");
+  }
+  std::string utf8;
+  try {
+    utf8 = to_utf8(text);
+  } catch (const Error&) {
+    throw WireError::own("NotRepresentable",
+                         "The text holds an unpaired surrogate, which D-Bus cannot carry");
+  }
+  if (utf8.size() > kMostBytes) {
+    throw limit_exceeded("The text has " + std::to_string(utf8.size()) +
+                         " bytes, more than one message carries (" + std::to_string(kMostBytes) +
+                         ")");
+  }
+  return utf8;
+}
+
+std::vector<Object> objects_of(const Value& value) {
+  const auto enumerator =
+      std::holds_alternative<std::shared_ptr<automation::Collection>>(value)
+          ? std::shared_ptr(std::get<std::shared_ptr<automation::Collection>>(value)->enumerate())
+          : std::get<std::shared_ptr<automation::Enumerator>>(value);
+  std::vector<Object> objects;
+  while (Object object = enumerator->next()) objects.push_back(std::move(object));
+  return objects;
+}
+
+void append_basic(sd_bus_message* message, char type, const void* value) {
+  check(sd_bus_message_append_basic(message, type, value), "writing a value");
+}
+
+void open(sd_bus_message* message, char type, const char* contents) {
+  check(sd_bus_message_open_container(message, type, contents), "writing a value");
+}
+
+void close(sd_bus_message* message) {
+  check(sd_bus_message_close_container(message), "writing a value");
+}
+
+}  // namespace
+
+Value read(sd_bus_message* message, const Type& type, Paths& paths) {
+  switch (type.kind) {
+    case Kind::kText:
+      return from_utf8(read_basic<const char*>(message, 's'));
+    case Kind::kBoolean:
+      return read_basic<int>(message, 'b') != 0;
+    case Kind::kInt16:
+      return read_basic<std::int16_t>(message, 'n');
+    case Kind::kInt32:
+    case Kind::kEnumeration:
+      return read_basic<std::int32_t>(message, 'i');
+    case Kind::kDate:
+      return read_date(message);
+    case Kind::kObject:
+      return read_object(message, paths);
+    case Kind::kKeyOrPosition:
+      return read_key_or_position(message);
+    case Kind::kEmpty:
+    case Kind::kCollection:
+    case Kind::kEnumerator:
+      break;  // results only
+  }
+  throw Error(ErrorNumber::kTypeMismatch);
+}
+
+std::vector<Value> read_arguments(sd_bus_message* message, const automation::Member& member,
+                                  Paths& paths) {
+  std::vector<Value> values;
+  values.reserve(member.arguments.size());
+  for (const automation::Argument& argument : member.arguments) {
+    values.push_back(read(message, argument.type, paths));
+  }
+  return values;
+}
+
+Outgoing::Outgoing(const Type& type, Value value, Paths& paths)
+    : type_(type), value_(std::move(value)) {
+  switch (type_.kind) {
+    case Kind::kText:
+      text_ = wire_text(std::get<Text>(value_));
+      break;
+    case Kind::kObject:
+      text_ = paths.hand_out(std::get<Object>(value_));
+      break;
+    case Kind::kCollection:
+    case Kind::kEnumerator:
+      paths_ = paths.hand_out_all(objects_of(value_));
+      break;
+    default:
+      break;
+  }
+}
+
+std::size_t Outgoing::size() const {
+  constexpr std::size_t kMostOfOneNumber = 16;
+  std::size_t bytes = kMostOfOneNumber + text_.size();
+  for (const std::string& path : paths_) bytes += kMostOfOneNumber + path.size();
+  return bytes;
+}
+
+void Outgoing::append_to(sd_bus_message* message) const {
+  switch (type_.kind) {
+    case Kind::kText:
+      append_basic(message, 's', text_.c_str());
+      return;
+    case Kind::kBoolean: {
+      const int value = std::get<bool>(value_) ? 1 : 0;
+      append_basic(message, 'b', &value);
+      return;
+    }
+    case Kind::kInt16:
+      append_basic(message, 'n', &std::get<std::int16_t>(value_));
+      return;
+    case Kind::kInt32:
+    case Kind::kEnumeration:
+      append_basic(message, 'i', &std::get<std::int32_t>(value_));
+      return;
+    case Kind::kDate:
+      append_basic(message, 'd', &std::get<Date>(value_).days);
+      return;
+    case Kind::kObject:
+      append_basic(message, 'o', text_.c_str());
+      return;
+    case Kind::kKeyOrPosition:
+    case Kind::kEmpty:
+      open(message, SD_BUS_TYPE_VARIANT, "ay");
+      check(sd_bus_message_append_array(message, 'y', nullptr, 0), "writing a value");
+      close(message);
+      return;
+    case Kind::kCollection:
+    case Kind::kEnumerator:
+      open(message, SD_BUS_TYPE_ARRAY, "o");
+      for (const std::string& path : paths_) append_basic(message, 'o', path.c_str());
+      close(message);
+      return;
+  }
+}
+
+}  // namespace tarnwick::automation::dbus
