@@ -14,8 +14,7 @@ class Recordset;
 
 /// A connection to a database, with ADO's rules. Shared by the recordsets that are opened on it.
 /// An end without `close` rolls an open transaction back. A connection that the engine has lost is
-/// closed and its transaction is gone. Not thread-safe; `engines` and `trace`
-/// must outlive it.
+/// closed and its transaction is gone. Not thread-safe; `engines` and `trace` must outlive it.
 class Connection final {
  public:
   /// `trace` may be null.

@@ -320,10 +320,7 @@ void Recordset::write_row(std::span<const Assignment> assigned) {
 
 void Recordset::insert_row(std::span<const Assignment> assigned) {
   connection_->engine_step([&](EngineSession&) { rowset_->insert(assigned); });
-  if (!holds_all_rows()) {
-    rows_->clear();
-    written_.clear();
-  }
+  if (!holds_all_rows()) rows_->clear();
   for (std::size_t column = 0; column < cells_.size(); ++column) rows_->add_null();
   rows_->end_row();
   ++rows_seen_;

@@ -71,7 +71,7 @@ class FetchedRows {
 
 /// What every engine has to keep, whatever lies beneath. Each engine's tests say
 ///   INSTANTIATE_TEST_SUITE_P(Name, EngineContract, testing::Values(EngineFactory{...}));
-/// in this namespace and have engine_contract.cpp among their sources.
+/// in this namespace, and link tarnwick_engine_contract.
 class EngineContract : public testing::TestWithParam<EngineFactory> {
  protected:
   void SetUp() override;
