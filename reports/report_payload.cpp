@@ -1,5 +1,7 @@
 #include "reports/report_payload.h"
 
+#include <utility>
+
 #include "platform/file_system.h"
 
 namespace tarnwick {
@@ -36,7 +38,7 @@ void prepare_stream(std::shared_ptr<ado::Stream>& stream) {
 Text ttx_from_bytes(SharedState& state, Bytes bytes) {
   const std::filesystem::path file = state.host.folder() / "TTX.bin";
   ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
-  binary.write(bytes);
+  binary.write(std::move(bytes));
   binary.save_to_file(file, ado::SaveOption::kCreateOverWrite);
   return read_latin1_file(opened(state.stream, ado::StreamType::kText), file);
 }
@@ -49,8 +51,7 @@ Bytes ttx_to_bytes(SharedState& state, TextView ttx) {
   std::shared_ptr<ado::Stream> local;
   ado::Stream& binary = opened(local, ado::StreamType::kBinary);
   text.copy_to(binary, ado::kReadAll);
-  binary.set_position(0);
-  Bytes bytes = binary.read(ado::kReadAll);
+  Bytes bytes = binary.take_content();
   binary.close();
   text.close();
   return bytes;
@@ -72,14 +73,14 @@ void ttx_to_file(SharedState& state, TextView ttx, TextView path) {
 Bytes bytes_from_file(SharedState& state, TextView path) {
   ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
   binary.load_from_file(platform::to_native_path(path));
-  Bytes bytes = binary.read(ado::kReadAll);
+  Bytes bytes = binary.take_content();
   binary.close();
   return bytes;
 }
 
 void bytes_to_file(SharedState& state, Bytes bytes, TextView path) {
   ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
-  binary.write(bytes);
+  binary.write(std::move(bytes));
   binary.save_to_file(platform::to_native_path(path), ado::SaveOption::kCreateOverWrite);
   binary.close();
 }
