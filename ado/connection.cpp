@@ -93,6 +93,7 @@ void Connection::begin_trans() {
   trace_line(u"Begin");
   engine_step([](EngineSession& session) { session.begin(); });
   in_transaction_ = true;
+  ++transactions_;
 }
 
 void Connection::commit_trans() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -61,6 +62,8 @@ class Connection final {
   void commit_trans();
   void rollback_trans();
   [[nodiscard]] bool in_transaction() const { return in_transaction_; }
+  /// Which transaction of this connection is open, counted from 1; 0 outside a transaction.
+  [[nodiscard]] std::uint64_t transaction() const { return in_transaction_ ? transactions_ : 0; }
 
   /// The rows that any session of the database maintains; see EngineSession.
   [[nodiscard]] std::vector<HeldRow> held_rows();
@@ -98,6 +101,7 @@ class Connection final {
   std::unique_ptr<EngineSession> session_;
   std::vector<Recordset*> open_recordsets_;  // each enters at its open and leaves at its close
   bool in_transaction_ = false;
+  std::uint64_t transactions_ = 0;  // begun so far
 };
 
 }  // namespace tarnwick::ado

@@ -88,7 +88,7 @@ UpdateErrorEnum Component::update() {
     if (row_comp_id_ != comp_id_) {
       // The component was renumbered and stands under its new id now. The old id stays remembered:
       // a further update deletes there again and finds nothing.
-      state_.connection->execute(
+      state_.require_connection().execute(
           join({u"Delete from DW_Sec_Comp Where CompID = ", decimal(row_comp_id_)}),
           ado::kExecuteNoRecords);
     }
@@ -119,8 +119,7 @@ bool Component::remove() {
     const Text statement =
         join({u"Delete from dbo.DW_Sec_Comp Where CompID = ", decimal(comp_id_)});
     if (locked()) release_record();
-    if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-    state_.connection->execute(statement, ado::kExecuteNoRecords);
+    state_.require_connection().execute(statement, ado::kExecuteNoRecords);
     // The number counts as a position, not as an id: the entry that stands there is removed.
     require_store(state_.components).remove(std::int64_t{comp_id_});
   });

@@ -109,7 +109,7 @@ UpdateErrorEnum RegisteredPC::update() {
               result);
     if (!equals_ignoring_case(current_key, old_key) && old_key.size() > 2) {
       // The PC moved to another key: its row was written there, the old one goes.
-      state_.connection->execute(
+      state_.require_connection().execute(
           join({u"Delete from DW_Sec_PC Where MACNbr = '", loaded_mac_number(),
                 u"' AND ComputerID = '", loaded_computer_id(), u"' AND CompID = ",
                 decimal(loaded_comp_id_)}),
@@ -147,8 +147,7 @@ bool RegisteredPC::remove() {
         join({u"Delete from dbo.DW_Sec_PC Where MACNbr = '", mac_number_, u"' and ComputerID = '",
               computer_id_, u"' and CompID = ", decimal(comp_id_)});
     if (locked()) release_record();
-    if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-    state_.connection->execute(statement, ado::kExecuteNoRecords);
+    state_.require_connection().execute(statement, ado::kExecuteNoRecords);
     require_store(state_.registered_pcs).remove(key());
   });
 }

@@ -15,15 +15,16 @@ bool RecordLock::locked() const {
 bool RecordLock::holds_row() const { return locked() && transaction_is_mine(); }
 
 bool RecordLock::transaction_is_mine() const {
-  if (recordset_ == nullptr || serial_ != state_.maintenance_serial) return false;
+  if (recordset_ == nullptr || transaction_ == 0) return false;
   const auto& connection = recordset_->active_connection();
-  return connection != nullptr && connection == state_.connection && connection->in_transaction();
+  return connection != nullptr && connection->transaction() == transaction_;
 }
 
 FetchOutcome RecordLock::fetch(TextView key, TableSelector table) {
   FetchedRow fetched = update_read(state_, key, table);
   recordset_ = std::move(fetched.recordset);
-  serial_ = state_.maintenance_serial;
+  const auto* connection = recordset_ == nullptr ? nullptr : recordset_->active_connection().get();
+  transaction_ = connection == nullptr ? 0 : connection->transaction();
   locked_ = false;
   return fetched.outcome;
 }

@@ -45,7 +45,7 @@ class RecordLock {
 
   SharedState& state_;
   std::shared_ptr<ado::Recordset> recordset_;
-  std::uint64_t serial_ = 0;
+  std::uint64_t transaction_ = 0;  // of the recordset's connection
   bool locked_ = false;
 };
 

@@ -80,6 +80,19 @@ class RowFetch {
         recordset_(std::move(recordset)) {}
 
   FetchOutcome run() {
+    try {
+      return fetch();
+    } catch (...) {
+      // A fetch that fails hands out no recordset by which its transaction could be ended.
+      if (in_transaction_) quietly([&] { connection().rollback_trans(); });
+      throw;
+    }
+  }
+
+ private:
+  enum class Probe { kMissing, kCancelled, kTryAgain };
+
+  FetchOutcome fetch() {
     for (bool known_missing = false;;) {
       begin();
       open_for_maintenance();
@@ -93,7 +106,7 @@ class RowFetch {
       }
       // No row to be seen: it is missing, or another process has it and the lock was not to be had.
       // A plain read tells which.
-      connection().rollback_trans();
+      roll_back();
       switch (probe()) {
         case Probe::kCancelled:
           return FetchOutcome::kCancelled;
@@ -106,19 +119,18 @@ class RowFetch {
     }
   }
 
- private:
-  enum class Probe { kMissing, kCancelled, kTryAgain };
-
-  ado::Connection& connection() {
-    if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-    return *state_.connection;
-  }
+  ado::Connection& connection() { return state_.require_connection(); }
 
   void begin() {
     if (is_open(*recordset_)) recordset_->close();
     connection().begin_trans();
+    in_transaction_ = true;
     state_.maintenance_owned = false;
-    ++state_.maintenance_serial;
+  }
+
+  void roll_back() {
+    in_transaction_ = false;
+    connection().rollback_trans();
   }
 
   void open_for_maintenance() {
@@ -129,7 +141,6 @@ class RowFetch {
     open_or_ask(*recordset_);
     if (is_open(*recordset_)) return;
     // Whatever the user answered: a statement that does not open at all is an error.
-    quietly([&] { connection().rollback_trans(); });
     raise_message(state_, join({u"Error Opening Recordset! SQL=", statement_}));
   }
 
@@ -170,6 +181,7 @@ class RowFetch {
   TextView key_;
   Text statement_;
   std::shared_ptr<ado::Recordset> recordset_;
+  bool in_transaction_ = false;
 };
 
 }  // namespace

@@ -50,9 +50,8 @@ bool Report::remove() {
   return quietly([&] {
     const Text statement = join({u"Delete from dbo.DW_Reports Where ReportName = '", name_, u"'"});
     if (locked()) release_record();
-    if (state_.connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
     state_.report_row.reset();
-    state_.connection->execute(statement);
+    state_.require_connection().execute(statement);
     require_store(state_.reports).remove(key());
   });
 }
@@ -108,7 +107,7 @@ UpdateErrorEnum Report::update(TextView full_report_name) {
     if (!equals_ignoring_case(name_, initial_name_) && !initial_name_.empty()) {
       // The report was renamed: its row was written under the new name, the old one goes. The table
       // goes by both names.
-      state_.connection->execute(
+      state_.require_connection().execute(
           join({u"Delete from DW_Report Where ReportName = '", initial_name_, u"'"}));
     }
     lock_.finish();

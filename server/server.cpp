@@ -59,7 +59,10 @@ Server::~Server() {
   quietly([&] { count(state_.server_count, -1); });
   if (state_.connection == nullptr || state_.server_count >= 1) return;
   state_.report_row.reset();
-  if (state_.connected()) quietly([&] { state_.connection->close(); });
+  quietly([&] {
+    state_.roll_back_ownerless();
+    if (state_.connected()) state_.connection->close();
+  });
   state_.connection.reset();
 }
 

@@ -13,6 +13,11 @@ bool SharedState::connected() const {
   return connection != nullptr && connection->state() == ado::ObjectState::kOpen;
 }
 
+ado::Connection& SharedState::require_connection() const {
+  if (connection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+  return *connection;
+}
+
 void SharedState::roll_back_ownerless() {
   if (connection == nullptr || !connection->in_transaction() || maintenance_owned) return;
   connection->rollback_trans();

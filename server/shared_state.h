@@ -50,13 +50,14 @@ struct SharedState {
   /// The report row that was looked up last.
   std::shared_ptr<ado::Recordset> report_row;
 
-  /// Counts the maintenance transactions, so that an object can tell its own from a later one.
-  std::uint64_t maintenance_serial = 0;
-  /// Whether an object holds the maintenance transaction that is open.
+  /// Whether an object holds the maintenance transaction that is open on `connection`.
   bool maintenance_owned = false;
 
   /// Whether the shared connection is set and open.
   [[nodiscard]] bool connected() const;
+
+  /// The shared connection, open or not. Error 91 where it is unset.
+  [[nodiscard]] ado::Connection& require_connection() const;
 
   /// Rolls back a maintenance transaction that no object holds; otherwise does nothing.
   void roll_back_ownerless();
