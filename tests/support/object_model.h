@@ -50,7 +50,7 @@ class ScriptedMessageBox final : public platform::MessageBox {
 [[nodiscard]] ScriptedMessageBox::Box locked_box();
 
 /// An operating system to order: public members are what it answers.
-class ScriptedHost final : public platform::Host {
+class ScriptedHost : public platform::Host {
  public:
   /// 24 December 2023, 18:05:09.
   static constexpr Date kNow{45284.0 + 65109.0 / 86400.0};
@@ -89,8 +89,8 @@ class RecordingTrace final : public ado::Trace {
   std::vector<Text> lines_;
 };
 
-/// A fresh embedded database Velmar_Sec in a folder of its own: the three tables without rows and
-/// one application role.
+/// A fresh embedded database Velmar_Sec in a folder of its own: made from the schema that every
+/// embedded database is made from, the three tables without rows and one application role.
 class EmbeddedDatabase {
  public:
   static constexpr TextView kRole = u"Maintainer";

@@ -6,9 +6,21 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarnwick::test_support {
+
+/// `bytes` in upper-case hexadecimal.
+inline std::string hexadecimal(std::string_view bytes) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string hex;
+  for (const char byte : bytes) {
+    hex.push_back(kDigits[static_cast<unsigned char>(byte) >> 4]);
+    hex.push_back(kDigits[static_cast<unsigned char>(byte) & 15]);
+  }
+  return hex;
+}
 
 /// A database file as any other program sees it: SQLite's own interface, nothing of ours.
 class PlainSqlite {
@@ -67,14 +79,8 @@ class PlainSqlite {
       const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
       return {text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
     }
-    const auto* bytes = static_cast<const unsigned char*>(sqlite3_column_blob(statement, column));
-    std::string hex;
-    for (int i = 0; i < sqlite3_column_bytes(statement, column); ++i) {
-      constexpr char kDigits[] = "0123456789ABCDEF";
-      hex.push_back(kDigits[bytes[i] >> 4]);
-      hex.push_back(kDigits[bytes[i] & 15]);
-    }
-    return hex;
+    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
+    return hexadecimal({bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))});
   }
 
   std::unique_ptr<sqlite3, Close> database_;
