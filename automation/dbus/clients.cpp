@@ -8,8 +8,6 @@
 
 namespace tarnwick::automation::dbus {
 
-using automation::Object;
-
 Clients::Clients(sd_bus* bus, std::string run, std::size_t most_objects)
     : bus_(bus), most_objects_(most_objects), objects_(std::move(run)) {}
 

@@ -36,8 +36,8 @@ class Clients {
   /// Lets `client` hold the objects, and whoever shares `source` too, which is what they were found
   /// through (Nothing: they were created). All or none; the paths stand in order, "/" for Nothing.
   /// Throws WireError when one of them would hold too many, or when `client` has left the bus.
-  std::vector<std::string> hand_out(const std::string& client, const automation::Object& source,
-                                    const std::vector<automation::Object>& objects);
+  std::vector<std::string> hand_out(const std::string& client, const Object& source,
+                                    const std::vector<Object>& objects);
 
   /// False when `client` does not hold the object at `path`.
   bool release(const std::string& client, std::string_view path);
@@ -63,7 +63,7 @@ class Clients {
   };
 
   Client& client(const std::string& name);
-  void check_room(const Client& client, const std::vector<automation::Object>& objects) const;
+  void check_room(const Client& client, const std::vector<Object>& objects) const;
   static int on_left(sd_bus_track* track, void* userdata);
 
   sd_bus* bus_;

@@ -19,7 +19,7 @@ inline constexpr char kLockPromptInterface[] = "org.tarnwick.Security1.LockPromp
 /// Stands for no object.
 inline constexpr char kNothingPath[] = "/";
 
-[[nodiscard]] inline std::string interface_of(const automation::Class& of) {
+[[nodiscard]] inline std::string interface_of(const Class& of) {
   return std::string(kBusName) + "." + std::string(of.name);
 }
 

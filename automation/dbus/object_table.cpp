@@ -10,9 +10,6 @@
 
 namespace tarnwick::automation::dbus {
 
-using automation::ClassId;
-using automation::Object;
-
 namespace {
 
 const Object kNothing;
@@ -29,7 +26,7 @@ ObjectTable::ObjectTable(std::string run) : run_(std::move(run)) {}
 
 std::string ObjectTable::path_of(ClassId of, Number number) const {
   std::string path(kRootPath);
-  path.append("/").append(automation::class_of(of).name);
+  path.append("/").append(class_of(of).name);
   path.append("/").append(run_).append("_").append(std::to_string(number));
   return path;
 }
@@ -47,8 +44,7 @@ ObjectTable::Entries::const_iterator ObjectTable::locate(std::string_view path) 
   const auto parsed = std::from_chars(rest.data(), end, number);
   if (parsed.ec != std::errc() || parsed.ptr != end) return entries_.end();
   const auto entry = entries_.find(number);
-  if (entry == entries_.end() ||
-      automation::class_of(entry->second.object.class_id).name != class_name) {
+  if (entry == entries_.end() || class_of(entry->second.object.class_id).name != class_name) {
     return entries_.end();
   }
   return entry;

@@ -36,13 +36,13 @@ class ObjectTable {
   explicit ObjectTable(std::string run);
 
   /// Lets `holder` hold `object`, which is not Nothing. Returns its path.
-  std::string hand_out(Holder& holder, const automation::Object& object);
+  std::string hand_out(Holder& holder, const Object& object);
 
   /// Whether `holder` holds `object`.
-  [[nodiscard]] bool holds(const Holder& holder, const automation::Object& object) const;
+  [[nodiscard]] bool holds(const Holder& holder, const Object& object) const;
 
   /// The object at `path`; Nothing when there is none. Stays put until it is released.
-  [[nodiscard]] const automation::Object& find(std::string_view path) const;
+  [[nodiscard]] const Object& find(std::string_view path) const;
 
   /// Ends the holding of the object at `path`. False when `holder` does not hold it.
   bool release(Holder& holder, std::string_view path);
@@ -54,25 +54,25 @@ class ObjectTable {
   [[nodiscard]] bool empty() const { return entries_.empty(); }
 
   /// Paths of objects of the class, at most `limit`.
-  [[nodiscard]] std::vector<std::string> paths(automation::ClassId of, std::size_t limit) const;
+  [[nodiscard]] std::vector<std::string> paths(ClassId of, std::size_t limit) const;
   /// Whether any object of the class is held.
-  [[nodiscard]] bool any(automation::ClassId of) const;
+  [[nodiscard]] bool any(ClassId of) const;
 
  private:
   struct Entry {
-    automation::Object object;
+    Object object;
     std::size_t holders = 0;
   };
   using Entries = std::unordered_map<Number, Entry>;
 
-  [[nodiscard]] std::string path_of(automation::ClassId of, Number number) const;
+  [[nodiscard]] std::string path_of(ClassId of, Number number) const;
   [[nodiscard]] Entries::const_iterator locate(std::string_view path) const;
   void let_go(Number number);
 
   std::string run_;
   Entries entries_;
   std::unordered_map<const void*, Number> numbers_;
-  std::size_t class_sizes_[automation::kClassCount] = {};
+  std::size_t class_sizes_[kClassCount] = {};
   Number next_ = 1;
 };
 

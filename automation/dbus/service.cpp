@@ -9,20 +9,14 @@
 #include <utility>
 
 #include "automation/dbus/error.h"
+#include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
-#include "automation/dbus/signature.h"
 #include "runtime/error.h"
 
 namespace tarnwick::automation::dbus {
 
-using automation::ClassId;
-using automation::Member;
-using automation::Object;
-using automation::Value;
-
 namespace {
 
-constexpr char kGetRows[] = "GetRows";
 constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
 
 // A listing of a class shows that many of its objects; a tool that asks each of them what it is
@@ -58,7 +52,7 @@ WireError unknown_object(const std::string& path) {
 }
 
 const Member& member_named(const Object& object, const char* name) {
-  const Member* member = automation::find_member(automation::class_of(object.class_id), name);
+  const Member* member = find_member(class_of(object.class_id), name);
   // sd-bus lets nothing else through.
   if (member == nullptr) throw Error(ErrorNumber::kInternalError);
   return *member;
@@ -67,12 +61,6 @@ const Member& member_named(const Object& object, const char* name) {
 // The shared error state is no part of a record; a row of many would only repeat it.
 bool is_error_state(const Member& member) {
   return member.name == "LastErrorMsg" || member.name == "LastErrorNumber";
-}
-
-void require_signature(sd_bus_message* message, const char* wanted) {
-  if (sd_bus_message_has_signature(message, wanted) > 0) return;
-  throw WireError::standard(SD_BUS_ERROR_INVALID_ARGS,
-                            std::string("The arguments have to be of the types '") + wanted + "'");
 }
 
 int to_string_list(const std::vector<std::string>& texts, char*** list) {
@@ -91,7 +79,7 @@ int to_string_list(const std::vector<std::string>& texts, char*** list) {
 }
 
 std::string class_path(ClassId id) {
-  return std::string(kRootPath) + "/" + std::string(automation::class_of(id).name);
+  return std::string(kRootPath) + "/" + std::string(class_of(id).name);
 }
 
 }  // namespace
@@ -122,61 +110,47 @@ class Service::Call final : public Paths {
   Object source_;  // kept alive: the call may be about its last holder
 };
 
-struct Service::RootMethod {
-  const char* name;
-  const char* signature;
-  std::vector<std::string_view> arguments;
-  const char* result;
-  std::vector<std::string_view> results;
-  sd_bus_message_handler_t handler;
-};
-
-const std::vector<Service::RootMethod>& Service::root_methods() {
-  static const std::vector<RootMethod> methods{
-      {"CreateObject", "s", {"class"}, "o", {"object"}, &on_call<&Service::create_object>},
-      {"Release", "o", {"object"}, "", {}, &on_call<&Service::release>},
-      {"SetLockPrompt", "o", {"prompt"}, "", {}, &on_call<&Service::set_lock_prompt>},
-      {"Share", "b", {"on"}, "", {}, &on_call<&Service::share>},
-  };
-  return methods;
-}
-
 Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller)
     : bus_(bus), state_(state), clients_(clients), caller_(caller) {
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_filter(bus_, &slot, &Service::on_message, this), "watching messages");
   slots_.emplace_back(slot);
 
-  for (const RootMethod& method : root_methods()) {
-    root_vtable_.method(method.name, method.signature, method.arguments, method.result,
-                        method.results, method.handler);
+  constexpr auto kRoot = &Service::on_call<&Service::call_root>;
+  constexpr auto kMember = &Service::on_call<&Service::call_member>;
+  constexpr auto kRows = &Service::on_call<&Service::get_rows>;
+  export_interface(automation_interface(), &Service::find_root, kRoot);
+  for (std::size_t i = 0; i < kClassCount; ++i) {
+    export_interface(class_interface(class_of(static_cast<ClassId>(i))), &Service::find_object,
+                     kMember);
   }
-  export_interface(kAutomationInterface, root_vtable_, &Service::find_root);
-
-  for (std::size_t i = 0; i < automation::kClassCount; ++i) {
-    const automation::Class& of = automation::class_of(static_cast<ClassId>(i));
-    class_vtables_[i] = class_vtable(of, &Service::on_call<&Service::call_member>, &Service::on_get,
-                                     &Service::on_set);
-    export_interface(interface_of(of).c_str(), class_vtables_[i], &Service::find_object);
-  }
-  rows_vtable_.method(kGetRows, "uu", {"first", "count"}, "aa{sv}", {"rows"},
-                      &Service::on_call<&Service::get_rows>);
-  export_interface(kRowsInterface, rows_vtable_, &Service::find_object);
+  export_interface(rows_interface(), &Service::find_object, kRows);
   check(sd_bus_add_node_enumerator(bus_, &slot, kRootPath, &Service::list_children, this),
         "listing objects");
   slots_.emplace_back(slot);
 }
 
-void Service::export_interface(const char* name, Vtable& vtable, sd_bus_object_find_t find) {
+void Service::export_interface(const Interface& interface, sd_bus_object_find_t find,
+                               sd_bus_message_handler_t call) {
+  const Vtable& vtable = vtables_.emplace_back(interface, call, &Service::on_get, &Service::on_set);
   sd_bus_slot* slot = nullptr;
-  check(sd_bus_add_fallback_vtable(bus_, &slot, kRootPath, name, vtable.finish(), find, this),
+  check(sd_bus_add_fallback_vtable(bus_, &slot, kRootPath, interface.name.c_str(), vtable.entries(),
+                                   find, this),
         "exporting an interface");
   slots_.emplace_back(slot);
 }
 
+int Service::call_root(sd_bus_message* message) {
+  const std::string_view name = sd_bus_message_get_member(message);
+  if (name == "CreateObject") return create_object(message);
+  if (name == "Release") return release(message);
+  if (name == "SetLockPrompt") return set_lock_prompt(message);
+  return share(message);
+}
+
 int Service::create_object(sd_bus_message* message) {
   Call call(*this, message, {});
-  const automation::Class* of = automation::find_class(from_utf8(read_text(message, 's')));
+  const Class* of = find_class(from_utf8(read_text(message, 's')));
   if (of == nullptr) throw Error(429, u"ActiveX component can't create object");
   // First of all: making a collection replaces the one that all share.
   clients_.require_room(call.caller());
@@ -226,7 +200,7 @@ std::size_t Service::append_properties(sd_bus_message* reply, const Object& obje
                                        bool with_error_state, Call& call) {
   std::size_t bytes = 0;
   open(reply, SD_BUS_TYPE_ARRAY, "{sv}");
-  for (const Member& member : automation::class_of(object.class_id).members) {
+  for (const Member& member : class_of(object.class_id).members) {
     if (!is_property(member) || (!with_error_state && is_error_state(member))) continue;
     try {
       const Outgoing outgoing(member.result, automation::call(object, member), call);
@@ -253,7 +227,7 @@ int Service::get_all(sd_bus_message* message) {
   const Object& object = clients_.objects().find(sd_bus_message_get_path(message));
   if (!object) return 0;
   const std::string interface = read_text(message, 's');
-  const std::string own = interface_of(automation::class_of(object.class_id));
+  const std::string own = interface_of(class_of(object.class_id));
   if (!interface.empty() && interface != own) {
     check(sd_bus_message_rewind(message, 1), "reading a call");
     return 0;
@@ -308,7 +282,7 @@ void Service::get(const char* path, const char* property, sd_bus_message* reply)
 void Service::set(const char* path, const char* property, sd_bus_message* value) {
   Call call(*this, sd_bus_get_current_message(bus_), clients_.objects().find(path));
   const Member& member = member_named(call.source(), property);
-  automation::let(call.source(), member, read(value, member.result, call));
+  let(call.source(), member, read(value, member.result, call));
 }
 
 template <int (Service::*kHandler)(sd_bus_message*)>
@@ -329,35 +303,32 @@ int Service::on_message(sd_bus_message* message, void* service, sd_bus_error* er
   // A call may leave the interface out, which sd-bus takes for a call to no object at all.
   if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0 &&
       sd_bus_message_get_interface(message) == nullptr) {
-    try {
-      return static_cast<Service*>(service)->call_without_interface(message, error);
-    } catch (...) {
-      return fill_error(error);
-    }
+    return on_call<&Service::call_without_interface>(message, service, error);
   }
   return 0;
 }
 
-int Service::call_without_interface(sd_bus_message* message, sd_bus_error* error) {
+int Service::call_without_interface(sd_bus_message* message) {
   const char* path = sd_bus_message_get_path(message);
-  const std::string_view name = sd_bus_message_get_member(message);
+  const auto called = [&](const Interface& interface) {
+    const auto member = std::ranges::find(interface.members, sd_bus_message_get_member(message),
+                                          &InterfaceMember::name);
+    if (member == interface.members.end() || member->kind != InterfaceMember::Kind::kMethod) {
+      return false;
+    }
+    const std::string signature = member->argument_signature();
+    if (sd_bus_message_has_signature(message, signature.c_str()) > 0) return true;
+    throw WireError::standard(SD_BUS_ERROR_INVALID_ARGS,
+                              "The arguments have to be of the types '" + signature + "'");
+  };
   if (std::string_view(path) == kRootPath) {
-    const auto method = std::ranges::find(root_methods(), name, &RootMethod::name);
-    if (method == root_methods().end()) return 0;
-    require_signature(message, method->signature);
-    return method->handler(message, this, error);
+    return called(automation_interface()) ? call_root(message) : 0;
   }
   const Object& object = clients_.objects().find(path);
   if (!object) return 0;
-  const automation::Class& of = automation::class_of(object.class_id);
-  if (name == kGetRows && is_collection(of)) {
-    require_signature(message, "uu");
-    return get_rows(message);
-  }
-  const Member* member = automation::find_member(of, name);
-  if (member == nullptr || is_property(*member)) return 0;
-  require_signature(message, argument_signature(*member).c_str());
-  return call_member(message);
+  const Class& of = class_of(object.class_id);
+  if (called(class_interface(of))) return call_member(message);
+  return is_collection(of) && called(rows_interface()) ? get_rows(message) : 0;
 }
 
 int Service::on_get(sd_bus*, const char* path, const char*, const char* property,
@@ -392,7 +363,7 @@ int Service::find_object(sd_bus*, const char* path, const char* interface, void*
                          void** found, sd_bus_error*) {
   const Object& object = static_cast<Service*>(service)->clients_.objects().find(path);
   if (!object) return 0;
-  const automation::Class& of = automation::class_of(object.class_id);
+  const Class& of = class_of(object.class_id);
   if (interface != interface_of(of) &&
       !(std::string_view(interface) == kRowsInterface && is_collection(of))) {
     return 0;
@@ -406,7 +377,7 @@ int Service::list_children(sd_bus*, const char* prefix, void* service, char*** c
   try {
     const ObjectTable& objects = static_cast<Service*>(service)->clients_.objects();
     std::vector<std::string> paths;
-    for (std::size_t i = 0; i < automation::kClassCount; ++i) {
+    for (std::size_t i = 0; i < kClassCount; ++i) {
       const auto id = static_cast<ClassId>(i);
       const std::string path = class_path(id);
       if (path == prefix) {

@@ -2,12 +2,13 @@
 
 #include <systemd/sd-bus.h>
 
-#include <array>
+#include <deque>
 #include <string>
 #include <vector>
 
 #include "automation/dbus/clients.h"
 #include "automation/dbus/handles.h"
+#include "automation/dbus/interface.h"
 #include "automation/dbus/vtable.h"
 #include "automation/dbus/wire.h"
 #include "server/shared_state.h"
@@ -31,25 +32,24 @@ class Service {
  private:
   class Call;
 
-  void export_interface(const char* name, Vtable& vtable, sd_bus_object_find_t find);
+  void export_interface(const Interface& interface, sd_bus_object_find_t find,
+                        sd_bus_message_handler_t call);
 
-  struct RootMethod;
-  static const std::vector<RootMethod>& root_methods();
-
+  int call_root(sd_bus_message* message);
   int create_object(sd_bus_message* message);
   int release(sd_bus_message* message);
   int set_lock_prompt(sd_bus_message* message);
   int share(sd_bus_message* message);
   int call_member(sd_bus_message* message);
   int get_rows(sd_bus_message* message);
-  int call_without_interface(sd_bus_message* message, sd_bus_error* error);
+  int call_without_interface(sd_bus_message* message);
   int get_all(sd_bus_message* message);
   void get(const char* path, const char* property, sd_bus_message* reply);
   void set(const char* path, const char* property, sd_bus_message* value);
 
   // The properties of `object`, but those that cannot be had at the moment. Returns the bytes.
-  std::size_t append_properties(sd_bus_message* reply, const automation::Object& object,
-                                bool with_error_state, Call& call);
+  std::size_t append_properties(sd_bus_message* reply, const Object& object, bool with_error_state,
+                                Call& call);
 
   template <int (Service::*kHandler)(sd_bus_message*)>
   static int on_call(sd_bus_message* message, void* service, sd_bus_error* error);
@@ -69,9 +69,7 @@ class Service {
   SharedState& state_;
   Clients& clients_;
   Caller& caller_;
-  Vtable root_vtable_;
-  Vtable rows_vtable_;
-  std::array<Vtable, automation::kClassCount> class_vtables_;
+  std::deque<Vtable> vtables_;
   std::vector<SlotHandle> slots_;
 };
 

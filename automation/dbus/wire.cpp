@@ -6,16 +6,11 @@
 #include <utility>
 
 #include "automation/dbus/error.h"
+#include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
-#include "automation/dbus/signature.h"
 #include "runtime/error.h"
 
 namespace tarnwick::automation::dbus {
-
-using automation::Kind;
-using automation::Object;
-using automation::Type;
-using automation::Value;
 
 namespace {
 
@@ -104,9 +99,9 @@ std::string wire_text(const Text& text) {
 
 std::vector<Object> objects_of(const Value& value) {
   const auto enumerator =
-      std::holds_alternative<std::shared_ptr<automation::Collection>>(value)
-          ? std::shared_ptr(std::get<std::shared_ptr<automation::Collection>>(value)->enumerate())
-          : std::get<std::shared_ptr<automation::Enumerator>>(value);
+      std::holds_alternative<std::shared_ptr<Collection>>(value)
+          ? std::shared_ptr(std::get<std::shared_ptr<Collection>>(value)->enumerate())
+          : std::get<std::shared_ptr<Enumerator>>(value);
   std::vector<Object> objects;
   while (Object object = enumerator->next()) objects.push_back(std::move(object));
   return objects;
@@ -151,11 +146,10 @@ Value read(sd_bus_message* message, const Type& type, Paths& paths) {
   throw Error(ErrorNumber::kTypeMismatch);
 }
 
-std::vector<Value> read_arguments(sd_bus_message* message, const automation::Member& member,
-                                  Paths& paths) {
+std::vector<Value> read_arguments(sd_bus_message* message, const Member& member, Paths& paths) {
   std::vector<Value> values;
   values.reserve(member.arguments.size());
-  for (const automation::Argument& argument : member.arguments) {
+  for (const Argument& argument : member.arguments) {
     values.push_back(read(message, argument.type, paths));
   }
   return values;

@@ -19,22 +19,20 @@ class Paths {
  public:
   virtual ~Paths() = default;
   /// The object at `path`; Nothing when there is none.
-  [[nodiscard]] virtual automation::Object resolve(const char* path) = 0;
+  [[nodiscard]] virtual Object resolve(const char* path) = 0;
   /// The path under which the caller holds `object` from now on; "/" for Nothing.
-  [[nodiscard]] virtual std::string hand_out(const automation::Object& object) = 0;
+  [[nodiscard]] virtual std::string hand_out(const Object& object) = 0;
   /// All of them, or none: throws when the caller would hold too many.
   [[nodiscard]] virtual std::vector<std::string> hand_out_all(
-      const std::vector<automation::Object>& objects) = 0;
+      const std::vector<Object>& objects) = 0;
 };
 
 /// Reads what the types say, which is what the message's signature says. Throws WireError for an
 /// object path without an object, Error 13 for a variant of a type that is neither text nor
 /// integer, and for a date that is no number.
-[[nodiscard]] automation::Value read(sd_bus_message* message, const automation::Type& type,
-                                     Paths& paths);
-[[nodiscard]] std::vector<automation::Value> read_arguments(sd_bus_message* message,
-                                                            const automation::Member& member,
-                                                            Paths& paths);
+[[nodiscard]] Value read(sd_bus_message* message, const Type& type, Paths& paths);
+[[nodiscard]] std::vector<Value> read_arguments(sd_bus_message* message, const Member& member,
+                                                Paths& paths);
 
 /// A value ready for a message: made first, so that a value that the bus cannot carry leaves no
 /// half a message behind.
@@ -42,15 +40,15 @@ class Outgoing {
  public:
   /// Throws WireError for a text that UTF-8 without U+0000 cannot express, for one that is too
   /// long, and what `paths` throws.
-  Outgoing(const automation::Type& type, automation::Value value, Paths& paths);
+  Outgoing(const Type& type, Value value, Paths& paths);
 
   void append_to(sd_bus_message* message) const;
   /// Roughly what it takes up in a message.
   [[nodiscard]] std::size_t size() const;
 
  private:
-  automation::Type type_;
-  automation::Value value_;
+  Type type_;
+  Value value_;
   std::string text_;                // of a text, or the path of an object
   std::vector<std::string> paths_;  // of objects
 };

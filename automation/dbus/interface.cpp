@@ -1,0 +1,141 @@
+#include "automation/dbus/interface.h"
+
+#include <string_view>
+#include <utility>
+
+#include "automation/dbus/names.h"
+
+namespace tarnwick::automation::dbus {
+namespace {
+
+using MemberKind = InterfaceMember::Kind;
+
+std::string signature(const std::vector<InterfaceArgument>& list) {
+  std::string joined;
+  for (const InterfaceArgument& each : list) joined += each.signature;
+  return joined;
+}
+
+InterfaceMember method(std::string name, std::vector<InterfaceArgument> arguments,
+                       std::vector<InterfaceArgument> results) {
+  return {std::move(name), MemberKind::kMethod, std::move(arguments), std::move(results)};
+}
+
+InterfaceMember to_interface_member(const Member& member) {
+  InterfaceMember made{.name = std::string(member.name), .arguments = {}, .results = {}};
+  if (is_property(member)) {
+    made.kind = member.access == Member::Access::kGetLet ? MemberKind::kProperty
+                                                         : MemberKind::kReadOnlyProperty;
+  }
+  for (const Argument& argument : member.arguments) {
+    made.arguments.push_back({std::string(argument.name), signature_of(argument.type)});
+    made.secret = made.secret || argument.name.ends_with("Password");
+  }
+  made.results.push_back({"result", signature_of(member.result)});
+  return made;
+}
+
+// Names and signatures have no character that XML would want escaped.
+void append_arguments(std::string& xml, const std::vector<InterfaceArgument>& list,
+                      std::string_view direction) {
+  for (const InterfaceArgument& each : list) {
+    xml += "      <arg name=\"" + each.name + "\" type=\"" + each.signature + "\" direction=\"";
+    xml += direction;
+    xml += "\"/>\n";
+  }
+}
+
+void append_member(std::string& xml, const InterfaceMember& member) {
+  if (member.kind == MemberKind::kMethod) {
+    xml += "    <method name=\"" + member.name + "\">\n";
+    append_arguments(xml, member.arguments, "in");
+    append_arguments(xml, member.results, "out");
+    xml += "    </method>\n";
+    return;
+  }
+  xml += "    <property name=\"" + member.name + "\" type=\"" + member.result_signature() +
+         "\" access=\"";
+  xml += member.kind == MemberKind::kProperty ? "readwrite" : "read";
+  xml +=
+      "\">\n"
+      "      <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" "
+      "value=\"false\"/>\n"
+      "    </property>\n";
+}
+
+}  // namespace
+
+std::string InterfaceMember::argument_signature() const { return signature(arguments); }
+
+std::string InterfaceMember::result_signature() const { return signature(results); }
+
+const char* signature_of(const Type& type) {
+  switch (type.kind) {
+    case Kind::kText:
+      return "s";
+    case Kind::kBoolean:
+      return "b";
+    case Kind::kInt16:
+      return "n";
+    case Kind::kInt32:
+    case Kind::kEnumeration:
+      return "i";
+    case Kind::kDate:
+      return "d";
+    case Kind::kObject:
+      return "o";
+    case Kind::kKeyOrPosition:
+    case Kind::kEmpty:
+      return "v";
+    case Kind::kCollection:
+    case Kind::kEnumerator:
+      break;
+  }
+  return "ao";
+}
+
+bool is_property(const Member& member) {
+  return member.access != Member::Access::kMethod && member.arguments.empty() &&
+         member.result.kind != Kind::kCollection && member.result.kind != Kind::kEnumerator;
+}
+
+bool is_collection(const Class& of) { return find_member(of, "Item") != nullptr; }
+
+Interface class_interface(const Class& of) {
+  Interface interface {
+    interface_of(of), {}
+  };
+  for (const Member& member : of.members) interface.members.push_back(to_interface_member(member));
+  return interface;
+}
+
+Interface automation_interface() {
+  return {kAutomationInterface,
+          {method("CreateObject", {{"class", "s"}}, {{"object", "o"}}),
+           method("Release", {{"object", "o"}}, {}), method("SetLockPrompt", {{"prompt", "o"}}, {}),
+           method("Share", {{"on", "b"}}, {})}};
+}
+
+Interface rows_interface() {
+  return {kRowsInterface,
+          {method("GetRows", {{"first", "u"}, {"count", "u"}}, {{"rows", "aa{sv}"}})}};
+}
+
+Interface lock_prompt_interface() {
+  return {kLockPromptInterface,
+          {method("RetryOrCancel", {{"title", "s"}, {"text", "s"}}, {{"retry", "b"}})}};
+}
+
+std::string to_xml(const Interface& interface) {
+  std::string xml =
+      "<!DOCTYPE node PUBLIC \"-//freedesktop//DTD D-BUS Object Introspection 1.0//EN\"\n"
+      "  \"http://www.freedesktop.org/standards/dbus/1.0/introspect.dtd\">\n"
+      "<node>\n"
+      "  <interface name=\"" +
+      interface.name + "\">\n";
+  for (const InterfaceMember& member : interface.members) append_member(xml, member);
+  xml += "  </interface>\n</node>\n";
+  return xml;
+}
+
+}  // namespace tarnwick::automation::dbus

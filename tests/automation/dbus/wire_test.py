@@ -1,0 +1,182 @@
+"""What is wrong with a call, and what the wire cannot carry."""
+
+import unittest
+
+from private_bus import (INVALID_ARGS, NAME, ROOT, UNKNOWN_METHOD, UNKNOWN_OBJECT, BusTest, Failed,
+                         Gio, GLib, own_error, variant)
+
+
+class Calls(BusTest):
+    def test_to_unknown_members_are_refused(self):
+        client = self.client()
+        server = client.create("Server")
+        for path, interface, member in ((ROOT, f"{NAME}.Automation", "CreateThing"),
+                                        (server.path, f"{NAME}.Server", "refresh"),
+                                        (server.path, f"{NAME}.Reports", "Refresh"),
+                                        (server.path, f"{NAME}.Rows", "GetRows"),
+                                        (server.path, f"{NAME}.Automation", "CreateObject")):
+            self.assert_fails(UNKNOWN_METHOD, client.call, path, interface, member)
+        self.assert_fails("org.freedesktop.DBus.Error.UnknownProperty", server.get, "Refresh")
+        self.assert_fails("org.freedesktop.DBus.Error.UnknownProperty", server.set, "Nothing", "s",
+                          "")
+
+    def test_with_arguments_of_other_types_are_refused(self):
+        client = self.client()
+        server = client.create("Server")
+        self.assert_fails(INVALID_ARGS, client.automation.call, "CreateObject")
+        self.assert_fails(INVALID_ARGS, client.automation.call, "CreateObject", "i", 1)
+        self.assert_fails(INVALID_ARGS, server.call, "SetConnection", "ss", "", "")
+        self.assert_fails(INVALID_ARGS, server.call, "Refresh", "s", "")
+        self.assert_fails(INVALID_ARGS, client.create("Report").set, "Title", "i", 1)
+
+    def test_to_paths_without_an_object_are_refused(self):
+        client = self.client()
+        server = client.create("Server")
+        run = server.path.rpartition("/")[2].partition("_")[0]
+        for path in ("/", "/org", f"{ROOT}/Server", f"{ROOT}/Server/1", f"{ROOT}/Report/{run}_1",
+                     f"{ROOT}/Server/{run}_01", f"{ROOT}/Server/{run}_2", f"{server.path}/x",
+                     f"{ROOT}/Server/{run}_99999999999999999999999"):
+            self.assert_fails(UNKNOWN_OBJECT, client.call, path, f"{NAME}.Server", "Refresh")
+            self.assert_fails(UNKNOWN_OBJECT, client.call, path, "org.freedesktop.DBus.Properties",
+                              "GetAll", "s", f"{NAME}.Server")
+
+    def test_with_an_object_that_is_not_there_are_refused(self):
+        client = self.client()
+        server = client.create("Server")
+        components = server.at(server.get("Components"), "Components")
+        gone = client.create("Component")
+        client.release(gone)
+        for path in (gone.path, "/nowhere", ROOT):
+            text = self.assert_fails(own_error("ObjectRequired"), components.call,
+                                     "AddCompObject", "o", path)
+            self.assertEqual(text,
+                             f"Run-time error 424: Object required (there is none at {path})")
+
+    def test_may_leave_the_interface_out(self):
+        client = self.client()
+
+        def call(path, member, signature, *arguments):
+            message = Gio.DBusMessage.new_method_call(NAME, path, None, member)
+            message.set_body(GLib.Variant(f"({signature})", arguments))
+            reply, _ = client.connection.send_message_with_reply_sync(
+                message, Gio.DBusSendMessageFlags.NONE, 60000, None)
+            if reply.get_message_type() == Gio.DBusMessageType.ERROR:
+                raise Failed(reply.get_error_name(), reply.get_body().unpack()[0])
+            body = reply.get_body()
+            return body.unpack()[0] if body is not None else None
+
+        path = call(ROOT, "CreateObject", "s", "Reports")
+        self.assertIs(call(path, "Exists", "s", "Alpha"), False)
+        self.assertEqual(call(path, "GetRows", "uu", 1, 10), [])
+        self.assert_fails(INVALID_ARGS, call, path, "Exists", "i", 1)
+        self.assert_fails(INVALID_ARGS, call, path, "GetRows", "ii", 1, 1)
+        self.assert_fails(own_error("CannotCreateObject"), call, ROOT, "CreateObject", "s", "x")
+        call(ROOT, "Release", "o", path)
+        self.assert_fails(UNKNOWN_OBJECT, call, path, "Exists", "s", "Alpha")
+
+
+class Texts(BusTest):
+    def setUp(self):
+        super().setUp()
+        self.owner = self.client()
+        self.report = self.owner.create("Report")
+
+    def test_of_all_of_unicode_survive(self):
+        everything = "".join(chr(c) for c in range(1, 0x110000)
+                             if not 0xD800 <= c <= 0xDFFF and not 0xFDD0 <= c <= 0xFDEF
+                             and c & 0xFFFE != 0xFFFE)
+        self.report.set("Title", "s", everything)
+        self.assertEqual(self.report.get("Title"), everything)
+
+    def test_with_a_zero_character_are_refused_and_leave_the_other_properties_readable(self):
+        file = self.folder / "zero.ttx"
+        file.write_bytes(b"a\0b")
+        self.assertIs(self.report.call("ImportTTX", "s", str(file)), True)
+        self.assertEqual(self.assert_fails(own_error("NotRepresentable"), self.report.get, "TTX"),
+                         "The text holds a character U+0000, which D-Bus cannot carry")
+        values = self.report.get_all()
+        self.assertNotIn("TTX", values)
+        self.assertEqual(values["Version"], "")
+
+    def test_that_are_no_utf_8_end_the_connection_of_their_sender_only(self):
+        message = Gio.DBusMessage.new_method_call(NAME, ROOT, f"{NAME}.Automation", "CreateObject")
+        message.set_body(GLib.Variant("(s)", ("Sxrver",)))
+        blob = message.to_blob(Gio.DBusCapabilityFlags.NONE).replace(b"Sxrver", b"S\xffrver")
+        bad = self.client()
+        stream = bad.connection.get_stream()
+        stream.get_output_stream().write_all(blob, None)
+        from private_bus import until
+        until(lambda: bad.name not in self.owner.call(
+            "/org/freedesktop/DBus", "org.freedesktop.DBus", "ListNames",
+            destination="org.freedesktop.DBus"), "the end of the sender")
+        self.assertEqual(self.report.get("Title"), "")
+
+    def test_of_many_megabytes_go_through_and_too_long_ones_are_refused(self):
+        long = "x" * (20 << 20)
+        self.report.set("SQL", "s", long)
+        self.assertEqual(self.report.get("SQL"), long)
+        self.report.set("Definition", "s", long)
+        self.assertIn("more than one message carries (32505856 bytes). Read them one by one",
+                      self.assert_fails(own_error("LimitExceeded"), self.report.get_all))
+        self.assertEqual(self.report.get("Definition"), long)
+        # Each byte of the file becomes two in UTF-8.
+        file = self.folder / "long.ttx"
+        file.write_bytes(b"\xe9" * (20 << 20))
+        self.assertIs(self.report.call("ImportTTX", "s", str(file)), True)
+        self.assertEqual(self.assert_fails(own_error("LimitExceeded"), self.report.get, "TTX"),
+                         "The text has 41943040 bytes, more than one message carries (32505856)")
+
+
+class Rows(BusTest):
+    def setUp(self):
+        super().setUp()
+        self.db = self.database()
+        self.db.add_components([(number, f"Component {number}") for number in range(10)])
+        self.server = self.connected_server(self.client(), self.db)
+        self.components = self.collection(self.server, "Components")
+        self.rows = self.components.at(self.components.path, "Rows")
+
+    def get(self, first, count):
+        return self.rows.call("GetRows", "uu", first, count)
+
+    def test_are_the_properties_of_the_records_without_the_shared_error_state(self):
+        record = self.components.at(self.components.call("Item", "v", variant("i", 3)),
+                                    "Component")
+        expected = record.get_all()
+        del expected["LastErrorMsg"], expected["LastErrorNumber"]
+        self.assertEqual(self.get(3, 1), [expected])
+
+    def test_come_from_a_position_on_as_far_as_there_are_any(self):
+        def ids(first, count):
+            return [row["CompID"] for row in self.get(first, count)]
+
+        self.assertEqual(ids(1, 10), list(range(10)))
+        self.assertEqual(ids(4, 3), [3, 4, 5])
+        self.assertEqual(ids(9, 100), [8, 9])
+        self.assertEqual(ids(1, 2**32 - 1), list(range(10)))
+        self.assertEqual(ids(2**32 - 1, 2**32 - 1), [])
+        self.assertEqual(ids(11, 1), [])
+        self.assertEqual(ids(1, 0), [])
+        self.assertEqual(self.assert_fails(own_error("SubscriptOutOfRange"), self.get, 0, 1),
+                         "Run-time error 9: Subscript out of range")
+
+    def test_hand_out_no_objects(self):
+        before = self.components.client.introspect(ROOT)
+        self.get(1, 10)
+        after = self.components.client.introspect(ROOT)
+        self.assertEqual([node.path for node in before.nodes], [node.path for node in after.nodes])
+
+    def test_that_do_not_fit_in_a_message_are_refused(self):
+        reports = self.collection(self.server, "Reports")
+        for number in range(4):
+            reports.call("Add", "sssdssnssisnss", f"Report {number}", "", "", 0.0, "", "", 1, "",
+                         "", 1, "", 4, "", "x" * (9 << 20))
+        rows = reports.at(reports.path, "Rows")
+        self.assertEqual(len(rows.call("GetRows", "uu", 1, 3)), 3)
+        self.assertIn("The rows from 1 to 4 are more than one message carries",
+                      self.assert_fails(own_error("LimitExceeded"), rows.call, "GetRows", "uu", 1,
+                                        4))
+
+
+if __name__ == "__main__":
+    unittest.main()
