@@ -1,0 +1,300 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "apps/tarnwick/change_record.h"
+#include "apps/tarnwick/commands.h"
+#include "apps/tarnwick/connect.h"
+#include "apps/tarnwick/field_options.h"
+#include "apps/tarnwick/loading.h"
+
+namespace tarnwick::cli {
+namespace {
+
+// What the commands on one report are given; each uses a part of it.
+struct Arguments {
+  std::string name;
+  std::string new_name;
+  std::string field;
+  std::string file;
+  std::string ttx_file;
+  bool lock_first = false;
+};
+
+ReportRow key(const std::string& name) {
+  ReportRow row;
+  row.name = text_argument(name);
+  if (row.name.empty()) throw Failure(ExitCode::kUsage, "The name of the report is empty.");
+  return row;
+}
+
+/// The switches for a report's fields, with files for the long ones.
+class ReportFields final {
+ public:
+  explicit ReportFields(CLI::App& command) : fields_(command) {
+    command.add_option("--sql-file", sql_file_, "take the statement from this file (UTF-8)")
+        ->type_name("FILE")
+        ->excludes("--sql");
+    command
+        .add_option("--definition-file", definition_file_,
+                    "take the definition from this file (UTF-8)")
+        ->type_name("FILE")
+        ->excludes("--definition");
+  }
+
+  [[nodiscard]] bool any() const {
+    return fields_.any() || !sql_file_.empty() || !definition_file_.empty();
+  }
+
+  void apply(ReportRow& row) const {
+    fields_.apply(row);
+    if (!sql_file_.empty()) row.sql = text_in(sql_file_);
+    if (!definition_file_.empty()) row.definition = text_in(definition_file_);
+  }
+
+ private:
+  static Text text_in(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(stream), {}};
+    if (!stream.is_open() || stream.bad()) {
+      throw Failure(ExitCode::kUsage, fmt::format("The file '{}' cannot be read.", file));
+    }
+    return text_argument(content);
+  }
+
+  FieldOptions<ReportRow> fields_;
+  std::string sql_file_;
+  std::string definition_file_;
+};
+
+void list_reports(const Options& options) {
+  const auto client = connect(options);
+  const auto loaded = load_reports(*client);
+  list(options, loaded.rows,
+       {"Name", "Title", "ReportGroupID", "Version", "Author", "Created", "ReportType"});
+  require_complete(loaded);
+}
+
+void show_report(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const auto client = connect(options);
+  const auto record = client->new_report(report);
+  load(*client, *record, describe(report));
+  show(options, row_of(*record), arguments.field);
+}
+
+// Of a file that a report's method could not handle.
+[[noreturn]] void refuse_file(Client& client, const ReportRow& report) {
+  const Text account = client.last_error_msg();
+  const bool missing = account.starts_with(u"Unable to find the report '");
+  throw Failure(missing ? ExitCode::kMissing : ExitCode::kFailed,
+                fmt::format("{}: the file was not handled.", describe(report)), account);
+}
+
+void add_report(const Options& options, const Arguments& arguments, const ReportFields& given) {
+  const ReportRow report = key(arguments.name);
+  ReportRow values = report;
+  given.apply(values);
+  const Text file = arguments.file.empty() ? Text() : file_argument(arguments.file);
+
+  const auto client = connect(options);
+  if (load_if_there(*client, *client->new_report(report), describe(report))) {
+    throw Failure(ExitCode::kFailed, describe(report) + " exists already.");
+  }
+  const auto record = client->new_report(values);
+  if (!arguments.ttx_file.empty() && !record->import_ttx(file_argument(arguments.ttx_file))) {
+    refuse_file(*client, report);
+  }
+  write(*client, options, *record, report, row_of(*record), [&] { return record->update(file); });
+  tell_written(*client, options, report, values);
+}
+
+void edit_report(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const auto client = connect(options);
+  edit_record(*client, options, report);
+}
+
+void rename_report(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const ReportRow renamed = key(arguments.new_name);
+  const auto client = connect(options);
+  // A report of the new name would be overwritten; its own name in other letters is no other one.
+  if (!same_key(report, renamed) &&
+      load_if_there(*client, *client->new_report(renamed), describe(renamed))) {
+    throw Failure(ExitCode::kFailed, describe(renamed) + " exists already.");
+  }
+  const std::function<void(ReportRow&)> rename = [&](ReportRow& row) { row.name = renamed.name; };
+  change_record(*client, options, report, Holding::kNothing, rename);
+}
+
+void store_report(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const Text file = file_argument(arguments.file);
+  const auto client = connect(options);
+  const auto record = client->new_report(report);
+  load(*client, *record, describe(report));
+  const ReportRow read = row_of(*record);
+  write(*client, options, *record, read, read, [&] { return record->update(file); });
+  tell_written(*client, options, read, read);
+}
+
+void import_ttx(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const Text file = file_argument(arguments.file);
+  const auto client = connect(options);
+  const auto record = client->new_report(report);
+  load(*client, *record, describe(report));
+  const ReportRow read = row_of(*record);
+  if (!record->import_ttx(file)) refuse_file(*client, report);
+  const ReportRow wanted = row_of(*record);
+  write(*client, options, *record, read, wanted, [&] { return record->update({}); });
+  tell_written(*client, options, read, wanted);
+}
+
+void extract_report(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const Text file = file_argument(arguments.file);
+  const auto client = connect(options);
+  if (!client->new_report(report)->extract_report(file)) refuse_file(*client, report);
+  fmt::print("Report file of {} extracted to {}.\n", describe(report), to_display_utf8(file));
+}
+
+void extract_ttx(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const Text file = file_argument(arguments.file);
+  const auto client = connect(options);
+  const auto record = client->new_report(report);
+  load(*client, *record, describe(report));
+  if (!record->extract_ttx(file)) refuse_file(*client, report);
+  // Whatever extension was given is replaced.
+  const auto target = std::filesystem::path(to_display_utf8(file)).replace_extension(".ttx");
+  fmt::print("Field definitions of {} extracted to {}.\n", describe(report), target.string());
+}
+
+void delete_report(const Options& options, const Arguments& arguments) {
+  const ReportRow report = key(arguments.name);
+  const auto client = connect(options);
+  remove(*client, report);
+  fmt::print("{} deleted.\n", describe(report));
+}
+
+class ReportCommands final {
+ public:
+  ReportCommands(CLI::App& app, CommandLine& line)
+      : reports_(add_group(app, "report", "The report catalog.")), line_(line) {}
+
+  void add_list() {
+    add_command(*reports_, "list", "All reports, by name.")->callback([&line = line_] {
+      line.chosen = [&line] { list_reports(line.options); };
+    });
+  }
+
+  struct Added {
+    CLI::App* command;
+    std::shared_ptr<Arguments> arguments;
+  };
+
+  Added add_one(const std::string& name, const std::string& help, const std::string& example,
+                void (*run)(const Options&, const Arguments&)) {
+    CLI::App* command = add_command(*reports_, name, help, example);
+    const auto arguments = std::make_shared<Arguments>();
+    add_name(*command, *arguments);
+    command->callback([&line = line_, arguments, run] {
+      line.chosen = [&line, arguments, run] { run(line.options, *arguments); };
+    });
+    return {command, arguments};
+  }
+
+  void add_one_with_file(const std::string& name, const std::string& help,
+                         const std::string& file_help, const std::string& example,
+                         void (*run)(const Options&, const Arguments&)) {
+    const Added added = add_one(name, help, example, run);
+    added.command->add_option("FILE", added.arguments->file, file_help)->required();
+  }
+
+  void add_add() {
+    CLI::App* command =
+        add_command(*reports_, "add", "Adds a report.",
+                    "tarnwick report add 'Returns by Month' --group Sales --sql-file returns.sql "
+                    "--ttx-file returns.ttx --file returns.rpt");
+    const auto arguments = std::make_shared<Arguments>();
+    add_name(*command, *arguments);
+    const auto fields = std::make_shared<ReportFields>(*command);
+    command
+        ->add_option("--ttx-file", arguments->ttx_file,
+                     "take the field definitions from this file (ISO-8859-1)")
+        ->type_name("FILE");
+    command->add_option("--file", arguments->file, "store this report file with it")
+        ->type_name("FILE");
+    command->callback([&line = line_, arguments, fields] {
+      line.chosen = [&line, arguments, fields] { add_report(line.options, *arguments, *fields); };
+    });
+  }
+
+  void add_set() {
+    CLI::App* command = add_command(
+        *reports_, "set", "Changes fields of a report, unless somebody else changes it meanwhile.",
+        "tarnwick report set 'Open Orders' --report-version 1.8.0 --author 'B. Jensen'");
+    command->alias("update");
+    const auto arguments = std::make_shared<Arguments>();
+    add_name(*command, *arguments);
+    command->add_flag("--lock", arguments->lock_first, "hold the row from the reading on");
+    const auto fields = std::make_shared<ReportFields>(*command);
+    command->callback([&line = line_, arguments, fields] {
+      line.chosen = [&line, arguments, fields] {
+        set_fields(line.options, *fields,
+                   arguments->lock_first ? Holding::kLock : Holding::kNothing,
+                   [&](Client&) { return key(arguments->name); });
+      };
+    });
+  }
+
+ private:
+  static void add_name(CLI::App& command, Arguments& arguments) {
+    command.add_option("NAME", arguments.name, "the report's name")->required();
+  }
+
+  CLI::App* reports_;
+  CommandLine& line_;
+};
+
+}  // namespace
+
+void add_report_commands(CLI::App& app, CommandLine& line) {
+  ReportCommands commands(app, line);
+  commands.add_list();
+  const auto shown = commands.add_one(
+      "show", "One report.", "tarnwick report show 'Open Orders' --field SQL", show_report);
+  shown.command->add_option("--field", shown.arguments->field, "this field's value alone");
+  commands.add_add();
+  commands.add_set();
+  commands.add_one(
+      "edit", "Opens the fields of a report in $VISUAL or $EDITOR and writes what was changed.",
+      "EDITOR=nano tarnwick report edit 'Open Orders'", edit_report);
+  const auto renamed =
+      commands.add_one("rename", "Gives a report another name.",
+                       "tarnwick report rename 'Open Orders' 'Orders in Hand'", rename_report);
+  renamed.command->add_option("NEW-NAME", renamed.arguments->new_name, "its new name")->required();
+  commands.add_one_with_file("store", "Stores a report file with a report.", "the file to store",
+                             "tarnwick report store 'Open Orders' open-orders.rpt", store_report);
+  commands.add_one_with_file("extract", "Writes the report file that is stored to disk.",
+                             "the file to write; one that is there is overwritten",
+                             "tarnwick report extract 'Open Orders' /tmp/open-orders.rpt",
+                             extract_report);
+  commands.add_one_with_file("import-ttx", "Takes the field definitions of a report from a file.",
+                             "the file to read, ISO-8859-1",
+                             "tarnwick report import-ttx 'Open Orders' open-orders.ttx",
+                             import_ttx);
+  commands.add_one_with_file("extract-ttx", "Writes the field definitions of a report to a file.",
+                             "the file to write; its extension becomes .ttx",
+                             "tarnwick report extract-ttx 'Open Orders' /tmp/open-orders.ttx",
+                             extract_ttx);
+  commands.add_one("delete", "Deletes a report.", "tarnwick report delete 'Open Orders'",
+                   delete_report);
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "apps/tarnwick/options.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tarnwick::cli {
+
+/// What the parts of the command line share while it is read.
+struct CommandLine {
+  Options options;
+  std::function<void()> chosen;  // the command that was asked for; throws Failure
+};
+
+/// A group of commands.
+CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string& help);
+
+/// A command named `name` under `parent`; `example` is shown at the end of its help.
+CLI::App* add_command(CLI::App& parent, const std::string& name, const std::string& help,
+                      const std::string& example = {});
+
+// Each makes its commands known to `app`; `line` must outlive it.
+void add_init_command(CLI::App& app, CommandLine& line);
+void add_check_command(CLI::App& app, CommandLine& line);
+void add_component_commands(CLI::App& app, CommandLine& line);
+void add_pc_commands(CLI::App& app, CommandLine& line);
+void add_report_commands(CLI::App& app, CommandLine& line);
+void add_lock_commands(CLI::App& app, CommandLine& line);
+
+}  // namespace tarnwick::cli

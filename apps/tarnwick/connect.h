@@ -1,0 +1,19 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "ado/engine.h"
+#include "apps/tarnwick/client.h"
+#include "apps/tarnwick/options.h"
+
+namespace tarnwick::cli {
+
+/// The object model, connected as `options` say. Throws Failure.
+[[nodiscard]] std::unique_ptr<Client> connect(const Options& options);
+
+/// The rows that any process maintains at the moment, asked of the database itself: the object
+/// model does not tell. Throws Failure.
+[[nodiscard]] std::vector<ado::HeldRow> held_rows(const Options& options);
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,93 @@
+#include "apps/tarnwick/editing.h"
+
+#include <fmt/format.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/fields.h"
+#include "apps/tarnwick/scratch_folder.h"
+
+extern char** environ;
+
+namespace tarnwick::cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string editor() {
+  for (const char* name : {"VISUAL", "EDITOR"}) {
+    const char* value = std::getenv(name);
+    if (value != nullptr && *value != '\0') return value;
+  }
+  return "vi";
+}
+
+// The editor may be a command with switches, so the shell takes it apart; the file is its argument.
+void run_editor(const std::filesystem::path& file) {
+  std::string script = editor() + " \"$1\"";
+  std::string path = file.string();
+  char shell[] = "sh";
+  char command[] = "-c";
+  char* const arguments[] = {shell, command, script.data(), shell, path.data(), nullptr};
+  pid_t child = 0;
+  int status = 0;
+  const bool ran = posix_spawnp(&child, "sh", nullptr, nullptr, arguments, environ) == 0 &&
+                   waitpid(child, &status, 0) == child;
+  if (!ran || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    throw Failure(ExitCode::kFailed, fmt::format("The editor '{}' failed.", editor()));
+  }
+}
+
+template <class Row>
+Json editable(const Row& row) {
+  Json json = Json::object();
+  for (const auto& field : fields_of(row)) {
+    if (!field.option.empty()) json[std::string(field.name)] = to_json(get(row, field));
+  }
+  return json;
+}
+
+template <class Row>
+void take_over(Row& row, const Json& edited) {
+  const auto fields = fields_of(row);
+  for (const auto& [name, value] : edited.items()) {
+    const auto field = std::ranges::find_if(fields, [&name = name](const Field<Row>& candidate) {
+      return candidate.name == name && !candidate.option.empty();
+    });
+    if (field == fields.end()) {
+      throw Failure(ExitCode::kFailed, fmt::format("'{}' is no field that can be set.", name));
+    }
+    set(row, *field, from_json(name, value, get(row, *field)));
+  }
+}
+
+}  // namespace
+
+template <class Row>
+void edit_row(Row& row) {
+  const Json before = editable(row);
+  const ScratchFolder scratch;
+  const std::filesystem::path file = scratch.path() / "record.json";
+  std::ofstream(file) << before.dump(2) << '\n';
+  run_editor(file);
+  std::ifstream stream(file);
+  const Json after = Json::parse(stream, nullptr, false);
+  if (!after.is_object()) {
+    throw Failure(ExitCode::kFailed, "What was edited is not JSON any more; nothing was written.");
+  }
+  if (after == before) throw Failure(ExitCode::kFailed, "Nothing was changed.");
+  take_over(row, after);
+}
+
+template void edit_row(PcRow&);
+template void edit_row(ReportRow&);
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,72 @@
+#include "apps/tarnwick/loading.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/kinds.h"
+#include "apps/tarnwick/maintenance.h"
+#include "apps/tarnwick/progress.h"
+
+namespace tarnwick::cli {
+namespace {
+
+template <class Load>
+auto load_rows(Client& client, const std::string& what, Load&& load) {
+  const Progress progress("Loading " + what);
+  auto loaded = load();
+  loaded.account = client.last_error_msg();
+  loaded.complete = loaded.complete && loaded.account.empty();
+  if (!loaded.complete && loaded.rows.empty()) refuse_load(what, loaded.account);
+  return loaded;
+}
+
+}  // namespace
+
+Loaded<ComponentRow> load_components(Client& client) {
+  return load_rows(client, "the components", [&] {
+    Loaded<ComponentRow> loaded;
+    loaded.complete = client.refresh_components();
+    loaded.rows = client.components();
+    return loaded;
+  });
+}
+
+Loaded<PcRow> load_pcs(Client& client) {
+  return load_rows(client, "the PCs", [&] {
+    Loaded<PcRow> loaded;
+    loaded.complete = client.refresh_pcs();
+    loaded.rows = client.pcs();
+    return loaded;
+  });
+}
+
+Loaded<PcRow> load_pcs_of(Client& client, std::int16_t comp_id) {
+  const auto components = load_components(client).rows;
+  const auto component = std::ranges::find(components, comp_id, &ComponentRow::comp_id);
+  if (component == components.end()) {
+    throw Failure(ExitCode::kMissing, fmt::format("Component {} does not exist.", comp_id));
+  }
+  return load_rows(client, "the PCs", [&] {
+    Loaded<PcRow> loaded;
+    loaded.rows = client.new_component(*component)->pcs();
+    return loaded;
+  });
+}
+
+Loaded<ReportRow> load_reports(Client& client) {
+  return load_rows(client, "the reports", [&] {
+    Loaded<ReportRow> loaded;
+    loaded.complete = client.refresh_reports();
+    loaded.rows = client.reports();
+    return loaded;
+  });
+}
+
+void refuse_load(const std::string& what, TextView account) {
+  throw Failure(tells_of_lock(account) ? ExitCode::kLocked : ExitCode::kFailed,
+                fmt::format("Cannot load {}.", what), account);
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,182 @@
+#include "apps/tarnwick/options.h"
+
+#include <fmt/format.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+
+#include "ado/connection_string.h"
+#include "apps/tarnwick/failure.h"
+#include "platform/file_system.h"
+#include "runtime/case_mapping.h"
+#include "runtime/error.h"
+
+namespace tarnwick::cli {
+namespace {
+
+constexpr char16_t kEmbedded[] = u"Tarnwick.Embedded";
+
+Text replace_all(TextView text, TextView from, TextView to) {
+  Text result;
+  for (std::size_t at = 0;;) {
+    const std::size_t next = text.find(from, at);
+    result += text.substr(at, next - at);
+    if (next == TextView::npos) return result;
+    result += to;
+    at = next + from.size();
+  }
+}
+
+Text to_connect_string(const ado::ConnectionString& string) {
+  Text text;
+  for (const auto& item : string.items()) {
+    if (!text.empty()) text += u';';
+    const bool plain = item.value.find_first_of(u";'\"=") == Text::npos;
+    text += join({replace_all(item.name, u"=", u"=="), u"="});
+    text += plain ? item.value : join({u"\"", replace_all(item.value, u"\"", u"\"\""), u"\""});
+  }
+  return text;
+}
+
+// No echo on standard input's terminal while it lives.
+class NoEcho final {
+ public:
+  NoEcho() {
+    tcgetattr(STDIN_FILENO, &before_);
+    termios quiet = before_;
+    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+  }
+  ~NoEcho() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_); }
+  NoEcho(const NoEcho&) = delete;
+  NoEcho& operator=(const NoEcho&) = delete;
+
+ private:
+  termios before_{};
+};
+
+std::string ask(std::string_view question) {
+  std::cerr << question << std::flush;
+  std::string line;
+  {
+    const NoEcho no_echo;
+    if (!std::getline(std::cin, line)) {
+      throw Failure(ExitCode::kUsage, "No password was given.");
+    }
+  }
+  std::cerr << '\n';
+  return line;
+}
+
+std::string ask_password(bool confirm) {
+  if (isatty(STDIN_FILENO) == 0) {
+    throw Failure(ExitCode::kUsage,
+                  "The password is needed: name a file that holds it by --password-file or "
+                  "TARNWICK_PASSWORD_FILE.");
+  }
+  std::string password = ask("Password of the application role: ");
+  if (confirm && ask("Once more: ") != password) {
+    throw Failure(ExitCode::kUsage, "The two passwords differ.");
+  }
+  return password;
+}
+
+std::string password_in(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::string line;
+  if (!stream.is_open() || (!std::getline(stream, line) && stream.bad())) {
+    throw Failure(ExitCode::kUsage, fmt::format("The password file '{}' cannot be read.", file));
+  }
+  if (line.ends_with('\r')) line.pop_back();
+  return line;
+}
+
+}  // namespace
+
+void add_options(CLI::App& app, Options& options) {
+  app.add_option("--connect", options.connect, "connection string of the database")
+      ->type_name("STRING")
+      ->envname("TARNWICK_CONNECT");
+  app.add_option("--role", options.role, "application role to enter")
+      ->type_name("NAME")
+      ->envname("TARNWICK_ROLE");
+  app.add_option("--password-file", options.password_file,
+                 "file whose first line is the role's password; without it the terminal asks")
+      ->type_name("FILE")
+      ->envname("TARNWICK_PASSWORD_FILE");
+  app.add_flag("--in-process", options.in_process,
+               "work on the database directly, in this process (there is no other way yet)");
+  app.add_flag("--json", options.json, "print JSON, for machines");
+  app.add_flag("-v,--verbose", options.verbose,
+               "tell each step of a change, and the row version before and after");
+  app.add_option_function<std::string>(
+         "--when-locked",
+         [&options](const std::string& text) {
+           const auto when_locked = platform::WhenLocked::parse(text);
+           if (!when_locked) {
+             throw CLI::ValidationError("--when-locked",
+                                        "must be ask, cancel or retry:N with N from 1 to 1000000");
+           }
+           options.when_locked = *when_locked;
+         },
+         "what to do about a row that another process maintains: ask (on a terminal; otherwise "
+         "cancel), cancel, or retry:N times")
+      ->type_name("HOW");
+  app.add_option("--trace", options.trace_file,
+                 "append every statement and transaction step to this file")
+      ->type_name("FILE");
+}
+
+Text with_absolute_folder(TextView connect_string, const std::filesystem::path& here) {
+  try {
+    ado::ConnectionString string = ado::ConnectionString::parse(connect_string);
+    const auto provider = string.find(u"Provider");
+    const auto folder = string.find(u"Data Source");
+    if (!provider || !equals_ignoring_case(*provider, kEmbedded) || !folder || folder->empty()) {
+      return Text(connect_string);
+    }
+    const std::filesystem::path path = platform::to_native_path(*folder);
+    if (path.is_absolute()) return Text(connect_string);
+    string.set(u"Data Source", from_utf8((here / path).lexically_normal().string()));
+    return to_connect_string(string);
+  } catch (const Error& error) {
+    throw Failure(ExitCode::kUsage,
+                  fmt::format("The connection string cannot be read: {}", error.what()));
+  }
+}
+
+Text embedded_connect_string(TextView folder) {
+  ado::ConnectionString string;
+  string.set(u"Provider", kEmbedded);
+  string.set(u"Data Source", Text(folder));
+  return to_connect_string(string);
+}
+
+Text read_password(const std::string& file, bool confirm) {
+  const std::string password = file.empty() ? ask_password(confirm) : password_in(file);
+  if (password.empty()) throw Failure(ExitCode::kUsage, "The password is empty.");
+  try {
+    return from_utf8(password);
+  } catch (const Error&) {
+    throw Failure(ExitCode::kUsage, "The password is not UTF-8.");
+  }
+}
+
+Text text_argument(const std::string& argument) {
+  try {
+    return from_utf8(argument);
+  } catch (const Error&) {
+    throw Failure(ExitCode::kUsage, "An argument is not UTF-8.");
+  }
+}
+
+Text file_argument(const std::string& argument) {
+  if (argument.empty()) throw Failure(ExitCode::kUsage, "A file name is empty.");
+  return text_argument(std::filesystem::absolute(argument).lexically_normal().string());
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "platform/unattended_message_box.h"
+#include "runtime/text.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tarnwick::cli {
+
+/// The switches that every command understands.
+struct Options {
+  std::string connect;
+  std::string role;
+  std::string password_file;
+  bool in_process = false;
+  bool json = false;
+  bool verbose = false;
+  std::string trace_file;
+  platform::WhenLocked when_locked;
+};
+
+/// Makes the switches known to `app`; `options` must outlive it.
+void add_options(CLI::App& app, Options& options);
+
+/// `connect_string` with a relative folder of an embedded database made absolute: whoever opens the
+/// database may stand in another folder. Throws Failure (kUsage) for a string that cannot be read.
+[[nodiscard]] Text with_absolute_folder(TextView connect_string, const std::filesystem::path& here);
+
+/// The connection string of the embedded database in `folder`.
+[[nodiscard]] Text embedded_connect_string(TextView folder);
+
+/// The password in `file`, which ends at the first line end; asked for on the terminal, twice if
+/// `confirm`, when `file` is empty. Never empty. Throws Failure.
+[[nodiscard]] Text read_password(const std::string& file, bool confirm);
+
+/// What an argument of the command line stands for. Throws Failure (kUsage) when it is not UTF-8.
+[[nodiscard]] Text text_argument(const std::string& argument);
+
+/// A file that an argument names, as an absolute path. An empty argument is a Failure (kUsage).
+[[nodiscard]] Text file_argument(const std::string& argument);
+
+}  // namespace tarnwick::cli

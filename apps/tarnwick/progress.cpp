@@ -1,0 +1,56 @@
+#include "apps/tarnwick/progress.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <utility>
+
+namespace tarnwick::cli {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kWidth = 24;
+constexpr int kMark = 5;
+
+// The mark runs to and fro.
+std::string bar(int step) {
+  const int way = kWidth - kMark;
+  const int at = step % (2 * way);
+  const int left = at <= way ? at : 2 * way - at;
+  return fmt::format("[{:{}}{:=<{}}{:{}}]", "", left, "", kMark, "", way - left);
+}
+
+}  // namespace
+
+Progress::Progress(std::string task) : task_(std::move(task)) {
+  if (isatty(STDERR_FILENO) != 0) thread_ = std::thread([this] { draw_until_done(); });
+}
+
+Progress::~Progress() {
+  if (!thread_.joinable()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    done_ = true;
+  }
+  wake_.notify_one();
+  thread_.join();
+}
+
+void Progress::draw_until_done() {
+  const auto start = Clock::now();
+  std::unique_lock lock(mutex_);
+  if (wake_.wait_for(lock, std::chrono::milliseconds(500), [this] { return done_; })) return;
+  int step = 0;
+  do {
+    const auto seconds =
+        std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start).count();
+    fmt::print(stderr, "\r{} {} {} s", task_, bar(step++), seconds);
+    std::fflush(stderr);
+  } while (!wake_.wait_for(lock, std::chrono::milliseconds(80), [this] { return done_; }));
+  fmt::print(stderr, "\r\x1b[K");
+  std::fflush(stderr);
+}
+
+}  // namespace tarnwick::cli

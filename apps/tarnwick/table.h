@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct libscols_line;
+struct libscols_table;
+
+namespace tarnwick::cli {
+
+/// `text` with everything that would move the cursor or change the terminal (control characters,
+/// embedded NULs, line ends) written as \xNN, so that what is stored cannot play tricks.
+/// `keep_lines`: line feeds and tabs stay, carriage returns before a line feed go.
+[[nodiscard]] std::string printable(std::string_view text, bool keep_lines = false);
+
+/// An aligned table. On a terminal it keeps to the terminal's width by cutting the columns that may
+/// be cut; elsewhere every cell is whole.
+class Table final {
+ public:
+  enum class Align { kLeft, kRight };
+
+  /// Throws std::bad_alloc, as all members do, when memory is short.
+  Table();
+
+  void add_column(std::string_view heading, Align align = Align::kLeft, bool may_be_cut = false);
+  /// The column that shows the tree, where lines have parents. At most one.
+  void add_tree_column(std::string_view heading);
+
+  /// Cells in the order of the columns. Returns the line's number, for its children.
+  std::size_t add_line(const std::vector<std::string>& cells);
+  std::size_t add_line(const std::vector<std::string>& cells, std::size_t parent);
+
+  /// To standard output. Nothing but the headings when there are no lines.
+  void print();
+
+ private:
+  struct Unref {
+    void operator()(libscols_table* table) const;
+  };
+  void new_column(std::string_view heading, int flags);
+  std::size_t new_line(const std::vector<std::string>& cells, libscols_line* parent);
+
+  std::unique_ptr<libscols_table, Unref> table_;
+  std::vector<libscols_line*> lines_;
+};
+
+}  // namespace tarnwick::cli
