@@ -77,32 +77,16 @@ CREATE TABLE DW_APP_ROLE (
   Hash BLOB NOT NULL
 );
 
--- The counter behind all row versions. Version is the counter as eight bytes, the highest first.
--- It has one row and no key: writers of different rows must not meet on it.
+-- The counter behind all row versions. Version is the counter as eight bytes, the highest first and
+-- seven bits in each: of those char() makes one byte, in every version of SQLite.
+-- The table has one row and no key: writers of different rows must not meet on it.
 CREATE TABLE DW_ROW_VERSION (
   Counter INTEGER NOT NULL,
-  Octets BLOB NOT NULL,  -- every byte value in order, to pick bytes from
-  Version BLOB GENERATED ALWAYS AS (CAST(
-    substr(Octets, (Counter >> 56 & 255) + 1, 1) ||
-    substr(Octets, (Counter >> 48 & 255) + 1, 1) ||
-    substr(Octets, (Counter >> 40 & 255) + 1, 1) ||
-    substr(Octets, (Counter >> 32 & 255) + 1, 1) ||
-    substr(Octets, (Counter >> 24 & 255) + 1, 1) ||
-    substr(Octets, (Counter >> 16 & 255) + 1, 1) ||
-    substr(Octets, (Counter >> 8 & 255) + 1, 1) ||
-    substr(Octets, (Counter & 255) + 1, 1)
-    AS BLOB)) VIRTUAL
+  Version BLOB GENERATED ALWAYS AS (CAST(char(
+    Counter >> 49 & 127, Counter >> 42 & 127, Counter >> 35 & 127, Counter >> 28 & 127,
+    Counter >> 21 & 127, Counter >> 14 & 127, Counter >> 7 & 127, Counter & 127) AS BLOB)) STORED
 );
-INSERT INTO DW_ROW_VERSION (Counter, Octets) VALUES (0, CAST(
-  x'000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f'
-  || x'202122232425262728292a2b2c2d2e2f303132333435363738393a3b3c3d3e3f'
-  || x'404142434445464748494a4b4c4d4e4f505152535455565758595a5b5c5d5e5f'
-  || x'606162636465666768696a6b6c6d6e6f707172737475767778797a7b7c7d7e7f'
-  || x'808182838485868788898a8b8c8d8e8f909192939495969798999a9b9c9d9e9f'
-  || x'a0a1a2a3a4a5a6a7a8a9aaabacadaeafb0b1b2b3b4b5b6b7b8b9babbbcbdbebf'
-  || x'c0c1c2c3c4c5c6c7c8c9cacbcccdcecfd0d1d2d3d4d5d6d7d8d9dadbdcdddedf'
-  || x'e0e1e2e3e4e5e6e7e8e9eaebecedeeeff0f1f2f3f4f5f6f7f8f9fafbfcfdfeff'
-  AS BLOB));
+INSERT INTO DW_ROW_VERSION (Counter) VALUES (0);
 
 -- Every write bumps the row's version, whoever writes. The last condition of the update triggers
 -- keeps a trigger from answering its own write where recursive triggers are switched on; the first

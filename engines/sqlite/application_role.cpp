@@ -36,8 +36,7 @@ void add_role(Database& database, std::string_view name, std::string_view passwo
   sqlite3_stmt* const statement = database.statement(
       "INSERT INTO dbo.DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES (?, ?, ?, ?)");
   const ResetAtEnd reset(statement);
-  int index = 0;
-  for (const auto& value : values) bind(statement, ++index, value);
+  bind_all(statement, values);
   const int code = sqlite3_step(statement);
   if (code != SQLITE_DONE) database.fail(code);
 }

@@ -2,39 +2,70 @@
 
 #include <algorithm>
 
-namespace tarnwick::sqlite {
+#include "engines/sqlite/embedded_schema.h"
+#include "engines/sqlite/stored_value.h"
 
-void Catalog::refresh(Database& database) {
-  const auto version = database.schema_version();
-  if (version == version_) return;
-  std::vector<std::shared_ptr<const Table>> tables;
+namespace tarnwick::sqlite {
+namespace {
+
+std::string text_column(sqlite3_stmt* statement, int column) {
+  const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+  return text != nullptr ? text : "";
+}
+
+std::vector<std::shared_ptr<Table>> read_tables(Database& database) {
+  std::vector<std::shared_ptr<Table>> tables;
   sqlite3_stmt* const statement = database.statement(
-      "SELECT t.name, c.name, c.cid, c.pk FROM dbo.sqlite_master t, pragma_table_xinfo(t.name, "
-      "'main') c "
-      "WHERE t.type = 'table' AND (c.pk > 0 OR c.name = 'SoftLock' COLLATE NOCASE) "
-      "ORDER BY t.name, c.pk = 0, c.pk");
+      "SELECT t.name, c.name, c.cid, c.pk, c.\"notnull\" "
+      "FROM dbo.sqlite_master t, pragma_table_xinfo(t.name, 'main') c "
+      "WHERE t.type = 'table' ORDER BY t.name, c.pk");
   const ResetAtEnd reset(statement);
   std::shared_ptr<Table> table;
   int code = sqlite3_step(statement);
   for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
-    const auto text = [&](int column) {
-      return std::string(reinterpret_cast<const char*>(sqlite3_column_text(statement, column)));
-    };
-    if (table == nullptr || table->name != text(0)) {
+    if (table == nullptr || table->name != text_column(statement, 0)) {
       table = std::make_shared<Table>();
-      table->name = text(0);
+      table->name = text_column(statement, 0);
       table->region = lock_region(table->name);
     }
-    if (sqlite3_column_int(statement, 3) == 0) {
-      table->soft_lock_column = sqlite3_column_int(statement, 2);
-      continue;
+    const auto column = text_column(statement, 1);
+    const int position = sqlite3_column_int(statement, 2);
+    if (sqlite3_column_int(statement, 3) != 0) {
+      if (table->key.empty()) tables.push_back(table);
+      table->key.push_back(column);
+      table->key_columns.push_back(position);
     }
-    if (table->key.empty()) tables.push_back(table);
-    table->key.push_back(text(1));
-    table->key_columns.push_back(sqlite3_column_int(statement, 2));
+    if (sqlite3_column_int(statement, 4) != 0) table->required.push_back(column);
+    if (sqlite3_stricmp(column.c_str(), "SoftLock") == 0) table->soft_lock_column = position;
   }
   if (code != SQLITE_DONE) database.fail(code);
-  tables_ = std::move(tables);
+  return tables;
+}
+
+/// Whether the table, its triggers and its indexes are, word for word, those of the schema.
+bool is_plain(Database& database, const Table& table) {
+  const StoredValue name = table.name;
+  sqlite3_stmt* const statement = database.statement(
+      "SELECT sql FROM dbo.sqlite_master WHERE tbl_name = ? AND sql IS NOT NULL");
+  const ResetAtEnd reset(statement);
+  bind(statement, 1, name);
+  const std::string_view schema = kEmbeddedSchema;
+  int code = sqlite3_step(statement);
+  for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+    if (schema.find(text_column(statement, 0)) == std::string_view::npos) return false;
+  }
+  if (code != SQLITE_DONE) database.fail(code);
+  return true;
+}
+
+}  // namespace
+
+void Catalog::refresh(Database& database) {
+  const auto version = database.schema_version();
+  if (version == version_) return;
+  const auto tables = read_tables(database);
+  for (const auto& table : tables) table->plain = is_plain(database, *table);
+  tables_.assign(tables.begin(), tables.end());
   version_ = version;
 }
 

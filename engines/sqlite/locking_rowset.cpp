@@ -2,10 +2,11 @@
 
 namespace tarnwick::sqlite {
 
-LockingRowset::LockingRowset(OpenDatabase& database, std::string statement, Shape shape)
-    : SqliteRowset(database, std::move(statement), std::move(shape)),
+LockingRowset::LockingRowset(OpenDatabase& database, Query query,
+                             std::shared_ptr<const Shape> records)
+    : SqliteRowset(database, std::move(query), std::move(records)),
       lock_(database.locks, RowLocks::Set::Listing::kListed) {
-  if (shape_.table == nullptr) {
+  if (shape().table == nullptr) {
     throw ado::AdoError(ado::AdoErrorNumber::kFeatureNotAvailable,
                         u"The rows cannot be locked: the columns that are read do not hold the "
                         u"whole primary key of one table.");
@@ -13,18 +14,23 @@ LockingRowset::LockingRowset(OpenDatabase& database, std::string statement, Shap
 }
 
 void LockingRowset::fetch(ado::RowBuffer& rows, std::size_t limit) {
+  lock_.release();
   if (at_end_) return;
   database_.start_wait();
   const bool first_fetch = !candidates_;
   if (first_fetch) {
     candidates_.emplace(columns().size());
+    if (const auto key = key_looked_for()) {
+      const auto outcome = lock_and_read(*key, rows);
+      at_end_ = outcome == Outcome::kTimeout;
+      if (outcome != Outcome::kGone) return;
+    }
     read_all(*candidates_);
   }
-  lock_.release();
   std::vector<ado::Cell> row(columns().size());
   while (limit > 0 && next_ < candidates_->rows()) {
     candidates_->read_row(next_, row);
-    const auto outcome = lock_and_read(row, rows);
+    const auto outcome = lock_and_read(key_of(row), rows);
     if (outcome == Outcome::kTimeout) {
       if (!first_fetch) throw ado::lock_timeout();
       break;
@@ -35,18 +41,35 @@ void LockingRowset::fetch(ado::RowBuffer& rows, std::size_t limit) {
   at_end_ = limit > 0;
 }
 
-LockingRowset::Outcome LockingRowset::lock_and_read(std::span<const ado::Cell> row,
+LockingRowset::Outcome LockingRowset::lock_and_read(std::span<const ado::Cell> key,
                                                     ado::RowBuffer& rows) {
-  const auto key = key_of(row);
   RowLocks::Set lock(database_.locks, RowLocks::Set::Listing::kListed);
-  while (!database_.locks.try_lock(lock, *shape_.table, key)) {
+  while (!database_.locks.try_lock(lock, *shape().table, key)) {
     if (!database_.database.wait().pause()) return Outcome::kTimeout;
   }
   // Only now nobody else changes the row; its last holder may have.
   if (!read_row(key, rows)) return Outcome::kGone;
-  auto& keeper = database_.log.in_transaction() ? database_.log.transaction_locks() : lock_;
-  keeper.absorb(lock);
+  if (database_.log.in_transaction()) {
+    database_.log.transaction_locks().absorb(lock);
+    database_.log.add_row_at_hand(*shape().table, key);
+  } else {
+    lock_.absorb(lock);
+  }
   return Outcome::kLocked;
+}
+
+std::optional<std::vector<ado::Cell>> LockingRowset::key_looked_for() const {
+  if (query_.columns.size() != shape().table->key.size()) return std::nullopt;
+  std::vector<ado::Cell> key;
+  for (const auto& name : shape().table->key) {
+    for (std::size_t i = 0; i < query_.columns.size(); ++i) {
+      if (sqlite3_stricmp(query_.columns[i].c_str(), name.c_str()) != 0) continue;
+      key.push_back(cell_of(query_.values[i]));
+      break;
+    }
+  }
+  if (key.size() != shape().table->key.size()) return std::nullopt;
+  return key;
 }
 
 }  // namespace tarnwick::sqlite

@@ -9,13 +9,16 @@ namespace tarnwick::sqlite {
 class LockingRowset final : public SqliteRowset {
  public:
   /// Throws for a statement whose rows cannot be told apart by a primary key.
-  LockingRowset(OpenDatabase& database, std::string statement, Shape shape);
+  LockingRowset(OpenDatabase& database, Query query, std::shared_ptr<const Shape> records);
 
   void fetch(ado::RowBuffer& rows, std::size_t limit) override;
 
  private:
   enum class Outcome { kLocked, kGone, kTimeout };
-  [[nodiscard]] Outcome lock_and_read(std::span<const ado::Cell> row, ado::RowBuffer& rows);
+  /// Locks the row with the key `key` and appends it, as it is then.
+  [[nodiscard]] Outcome lock_and_read(std::span<const ado::Cell> key, ado::RowBuffer& rows);
+  /// The key, where the statement looks for a row by the values of its whole key.
+  [[nodiscard]] std::optional<std::vector<ado::Cell>> key_looked_for() const;
 
   std::optional<ado::RowBuffer> candidates_;  // as they were before they were locked
   std::size_t next_ = 0;

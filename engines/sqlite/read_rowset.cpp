@@ -32,13 +32,13 @@ ado::RowBuffer ReadRowset::read_unlocked_rows() {
 }
 
 std::optional<std::int64_t> ReadRowset::locked_elsewhere(const ado::RowBuffer& rows) const {
-  if (shape_.table == nullptr) return std::nullopt;
-  const auto locks = database_.locks.foreign_locks(*shape_.table);
+  if (shape().table == nullptr) return std::nullopt;
+  const auto locks = database_.locks.foreign_locks(*shape().table);
   if (locks.empty()) return std::nullopt;
   std::vector<ado::Cell> cells(rows.columns());
   for (std::size_t row = 0; row < rows.rows(); ++row) {
     rows.read_row(row, cells);
-    const auto byte = lock_byte(shape_.table->region, key_of(cells));
+    const auto byte = lock_byte(shape().table->region, key_of(cells));
     const auto lock = std::lower_bound(
         locks.begin(), locks.end(), byte,
         [](const ByteRange& range, std::int64_t wanted) { return range.last < wanted; });

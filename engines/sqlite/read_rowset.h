@@ -9,8 +9,8 @@ namespace tarnwick::sqlite {
 /// session is about to replace: waits for the rows that others have locked, and reads again.
 class ReadRowset final : public SqliteRowset {
  public:
-  ReadRowset(OpenDatabase& database, std::string statement, Shape shape)
-      : SqliteRowset(database, std::move(statement), std::move(shape)) {}
+  ReadRowset(OpenDatabase& database, Query query, std::shared_ptr<const Shape> records)
+      : SqliteRowset(database, std::move(query), std::move(records)) {}
 
   void fetch(ado::RowBuffer& rows, std::size_t limit) override;
 

@@ -69,6 +69,7 @@ void Session::set_default_database(TextView name) {
       throw AdoError(AdoErrorNumber::kUnspecified,
                      u"it has no table DW_APP_ROLE and so no application role");
     }
+    shapes_.clear();
     database_ = std::move(opened);
     name_ = name;
   } catch (const AdoError& failure) {
@@ -81,42 +82,26 @@ void Session::set_default_database(TextView name) {
 }
 
 void Session::execute(TextView statement) {
-  sqlite3_stmt* const prepared = prepare(statement);
-  if (prepared == nullptr) return;
-  auto& open = admitted();
-  open.start_wait();
-  const std::string sql = sqlite3_sql(prepared);
-  if (sqlite3_stmt_readonly(prepared) == 0) {
-    open.log.write({.statement = sql, .values = {}});
-    return;
-  }
-  open.log.read([&] {
-    sqlite3_stmt* const again = open.database.statement(sql);
-    const ResetAtEnd reset(again);
-    int code = sqlite3_step(again);
-    while (code == SQLITE_ROW) code = sqlite3_step(again);
-    if (code != SQLITE_DONE) open.database.fail(code);
-  });
+  if (const auto prepared = prepare(statement)) run(*prepared);
 }
 
 std::unique_ptr<ado::Rowset> Session::open(const ado::RowsetRequest& request) {
-  sqlite3_stmt* const prepared = prepare(request.statement);
-  if (prepared == nullptr) return std::make_unique<NoRecords>();
-  auto& open = admitted();
-  if (sqlite3_column_count(prepared) == 0) {
-    execute(request.statement);
+  auto prepared = prepare(request.statement);
+  if (!prepared) return std::make_unique<NoRecords>();
+  if (sqlite3_column_count(prepared->statement) == 0) {
+    run(*prepared);
     return std::make_unique<NoRecords>();
   }
-  if (sqlite3_stmt_readonly(prepared) == 0) {
+  if (sqlite3_stmt_readonly(prepared->statement) == 0) {
     throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
                    u"A statement that writes cannot return records here.");
   }
-  std::string sql = sqlite3_sql(prepared);
-  auto shape = Shape::of(prepared, open.catalog);
+  auto shape = shape_of(*prepared);
   if (request.locks_rows()) {
-    return std::make_unique<LockingRowset>(open, std::move(sql), std::move(shape));
+    return std::make_unique<LockingRowset>(admitted(), std::move(prepared->query),
+                                           std::move(shape));
   }
-  return std::make_unique<ReadRowset>(open, std::move(sql), std::move(shape));
+  return std::make_unique<ReadRowset>(admitted(), std::move(prepared->query), std::move(shape));
 }
 
 void Session::begin() { database().log.begin(); }
@@ -130,16 +115,53 @@ void Session::rollback() { database().log.rollback(); }
 
 std::vector<ado::HeldRow> Session::held_rows() { return admitted().locks.held_rows(); }
 
-sqlite3_stmt* Session::prepare(TextView statement) {
+std::optional<Session::Prepared> Session::prepare(TextView statement) {
   const std::string sql = utf8_of(statement);
   if (const auto own = parse_session_statement(statement)) {
     run(*own);
-    return nullptr;
+    return std::nullopt;
   }
   auto& open = admitted();
   open.start_wait();
   open.catalog.refresh(open.database);
-  return open.database.client_statement(sql);
+  if (auto query = parameterized(sql)) {
+    try {
+      return Prepared{open.database.client_statement(query->sql), std::move(*query)};
+    } catch (const AdoError&) {
+      // The error is that of the client's own words, below.
+    }
+  }
+  sqlite3_stmt* const prepared = open.database.client_statement(sql);
+  return Prepared{prepared, {sqlite3_sql(prepared), {}, {}}};
+}
+
+void Session::run(const Prepared& prepared) {
+  auto& open = admitted();
+  if (sqlite3_stmt_readonly(prepared.statement) == 0) {
+    open.log.write({prepared.query.sql, prepared.query.values});
+    return;
+  }
+  open.log.read([&] {
+    sqlite3_stmt* const statement = open.database.statement(prepared.query.sql);
+    const ResetAtEnd reset(statement);
+    bind_all(statement, prepared.query.values);
+    int code = sqlite3_step(statement);
+    while (code == SQLITE_ROW) code = sqlite3_step(statement);
+    if (code != SQLITE_DONE) open.database.fail(code);
+  });
+}
+
+std::shared_ptr<const Shape> Session::shape_of(const Prepared& prepared) {
+  const auto& catalog = admitted().catalog;
+  const auto make = [&] {
+    return std::make_shared<const Shape>(Shape::of(prepared.statement, catalog));
+  };
+  if (prepared.query.values.empty()) return make();
+  auto& known = shapes_[prepared.query.sql];
+  if (known.shape == nullptr || known.schema_version != catalog.version()) {
+    known = {catalog.version(), make()};
+  }
+  return known.shape;
 }
 
 void Session::run(const SessionStatement& statement) {

@@ -2,9 +2,13 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
 
 #include "engines/sqlite/open_database.h"
 #include "engines/sqlite/session_statement.h"
+#include "engines/sqlite/sqlite_rowset.h"
 
 namespace tarnwick::sqlite {
 
@@ -22,11 +26,21 @@ class Session final : public ado::EngineSession {
   [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;
 
  private:
+  struct Prepared {
+    sqlite3_stmt* statement = nullptr;
+    Query query;
+  };
+  struct KnownShape {
+    std::int64_t schema_version = 0;
+    std::shared_ptr<const Shape> shape;
+  };
+
   void run(const SessionStatement& statement);
   void enter_role(const SetAppRole& role);
-  /// The client's statement prepared; nothing when it concerned the session and has been carried
-  /// out.
-  [[nodiscard]] sqlite3_stmt* prepare(TextView statement);
+  /// The client's statement; nothing when it concerned the session and has been carried out.
+  [[nodiscard]] std::optional<Prepared> prepare(TextView statement);
+  void run(const Prepared& prepared);
+  [[nodiscard]] std::shared_ptr<const Shape> shape_of(const Prepared& prepared);
   /// Throws while no database is open.
   [[nodiscard]] OpenDatabase& database();
   /// Throws until the application role has been entered.
@@ -36,6 +50,7 @@ class Session final : public ado::EngineSession {
   std::int32_t lock_timeout_ = LockWait::kForEver;
   std::unique_ptr<OpenDatabase> database_;
   Text name_;
+  std::unordered_map<std::string, KnownShape> shapes_;  // by statement, of parameterized look-ups
   bool admitted_ = false;
 };
 

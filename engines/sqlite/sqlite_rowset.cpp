@@ -78,7 +78,7 @@ Shape Shape::of(sqlite3_stmt* statement, const Catalog& catalog) {
 
 void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) const {
   int column = 0;
-  for (const Reading reading : shape_.readings) {
+  for (const Reading reading : shape().readings) {
     switch (sqlite3_column_type(statement, column)) {
       case SQLITE_INTEGER:
         append_integer(sqlite3_column_int64(statement, column), reading, rows);
@@ -111,8 +111,9 @@ void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) con
 
 template <class TakeRow>
 void SqliteRowset::for_each_row(TakeRow take_row) {
-  sqlite3_stmt* const statement = database_.database.statement(statement_);
+  sqlite3_stmt* const statement = database_.database.statement(query_.sql);
   const ResetAtEnd reset(statement);
+  bind_all(statement, query_.values);
   int code = sqlite3_step(statement);
   // SQLite prepares a statement anew when the tables have changed: "*" may mean other columns now.
   if (code == SQLITE_ROW && sqlite3_column_count(statement) != static_cast<int>(columns().size())) {
@@ -135,13 +136,13 @@ void SqliteRowset::read_all(ado::RowBuffer& rows) {
 }
 
 bool SqliteRowset::read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows) {
-  const auto byte = lock_byte(shape_.table->region, key);
+  const auto byte = lock_byte(shape().table->region, key);
   bool found = false;
   const auto look_for = [&](auto&& matches) {
     std::vector<ado::Cell> candidate(key.size());
     for_each_row([&](sqlite3_stmt* statement) {
       std::transform(
-          shape_.key.begin(), shape_.key.end(), candidate.begin(),
+          shape().key.begin(), shape().key.end(), candidate.begin(),
           [&](std::size_t column) { return cell_of(statement, static_cast<int>(column)); });
       if (!matches(candidate)) return true;
       append_row(statement, rows);
@@ -154,15 +155,15 @@ bool SqliteRowset::read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows
     // The row that was locked may have got its key in other letters meanwhile.
     if (found) return;
     look_for(
-        [&](const auto& candidate) { return lock_byte(shape_.table->region, candidate) == byte; });
+        [&](const auto& candidate) { return lock_byte(shape().table->region, candidate) == byte; });
   });
   return found;
 }
 
 std::vector<ado::Cell> SqliteRowset::key_of(std::span<const ado::Cell> row) const {
   std::vector<ado::Cell> key;
-  key.reserve(shape_.key.size());
-  for (const auto column : shape_.key) key.push_back(row[column]);
+  key.reserve(shape().key.size());
+  for (const auto column : shape().key) key.push_back(row[column]);
   return key;
 }
 
@@ -204,8 +205,8 @@ void SqliteRowset::copy_row(const ado::RowBuffer& from, std::size_t row, ado::Ro
 }
 
 const std::string& SqliteRowset::origin_of(const ado::Assignment& assignment) const {
-  const auto& origin = shape_.origins[assignment.column];
-  if (shape_.base_table.empty() || origin.empty()) {
+  const auto& origin = shape().origins[assignment.column];
+  if (shape().base_table.empty() || origin.empty()) {
     throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
                    join({u"The column '", columns()[assignment.column].name,
                          u"' cannot be written: it is no column of the one table that is read."}));
@@ -215,30 +216,23 @@ const std::string& SqliteRowset::origin_of(const ado::Assignment& assignment) co
 
 void SqliteRowset::update(std::span<const ado::Cell> row,
                           std::span<const ado::Assignment> assigned) {
-  if (shape_.table == nullptr) {
+  if (shape().table == nullptr) {
     throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
                    u"The row cannot be updated: the columns that were read do not hold the whole "
                    u"primary key of one table.");
   }
   if (assigned.empty()) return;
   database_.start_wait();
-  Write write;
-  write.one_row = true;
-  write.statement = "UPDATE dbo." + identifier(shape_.table->name) + " SET ";
+  RowUpdate update{.table = shape().table, .key = {}, .columns = {}};
+  for (const auto column : shape().key) update.key.push_back(stored_value(row[column]));
   for (const auto& assignment : assigned) {
-    if (!write.values.empty()) write.statement += ", ";
-    write.statement += identifier(origin_of(assignment)) + " = ?";
-    write.values.push_back(stored_value(*assignment.value));
+    update.columns.push_back({origin_of(assignment), stored_value(*assignment.value)});
   }
-  for (std::size_t i = 0; i < shape_.key.size(); ++i) {
-    write.statement += (i == 0 ? " WHERE " : " AND ") + identifier(shape_.table->key[i]) + " IS ?";
-    write.values.push_back(stored_value(row[shape_.key[i]]));
-  }
-  database_.log.write(std::move(write));
+  database_.log.update(std::move(update), key_of(row));
 }
 
 void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
-  if (shape_.base_table.empty()) {
+  if (shape().base_table.empty()) {
     throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
                    u"No row can be added: the columns that are read are not those of one table.");
   }
@@ -253,7 +247,7 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
     write.values.push_back(stored_value(*assignment.value));
   }
   write.statement =
-      "INSERT INTO dbo." + identifier(shape_.base_table) +
+      "INSERT INTO dbo." + identifier(shape().base_table) +
       (names.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + places + ")");
   database_.log.write(std::move(write));
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engines/sqlite/open_database.h"
+#include "engines/sqlite/query.h"
 
 namespace tarnwick::sqlite {
 
@@ -26,13 +27,13 @@ struct Shape {
 /// The records of a statement: what reading and locking rowsets share.
 class SqliteRowset : public ado::Rowset {
  public:
-  [[nodiscard]] const std::vector<ado::Column>& columns() const override { return shape_.columns; }
+  [[nodiscard]] const std::vector<ado::Column>& columns() const override { return shape().columns; }
   void update(std::span<const ado::Cell> row, std::span<const ado::Assignment> assigned) override;
   void insert(std::span<const ado::Assignment> assigned) override;
 
  protected:
-  SqliteRowset(OpenDatabase& database, std::string statement, Shape shape)
-      : database_(database), statement_(std::move(statement)), shape_(std::move(shape)) {}
+  SqliteRowset(OpenDatabase& database, Query query, std::shared_ptr<const Shape> records)
+      : database_(database), query_(std::move(query)), shape_(std::move(records)) {}
 
   /// Runs the statement and appends all its rows to `rows`.
   void read_all(ado::RowBuffer& rows);
@@ -42,15 +43,18 @@ class SqliteRowset : public ado::Rowset {
   /// Appends row `row` of `from` to `to`.
   static void copy_row(const ado::RowBuffer& from, std::size_t row, ado::RowBuffer& to);
 
+  [[nodiscard]] const Shape& shape() const { return *shape_; }
+
   OpenDatabase& database_;
-  const std::string statement_;
-  const Shape shape_;
+  const Query query_;
 
  private:
   template <class TakeRow>
   void for_each_row(TakeRow take_row);
   void append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) const;
   [[nodiscard]] const std::string& origin_of(const ado::Assignment& assignment) const;
+
+  std::shared_ptr<const Shape> shape_;
 };
 
 }  // namespace tarnwick::sqlite

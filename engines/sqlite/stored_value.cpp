@@ -91,6 +91,33 @@ void bind(sqlite3_stmt* statement, int index, const StoredValue& value) {
   }
 }
 
+void bind_all(sqlite3_stmt* statement, std::span<const StoredValue> values) {
+  int index = 0;
+  for (const auto& value : values) bind(statement, ++index, value);
+}
+
+ado::Cell cell_of(const StoredValue& value) {
+  using Kind = ado::Cell::Kind;
+  ado::Cell cell;
+  const auto view = [&](Kind kind, const std::string& bytes) {
+    cell.kind = kind;
+    cell.data = reinterpret_cast<const std::byte*>(bytes.data());
+    cell.size = bytes.size();
+  };
+  if (const auto* const integer = std::get_if<std::int64_t>(&value)) {
+    cell.kind = Kind::kInt64;
+    cell.integer = *integer;
+  } else if (const auto* const real = std::get_if<double>(&value)) {
+    cell.kind = Kind::kDouble;
+    cell.real = *real;
+  } else if (const auto* const text = std::get_if<std::string>(&value)) {
+    view(Kind::kUtf8, *text);
+  } else if (const auto* const blob = std::get_if<Blob>(&value)) {
+    view(Kind::kBytes, blob->bytes);
+  }
+  return cell;
+}
+
 ado::Cell cell_of(sqlite3_value* value) {
   using Kind = ado::Cell::Kind;
   ado::Cell cell;

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <span>
 #include <string>
 #include <variant>
 
@@ -12,6 +13,7 @@ namespace tarnwick::sqlite {
 /// A value as it is bound to a statement.
 struct Blob {
   std::string bytes;
+  friend bool operator==(const Blob&, const Blob&) = default;
 };
 using StoredValue = std::variant<std::nullptr_t, std::int64_t, double, std::string, Blob>;
 
@@ -23,6 +25,11 @@ using StoredValue = std::variant<std::nullptr_t, std::int64_t, double, std::stri
 /// Binds without copying: `value` must outlive the statement's use. `index` counts from 1.
 void bind(sqlite3_stmt* statement, int index, const StoredValue& value);
 
+/// The same for the values of all parameters in their order.
+void bind_all(sqlite3_stmt* statement, std::span<const StoredValue> values);
+
+/// A view of `value`, valid as long as that is.
+[[nodiscard]] ado::Cell cell_of(const StoredValue& value);
 /// A view of SQLite's value, valid as long as that is.
 [[nodiscard]] ado::Cell cell_of(sqlite3_value* value);
 /// The same for a column (from 0) of the row that `statement` stands on.

@@ -1,5 +1,6 @@
 #include "engines/sqlite/write_log.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -20,6 +21,27 @@ class FileTransaction final {
   Database& database_;
 };
 
+Write write_of(const RowUpdate& update) {
+  Write write;
+  write.one_row = true;
+  write.statement = "UPDATE dbo." + identifier(update.table->name) + " SET ";
+  for (const auto& column : update.columns) {
+    if (!write.values.empty()) write.statement += ", ";
+    write.statement += identifier(column.name) + " = ?";
+    write.values.push_back(column.value);
+  }
+  for (std::size_t i = 0; i < update.key.size(); ++i) {
+    write.statement += (i == 0 ? " WHERE " : " AND ") + identifier(update.table->key[i]) + " IS ?";
+    write.values.push_back(update.key[i]);
+  }
+  return write;
+}
+
+template <class Container, class Value>
+bool contains(const Container& container, const Value& value) {
+  return std::find(container.begin(), container.end(), value) != container.end();
+}
+
 }  // namespace
 
 WriteLog::WriteLog(Database& database, Catalog& catalog, RowLocks& locks)
@@ -27,10 +49,14 @@ WriteLog::WriteLog(Database& database, Catalog& catalog, RowLocks& locks)
       catalog_(catalog),
       locks_(locks),
       locks_of_transaction_(locks, RowLocks::Set::Listing::kListed) {
-  sqlite3_preupdate_hook(database_.handle(), before_change, this);
+  hook();
 }
 
-WriteLog::~WriteLog() { sqlite3_preupdate_hook(database_.handle(), nullptr, nullptr); }
+WriteLog::~WriteLog() { unhook(); }
+
+void WriteLog::hook() { sqlite3_preupdate_hook(database_.handle(), before_change, this); }
+
+void WriteLog::unhook() { sqlite3_preupdate_hook(database_.handle(), nullptr, nullptr); }
 
 void WriteLog::commit() {
   if (!log_.empty()) {
@@ -42,6 +68,7 @@ void WriteLog::commit() {
 
 void WriteLog::rollback() noexcept {
   log_.clear();
+  rows_at_hand_.clear();
   locks_of_transaction_.release();
   in_transaction_ = false;
 }
@@ -54,13 +81,69 @@ void WriteLog::write(Write write) {
     return;
   }
   in_file_transaction(locks, Ending::kRollback, [&] { return apply_log() && apply(write); });
-  log_.push_back(std::move(write));
+  log_.emplace_back(std::move(write));
+  rows_at_hand_.clear();
   locks_of_transaction_.absorb(locks);
   locks_.publish_stamps();
 }
 
+void WriteLog::add_row_at_hand(const Table& table, std::span<const ado::Cell> key) {
+  rows_at_hand_.push_back(lock_byte(table.region, key));
+}
+
+void WriteLog::update(RowUpdate update, std::span<const ado::Cell> key) {
+  const auto byte = lock_byte(update.table->region, key);
+  if (!cannot_fail(update, byte)) return write(write_of(update));
+  for (const auto& column : update.columns) {
+    if (sqlite3_stricmp(column.name.c_str(), "SoftLock") != 0) continue;
+    const auto* const stamp = std::get_if<std::string>(&column.value);
+    locks_.set_stamp(*update.table, key, stamp != nullptr ? *stamp : std::string_view());
+  }
+  // What is left of the key's columns is the key as it stands; to write it would have SQLite move
+  // the row.
+  std::erase_if(update.columns,
+                [&](const auto& column) { return contains(update.table->key, column.name); });
+  if (!update.columns.empty()) append(std::move(update));
+  locks_.publish_stamps();
+}
+
+bool WriteLog::cannot_fail(const RowUpdate& update, std::int64_t byte) const {
+  const auto& table = *update.table;
+  if (!table.plain || !contains(rows_at_hand_, byte)) return false;
+  return std::all_of(update.columns.begin(), update.columns.end(), [&](const auto& column) {
+    const auto in_key = std::find(table.key.begin(), table.key.end(), column.name);
+    if (in_key != table.key.end()) {
+      return column.value == update.key[static_cast<std::size_t>(in_key - table.key.begin())];
+    }
+    return !std::holds_alternative<std::nullptr_t>(column.value) ||
+           !contains(table.required, column.name);
+  });
+}
+
+void WriteLog::append(RowUpdate update) {
+  // An update that the session has seen the result of stands for itself: the next one has to give
+  // the row another version.
+  auto* const last = log_.empty() || last_seen_ ? nullptr : std::get_if<RowUpdate>(&log_.back());
+  last_seen_ = false;
+  if (last == nullptr || last->table != update.table || last->key != update.key) {
+    log_.emplace_back(std::move(update));
+    return;
+  }
+  for (auto& column : update.columns) {
+    const auto there =
+        std::find_if(last->columns.begin(), last->columns.end(),
+                     [&](const auto& candidate) { return candidate.name == column.name; });
+    if (there != last->columns.end()) {
+      there->value = std::move(column.value);
+    } else {
+      last->columns.push_back(std::move(column));
+    }
+  }
+}
+
 void WriteLog::read(const std::function<void()>& body) {
   if (log_.empty()) return body();
+  last_seen_ = true;
   RowLocks::Set locks(locks_, RowLocks::Set::Listing::kUnlisted);
   in_file_transaction(locks, Ending::kRollback, [&] {
     if (!apply_log()) return false;
@@ -95,18 +178,25 @@ void WriteLog::wait_for_blocking_row() {
 }
 
 bool WriteLog::apply_log() {
-  for (const auto& write : log_) {
-    if (!apply(write)) return false;
-  }
-  return true;
+  return std::all_of(log_.begin(), log_.end(), [&](const Entry& entry) {
+    return std::visit([&](const auto& write) { return apply(write); }, entry);
+  });
+}
+
+bool WriteLog::apply(const RowUpdate& update) {
+  catalog_.refresh(database_);
+  if (catalog_.find(update.table->name) != update.table) return apply(write_of(update));
+  // The one row that this writes is locked: to be told of it costs time and tells nothing.
+  const std::unique_ptr<WriteLog, HookAgain> unhooked(this);
+  unhook();
+  return apply(write_of(update));
 }
 
 bool WriteLog::apply(const Write& write) {
   catalog_.refresh(database_);
   sqlite3_stmt* const statement = database_.statement(write.statement);
   const ResetAtEnd reset(statement);
-  int index = 0;
-  for (const auto& value : write.values) bind(statement, ++index, value);
+  bind_all(statement, write.values);
   hook_failure_ = nullptr;
   int code = sqlite3_step(statement);
   while (code == SQLITE_ROW) code = sqlite3_step(statement);

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "engines/sqlite/catalog.h"
@@ -19,6 +20,17 @@ struct Write {
   std::vector<StoredValue> values;
   /// Throw kRowNotLocated unless exactly one row was written.
   bool one_row = false;
+};
+
+/// New values for columns of one row.
+struct RowUpdate {
+  struct Column {
+    std::string name;
+    StoredValue value;
+  };
+  std::shared_ptr<const Table> table;
+  std::vector<StoredValue> key;
+  std::vector<Column> columns;
 };
 
 /// What a session writes. Inside a transaction the file stays untouched: writes are gathered here
@@ -41,14 +53,21 @@ class WriteLog final {
   /// Locks that last as long as the transaction.
   [[nodiscard]] RowLocks::Set& transaction_locks() { return locks_of_transaction_; }
 
-  /// Outside a transaction the write is committed at once.
+  /// Notes that the row was read after it had been locked for the transaction.
+  void add_row_at_hand(const Table& table, std::span<const ado::Cell> key);
+
+  /// Outside a transaction a write is committed at once.
   void write(Write write);
+  /// The same as the write of an UPDATE statement that the changes stand for. A row at hand is not
+  /// tried out where nothing can go wrong, and its updates are joined.
+  void update(RowUpdate update, std::span<const ado::Cell> key);
 
   /// Runs `body` with the file as this session sees it.
   void read(const std::function<void()>& body);
 
  private:
   enum class Ending { kCommit, kRollback };
+  using Entry = std::variant<Write, RowUpdate>;
 
   /// Runs `body` in a transaction of SQLite. Where it returns false, another session's row was in
   /// the way: waits for that row and runs it again.
@@ -57,8 +76,16 @@ class WriteLog final {
   /// False when a row of another session is in the way (see `blocking_byte_`).
   [[nodiscard]] bool apply_log();
   [[nodiscard]] bool apply(const Write& write);
+  [[nodiscard]] bool apply(const RowUpdate& update);
+  [[nodiscard]] bool cannot_fail(const RowUpdate& update, std::int64_t byte) const;
+  void append(RowUpdate update);
   void wait_for_blocking_row();
 
+  struct HookAgain {
+    void operator()(WriteLog* log) const { log->hook(); }
+  };
+  void hook();
+  void unhook();
   static void before_change(void* log, sqlite3* handle, int operation, const char* schema,
                             const char* table, sqlite3_int64 old_id, sqlite3_int64 new_id);
   void lock_changed_row(int operation, const char* table_name);
@@ -70,8 +97,10 @@ class WriteLog final {
   Catalog& catalog_;
   RowLocks& locks_;
   bool in_transaction_ = false;
-  std::vector<Write> log_;
+  std::vector<Entry> log_;
+  bool last_seen_ = false;  // the session has read since the last entry was made
   RowLocks::Set locks_of_transaction_;
+  std::vector<std::int64_t> rows_at_hand_;  // by byte of their locks; none of them deleted since
 
   // Of the statement that runs:
   RowLocks::Set* taking_ = nullptr;  // where it puts its locks
