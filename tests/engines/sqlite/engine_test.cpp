@@ -1,24 +1,20 @@
 #include "engines/sqlite/engine.h"
 
-#include "engines/sqlite/create_database.h"
 #include "tests/engines/engine_contract.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/embedded_database.h"
 
 namespace tarnwick::engine_contract {
 namespace {
 
 class EmbeddedUnderTest final : public EngineUnderTest {
  public:
-  EmbeddedUnderTest() {
-    sqlite::create_database(folder_.path(), database(), role(), role_password());
-  }
   [[nodiscard]] ado::Engine& engine() override { return engine_; }
-  [[nodiscard]] Text connection_string() const override {
-    return join({u"Provider=Tarnwick.Embedded;Data Source=", folder_.path().u16string()});
-  }
+  [[nodiscard]] Text connection_string() const override { return database_.connection_string(); }
   [[nodiscard]] Text database() const override { return u"Velmar_Sec"; }
-  [[nodiscard]] Text role() const override { return u"Maintainer"; }
-  [[nodiscard]] Text role_password() const override { return u"sesame"; }
+  [[nodiscard]] Text role() const override { return Text(test_support::EmbeddedDatabase::kRole); }
+  [[nodiscard]] Text role_password() const override {
+    return Text(test_support::EmbeddedDatabase::kPassword);
+  }
   [[nodiscard]] Codes codes() const override {
     return {.unknown_database = -2147467259,
             .role_refused = -2147217843,
@@ -26,7 +22,7 @@ class EmbeddedUnderTest final : public EngineUnderTest {
   }
 
  private:
-  test_support::TemporaryFolder folder_;
+  test_support::EmbeddedDatabase database_;
   sqlite::SqliteEngine engine_;
 };
 

@@ -1,0 +1,52 @@
+#include "tests/support/embedded_database.h"
+
+#include <openssl/evp.h>
+
+#include <array>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace tarnwick::test_support {
+namespace {
+
+std::string embedded_schema() {
+  std::ifstream file(EMBEDDED_SCHEMA);
+  file.exceptions(std::ios::failbit | std::ios::badbit);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A salt and one iteration of PBKDF2: as much as has to be, so that connecting takes no time.
+std::string role_row(TextView role, TextView password) {
+  constexpr std::array<unsigned char, 4> kSalt{'s', 'a', 'l', 't'};
+  std::array<unsigned char, 64> hash{};
+  const std::string utf8 = to_utf8(password);
+  if (PKCS5_PBKDF2_HMAC(utf8.data(), static_cast<int>(utf8.size()), kSalt.data(), kSalt.size(), 1,
+                        EVP_sha512(), hash.size(), hash.data()) != 1) {
+    throw std::runtime_error("no PBKDF2");
+  }
+  const std::string_view salt(reinterpret_cast<const char*>(kSalt.data()), kSalt.size());
+  const std::string_view bytes(reinterpret_cast<const char*>(hash.data()), hash.size());
+  return "INSERT INTO DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES ('" + to_utf8(role) +
+         "', X'" + hexadecimal(salt) + "', 1, X'" + hexadecimal(bytes) + "');";
+}
+
+}  // namespace
+
+EmbeddedDatabase::EmbeddedDatabase() {
+  folder_.write("Velmar_Sec.db", "");
+  run("PRAGMA synchronous = OFF; BEGIN;" + embedded_schema() + role_row(kRole, kPassword) +
+      "COMMIT;");
+}
+
+Text EmbeddedDatabase::connection_string() const {
+  return join({u"Provider=Tarnwick.Embedded;Data Source=", from_utf8(folder_.path().string())});
+}
+
+std::string EmbeddedDatabase::value(const std::string& sql) const {
+  const PlainSqlite::Rows rows = run(sql);
+  if (rows.empty() || rows.front().empty()) return "(no row)";
+  return rows.front().front();
+}
+
+}  // namespace tarnwick::test_support
