@@ -25,8 +25,9 @@ namespace {
 
 namespace dbus = automation::dbus;
 
-// A process that the bus started, and that then hears nothing, ends too.
-constexpr std::chrono::seconds kFirstRequest{30};
+// A process that the bus started for something that made no object ends too; one that was started
+// by hand waits for its first client.
+constexpr std::chrono::seconds kUnused{30};
 
 void warn(TextView text) { spdlog::warn("{}", to_display_utf8(text)); }
 
@@ -105,7 +106,7 @@ int serve(const Options& options) {
   }
   name.end_when_idle(
       event.get(), [&] { return clients.idle(); }, options.idle,
-      started_on_demand() ? std::optional(kFirstRequest) : std::nullopt);
+      started_on_demand() ? std::optional(kUnused) : std::nullopt);
   dbus::check(sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL),
               "attaching the bus");
   dbus::check(sd_bus_set_exit_on_disconnect(bus.get(), 1), "attaching the bus");

@@ -86,6 +86,10 @@ std::vector<std::string> Clients::hand_out(const std::string& name, const Object
   return paths;
 }
 
+void Clients::release_all() {
+  for (const auto& [name, each] : clients_) objects_.release_all(each->holder);
+}
+
 bool Clients::release(const std::string& name, std::string_view path) {
   const auto known = clients_.find(name);
   return known != clients_.end() && objects_.release(known->second->holder, path);

@@ -39,6 +39,9 @@ class Clients {
   std::vector<std::string> hand_out(const std::string& client, const Object& source,
                                     const std::vector<Object>& objects);
 
+  /// Ends all that anybody holds.
+  void release_all();
+
   /// False when `client` does not hold the object at `path`.
   bool release(const std::string& client, std::string_view path);
 

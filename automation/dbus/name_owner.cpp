@@ -13,6 +13,7 @@ namespace tarnwick::automation::dbus {
 namespace {
 
 constexpr char kBus[] = "org.freedesktop.DBus";
+constexpr std::uint64_t kAccuracy = 1000;  // microseconds
 
 // What acquire_instance waits for.
 struct Waiting {
@@ -87,15 +88,16 @@ bool NameOwner::acquire_instance() {
 }
 
 void NameOwner::end_when_idle(sd_event* event, std::function<bool()> idle, Seconds patience,
-                              std::optional<Seconds> first_request) {
+                              std::optional<Seconds> unused) {
   event_ = event;
   idle_ = std::move(idle);
   patience_ = patience;
+  unused_ = unused;
 
   sd_event_source* source = nullptr;
-  check(
-      sd_event_add_time(event_, &source, CLOCK_MONOTONIC, UINT64_MAX, 0, &NameOwner::on_time, this),
-      "watching the time");
+  check(sd_event_add_time(event_, &source, CLOCK_MONOTONIC, UINT64_MAX, kAccuracy,
+                          &NameOwner::on_time, this),
+        "watching the time");
   clock_.reset(source);
   check(sd_event_source_set_enabled(source, SD_EVENT_OFF), "watching the time");
   check(sd_event_add_post(event_, &source, &NameOwner::on_dispatched, this), "watching events");
@@ -103,7 +105,7 @@ void NameOwner::end_when_idle(sd_event* event, std::function<bool()> idle, Secon
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_filter(bus_, &slot, &NameOwner::on_message, this), "watching messages");
   filter_.reset(slot);
-  if (first_request) restart_clock(*first_request);
+  restart_clock();
 }
 
 int NameOwner::on_message(sd_bus_message* message, void* userdata, sd_bus_error*) {
@@ -121,18 +123,20 @@ int NameOwner::on_message(sd_bus_message* message, void* userdata, sd_bus_error*
 int NameOwner::on_dispatched(sd_event_source*, void* userdata) {
   auto& owner = *static_cast<NameOwner*>(userdata);
   if (!owner.idle_()) {
+    owner.used_ = true;
     if (owner.counting_) sd_event_source_set_enabled(owner.clock_.get(), SD_EVENT_OFF);
     owner.counting_ = false;
-  } else if (owner.request_came_) {
-    owner.restart_clock(owner.patience_);
+  } else if (owner.request_came_ || !owner.counting_) {
+    owner.restart_clock();
   }
   owner.request_came_ = false;
   return 0;
 }
 
-void NameOwner::restart_clock(Seconds time) {
-  const std::chrono::microseconds microseconds(time);
-  sd_event_source_set_time_relative(clock_.get(), static_cast<std::uint64_t>(microseconds.count()));
+void NameOwner::restart_clock() {
+  if (!used_ && !unused_) return;
+  const std::chrono::microseconds time(used_ ? patience_ : *unused_);
+  sd_event_source_set_time_relative(clock_.get(), static_cast<std::uint64_t>(time.count()));
   sd_event_source_set_enabled(clock_.get(), SD_EVENT_ONESHOT);
   counting_ = true;
 }
@@ -140,6 +144,8 @@ void NameOwner::restart_clock(Seconds time) {
 int NameOwner::on_time(sd_event_source*, std::uint64_t, void* userdata) {
   auto& owner = *static_cast<NameOwner*>(userdata);
   owner.counting_ = false;
+  // A request may have been carried out since the clock was looked at.
+  if (!owner.idle_()) return 0;
   if (sd_bus_release_name(owner.bus_, kBusName) < 0) {
     return sd_event_exit(owner.event_, EXIT_FAILURE);
   }

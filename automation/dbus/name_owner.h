@@ -27,14 +27,14 @@ class NameOwner {
   /// Takes the name. False when another process serves this bus. Throws std::system_error.
   [[nodiscard]] bool acquire();
 
-  /// Ends `event` as soon as `idle` has been true for `patience` without a request. The first
-  /// request is waited for `first_request`, or for ever.
+  /// Ends `event` when `idle` has been true again for `patience` without a request; and when it has
+  /// not been false once, after `unused` without a request, or never.
   void end_when_idle(sd_event* event, std::function<bool()> idle, Seconds patience,
-                     std::optional<Seconds> first_request);
+                     std::optional<Seconds> unused);
 
  private:
   [[nodiscard]] bool acquire_instance();
-  void restart_clock(Seconds time);
+  void restart_clock();
   static int on_dispatched(sd_event_source*, void* owner);
   static int on_time(sd_event_source*, std::uint64_t, void* owner);
   static int on_message(sd_bus_message* message, void* owner, sd_bus_error*);
@@ -43,6 +43,8 @@ class NameOwner {
   sd_event* event_ = nullptr;
   std::function<bool()> idle_;
   Seconds patience_{};
+  std::optional<Seconds> unused_;
+  bool used_ = false;
   bool request_came_ = false;
   bool counting_ = false;
   bool released_ = false;

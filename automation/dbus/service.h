@@ -22,10 +22,12 @@ struct Caller {
 
 /// The object model on a bus: exports the root object and whatever clients were handed. Registers
 /// with `bus` when it is made and leaves it when it ends; owns no name. Single-threaded: calls are
-/// carried out one after the other, as they come in. All arguments must outlive this.
+/// carried out one after the other, as they come in. What clients hold ends with it. All arguments
+/// must outlive this.
 class Service {
  public:
   Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller);
+  ~Service() { clients_.release_all(); }
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
 

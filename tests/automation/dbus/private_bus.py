@@ -186,6 +186,10 @@ class Client:
         xml = self.call(path, "org.freedesktop.DBus.Introspectable", "Introspect")
         return Gio.DBusNodeInfo.new_for_xml(xml)
 
+    def held_classes(self):
+        """Names of the classes of which anybody holds an object."""
+        return [node.path for node in self.introspect(ROOT).nodes]
+
     def owner(self, name=NAME):
         """Unique name of the owner, or None."""
         try:
