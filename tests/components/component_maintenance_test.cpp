@@ -277,10 +277,10 @@ TEST_F(ComponentMaintenance, UpdateWithoutARowVersionComparesNothing) {
 }
 
 TEST_F(ComponentMaintenance, UpdateComparesVersionsWithRegardToCase) {
-  database_.run("UPDATE DW_ROW_VERSION SET Counter = 170; UPDATE DW_SEC_COMP SET Priority = 1");
+  database_.run("UPDATE DW_ROW_VERSION SET Counter = 106; UPDATE DW_SEC_COMP SET Priority = 1");
   component_ = load(process_);
-  ASSERT_EQ(component_->row_version(), u"00000000000000AB");
-  set().row_version(u"00000000000000ab");
+  ASSERT_EQ(component_->row_version(), u"000000000000006B");
+  set().row_version(u"000000000000006b");
   EXPECT_EQ(component_->update(), RecordChanged_ue);
 }
 

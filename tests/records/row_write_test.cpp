@@ -77,17 +77,27 @@ TEST_F(RowWrite, RollsBackAndRaisesWhenTheCommitIsRefused) {
   EXPECT_EQ(stored("SoftLock"), "NULL");
 }
 
-TEST_F(RowWrite, RecordsARowThatCannotBeWritten) {
+TEST_F(RowWrite, RecordsARowThatBreaksARuleOfItsTable) {
+  row().field(u"ReportName").set_value(Null{});
+  EXPECT_FALSE(update_write(state(), row()));
+  EXPECT_TRUE(message().starts_with(
+      u"\r\nError in Component: 'General', Proceedure: 'UpdateWrite'.\r\nError #:    \t"));
+  EXPECT_TRUE(state().connection->in_transaction()) << "the row stays with its object";
+  EXPECT_EQ(stored("ReportName"), "Sales");
+}
+
+TEST_F(RowWrite, RecordsARowThatATriggerRefuses) {
+  update_release(row());
   database_.run(
       "CREATE TRIGGER Refuse BEFORE UPDATE OF Title ON DW_Reports WHEN NEW.Title = 'Bad'"
       " BEGIN SELECT RAISE(ABORT, 'no such title'); END");
+  fetched_ = update_read(state(), u"Sales", TableSelector::kReports);
   row().field(u"Title").set_value(Text(u"Bad"));
   EXPECT_FALSE(update_write(state(), row()));
   EXPECT_TRUE(message().starts_with(
       u"\r\nError in Component: 'General', Proceedure: 'UpdateWrite'.\r\nError #:    \t"));
   EXPECT_NE(message().find(u"no such title"), Text::npos);
   EXPECT_NE(number(), 0);
-  EXPECT_TRUE(state().connection->in_transaction()) << "the row stays with its object";
   EXPECT_EQ(stored("Title"), "Old");
 }
 
