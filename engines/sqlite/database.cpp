@@ -96,7 +96,7 @@ Database::Database(const std::filesystem::path& file) {
   schema_version_ = prepare("PRAGMA dbo.schema_version");
   static_cast<void>(
       schema_version());  // reads the file's first page: fails where it is no database
-  if (sqlite3_db_readonly(handle, kSchema) != 0) throw_sqlite_error(handle, SQLITE_READONLY);
+  if (sqlite3_db_readonly(handle, kSchema) != 0) throw_sqlite_error(nullptr, SQLITE_READONLY);
   // Readers and the writer do not wait for each other; a commit is on the disk when it returns.
   step(prepare("PRAGMA dbo.journal_mode=WAL").get());
   step(prepare("PRAGMA dbo.synchronous=FULL").get());

@@ -35,7 +35,10 @@ std::filesystem::path folder_of(const ado::ConnectionString& string) {
   try {
     if (source->find(u'\0') == Text::npos) folder = std::filesystem::path(*source);
   } catch (const std::exception&) {
-    // An unpaired surrogate has no place in a file name: as no folder at all.
+    // An unpaired surrogate has no place in a file name, as a NUL has none.
+  }
+  if (folder.empty()) {
+    refuse(u"The folder of the connection string holds a NUL character or an unpaired surrogate.");
   }
   if (!folder.is_absolute()) {
     refuse(join({u"The folder '", *source,

@@ -1,0 +1,257 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "server/server.h"
+#include "tests/support/object_model.h"
+
+namespace tarnwick {
+namespace {
+
+namespace fs = std::filesystem;
+using test_support::account;
+using test_support::EmbeddedDatabase;
+using test_support::ServerProcess;
+using test_support::TemporaryFolder;
+
+constexpr std::int32_t kUnspecified = -2147467259;
+constexpr std::int32_t kInvalidArgument = 3001;
+constexpr std::int32_t kCommandError = -2147217900;
+constexpr std::int32_t kAuthenticationFailed = -2147217843;
+constexpr std::int32_t kPermissionDenied = -2147217911;
+
+Text quoted(const fs::path& path) { return join({u"'", from_utf8(path.string()), u"'"}); }
+
+/// The superuser may write everywhere: while this lives the process is a user that may not.
+class AsNobody {
+ public:
+  AsNobody() {
+    if (was_ == 0 && seteuid(65534) != 0) throw std::runtime_error("cannot become nobody");
+  }
+  AsNobody(const AsNobody&) = delete;
+  AsNobody& operator=(const AsNobody&) = delete;
+  ~AsNobody() {
+    if (was_ == 0 && seteuid(0) != 0) std::abort();
+  }
+
+ private:
+  const uid_t was_ = geteuid();
+};
+
+class BadDatabase : public ::testing::Test {
+ protected:
+  void expect_refused(const fs::path& folder, std::int32_t number, TextView description) {
+    expect_string_refused(
+        join({u"Provider=Tarnwick.Embedded;Data Source=", from_utf8(folder.string())}), number,
+        description);
+  }
+
+  void expect_string_refused(TextView string, std::int32_t number, TextView description) {
+    EXPECT_FALSE(process_.server->set_connection(string, EmbeddedDatabase::kRole,
+                                                 EmbeddedDatabase::kPassword));
+    EXPECT_EQ(process_.message(), account(u"Server", u"SetConnection", number, description));
+    EXPECT_EQ(process_.number(), number);
+  }
+
+  void expect_role_refused(TextView role, TextView password, std::int32_t number,
+                           TextView description) {
+    EXPECT_FALSE(process_.server->set_connection(database_.connection_string(), role, password));
+    EXPECT_EQ(process_.message(), account(u"Server", u"SetConnection", number, description));
+  }
+
+  /// All that the folder holds, with the sizes of the files.
+  static std::vector<std::pair<std::string, std::uintmax_t>> content(const fs::path& folder) {
+    std::vector<std::pair<std::string, std::uintmax_t>> files;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+      files.emplace_back(entry.path().filename(), entry.is_directory() ? 0 : entry.file_size());
+    }
+    return files;
+  }
+
+  TemporaryFolder folder_;
+  EmbeddedDatabase database_;
+  ServerProcess process_{database_};
+};
+
+TEST_F(BadDatabase, InAFolderThatIsNotThereIsNamed) {
+  const fs::path folder = folder_.path() / "none";
+  expect_refused(folder, kUnspecified, join({u"The folder ", quoted(folder), u" does not exist."}));
+  EXPECT_FALSE(fs::exists(folder)) << "and it is not made";
+}
+
+TEST_F(BadDatabase, InAFileInsteadOfAFolderIsNamed) {
+  const fs::path file = folder_.write("file", "x");
+  expect_refused(file, kUnspecified, join({u"The folder ", quoted(file), u" does not exist."}));
+}
+
+TEST_F(BadDatabase, InARelativeFolderIsRefused) {
+  expect_refused("data", kInvalidArgument,
+                 u"The folder 'data' of the connection string is not absolute; a server's own "
+                 u"working folder means nothing to its clients.");
+}
+
+TEST_F(BadDatabase, InAFolderWhoseNameHoldsANulIsRefused) {
+  using namespace std::string_view_literals;
+  constexpr TextView kWhy =
+      u"The folder of the connection string holds a NUL character or an unpaired surrogate.";
+  expect_string_refused(u"Provider=Tarnwick.Embedded;Data Source=/a\0b"sv, kInvalidArgument, kWhy);
+  const char16_t surrogate = 0xD800;
+  process_.state.errors.set_message({});
+  expect_string_refused(
+      join({u"Provider=Tarnwick.Embedded;Data Source=/a", TextView(&surrogate, 1)}),
+      kInvalidArgument, kWhy);
+}
+
+TEST_F(BadDatabase, WithoutAFolderIsRefused) {
+  expect_string_refused(u"Provider=Tarnwick.Embedded", kInvalidArgument,
+                        u"The connection string names no folder: the item 'Data Source' is "
+                        u"missing.");
+}
+
+TEST_F(BadDatabase, ByAnUnknownItemIsRefusedWithoutTellingItsValue) {
+  expect_string_refused(
+      join({database_.connection_string(), u";Frobnicate=secret"}), kInvalidArgument,
+      u"The connection string item 'Frobnicate' is not known to the embedded engine.");
+}
+
+TEST_F(BadDatabase, ThatIsMissingIsNamedAndNotMade) {
+  const fs::path file = folder_.path() / "Velmar_Sec.db";
+  expect_refused(folder_.path(), kUnspecified,
+                 join({u"The database file ", quoted(file), u" does not exist."}));
+  EXPECT_TRUE(content(folder_.path()).empty());
+}
+
+TEST_F(BadDatabase, ThatIsNoDatabaseIsNamedAndLeftAlone) {
+  const fs::path file = folder_.write("Velmar_Sec.db", std::string(5000, 'x'));
+  expect_refused(
+      folder_.path(), kUnspecified,
+      join({u"The database ", quoted(file), u" cannot be opened: file is not a database"}));
+  EXPECT_EQ(fs::file_size(file), 5000u);
+}
+
+TEST_F(BadDatabase, WithoutRolesIsRefusedAndLeftAlone) {
+  const fs::path file = folder_.write("Velmar_Sec.db", "");
+  expect_refused(folder_.path(), kUnspecified,
+                 join({u"The database ", quoted(file),
+                       u" cannot be opened: it has no table DW_APP_ROLE and so no application "
+                       u"role"}));
+}
+
+TEST_F(BadDatabase, ThatMayNotBeWrittenIsRefused) {
+  fs::permissions(database_.file(), fs::perms(0444));
+  fs::permissions(database_.folder(), fs::perms(0555));
+  {
+    const AsNobody nobody;
+    expect_refused(database_.folder(), kPermissionDenied,
+                   join({u"The database ", quoted(database_.file()),
+                         u" cannot be opened: attempt to write a readonly database"}));
+  }
+  fs::permissions(database_.folder(), fs::perms(0755));
+}
+
+TEST_F(BadDatabase, InAFolderThatMayNotBeWrittenIsRefused) {
+  fs::permissions(database_.file(), fs::perms(0666));
+  fs::permissions(database_.folder(), fs::perms(0555));
+  {
+    const AsNobody nobody;
+    EXPECT_FALSE(process_.server->set_connection(
+        database_.connection_string(), EmbeddedDatabase::kRole, EmbeddedDatabase::kPassword));
+    EXPECT_TRUE(process_.message().starts_with(
+        u"\r\nError in Component: 'Server', Proceedure: 'SetConnection'.\r\nError #:    \t"));
+    EXPECT_NE(process_.message().find(from_utf8(database_.folder().string())), Text::npos)
+        << to_display_utf8(process_.message());
+  }
+  fs::permissions(database_.folder(), fs::perms(0755));
+  EXPECT_EQ(content(database_.folder()).size(), 1u);
+}
+
+TEST_F(BadDatabase, ThatMayNotBeReadIsRefused) {
+  fs::permissions(database_.file(), fs::perms(0000));
+  const AsNobody nobody;
+  EXPECT_FALSE(process_.server->set_connection(
+      database_.connection_string(), EmbeddedDatabase::kRole, EmbeddedDatabase::kPassword));
+  EXPECT_TRUE(process_.message().starts_with(
+      u"\r\nError in Component: 'Server', Proceedure: 'SetConnection'.\r\nError #:    \t"));
+  EXPECT_NE(process_.message().find(quoted(database_.file())), Text::npos)
+      << to_display_utf8(process_.message());
+}
+
+TEST_F(BadDatabase, WithAWrongRoleOrPasswordTellsNeitherApart) {
+  constexpr TextView kRefused =
+      u"The application role does not exist, or the password is not its password.";
+  expect_role_refused(u"Nobody", EmbeddedDatabase::kPassword, kAuthenticationFailed, kRefused);
+  expect_role_refused(EmbeddedDatabase::kRole, u"wrong", kAuthenticationFailed, kRefused);
+  expect_role_refused(EmbeddedDatabase::kRole, u"SESAME", kAuthenticationFailed, kRefused);
+  expect_role_refused(EmbeddedDatabase::kRole, u"", kAuthenticationFailed, kRefused);
+}
+
+TEST_F(BadDatabase, ClosedByItsRoleShowsNoRows) {
+  database_.run("INSERT INTO DW_Reports (ReportName) VALUES ('Sales')");
+  EXPECT_FALSE(
+      process_.server->set_connection(database_.connection_string(), u"Nobody", u"nothing"));
+  EXPECT_TRUE(process_.state.connected()) << "the step that failed leaves it open";
+  EXPECT_TRUE(process_.server->reports()->refresh());
+  EXPECT_EQ(process_.server->reports()->count(), 0);
+  EXPECT_NE(process_.message().find(u"Proceedure: 'GetRecordset'."), Text::npos);
+}
+
+TEST_F(BadDatabase, WithAPasswordThatNoStatementCanHoldIsRefused) {
+  using namespace std::string_view_literals;
+  expect_role_refused(EmbeddedDatabase::kRole, u"a'b", kCommandError,
+                      u"The only procedure here is sp_setapprole with two quoted texts: role and "
+                      u"password.");
+  expect_role_refused(EmbeddedDatabase::kRole, u"a\0b"sv, kCommandError,
+                      u"The statement holds a NUL character.");
+  const char16_t surrogate = 0xD800;
+  expect_role_refused(EmbeddedDatabase::kRole, TextView(&surrogate, 1), kCommandError,
+                      u"The statement holds an unpaired surrogate.");
+}
+
+TEST_F(BadDatabase, WithoutATableLoadsTheOthersAndNamesIt) {
+  database_.run(
+      "DROP TABLE DW_SEC_PC;"
+      "INSERT INTO DW_Reports (ReportName) VALUES ('Sales')");
+  ASSERT_TRUE(process_.connect());
+  EXPECT_TRUE(process_.server->refresh());
+  EXPECT_EQ(process_.server->reports()->count(), 1);
+  EXPECT_EQ(process_.message(),
+            account(u"General", u"GetRecordset", kCommandError, u"no such table: DW_SEC_PC"));
+}
+
+TEST_F(BadDatabase, WithoutAColumnOfTheReportListLoadsNoReports) {
+  database_.run(
+      "INSERT INTO DW_Reports (ReportName) VALUES ('Sales');"
+      "DROP VIEW DW_Report; ALTER TABLE DW_Reports DROP COLUMN Author");
+  ASSERT_TRUE(process_.connect());
+  EXPECT_TRUE(process_.server->refresh());
+  EXPECT_EQ(process_.server->reports()->count(), 0);
+  EXPECT_EQ(process_.message(),
+            account(u"General", u"GetRecordset", kCommandError, u"no such column: Author"));
+}
+
+TEST_F(BadDatabase, WithoutAColumnOfTheComponentsLoadsNone) {
+  database_.run(
+      "INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType) VALUES (1, 0, 0);"
+      "ALTER TABLE DW_SEC_COMP DROP COLUMN Priority");
+  ASSERT_TRUE(process_.connect());
+  EXPECT_TRUE(process_.server->refresh());
+  EXPECT_EQ(process_.server->components()->count(), 0);
+  EXPECT_EQ(process_.message(), account(u"General", u"RefreshComponent", 3265,
+                                        u"Item cannot be found in the collection that corresponds "
+                                        u"to the requested name or ordinal."));
+}
+
+TEST_F(BadDatabase, ThatAppearsLaterIsConnectedToAfterwards) {
+  expect_refused(
+      folder_.path(), kUnspecified,
+      join({u"The database file ", quoted(folder_.path() / "Velmar_Sec.db"), u" does not exist."}));
+  fs::copy_file(database_.file(), folder_.path() / "Velmar_Sec.db");
+  EXPECT_TRUE(process_.server->set_connection(
+      join({u"Provider=Tarnwick.Embedded;Data Source=", from_utf8(folder_.path().string())}),
+      EmbeddedDatabase::kRole, EmbeddedDatabase::kPassword));
+}
+
+}  // namespace
+}  // namespace tarnwick
