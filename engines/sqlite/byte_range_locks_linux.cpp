@@ -38,16 +38,16 @@ ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file,
   struct stat model {};
   if (::stat(like.c_str(), &model) != 0) throw_system_error(u"The database file", errno);
   const Text what = join({u"The lock file '", from_stored_utf8(file.native()), u"'"});
-  file_ = ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  const mode_t mode = model.st_mode & 0777;
+  file_ = ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
   if (file_ >= 0) {
-    // The owner only matters where root makes the file for somebody else's database.
-    const bool owned = model.st_uid == ::geteuid() && model.st_gid == ::getegid();
-    if ((!owned && ::fchown(file_, model.st_uid, model.st_gid) != 0 && errno != EPERM) ||
-        ::fchmod(file_, model.st_mode & 0777) != 0) {
-      const int code = errno;
-      ::close(file_);
-      throw_system_error(what, code);
+    // Whoever may write the database has to be able to lock its rows: the process's own mask and
+    // group must not count.
+    if (::fchown(file_, model.st_uid, model.st_gid) != 0 &&
+        ::fchown(file_, static_cast<uid_t>(-1), model.st_gid) != 0) {
+      // To give a file away takes root, or membership in the group: so it stays this user's own.
     }
+    ::fchmod(file_, mode);
   } else if (errno == EEXIST) {
     file_ = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
   }

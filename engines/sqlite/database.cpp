@@ -70,7 +70,8 @@ std::string identifier(std::string_view name) {
 void throw_sqlite_error(sqlite3* handle, int code) {
   const int primary = code & 0xff;
   if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED) throw ado::lock_timeout();
-  Text text = from_stored_utf8(handle != nullptr ? sqlite3_errmsg(handle) : sqlite3_errstr(code));
+  const bool last = handle != nullptr && (sqlite3_errcode(handle) & 0xff) == primary;
+  Text text = from_stored_utf8(last ? sqlite3_errmsg(handle) : sqlite3_errstr(code));
   const int system = handle != nullptr ? sqlite3_system_errno(handle) : 0;
   if (system != 0 && (primary == SQLITE_IOERR || primary == SQLITE_CANTOPEN)) {
     text += join({u" (", from_stored_utf8(std::generic_category().message(system)), u")"});
@@ -86,7 +87,7 @@ Database::Database(const std::filesystem::path& file) {
   handle_.reset(handle);
   if (opened != SQLITE_OK) throw_sqlite_error(handle, opened);
   sqlite3_extended_result_codes(handle, 1);
-  wait_.start(LockWait::kForEver);
+  wait_.start(kOpeningWait);
   sqlite3_busy_handler(handle, wait_while_busy, &wait_);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_MAINDBNAME, kSchema);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);

@@ -24,6 +24,10 @@ using StatementHandle = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
 /// `wait` allows. Functions throw AdoError.
 class Database final {
  public:
+  /// How long opening may wait for a program that has the whole file to itself, in milliseconds: a
+  /// session cannot have said yet how long it wants to wait.
+  static constexpr std::int32_t kOpeningWait = 10'000;
+
   /// Opens a file that is there and can be written. Throws for one that is no database.
   explicit Database(const std::filesystem::path& file);
 

@@ -16,6 +16,9 @@ constexpr std::int32_t kNativePermissionDenied = 229;
 constexpr std::int32_t kNativeUnknownDatabase = 911;
 constexpr std::int32_t kNativeCannotSetRole = 15161;
 
+/// Of look-ups; a program uses a handful of them.
+constexpr std::size_t kKnownShapes = 64;
+
 std::string utf8_of(TextView statement) {
   if (statement.find(u'\0') != TextView::npos) {
     throw AdoError(AdoErrorNumber::kCommandError, u"The statement holds a NUL character.");
@@ -157,6 +160,7 @@ std::shared_ptr<const Shape> Session::shape_of(const Prepared& prepared) {
     return std::make_shared<const Shape>(Shape::of(prepared.statement, catalog));
   };
   if (prepared.query.values.empty()) return make();
+  if (shapes_.size() > kKnownShapes) shapes_.clear();
   auto& known = shapes_[prepared.query.sql];
   if (known.shape == nullptr || known.schema_version != catalog.version()) {
     known = {catalog.version(), make()};
@@ -182,7 +186,7 @@ void Session::enter_role(const SetAppRole& role) {
     throw AdoError(AdoErrorNumber::kCommandError,
                    u"The session has entered an application role already.");
   }
-  open.start_wait();
+  open.database.wait().start(Database::kOpeningWait);
   if (!role_admits(open.database, to_utf8(role.role), to_utf8(role.password))) {
     throw AdoError(AdoErrorNumber::kAuthenticationFailed,
                    u"The application role does not exist, or the password is not its password.",

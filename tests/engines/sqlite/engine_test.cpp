@@ -16,9 +16,8 @@ class EmbeddedUnderTest final : public EngineUnderTest {
     return Text(test_support::EmbeddedDatabase::kPassword);
   }
   [[nodiscard]] Codes codes() const override {
-    return {.unknown_database = -2147467259,
-            .role_refused = -2147217843,
-            .role_missing = -2147217911};
+    return {
+        .unknown_database = -2147467259, .role_refused = -2147217843, .role_missing = -2147217911};
   }
 
  private:
@@ -28,9 +27,9 @@ class EmbeddedUnderTest final : public EngineUnderTest {
 
 INSTANTIATE_TEST_SUITE_P(Embedded, EngineContract,
                          testing::Values(EngineFactory{
-                             .name = "Embedded",
-                             .unavailable = {},
-                             .make = [] { return std::make_unique<EmbeddedUnderTest>(); }}));
+                             .name = "Embedded", .unavailable = {}, .make = [] {
+                               return std::make_unique<EmbeddedUnderTest>();
+                             }}));
 
 }  // namespace
 }  // namespace tarnwick::engine_contract

@@ -1,0 +1,230 @@
+#include <gmock/gmock.h>
+#include <fstream>
+#include <functional>
+
+#include "tests/engines/sqlite/session_test.h"
+
+namespace tarnwick::sqlite {
+namespace {
+
+namespace fs = std::filesystem;
+using ado::AdoError;
+
+class Connecting : public SessionTest {
+ protected:
+  AdoError refusal(TextView string) {
+    return error_of([&] { return engine_.connect(ado::ConnectionString::parse(string)); });
+  }
+  /// What comes of opening the database `name`.
+  AdoError opening(TextView name) {
+    return error_of([&] {
+      connect()->set_default_database(name);
+      return 0;
+    });
+  }
+  Text path_text(const std::string& name) const {
+    return from_utf8((database_.folder() / name).string());
+  }
+  void expect_cannot_be_opened(TextView name, TextView why) {
+    const auto error = opening(name);
+    EXPECT_EQ(error.number(), kUnspecified);
+    EXPECT_EQ(error.description(), join({u"The database '", path_text(to_utf8(name) + ".db"),
+                                         u"' cannot be opened: ", why}));
+  }
+};
+
+TEST_F(Connecting, KnowsTheProviderAndTheFolder) {
+  const auto session = engine_.connect(ado::ConnectionString::parse(
+      join({u"PROVIDER=tarnwick.embedded;OLE DB Services=-2;data source=", path_text("")})));
+  session->set_default_database(u"Velmar_Sec");
+  ASSERT_EQ(engine_.providers().size(), 1u);
+  EXPECT_EQ(engine_.providers()[0], u"Tarnwick.Embedded");
+}
+
+TEST_F(Connecting, NamesTheItemThatItDoesNotKnowButNotItsValue) {
+  const auto error = refusal(join({database_.connection_string(), u";User ID=sesame"}));
+  EXPECT_EQ(error.number(), 3001);
+  EXPECT_EQ(error.description(),
+            u"The connection string item 'User ID' is not known to the embedded engine.");
+}
+
+TEST_F(Connecting, WantsAFolder) {
+  for (const TextView string :
+       {u"Provider=Tarnwick.Embedded", u"Provider=Tarnwick.Embedded;Data Source="}) {
+    const auto error = refusal(string);
+    EXPECT_EQ(error.number(), 3001);
+    EXPECT_EQ(error.description(),
+              u"The connection string names no folder: the item 'Data Source' is missing.");
+  }
+}
+
+TEST_F(Connecting, RefusesARelativeFolder) {
+  for (const TextView folder : {u"var", u"./var", u"../var", u"~/var"}) {
+    const auto error = refusal(join({u"Provider=Tarnwick.Embedded;Data Source=", folder}));
+    EXPECT_EQ(error.number(), 3001);
+    EXPECT_EQ(error.description(),
+              join({u"The folder '", folder,
+                    u"' of the connection string is not absolute; a server's own working folder "
+                    u"means nothing to its clients."}));
+  }
+}
+
+TEST_F(Connecting, RefusesAFolderThatNoFileSystemCanHave) {
+  const Text nul = join({path_text(""), TextView(u"a\0b", 3)});
+  EXPECT_EQ(refusal(join({u"Provider=Tarnwick.Embedded;Data Source=", nul})).number(), 3001);
+  EXPECT_EQ(refusal(u"Provider=Tarnwick.Embedded;Data Source=/\xD800").number(), 3001);
+}
+
+TEST_F(Connecting, SaysThatTheFolderIsNotThere) {
+  const auto error =
+      refusal(join({u"Provider=Tarnwick.Embedded;Data Source=", path_text("nowhere")}));
+  EXPECT_EQ(error.number(), kUnspecified);
+  EXPECT_EQ(error.description(),
+            join({u"The folder '", path_text("nowhere"), u"' does not exist."}));
+}
+
+TEST_F(Connecting, SaysThatTheDatabaseIsNotThereAndMakesNone) {
+  const auto error = opening(u"Other");
+  EXPECT_EQ(error.number(), kUnspecified);
+  EXPECT_EQ(error.native(), 911);
+  EXPECT_EQ(error.description(),
+            join({u"The database file '", path_text("Other.db"), u"' does not exist."}));
+  EXPECT_FALSE(fs::exists(database_.folder() / "Other.db"));
+  EXPECT_FALSE(fs::exists(database_.folder() / "Other.db-locks"));
+}
+
+TEST_F(Connecting, RefusesADatabaseNameThatLeavesTheFolder) {
+  for (const TextView name : {u"../x", u"a/b", u"", u"..", u".x"}) {
+    const auto error = opening(name);
+    EXPECT_EQ(error.number(), 3001);
+    EXPECT_EQ(error.description(), join({u"'", name, u"' cannot be the name of a database."}));
+  }
+}
+
+TEST_F(Connecting, SaysThatAFileIsNoDatabase) {
+  std::ofstream(database_.folder() / "Text.db") << std::string(5000, 'x');
+  expect_cannot_be_opened(u"Text", u"file is not a database");
+}
+
+TEST_F(Connecting, SaysThatADatabaseIsNotOneOfOurs) {
+  std::ofstream(database_.folder() / "Empty.db").close();
+  expect_cannot_be_opened(u"Empty", u"it has no table DW_APP_ROLE and so no application role");
+}
+
+TEST_F(Connecting, SaysThatADirectoryIsNoDatabase) {
+  fs::create_directory(database_.folder() / "Folder.db");
+  EXPECT_EQ(opening(u"Folder").native(), 911);
+}
+
+TEST_F(Connecting, SaysThatTheHeadOfTheFileIsDamaged) {
+  { std::fstream(database_.file()).write("SQLite format 3", 15).write("X", 1); }
+  expect_cannot_be_opened(u"Velmar_Sec", u"file is not a database");
+}
+
+TEST_F(Connecting, OpensADatabaseOfAnotherJournalAndChangesItToTheLog) {
+  database_.run("PRAGMA journal_mode = DELETE");
+  const auto session = open_session();
+  EXPECT_EQ(database_.value("PRAGMA journal_mode"), "wal");
+}
+
+TEST_F(Connecting, NothingWorksBeforeADatabaseWasChosen) {
+  const auto session = connect();
+  session->execute(u"SET LOCK_TIMEOUT 10");
+  for (const auto& step : std::initializer_list<std::function<void()>>{
+           [&] { session->execute(u"Delete From DW_Reports"); },
+           [&] { (void)session->open({.statement = kAllReports}); },
+           [&] { session->execute(u"EXEC sp_setapprole 'Maintainer','sesame'"); },
+           [&] { session->begin(); }, [&] { (void)session->held_rows(); }}) {
+    const auto error = error_of([&] {
+      step();
+      return 0;
+    });
+    EXPECT_EQ(error.number(), kUnspecified);
+    EXPECT_EQ(error.description(), u"No database has been chosen.");
+  }
+}
+
+TEST_F(Connecting, NothingIsReadOrWrittenBeforeTheRoleWasEntered) {
+  const auto session = connect();
+  session->set_default_database(u"Velmar_Sec");
+  for (const auto& step : std::initializer_list<std::function<void()>>{
+           [&] { session->execute(u"Delete From DW_Reports"); },
+           [&] { (void)session->open({.statement = kAllReports}); },
+           [&] { (void)session->held_rows(); }}) {
+    const auto error = error_of([&] {
+      step();
+      return 0;
+    });
+    EXPECT_EQ(error.number(), kPermissionDenied);
+    EXPECT_EQ(error.native(), 229);
+    EXPECT_EQ(error.description(), u"Permission was denied: no application role has been entered.");
+  }
+}
+
+TEST_F(Connecting, AWrongRoleAndAWrongPasswordLookAlike) {
+  const auto session = connect();
+  session->set_default_database(u"Velmar_Sec");
+  for (const TextView statement :
+       {u"EXEC sp_setapprole 'Maintainer','Sesame'", u"EXEC sp_setapprole 'Nobody','sesame'",
+        u"EXEC sp_setapprole 'Maintainer',''", u"EXEC sp_setapprole '','sesame'"}) {
+    const auto error = error_of([&] {
+      session->execute(statement);
+      return 0;
+    });
+    EXPECT_EQ(error.number(), -2147217843);
+    EXPECT_EQ(error.native(), 15161);
+    EXPECT_EQ(error.description(),
+              u"The application role does not exist, or the password is not its password.");
+  }
+  session->execute(u"EXEC sp_setapprole 'MAINTAINER','sesame'");
+  session->execute(u"Delete From DW_Reports");
+}
+
+TEST_F(Connecting, ARoleIsEnteredOnceAndOutsideATransaction) {
+  const auto session = connect();
+  session->set_default_database(u"Velmar_Sec");
+  session->begin();
+  const auto enter = [&] {
+    session->execute(u"EXEC sp_setapprole 'Maintainer','sesame'");
+    return 0;
+  };
+  EXPECT_EQ(error_of(enter).description(),
+            u"An application role cannot be entered inside a transaction.");
+  session->rollback();
+  enter();
+  EXPECT_EQ(error_of(enter).description(), u"The session has entered an application role already.");
+}
+
+TEST_F(Connecting, ADamagedRoleRowIsNoWayIn) {
+  for (const char* damage : {"Iterations = 0", "Iterations = 2000000000", "Iterations = 'x'",
+                             "Hash = x''", "Salt = x''"}) {
+    database_.run(std::string("UPDATE DW_APP_ROLE SET ") + damage);
+    const auto session = connect();
+    session->set_default_database(u"Velmar_Sec");
+    const auto error = error_of([&] {
+      session->execute(u"EXEC sp_setapprole 'Maintainer','sesame'");
+      return 0;
+    });
+    EXPECT_EQ(error.number(), kUnspecified) << damage;
+    EXPECT_EQ(error.description(), u"The application role's row in DW_APP_ROLE is damaged.");
+  }
+}
+
+TEST_F(Connecting, TheDatabaseIsFixedOnceTheRoleIsEntered) {
+  const auto session = open_session();
+  session->set_default_database(u"Velmar_Sec");
+  const auto error = error_of([&] {
+    session->set_default_database(u"Other");
+    return 0;
+  });
+  EXPECT_EQ(error.number(), kPermissionDenied);
+}
+
+TEST_F(Connecting, ALostDatabaseFileEndsTheConnection) {
+  const auto session = open_session();
+  fs::remove(database_.file());
+  EXPECT_THROW(session->execute(u"Delete From DW_Reports"), ado::ConnectionLost);
+}
+
+}  // namespace
+}  // namespace tarnwick::sqlite

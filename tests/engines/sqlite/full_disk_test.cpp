@@ -1,0 +1,100 @@
+#include <gmock/gmock.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+
+#include "tests/engines/sqlite/session_test.h"
+
+namespace tarnwick::sqlite {
+namespace {
+
+// SQLite's table of system calls is one for the whole process.
+int failure = 0;
+
+ssize_t failing_pwrite(int file, const void* bytes, std::size_t size, off_t offset) {
+  if (failure == 0) return ::pwrite(file, bytes, size, offset);
+  errno = failure;
+  return -1;
+}
+
+/// A database on a disk that can fill up or break: SQLite's writes fail with `failure`.
+class FullDisk : public SessionTest {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(
+        vfs_->xSetSystemCall(vfs_, "pwrite", reinterpret_cast<sqlite3_syscall_ptr>(failing_pwrite)),
+        SQLITE_OK);
+    ASSERT_EQ(vfs_->xSetSystemCall(vfs_, "pwrite64",
+                                   reinterpret_cast<sqlite3_syscall_ptr>(failing_pwrite)),
+              SQLITE_OK);
+    database_.run("INSERT INTO DW_Reports (ReportName, Title) VALUES ('Sales', 'Old')");
+    session_ = open_session();
+  }
+  void TearDown() override {
+    failure = 0;
+    session_.reset();
+    vfs_->xSetSystemCall(vfs_, "pwrite", nullptr);
+    vfs_->xSetSystemCall(vfs_, "pwrite64", nullptr);
+  }
+  void expect_failure(const std::function<void()>& step, TextView description) {
+    const auto error = error_of([&] {
+      step();
+      return 0;
+    });
+    EXPECT_EQ(error.number(), kUnspecified);
+    EXPECT_EQ(error.description(), description);
+  }
+  std::string title() const { return database_.value("SELECT Title FROM DW_Reports"); }
+
+  sqlite3_vfs* vfs_ = sqlite3_vfs_find(nullptr);
+  std::unique_ptr<ado::EngineSession> session_;
+};
+
+TEST_F(FullDisk, FailsACommitWhichCanBeTriedAgain) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"Title", Text(u"New")}});
+  failure = ENOSPC;
+  expect_failure([&] { session_->commit(); }, u"database or disk is full");
+  failure = 0;
+  EXPECT_EQ(title(), "Old");
+  EXPECT_EQ(session_->held_rows().size(), 1u);
+  session_->commit();
+  EXPECT_EQ(title(), "New");
+}
+
+TEST_F(FullDisk, FailsAStatementAndChangesNothing) {
+  failure = ENOSPC;
+  expect_failure([&] { session_->execute(u"Delete From DW_Reports"); },
+                 u"database or disk is full");
+  EXPECT_EQ(read(*session_, kSales).value(u"Title"), Variant(Text(u"Old")));
+  failure = 0;
+  EXPECT_THAT(session_->held_rows(), ::testing::IsEmpty());
+  EXPECT_EQ(database_.value("PRAGMA integrity_check"), "ok");
+  session_->execute(u"Delete From DW_Reports");
+}
+
+TEST_F(FullDisk, FailsARowTooLargeForIt) {
+  const auto row = read(*session_, kSales);
+  failure = ENOSPC;
+  expect_failure(
+      [&] {
+        row.update({{u"Report_Binary", Bytes(5'000'000, std::byte{7})}});
+      },
+      u"database or disk is full");
+  failure = 0;
+  EXPECT_EQ(database_.value("SELECT Report_Binary IS NULL FROM DW_Reports"), "1");
+  row.update({{u"Report_Binary", Bytes(5'000'000, std::byte{7})}});
+  EXPECT_EQ(database_.value("SELECT length(Report_Binary) FROM DW_Reports"), "5000000");
+}
+
+TEST_F(FullDisk, IsToldFromABrokenOne) {
+  failure = EIO;
+  expect_failure([&] { session_->execute(u"Delete From DW_Reports"); }, u"disk I/O error");
+  failure = 0;
+  EXPECT_EQ(title(), "Old");
+}
+
+}  // namespace
+}  // namespace tarnwick::sqlite

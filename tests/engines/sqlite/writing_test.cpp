@@ -1,0 +1,203 @@
+#include <gmock/gmock.h>
+
+#include "tests/engines/sqlite/session_test.h"
+
+namespace tarnwick::sqlite {
+namespace {
+
+using ado::AdoError;
+using ::testing::ElementsAre;
+
+class Writing : public SessionTest {
+ protected:
+  void SetUp() override {
+    database_.run(
+        "INSERT INTO DW_Reports (ReportName, Title) VALUES ('Sales', 'Old'), ('Stock', 'Old')");
+    session_ = open_session();
+  }
+  std::string title(const std::string& name) const {
+    return database_.value("SELECT Title FROM DW_Reports WHERE ReportName = '" + name + "'");
+  }
+  template <class Step>
+  static AdoError failure(Step&& step) {
+    return error_of([&] {
+      step();
+      return 0;
+    });
+  }
+
+  std::unique_ptr<ado::EngineSession> session_;
+};
+
+TEST_F(Writing, InsideATransactionLeavesTheFileAloneUntilTheCommit) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"Title", Text(u"New")}});
+  session_->execute(u"Delete From DW_Reports Where ReportName = 'Stock'");
+  EXPECT_EQ(title("Sales"), "Old");
+  EXPECT_EQ(title("Stock"), "Old");
+  auto program = database_.open_plainly();
+  program.run("INSERT INTO DW_Reports (ReportName, Title) VALUES ('Other', 'x')");  // nobody waits
+  session_->commit();
+  EXPECT_THAT(database_.run("SELECT ReportName, Title FROM DW_Reports ORDER BY 1"),
+              ElementsAre(ElementsAre("Other", "x"), ElementsAre("Sales", "New")));
+}
+
+TEST_F(Writing, IsSeenByTheSessionItselfInItsOrder) {
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  sales.update({{u"Title", Text(u"One")}});
+  session_->execute(u"Update DW_Reports Set Title = Title || '!'");
+  sales.update({{u"Author", Text(u"A")}});
+  const auto rows = read(*session_, kAllReports);
+  EXPECT_EQ(rows.value(u"Title", 0), Variant(Text(u"One!")));
+  EXPECT_EQ(rows.value(u"Author", 0), Variant(Text(u"A")));
+  EXPECT_EQ(rows.value(u"Title", 1), Variant(Text(u"Old!")));
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "One!");
+}
+
+TEST_F(Writing, ThatFailsIsToldAtOnceAndLeavesTheOthersStanding) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"Title", Text(u"New")}});
+  const auto error =
+      failure([&] { session_->execute(u"Insert Into DW_Reports (ReportName) Values ('STOCK')"); });
+  EXPECT_EQ(error.number(), kIntegrityViolation);
+  EXPECT_EQ(error.description(), u"UNIQUE constraint failed: DW_Reports.ReportName");
+  EXPECT_EQ(failure([&] {
+              session_->execute(u"Insert Into DW_Reports (Title) Values ('x')");
+            }).description(),
+            u"NOT NULL constraint failed: DW_Reports.ReportName");
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "New");
+}
+
+TEST_F(Writing, ToAHeldRowIsStillCheckedWhereItCanFail) {
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  EXPECT_EQ(failure([&] {
+              sales.update({{u"ReportName", Text(u"stock")}});
+            }).number(),
+            kIntegrityViolation);
+  EXPECT_EQ(failure([&] {
+              sales.update({{u"ReportName", Null{}}});
+            }).number(),
+            kIntegrityViolation);
+  sales.update({{u"Title", Null{}}});
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "NULL");
+}
+
+TEST_F(Writing, ToAHeldRowIsCheckedByTheRulesThatSomebodyAdded) {
+  database_.run(
+      "CREATE TRIGGER t BEFORE UPDATE ON DW_Reports WHEN NEW.Title = 'Bad' "
+      "BEGIN SELECT RAISE(ABORT, 'no bad titles'); END");
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  sales.update({{u"Title", Text(u"Good")}});
+  const auto error = failure([&] { sales.update({{u"Title", Text(u"Bad")}}); });
+  EXPECT_EQ(error.number(), kIntegrityViolation);
+  EXPECT_EQ(error.description(), u"no bad titles");
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "Good");
+}
+
+TEST_F(Writing, ToAHeldRowIsCheckedByRulesAddedMeanwhile) {
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  sales.update({{u"Title", Text(u"Bad")}});
+  database_.run(
+      "CREATE TRIGGER t BEFORE UPDATE ON DW_Reports WHEN NEW.Title = 'Bad' "
+      "BEGIN SELECT RAISE(ABORT, 'no bad titles'); END");
+  EXPECT_EQ(failure([&] { session_->commit(); }).description(), u"no bad titles");
+  EXPECT_EQ(title("Sales"), "Old");
+  session_->rollback();
+}
+
+TEST_F(Writing, ToARowThatIsGoneSaysSo) {
+  const auto rows = read(*session_, kSales);
+  database_.run("DELETE FROM DW_Reports WHERE ReportName = 'Sales'");
+  EXPECT_EQ(failure([&] { rows.update({{u"Title", Text(u"New")}}); }).number(), kRowNotLocated);
+  session_->begin();
+  EXPECT_EQ(failure([&] { rows.update({{u"Title", Text(u"New")}}); }).number(), kRowNotLocated);
+  session_->commit();
+}
+
+TEST_F(Writing, ToARowThatAForeignProgramDeletedFailsAtTheCommit) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"Title", Text(u"New")}});
+  database_.run("DELETE FROM DW_Reports WHERE ReportName = 'Sales'");
+  EXPECT_EQ(failure([&] { session_->commit(); }).number(), kRowNotLocated);
+  EXPECT_EQ(session_->held_rows().size(), 1u);  // the transaction is still open
+  session_->rollback();
+  EXPECT_EQ(database_.value("SELECT count(*) FROM DW_Reports"), "1");
+}
+
+TEST_F(Writing, ToARowThatTheTransactionItselfDeletedSaysSo) {
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  session_->execute(u"Delete From DW_Reports Where ReportName = 'Sales'");
+  EXPECT_EQ(failure([&] { sales.update({{u"Title", Text(u"New")}}); }).number(), kRowNotLocated);
+  session_->rollback();
+}
+
+TEST_F(Writing, BumpsTheRowVersionWhoeverWrites) {
+  const auto version = [&] {
+    return database_.value("SELECT RowVersion FROM DW_Reports WHERE ReportName = 'Sales'");
+  };
+  EXPECT_EQ(version(), "0000000000000001");
+  database_.run("UPDATE DW_Reports SET Title = 'x' WHERE ReportName = 'Sales'");
+  EXPECT_EQ(version(), "0000000000000003");
+  read(*session_, kSales).update({{u"Title", Text(u"New")}});
+  EXPECT_EQ(version(), "0000000000000004");
+}
+
+TEST_F(Writing, ChangesTheLetterCaseOfAKey) {
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  sales.update({{u"ReportName", Text(u"SALES")}, {u"Title", Text(u"New")}});
+  session_->commit();
+  EXPECT_THAT(database_.run("SELECT ReportName, Title FROM DW_Reports ORDER BY 1"),
+              ElementsAre(ElementsAre("SALES", "New"), ElementsAre("Stock", "Old")));
+}
+
+TEST_F(Writing, RefusesTextsThatTheDatabaseCannotKeep) {
+  const auto rows = read(*session_, kSales);
+  const auto nul = failure([&] { rows.update({{u"Title", Text(u"a\0b", 3)}}); });
+  EXPECT_EQ(nul.number(), 3421);
+  EXPECT_EQ(nul.description(), u"The text holds a NUL character, which the database cannot keep.");
+  const auto half = failure([&] { rows.insert({{u"ReportName", Text(u"\xD800")}}); });
+  EXPECT_EQ(half.number(), 3421);
+  EXPECT_EQ(half.description(),
+            u"The text holds an unpaired surrogate, which the database cannot keep.");
+  EXPECT_EQ(title("Sales"), "Old");
+}
+
+TEST_F(Writing, StoresDatesAsRealNumbers) {
+  read(*session_, kSales).update({{u"Created", Date{45000.0}}});
+  EXPECT_EQ(database_.value("SELECT typeof(Created) || ' ' || Created FROM DW_Reports"),
+            "real 45000.0");
+}
+
+TEST_F(Writing, ThroughTheShorterNameReachesTheTable) {
+  const auto rows = read(*session_, u"Select * From DW_Report Where ReportName = 'Sales'");
+  rows.update({{u"Title", Text(u"New")}});
+  EXPECT_EQ(title("Sales"), "New");
+}
+
+TEST_F(Writing, ByAnExpressionIsRefused) {
+  const auto rows = read(*session_, u"Select ReportName, upper(Title) t From DW_Reports");
+  const auto error = failure([&] { rows.update({{u"t", Text(u"x")}}); });
+  EXPECT_EQ(error.number(), 3251);
+  EXPECT_EQ(error.description(),
+            u"The column 't' cannot be written: it is no column of the one table that is read.");
+}
+
+TEST_F(Writing, OfAnEmptyTransactionCommits) {
+  session_->begin();
+  session_->commit();
+  session_->begin();
+  session_->rollback();
+}
+
+}  // namespace
+}  // namespace tarnwick::sqlite
