@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <random>
 #include <string>
@@ -16,6 +17,7 @@
 #include "automation/dbus/lock_prompt.h"
 #include "automation/dbus/name_owner.h"
 #include "automation/dbus/service.h"
+#include "platform/linux/desktop_message_box.h"
 #include "platform/linux/host.h"
 #include "platform/unattended_message_box.h"
 #include "server/shared_state.h"
@@ -59,6 +61,16 @@ dbus::BusHandle open_bus(const Options& options) {
   return dbus::BusHandle(bus);
 }
 
+// The program with the windows, where it is installed; empty where it is not.
+std::filesystem::path desktop_program() {
+  const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  for (const char* place : {"tarnwick-desktop", TARNWICK_DESKTOP}) {
+    std::filesystem::path program = (folder / place).lexically_normal();
+    if (std::filesystem::exists(program)) return program;
+  }
+  return {};
+}
+
 // Of this process alone: what it stands in the paths for.
 std::string run_name() {
   std::random_device random;
@@ -92,7 +104,9 @@ int serve(const Options& options) {
   dbus::Caller caller;
   dbus::Clients clients(bus.get(), run_name(), options.most_objects);
   platform::UnattendedMessageBox unattended(options.when_locked, warn);
-  dbus::BusMessageBox message_box(bus.get(), clients, caller, options.question_timeout, unattended,
+  platform::DesktopMessageBox desktop(desktop_program(), options.question_timeout, unattended,
+                                      warn);
+  dbus::BusMessageBox message_box(bus.get(), clients, caller, options.question_timeout, desktop,
                                   warn);
   platform::LinuxHost host(message_box, options.folder);
   apps::ProgramEngines engines;

@@ -1,0 +1,8 @@
+# tarnwick_bus_test(NAME FILE)
+# A file of tests in Python: clients of a real bus that share no code with the service. Run by
+# Debian's own Python, which has the bindings of GLib and of libdbus.
+function(tarnwick_bus_test name file)
+  add_test(NAME ${name} COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_SOURCE_DIR}/${file})
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT
+    "TARNWICK_SERVER=$<TARGET_FILE:tarnwick-server>;TARNWICK_DESKTOP=$<TARGET_FILE:tarnwick-desktop>;TARNWICK_MAKE_DATABASE=$<TARGET_FILE:make_database>;TARNWICK_INTERFACES=${PROJECT_BINARY_DIR}/automation/dbus/interfaces")
+endfunction()
