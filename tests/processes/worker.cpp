@@ -104,8 +104,8 @@ class Worker {
     if (command == "load reports") return truth(server_->reports()->refresh());
     if (command == "load pcs") return truth(server_->registered_pcs()->refresh());
     if (command == "new report") return new_report(words);
-    if (command == "insert reports") return insert_reports(next(words), next_number(words));
-    if (command == "count logins") return count_logins(next_text(words), next_number(words));
+    if (command == "insert reports") return insert_reports(words);
+    if (command == "count logins") return count_logins(words);
     return on_report(command, words);
   }
 
@@ -156,7 +156,9 @@ class Worker {
     return truth(add_report(name, next_text(words)) != nullptr);
   }
 
-  std::string insert_reports(const std::string& prefix, int count) {
+  std::string insert_reports(Words& words) {
+    const std::string prefix = next(words);
+    const int count = next_number(words);
     for (int number = 1; number <= count; ++number) {
       const auto report = add_report(from_utf8(prefix + std::to_string(number)), u"");
       if (report == nullptr || report->update() != OK_ue) return escaped(state_.errors.message());
@@ -164,8 +166,9 @@ class Worker {
     return "done";
   }
 
-  std::string count_logins(const Text& key, int count) {
-    const auto pc = server_->registered_pcs()->item(key);
+  std::string count_logins(Words& words) {
+    const auto pc = server_->registered_pcs()->item(next_text(words));
+    const int count = next_number(words);
     if (pc == nullptr) return "no such PC";
     for (int number = 0; number < count; ++number) {
       if (!pc->lock_record()) return "not locked: " + escaped(state_.errors.message());

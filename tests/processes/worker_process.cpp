@@ -61,7 +61,7 @@ WorkerProcess::~WorkerProcess() {
   close(from_worker_);
 }
 
-void WorkerProcess::say(std::initializer_list<std::string_view> words) {
+void WorkerProcess::say(std::span<const std::string_view> words) {
   std::string line;
   for (const std::string_view word : words) {
     if (!line.empty()) line += '\t';
@@ -88,7 +88,7 @@ std::string WorkerProcess::hear() {
   }
 }
 
-std::string WorkerProcess::ask(std::initializer_list<std::string_view> words) {
+std::string WorkerProcess::ask(std::span<const std::string_view> words) {
   say(words);
   return hear();
 }

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -20,11 +21,13 @@ class WorkerProcess {
   WorkerProcess& operator=(const WorkerProcess&) = delete;
 
   /// Sends one line: the words with tab stops between them.
-  void say(std::initializer_list<std::string_view> words);
+  void say(std::span<const std::string_view> words);
+  void say(std::initializer_list<std::string_view> words) { say(std::span(words)); }
   /// Waits for the next line and returns it.
   [[nodiscard]] std::string hear();
   /// Both.
-  std::string ask(std::initializer_list<std::string_view> words);
+  std::string ask(std::span<const std::string_view> words);
+  std::string ask(std::initializer_list<std::string_view> words) { return ask(std::span(words)); }
 
   /// Connects and loads the reports; from then on it waits for no lock.
   void connect_and_load_reports();

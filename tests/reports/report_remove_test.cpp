@@ -6,11 +6,9 @@
 namespace tarnwick {
 namespace {
 
-using test_support::account;
 using test_support::ServerProcess;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 constexpr TextView kDeleteSales = u"Execute Delete from dbo.DW_Reports Where ReportName = 'Sales'";
 
@@ -103,39 +101,6 @@ TEST_F(ReportDelete, FailsWithoutAConnection) {
   EXPECT_FALSE(sales->remove());
   EXPECT_TRUE(reports().exists(u"Sales"));
   EXPECT_EQ(message(), u"");
-}
-
-class ReportRefresh : public test_support::ReportTest {};
-
-TEST_F(ReportRefresh, FailsAsItsConditionStandsBehindTheOrdering) {
-  const auto sales = report(u"Sales");
-  sales->set_title(u"kept");
-  EXPECT_FALSE(sales->refresh());
-  EXPECT_EQ(sales->title(), u"kept");
-  EXPECT_TRUE(sales->changed());
-  EXPECT_THAT(
-      process_.trace(),
-      ElementsAre(
-          u"Open client static optimistic: Select ReportName, Title, Author, Created, Version, "
-          u"RptGrpID, ImageIndex, SQLStmnt, ReportType, ReportDesc, MaintType, SoftLock, "
-          u"RowVersion, TTX_Binary, Definition  From  DW_Reports  Order By ReportName Where "
-          u"ReportName = 'Sales'"));
-  EXPECT_EQ(message(),
-            account(u"General", u"GetRecordset", -2147217900, u"near \"Where\": syntax error"));
-  EXPECT_EQ(number(), -2147217900);
-}
-
-TEST_F(ReportRefresh, FailsWithoutANameToo) {
-  EXPECT_FALSE(Report(state()).refresh());
-  EXPECT_THAT(to_utf8(process_.trace().at(0)), ::testing::EndsWith(" Where ReportName = ''"));
-}
-
-TEST_F(ReportRefresh, LeavesALockAlone) {
-  const auto sales = report(u"Sales");
-  ASSERT_TRUE(sales->lock_record());
-  EXPECT_FALSE(sales->refresh());
-  EXPECT_TRUE(sales->locked());
-  EXPECT_TRUE(state().connection->in_transaction());
 }
 
 }  // namespace
