@@ -24,14 +24,19 @@ class FileTransaction final {
 Write write_of(const RowUpdate& update) {
   Write write;
   write.one_row = true;
-  write.statement = "UPDATE dbo." + identifier(update.table->name) + " SET ";
+  write.values.reserve(update.columns.size() + update.key.size());
+  auto& sql = write.statement;
+  sql.reserve(512);
+  sql.append("UPDATE dbo.").append(identifier(update.table->name));
+  const char* before = " SET ";
   for (const auto& column : update.columns) {
-    if (!write.values.empty()) write.statement += ", ";
-    write.statement += identifier(column.name) + " = ?";
+    sql.append(std::exchange(before, ", ")).append(identifier(column.name)).append(" = ?");
     write.values.push_back(column.value);
   }
+  before = " WHERE ";
   for (std::size_t i = 0; i < update.key.size(); ++i) {
-    write.statement += (i == 0 ? " WHERE " : " AND ") + identifier(update.table->key[i]) + " IS ?";
+    sql.append(std::exchange(before, " AND ")).append(identifier(update.table->key[i]));
+    sql.append(" IS ?");
     write.values.push_back(update.key[i]);
   }
   return write;
@@ -81,10 +86,10 @@ void WriteLog::write(Write write) {
     return;
   }
   in_file_transaction(locks, Ending::kRollback, [&] { return apply_log() && apply(write); });
+  locks_.publish_stamps();
   log_.emplace_back(std::move(write));
   rows_at_hand_.clear();
   locks_of_transaction_.absorb(locks);
-  locks_.publish_stamps();
 }
 
 void WriteLog::add_row_at_hand(const Table& table, std::span<const ado::Cell> key) {
@@ -99,12 +104,14 @@ void WriteLog::update(RowUpdate update, std::span<const ado::Cell> key) {
     const auto* const stamp = std::get_if<std::string>(&column.value);
     locks_.set_stamp(*update.table, key, stamp != nullptr ? *stamp : std::string_view());
   }
+  locks_.publish_stamps();
   // What is left of the key's columns is the key as it stands; to write it would have SQLite move
   // the row.
-  std::erase_if(update.columns,
-                [&](const auto& column) { return contains(update.table->key, column.name); });
-  if (!update.columns.empty()) append(std::move(update));
-  locks_.publish_stamps();
+  const auto in_key = [&](const auto& column) { return contains(update.table->key, column.name); };
+  if (!std::all_of(update.columns.begin(), update.columns.end(), in_key)) {
+    std::erase_if(update.columns, in_key);
+  }
+  append(std::move(update));
 }
 
 bool WriteLog::cannot_fail(const RowUpdate& update, std::int64_t byte) const {
@@ -159,6 +166,7 @@ void WriteLog::in_file_transaction(RowLocks::Set& locks, Ending ending,
       const FileTransaction transaction(database_);
       taking_ = &locks;
       blocking_byte_.reset();
+      catalog_.refresh(database_);
       if (body()) {
         if (ending == Ending::kCommit) database_.commit();
         return;
@@ -184,7 +192,6 @@ bool WriteLog::apply_log() {
 }
 
 bool WriteLog::apply(const RowUpdate& update) {
-  catalog_.refresh(database_);
   if (catalog_.find(update.table->name) != update.table) return apply(write_of(update));
   // The one row that this writes is locked: to be told of it costs time and tells nothing.
   const std::unique_ptr<WriteLog, HookAgain> unhooked(this);
@@ -193,7 +200,6 @@ bool WriteLog::apply(const RowUpdate& update) {
 }
 
 bool WriteLog::apply(const Write& write) {
-  catalog_.refresh(database_);
   sqlite3_stmt* const statement = database_.statement(write.statement);
   const ResetAtEnd reset(statement);
   bind_all(statement, write.values);
@@ -203,7 +209,9 @@ bool WriteLog::apply(const Write& write) {
   if (hook_failure_) std::rethrow_exception(std::exchange(hook_failure_, nullptr));
   if (blocking_byte_) return false;
   if (code != SQLITE_DONE) database_.fail(code);
-  if (write.one_row && sqlite3_changes(database_.handle()) != 1) {
+  if (!write.one_row) {
+    catalog_.refresh(database_);  // it may have made or changed a table
+  } else if (sqlite3_changes(database_.handle()) != 1) {
     throw ado::AdoError(ado::AdoErrorNumber::kRowNotLocated);
   }
   return true;
