@@ -42,16 +42,16 @@ Text to_connect_string(const ado::ConnectionString& string) {
   return text;
 }
 
-// No echo on standard input's terminal while it lives.
+// No echo on standard input's terminal while it lives. What was typed ahead stays.
 class NoEcho final {
  public:
   NoEcho() {
     tcgetattr(STDIN_FILENO, &before_);
     termios quiet = before_;
     quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+    tcsetattr(STDIN_FILENO, TCSADRAIN, &quiet);
   }
-  ~NoEcho() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_); }
+  ~NoEcho() { tcsetattr(STDIN_FILENO, TCSADRAIN, &before_); }
   NoEcho(const NoEcho&) = delete;
   NoEcho& operator=(const NoEcho&) = delete;
 
@@ -60,10 +60,11 @@ class NoEcho final {
 };
 
 std::string ask(std::string_view question) {
-  std::cerr << question << std::flush;
   std::string line;
   {
+    // Before the question: whoever answers at once must not see his password either.
     const NoEcho no_echo;
+    std::cerr << question << std::flush;
     if (!std::getline(std::cin, line)) {
       throw Failure(ExitCode::kUsage, "No password was given.");
     }
