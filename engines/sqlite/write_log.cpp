@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace tarnwick::sqlite {
@@ -21,24 +22,25 @@ class FileTransaction final {
   Database& database_;
 };
 
-Write write_of(const RowUpdate& update) {
-  Write write;
-  write.one_row = true;
-  write.values.reserve(update.columns.size() + update.key.size());
-  auto& sql = write.statement;
+std::string statement_of(const RowUpdate& update) {
+  std::string sql;
   sql.reserve(512);
   sql.append("UPDATE dbo.").append(identifier(update.table->name));
   const char* before = " SET ";
   for (const auto& column : update.columns) {
     sql.append(std::exchange(before, ", ")).append(identifier(column.name)).append(" = ?");
-    write.values.push_back(column.value);
   }
   before = " WHERE ";
-  for (std::size_t i = 0; i < update.key.size(); ++i) {
-    sql.append(std::exchange(before, " AND ")).append(identifier(update.table->key[i]));
-    sql.append(" IS ?");
-    write.values.push_back(update.key[i]);
+  for (const auto& column : update.table->key) {
+    sql.append(std::exchange(before, " AND ")).append(identifier(column)).append(" IS ?");
   }
+  return sql;
+}
+
+Write write_of(RowUpdate update) {
+  Write write{.statement = statement_of(update), .values = {}, .one_row = true};
+  for (auto& column : update.columns) write.values.push_back(std::move(column.value));
+  std::move(update.key.begin(), update.key.end(), std::back_inserter(write.values));
   return write;
 }
 
@@ -98,7 +100,7 @@ void WriteLog::add_row_at_hand(const Table& table, std::span<const ado::Cell> ke
 
 void WriteLog::update(RowUpdate update, std::span<const ado::Cell> key) {
   const auto byte = lock_byte(update.table->region, key);
-  if (!cannot_fail(update, byte)) return write(write_of(update));
+  if (!cannot_fail(update, byte)) return write(write_of(std::move(update)));
   for (const auto& column : update.columns) {
     if (sqlite3_stricmp(column.name.c_str(), "SoftLock") != 0) continue;
     const auto* const stamp = std::get_if<std::string>(&column.value);
@@ -191,25 +193,34 @@ bool WriteLog::apply_log() {
   });
 }
 
-bool WriteLog::apply(const RowUpdate& update) {
-  if (catalog_.find(update.table->name) != update.table) return apply(write_of(update));
-  // The one row that this writes is locked: to be told of it costs time and tells nothing.
-  const std::unique_ptr<WriteLog, HookAgain> unhooked(this);
-  unhook();
-  return apply(write_of(update));
-}
-
 bool WriteLog::apply(const Write& write) {
   sqlite3_stmt* const statement = database_.statement(write.statement);
   const ResetAtEnd reset(statement);
   bind_all(statement, write.values);
+  return run(statement, write.one_row);
+}
+
+bool WriteLog::apply(const RowUpdate& update) {
+  sqlite3_stmt* const statement = database_.statement(statement_of(update));
+  const ResetAtEnd reset(statement);
+  int index = 0;
+  for (const auto& column : update.columns) bind(statement, ++index, column.value);
+  for (const auto& value : update.key) bind(statement, ++index, value);
+  if (catalog_.find(update.table->name) != update.table) return run(statement, true);
+  // The one row that this writes is locked: to be told of it costs time and tells nothing.
+  const std::unique_ptr<WriteLog, HookAgain> unhooked(this);
+  unhook();
+  return run(statement, true);
+}
+
+bool WriteLog::run(sqlite3_stmt* statement, bool one_row) {
   hook_failure_ = nullptr;
   int code = sqlite3_step(statement);
   while (code == SQLITE_ROW) code = sqlite3_step(statement);
   if (hook_failure_) std::rethrow_exception(std::exchange(hook_failure_, nullptr));
   if (blocking_byte_) return false;
   if (code != SQLITE_DONE) database_.fail(code);
-  if (!write.one_row) {
+  if (!one_row) {
     catalog_.refresh(database_);  // it may have made or changed a table
   } else if (sqlite3_changes(database_.handle()) != 1) {
     throw ado::AdoError(ado::AdoErrorNumber::kRowNotLocated);

@@ -77,6 +77,7 @@ class WriteLog final {
   [[nodiscard]] bool apply_log();
   [[nodiscard]] bool apply(const Write& write);
   [[nodiscard]] bool apply(const RowUpdate& update);
+  [[nodiscard]] bool run(sqlite3_stmt* statement, bool one_row);
   [[nodiscard]] bool cannot_fail(const RowUpdate& update, std::int64_t byte) const;
   void append(RowUpdate update);
   void wait_for_blocking_row();

@@ -151,6 +151,14 @@ TEST_F(Writing, BumpsTheRowVersionWhoeverWrites) {
   EXPECT_EQ(version(), "0000000000000004");
 }
 
+TEST_F(Writing, OfAHeldRowsKeyAsItStandsIsAWrite) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"ReportName", Text(u"Sales")}});
+  session_->commit();
+  EXPECT_EQ(database_.value("SELECT RowVersion FROM DW_Reports WHERE ReportName = 'Sales'"),
+            "0000000000000003");
+}
+
 TEST_F(Writing, ChangesTheLetterCaseOfAKey) {
   session_->begin();
   auto sales = hold(*session_, kSales);
