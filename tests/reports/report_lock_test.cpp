@@ -187,6 +187,7 @@ TEST_F(ReportLock, HeldByAnotherProcessKeepsAnUpdateFromWriting) {
   EXPECT_EQ(sales->update(), Error_ue);
   EXPECT_EQ(message(),
             raised(u"Record is currently being updated by another process!", u"Report", u"Update"));
+  EXPECT_THAT(process_.trace(), ElementsAre(u"Begin", kOpenSales, u"Rollback", kLookForSales));
   EXPECT_FALSE(sales->locked());
   EXPECT_EQ(table(), before);
   EXPECT_FALSE(state().connection->in_transaction());

@@ -89,6 +89,7 @@ TEST_F(ReportDelete, OfARowThatAnotherProcessHoldsChangesNothing) {
   theirs.set_name(u"Sales");
   ASSERT_TRUE(theirs.lock_record());
   EXPECT_FALSE(report(u"Sales")->remove());
+  EXPECT_THAT(process_.trace(), ElementsAre(kDeleteSales));
   EXPECT_EQ(stored("Title"), "Title");
   EXPECT_TRUE(reports().exists(u"Sales"));
   EXPECT_EQ(message(), u"");
