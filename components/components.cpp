@@ -82,8 +82,9 @@ bool Components::add_comp_object(const std::shared_ptr<Component>& component) {
 bool Components::exists(TextView comp_id) const { return holds(state_.components, comp_id); }
 
 std::shared_ptr<Store<Component>> Components::find_meta_id(TextView meta_id) const {
-  auto found = std::make_shared<Store<Component>>();
-  return guarded(state_, {u"Components", u"FindMetaID"}, found, [&](auto&) {
+  using Result = std::shared_ptr<Store<Component>>;
+  return guarded(state_, {u"Components", u"FindMetaID"}, Result(), [&](Result& found) {
+    found = std::make_shared<Store<Component>>();
     if (meta_id.empty()) return;
     const Text wanted = upper(meta_id);
     for (const auto& component : require_store(state_.components)) {

@@ -13,9 +13,8 @@ void show_to_developer(SharedState& state) {
   state.host.stop_in_debugger();
 }
 
-}  // namespace
-
-void handle_error(SharedState& state, const Procedure& procedure, TextView extra_lines) {
+// Throws what recording throws.
+void record_error(SharedState& state, const Procedure& procedure, TextView extra_lines) {
   try {
     throw;
   } catch (const Error& error) {
@@ -27,7 +26,16 @@ void handle_error(SharedState& state, const Procedure& procedure, TextView extra
                       from_stored_utf8(exception.what()));
     state.errors.record(procedure, error, extra_lines);
   }
-  show_to_developer(state);
+}
+
+}  // namespace
+
+void handle_error(SharedState& state, const Procedure& procedure, TextView extra_lines) {
+  // An account that cannot be kept for want of memory is lost; the procedure fails all the same.
+  quietly([&] {
+    record_error(state, procedure, extra_lines);
+    show_to_developer(state);
+  });
 }
 
 void raise_message(SharedState& state, Text message) {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+
+namespace tarnwick::test_support {
+
+/// Lets one allocation of this program fail: the `nth` from now (from 1), unless this ends before.
+/// Only for programs that have failing_allocation.cpp among their sources; one at a time, and only
+/// for one thread.
+class FailingAllocation {
+ public:
+  explicit FailingAllocation(std::size_t nth);
+  FailingAllocation(const FailingAllocation&) = delete;
+  FailingAllocation& operator=(const FailingAllocation&) = delete;
+  ~FailingAllocation();
+
+  /// Whether it has failed already.
+  [[nodiscard]] bool failed() const;
+};
+
+}  // namespace tarnwick::test_support
