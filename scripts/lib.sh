@@ -2,7 +2,13 @@
 # What the commands of this repository share. Sourced, never run; the caller has set
 # `set -euo pipefail` and stands in the repository's root.
 
-say() { printf '\n== %s\n' "$*"; }
+say() {
+  if [[ -t 1 ]]; then
+    printf '\n\033[1m== %s\033[0m\n' "$*"
+  else
+    printf '\n== %s\n' "$*"
+  fi
+}
 
 fail() {
   printf '%s: %s\n' "${0##*/}" "$1" >&2

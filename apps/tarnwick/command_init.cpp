@@ -6,10 +6,10 @@
 #include <optional>
 #include <system_error>
 
-#include "ado/connection.h"
 #include "apps/common/engines.h"
 #include "apps/tarnwick/commands.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/role_connection.h"
 #include "apps/tarnwick/samples.h"
 #include "engines/sqlite/create_database.h"
 #include "runtime/error.h"
@@ -40,13 +40,14 @@ std::string shell_word(const std::string& text) {
   return word + "'";
 }
 
-std::shared_ptr<ado::Connection> open(apps::ProgramEngines& engines, TextView connect_string,
-                                      TextView role, TextView password) {
-  auto connection = std::make_shared<ado::Connection>(engines.list());
-  connection->open(connect_string);
-  connection->set_default_database(kDatabase);
-  connection->execute(join({u"EXEC sp_setapprole '", role, u"','", password, u"'"}));
-  return connection;
+// Runs a step; an error of the database becomes the Failure `text`.
+template <class Step>
+void explained(const std::string& text, Step&& step) {
+  try {
+    step();
+  } catch (const Error& error) {
+    throw Failure(ExitCode::kFailed, text, error.description());
+  }
 }
 
 void init(const Options& options, const Arguments& arguments) {
@@ -56,11 +57,11 @@ void init(const Options& options, const Arguments& arguments) {
   const Text role = text_argument(options.role);
   require_no_quote(role, "The role");
   const Text folder = file_argument(arguments.folder);
-  std::optional<std::filesystem::path> samples;
+  std::optional<Samples> samples;
   if (!arguments.sample_folder.empty()) {
-    samples = arguments.sample_folder;
+    samples.emplace(arguments.sample_folder);
   } else if (arguments.sample) {
-    samples = samples_folder();
+    samples.emplace(samples_folder());
   }
   const Text password = read_password(options.password_file, true);
   require_no_quote(password, "The password");
@@ -68,20 +69,18 @@ void init(const Options& options, const Arguments& arguments) {
   const std::filesystem::path native_folder(to_utf8(folder));
   const Text connect_string = embedded_connect_string(folder);
   const auto file = native_folder / (to_utf8(kDatabase) + ".db");
-  SampleCounts counts;
-  try {
-    sqlite::create_database(native_folder, kDatabase, role, password);
-    if (samples) {
+  explained("The database was not made.",
+            [&] { sqlite::create_database(native_folder, kDatabase, role, password); });
+  if (samples) {
+    explained("The database was made, but not filled.", [&] {
       apps::ProgramEngines engines;
-      counts = insert_samples(open(engines, connect_string, role, password), *samples);
-    }
-  } catch (const Error& error) {
-    throw Failure(ExitCode::kFailed, "The database was not made.", error.description());
+      samples->insert_into(open_in_role(engines.list(), connect_string, role, password));
+    });
   }
   fmt::print("Made the embedded database {}", file.string());
   if (samples) {
-    fmt::print(" with {} components, {} PCs and {} reports", counts.components, counts.pcs,
-               counts.reports);
+    fmt::print(" with {} components, {} PCs and {} reports", samples->components.size(),
+               samples->pcs.size(), samples->reports.size());
   }
   fmt::print(".\nTo connect:\n  export TARNWICK_CONNECT={}\n  export TARNWICK_ROLE={}\n",
              shell_word(to_utf8(connect_string)), shell_word(options.role));

@@ -49,7 +49,7 @@ void list_locks(const Options& options) {
   }
   if (options.json) return print_json(array);
   if (rows.empty()) {
-    fmt::print("No row is being maintained.\n");
+    fmt::print("None.\n");
   } else {
     table.print();
   }

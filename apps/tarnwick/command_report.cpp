@@ -10,6 +10,7 @@
 #include "apps/tarnwick/connect.h"
 #include "apps/tarnwick/field_options.h"
 #include "apps/tarnwick/loading.h"
+#include "apps/tarnwick/table.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -86,6 +87,8 @@ void show_report(const Options& options, const Arguments& arguments) {
   show(options, row_of(*record), arguments.field);
 }
 
+std::string shown(const ReportRow& report) { return printable(to_display_utf8(report.name)); }
+
 // Of a file that a report's method could not handle.
 [[noreturn]] void refuse_file(Client& client, const ReportRow& report) {
   const Text account = client.last_error_msg();
@@ -160,7 +163,7 @@ void extract_report(const Options& options, const Arguments& arguments) {
   const Text file = file_argument(arguments.file);
   const auto client = connect(options);
   if (!client->new_report(report)->extract_report(file)) refuse_file(*client, report);
-  fmt::print("Report file of {} extracted to {}.\n", describe(report), to_display_utf8(file));
+  fmt::print("Report file of '{}' extracted to {}.\n", shown(report), to_display_utf8(file));
 }
 
 void extract_ttx(const Options& options, const Arguments& arguments) {
@@ -172,7 +175,7 @@ void extract_ttx(const Options& options, const Arguments& arguments) {
   if (!record->extract_ttx(file)) refuse_file(*client, report);
   // Whatever extension was given is replaced.
   const auto target = std::filesystem::path(to_display_utf8(file)).replace_extension(".ttx");
-  fmt::print("Field definitions of {} extracted to {}.\n", describe(report), target.string());
+  fmt::print("Field definitions of '{}' extracted to {}.\n", shown(report), target.string());
 }
 
 void delete_report(const Options& options, const Arguments& arguments) {

@@ -1,5 +1,7 @@
 #include "apps/tarnwick/component_tree.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -94,6 +96,10 @@ std::vector<TreeNode> in_tree_order(const std::vector<ComponentRow>& components)
 void print_tree(const Options& options, const std::vector<ComponentRow>& components) {
   const std::vector<TreeNode> nodes = in_tree_order(components);
   if (options.json) return print_json(to_nested_json(nodes));
+  if (nodes.empty()) {
+    fmt::print("None.\n");
+    return;
+  }
 
   Table table;
   table.add_tree_column("Name");

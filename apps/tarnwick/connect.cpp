@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <iostream>
 
-#include "ado/connection.h"
 #include "apps/common/engines.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/in_process_client.h"
+#include "apps/tarnwick/role_connection.h"
 #include "platform/terminal_message_box.h"
 #include "runtime/error.h"
 
@@ -60,11 +60,8 @@ std::vector<ado::HeldRow> held_rows(const Options& options) {
   const Login login = login_of(options);
   apps::ProgramEngines engines;
   try {
-    ado::Connection connection(engines.list());
-    connection.open(login.connect_string);
-    connection.set_default_database(u"Velmar_Sec");
-    connection.execute(join({u"EXEC sp_setapprole '", login.role, u"','", login.password, u"'"}));
-    return connection.held_rows();
+    return open_in_role(engines.list(), login.connect_string, login.role, login.password)
+        ->held_rows();
   } catch (const Error& error) {
     throw Failure(ExitCode::kFailed, "The locks cannot be read.", error.description());
   }

@@ -62,7 +62,7 @@ class NoEcho final {
 std::string ask(std::string_view question) {
   std::string line;
   {
-    // Before the question: whoever answers at once must not see his password either.
+    // Before the question: what is typed at once is neither shown nor lost.
     const NoEcho no_echo;
     std::cerr << question << std::flush;
     if (!std::getline(std::cin, line)) {
@@ -110,7 +110,8 @@ void add_options(CLI::App& app, Options& options) {
       ->type_name("FILE")
       ->envname("TARNWICK_PASSWORD_FILE");
   app.add_flag("--in-process", options.in_process,
-               "work on the database directly, in this process (there is no other way yet)");
+               "work on the database directly, in this process (there is no other way yet)")
+      ->envname("TARNWICK_IN_PROCESS");
   app.add_flag("--json", options.json, "print JSON, for machines");
   app.add_flag("-v,--verbose", options.verbose,
                "tell each step of a change, and the row version before and after");

@@ -2,10 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
+#include <utility>
 
 #include "ado/recordset.h"
 #include "apps/tarnwick/failure.h"
@@ -42,76 +43,62 @@ Bytes bytes_of(const std::filesystem::path& file) {
   return bytes;
 }
 
-class SampleFile final {
- public:
-  SampleFile(std::filesystem::path folder, const std::string& name)
-      : folder_(std::move(folder)), file_(folder_ / name) {
-    try {
-      rows_ = Json::parse(content_of(file_));
-    } catch (const Json::parse_error& error) {
-      throw Failure(ExitCode::kFailed,
-                    fmt::format("The file '{}' is not JSON: {}", file_.string(), error.what()));
-    }
-    if (!rows_.is_array()) complain("it is no array of rows");
+}  // namespace
+
+SampleFile::SampleFile(std::filesystem::path file) : file_(std::move(file)) {
+  try {
+    rows_ = Json::parse(content_of(file_));
+  } catch (const Json::parse_error& error) {
+    throw Failure(ExitCode::kFailed,
+                  fmt::format("The file '{}' is not JSON: {}", file_.string(), error.what()));
   }
+  const bool table = rows_.is_array() &&
+                     std::ranges::all_of(rows_, [](const Json& row) { return row.is_object(); });
+  if (!table) complain("it is no array of objects");
+}
 
-  std::size_t insert_into(ado::Recordset& table) const {
-    for (const Json& row : rows_) {
-      if (!row.is_object()) complain("a row is no object");
-      table.add_new();
-      for (const auto& [column, value] : row.items()) {
-        if (!value.is_null()) table.field(from_utf8(column)).set_value(variant_of(column, value));
-      }
-      table.update();
-    }
-    return rows_.size();
-  }
-
- private:
-  [[nodiscard]] Variant variant_of(const std::string& column, const Json& value) const {
-    if (value.is_boolean()) return value.get<bool>();
-    if (value.is_number_integer()) return value.get<std::int64_t>();
-    if (!value.is_string()) complain(fmt::format("{} holds {}", column, value.dump()));
-    const auto& text = value.get_ref<const std::string&>();
-    if (is_one_of(kFileColumns, column)) return bytes_of(folder_ / "reports" / text);
-    if (is_one_of(kDateColumns, column)) return date_from_iso_text(from_utf8(text));
-    return from_utf8(text);
-  }
-
-  [[noreturn]] void complain(const std::string& what) const {
-    throw Failure(ExitCode::kFailed, fmt::format("The file '{}': {}.", file_.string(), what));
-  }
-
-  std::filesystem::path folder_;
-  std::filesystem::path file_;
-  Json rows_;
-};
-
-std::size_t insert(const std::shared_ptr<ado::Connection>& connection, TextView table,
-                   const SampleFile& file) {
+void SampleFile::insert_into(const std::shared_ptr<ado::Connection>& connection,
+                             TextView table) const {
   ado::Recordset recordset;
   recordset.set_active_connection(connection);
   recordset.set_cursor_location(ado::CursorLocation::kClient);
   recordset.set_cursor_type(ado::CursorType::kStatic);
   recordset.set_lock_type(ado::LockType::kOptimistic);
   recordset.open(join({u"Select * From ", table}), ado::kCommandText);
-  return file.insert_into(recordset);
+  for (const Json& row : rows_) {
+    recordset.add_new();
+    for (const auto& [column, value] : row.items()) {
+      if (!value.is_null()) recordset.field(from_utf8(column)).set_value(variant_of(column, value));
+    }
+    recordset.update();
+  }
 }
 
-}  // namespace
+Variant SampleFile::variant_of(const std::string& column, const Json& value) const {
+  if (value.is_boolean()) return value.get<bool>();
+  if (value.is_number_integer()) return value.get<std::int64_t>();
+  if (!value.is_string()) complain(fmt::format("{} cannot be {}", column, value.dump()));
+  const auto& text = value.get_ref<const std::string&>();
+  if (is_one_of(kFileColumns, column)) return bytes_of(file_.parent_path() / "reports" / text);
+  if (is_one_of(kDateColumns, column)) return date_from_iso_text(from_utf8(text));
+  return from_utf8(text);
+}
 
-SampleCounts insert_samples(std::shared_ptr<ado::Connection> connection,
-                            const std::filesystem::path& folder) {
-  const SampleFile components(folder, "components.json");
-  const SampleFile pcs(folder, "pcs.json");
-  const SampleFile reports(folder, "reports.json");
+void SampleFile::complain(const std::string& what) const {
+  throw Failure(ExitCode::kFailed, fmt::format("The file '{}': {}.", file_.string(), what));
+}
+
+Samples::Samples(const std::filesystem::path& folder)
+    : components(folder / "components.json"),
+      pcs(folder / "pcs.json"),
+      reports(folder / "reports.json") {}
+
+void Samples::insert_into(const std::shared_ptr<ado::Connection>& connection) const {
   connection->begin_trans();
-  SampleCounts counts;
-  counts.components = insert(connection, u"DW_SEC_COMP", components);
-  counts.pcs = insert(connection, u"DW_SEC_PC", pcs);
-  counts.reports = insert(connection, u"DW_Reports", reports);
+  components.insert_into(connection, u"DW_SEC_COMP");
+  pcs.insert_into(connection, u"DW_SEC_PC");
+  reports.insert_into(connection, u"DW_Reports");
   connection->commit_trans();
-  return counts;
 }
 
 std::filesystem::path samples_folder() {

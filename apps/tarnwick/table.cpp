@@ -42,6 +42,8 @@ void Table::Unref::operator()(libscols_table* table) const { scols_unref_table(t
 Table::Table() : table_(scols_new_table()) {
   if (table_ == nullptr) throw std::bad_alloc();
   check(scols_table_set_stream(table_.get(), stdout));
+  // The cells are printable already; the library would turn a backslash that stands before an x.
+  check(scols_table_enable_noencoding(table_.get(), 1));
   if (isatty(STDOUT_FILENO) == 0) {
     check(scols_table_set_termforce(table_.get(), SCOLS_TERMFORCE_NEVER));
   }

@@ -32,7 +32,7 @@ class Table final {
   std::size_t add_line(const std::vector<std::string>& cells);
   std::size_t add_line(const std::vector<std::string>& cells, std::size_t parent);
 
-  /// To standard output. Nothing but the headings when there are no lines.
+  /// To standard output; nothing at all when there are no lines.
   void print();
 
  private:

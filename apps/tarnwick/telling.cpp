@@ -98,6 +98,10 @@ void list(const Options& options, const std::vector<Row>& rows,
     for (const Row& row : rows) array.push_back(row_to_json(row));
     return print_json(array);
   }
+  if (rows.empty()) {
+    fmt::print("None.\n");
+    return;
+  }
   Table table;
   std::vector<const Field<Row>*> fields;
   for (const std::string_view name : names) {

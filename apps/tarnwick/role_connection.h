@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+
+#include "ado/connection.h"
+
+namespace tarnwick::cli {
+
+/// The database beside the object model, for what the object model does not offer: a connection to
+/// it in an application role. Throws Error.
+[[nodiscard]] std::shared_ptr<ado::Connection> open_in_role(ado::Engines engines,
+                                                            TextView connect_string, TextView role,
+                                                            TextView password);
+
+}  // namespace tarnwick::cli
