@@ -96,6 +96,7 @@ TEST_F(LockedRow, IsTriedAgainWithoutAQuestionWhenItWasGivenBackBetweenTheTwoOpe
     if (line == u"Rollback") update_release(*theirs_.recordset);
   };
   EXPECT_EQ(fetch().outcome, FetchOutcome::kFound);
+  process_.recorder.before_step = {};
   EXPECT_THAT(process_.host.box.questions, IsEmpty());
   EXPECT_THAT(process_.trace(), ElementsAre(u"Begin", open_, u"Rollback", look_, u"Begin", open_,
                                             u"Update SoftLock"));
