@@ -107,6 +107,27 @@ TEST_F(ComponentDelete, OfARowThatIsGoneRemovesTheEntry) {
   EXPECT_THAT(keys(), IsEmpty());
 }
 
+TEST_F(ComponentDelete, InsideTheTransactionOfAnotherRecordIsTakenBackWithIt) {
+  load({1, 2});
+  const auto maintained = item(u"C2");
+  const auto deleted = item(u"C1");
+  ASSERT_TRUE(maintained->lock_record());
+  EXPECT_TRUE(deleted->remove());
+  EXPECT_EQ(database_.value("SELECT COUNT(*) FROM DW_SEC_COMP"), "2") << "not committed yet";
+  EXPECT_TRUE(maintained->release_record());
+  EXPECT_EQ(database_.value("SELECT COUNT(*) FROM DW_SEC_COMP"), "2");
+}
+
+TEST_F(ComponentDelete, InsideTheTransactionOfAnotherRecordIsCommittedWithIt) {
+  load({1, 2});
+  const auto maintained = item(u"C2");
+  const auto deleted = item(u"C1");
+  ASSERT_TRUE(maintained->lock_record());
+  EXPECT_TRUE(deleted->remove());
+  EXPECT_EQ(maintained->update(), OK_ue);
+  EXPECT_THAT(database_.run("SELECT CompID FROM DW_SEC_COMP"), ElementsAre(ElementsAre("2")));
+}
+
 TEST_F(ComponentDelete, LeavesThePcsOfTheComponent) {
   database_.run(
       "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex)"

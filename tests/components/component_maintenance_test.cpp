@@ -366,6 +366,21 @@ TEST_F(ComponentMaintenance, UpdateRefusedBeforeTheCommitEndsWithUpdateWritesAcc
   EXPECT_EQ(stored("CompName"), "Desk");
 }
 
+TEST_F(ComponentMaintenance, UpdateThatCouldNotInsertCanBeRepeatedWithoutANewTransaction) {
+  database_.run(
+      "DELETE FROM DW_SEC_COMP;"
+      "CREATE TRIGGER Refuse BEFORE INSERT ON DW_SEC_COMP WHEN NEW.CompName = 'Bad'"
+      " BEGIN SELECT RAISE(ABORT, 'no such name'); END");
+  set().name(u"Bad");
+  ASSERT_EQ(component_->update(), Error_ue);
+  EXPECT_TRUE(component_->locked());
+  set().name(u"Good");
+  (void)process_.trace();
+  EXPECT_EQ(component_->update(), OK_ue);
+  EXPECT_THAT(process_.trace(), ElementsAre(kInsert, u"Commit"));
+  EXPECT_EQ(stored("CompName"), "Good");
+}
+
 TEST_F(ComponentMaintenance, UpdateRecordsWhatUpdateReadRecordsAndItsOwn) {
   state().connection->close();
   EXPECT_EQ(component_->update(), Error_ue);

@@ -263,6 +263,32 @@ TEST_F(ConnectedServer, IsNotInitializedOnceTheConnectionIsClosed) {
   EXPECT_FALSE(server().initialized());
 }
 
+TEST_F(ConnectedServer, RefreshesOverAClosedConnectionWithThreeAccounts) {
+  state().connection->close();
+  EXPECT_TRUE(server().refresh()) << "collections that cannot be opened stay as they are";
+  EXPECT_FALSE(server().initialized());
+  const Text closed = account(u"General", u"GetRecordset", 3709,
+                              u"The connection cannot be used to perform this operation. It is "
+                              u"either closed or invalid in this context.");
+  EXPECT_EQ(message(), join({closed, closed, closed}));
+}
+
+TEST_F(ConnectedServer, KeepsItsCollectionsWhileAnotherProcessMaintainsRowsOfThem) {
+  database_.run(std::string(kOneRowEach));
+  ASSERT_TRUE(server().refresh());
+  const auto before = state().components;
+  ServerProcess other(database_);
+  ASSERT_TRUE(other.connect());
+  ASSERT_TRUE(other.server->refresh());
+  ASSERT_TRUE(other.server->components()->item(std::int32_t{1})->lock_record());
+  process_.set_lock_timeout(0);
+  EXPECT_TRUE(server().refresh());
+  EXPECT_EQ(state().components, before);
+  EXPECT_EQ(message(), account(u"General", u"GetRecordset", -2147467259,
+                               u"Lock request time out period exceeded."));
+  EXPECT_EQ(server().reports()->count(), 1);
+}
+
 TEST_F(ConnectedServer, ReloadsStoresThatAnotherServerDroppedAtItsEnd) {
   database_.run(std::string(kOneRowEach));
   { const Server second(state()); }
