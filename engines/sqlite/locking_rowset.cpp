@@ -1,5 +1,7 @@
 #include "engines/sqlite/locking_rowset.h"
 
+#include <algorithm>
+
 namespace tarnwick::sqlite {
 
 LockingRowset::LockingRowset(OpenDatabase& database, Query query,
@@ -51,11 +53,20 @@ LockingRowset::Outcome LockingRowset::lock_and_read(std::span<const ado::Cell> k
   if (!read_row(key, rows)) return Outcome::kGone;
   if (database_.log.in_transaction()) {
     database_.log.transaction_locks().absorb(lock);
-    database_.log.add_row_at_hand(*shape().table, key);
+    database_.log.add_row_at_hand(*shape().table, key, version_of_last_row(rows));
   } else {
     lock_.absorb(lock);
   }
   return Outcome::kLocked;
+}
+
+std::optional<StoredValue> LockingRowset::version_of_last_row(const ado::RowBuffer& rows) const {
+  const auto& origins = shape().origins;
+  const auto version = std::find(origins.begin(), origins.end(), "RowVersion");
+  if (version == origins.end()) return std::nullopt;
+  std::vector<ado::Cell> row(columns().size());
+  rows.read_row(rows.rows() - 1, row);
+  return stored_value(row[static_cast<std::size_t>(version - origins.begin())]);
 }
 
 std::optional<std::vector<ado::Cell>> LockingRowset::key_looked_for() const {

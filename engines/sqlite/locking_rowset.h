@@ -17,6 +17,7 @@ class LockingRowset final : public SqliteRowset {
   enum class Outcome { kLocked, kGone, kTimeout };
   /// Locks the row with the key `key` and appends it, as it is then.
   [[nodiscard]] Outcome lock_and_read(std::span<const ado::Cell> key, ado::RowBuffer& rows);
+  [[nodiscard]] std::optional<StoredValue> version_of_last_row(const ado::RowBuffer& rows) const;
   /// The key, where the statement looks for a row by the values of its whole key.
   [[nodiscard]] std::optional<std::vector<ado::Cell>> key_looked_for() const;
 

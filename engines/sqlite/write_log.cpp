@@ -34,6 +34,7 @@ std::string statement_of(const RowUpdate& update) {
   for (const auto& column : update.table->key) {
     sql.append(std::exchange(before, " AND ")).append(identifier(column)).append(" IS ?");
   }
+  if (update.version) sql.append(" AND RowVersion IS ?");
   return sql;
 }
 
@@ -41,6 +42,7 @@ Write write_of(RowUpdate update) {
   Write write{.statement = statement_of(update), .values = {}, .one_row = true};
   for (auto& column : update.columns) write.values.push_back(std::move(column.value));
   std::move(update.key.begin(), update.key.end(), std::back_inserter(write.values));
+  if (update.version) write.values.push_back(std::move(*update.version));
   return write;
 }
 
@@ -94,13 +96,25 @@ void WriteLog::write(Write write) {
   locks_of_transaction_.absorb(locks);
 }
 
-void WriteLog::add_row_at_hand(const Table& table, std::span<const ado::Cell> key) {
-  rows_at_hand_.push_back(lock_byte(table.region, key));
+void WriteLog::add_row_at_hand(const Table& table, std::span<const ado::Cell> key,
+                               std::optional<StoredValue> version) {
+  const auto byte = lock_byte(table.region, key);
+  if (find_at_hand(byte) != nullptr) return;
+  // Behind entries of the log the version may be one that nobody will ever see in the file.
+  if (!log_.empty()) version.reset();
+  rows_at_hand_.push_back({byte, std::move(version)});
+}
+
+WriteLog::RowAtHand* WriteLog::find_at_hand(std::int64_t byte) {
+  const auto row = std::find_if(rows_at_hand_.begin(), rows_at_hand_.end(),
+                                [&](const RowAtHand& at_hand) { return at_hand.byte == byte; });
+  return row == rows_at_hand_.end() ? nullptr : &*row;
 }
 
 void WriteLog::update(RowUpdate update, std::span<const ado::Cell> key) {
-  const auto byte = lock_byte(update.table->region, key);
-  if (!cannot_fail(update, byte)) return write(write_of(std::move(update)));
+  RowAtHand* const row = find_at_hand(lock_byte(update.table->region, key));
+  if (row != nullptr) update.version = row->version;
+  if (row == nullptr || !cannot_fail(update)) return write(write_of(std::move(update)));
   for (const auto& column : update.columns) {
     if (sqlite3_stricmp(column.name.c_str(), "SoftLock") != 0) continue;
     const auto* const stamp = std::get_if<std::string>(&column.value);
@@ -113,20 +127,22 @@ void WriteLog::update(RowUpdate update, std::span<const ado::Cell> key) {
   if (!std::all_of(update.columns.begin(), update.columns.end(), in_key)) {
     std::erase_if(update.columns, in_key);
   }
+  row->version.reset();  // the update gives the row another one
   append(std::move(update));
 }
 
-bool WriteLog::cannot_fail(const RowUpdate& update, std::int64_t byte) const {
+bool WriteLog::cannot_fail(const RowUpdate& update) {
   const auto& table = *update.table;
-  if (!table.plain || !contains(rows_at_hand_, byte)) return false;
-  return std::all_of(update.columns.begin(), update.columns.end(), [&](const auto& column) {
-    const auto in_key = std::find(table.key.begin(), table.key.end(), column.name);
-    if (in_key != table.key.end()) {
-      return column.value == update.key[static_cast<std::size_t>(in_key - table.key.begin())];
-    }
-    return !std::holds_alternative<std::nullptr_t>(column.value) ||
-           !contains(table.required, column.name);
-  });
+  return table.plain &&
+         std::all_of(update.columns.begin(), update.columns.end(), [&](const auto& column) {
+           const auto in_key = std::find(table.key.begin(), table.key.end(), column.name);
+           if (in_key != table.key.end()) {
+             return column.value ==
+                    update.key[static_cast<std::size_t>(in_key - table.key.begin())];
+           }
+           return !std::holds_alternative<std::nullptr_t>(column.value) ||
+                  !contains(table.required, column.name);
+         });
 }
 
 void WriteLog::append(RowUpdate update) {
@@ -206,6 +222,7 @@ bool WriteLog::apply(const RowUpdate& update) {
   int index = 0;
   for (const auto& column : update.columns) bind(statement, ++index, column.value);
   for (const auto& value : update.key) bind(statement, ++index, value);
+  if (update.version) bind(statement, ++index, *update.version);
   if (catalog_.find(update.table->name) != update.table) return run(statement, true);
   // The one row that this writes is locked: to be told of it costs time and tells nothing.
   const std::unique_ptr<WriteLog, HookAgain> unhooked(this);

@@ -31,6 +31,8 @@ struct RowUpdate {
   std::shared_ptr<const Table> table;
   std::vector<StoredValue> key;
   std::vector<Column> columns;
+  /// Throw kRowNotLocated unless the row still has this version; nothing asks for none.
+  std::optional<StoredValue> version = std::nullopt;
 };
 
 /// What a session writes. Inside a transaction the file stays untouched: writes are gathered here
@@ -53,8 +55,11 @@ class WriteLog final {
   /// Locks that last as long as the transaction.
   [[nodiscard]] RowLocks::Set& transaction_locks() { return locks_of_transaction_; }
 
-  /// Notes that the row was read after it had been locked for the transaction.
-  void add_row_at_hand(const Table& table, std::span<const ado::Cell> key);
+  /// Notes that the row was read after it had been locked for the transaction. With the `version`
+  /// that was read, its first update fails where a program that knows no row locks has written the
+  /// row since.
+  void add_row_at_hand(const Table& table, std::span<const ado::Cell> key,
+                       std::optional<StoredValue> version);
 
   /// Outside a transaction a write is committed at once.
   void write(Write write);
@@ -78,7 +83,12 @@ class WriteLog final {
   [[nodiscard]] bool apply(const Write& write);
   [[nodiscard]] bool apply(const RowUpdate& update);
   [[nodiscard]] bool run(sqlite3_stmt* statement, bool one_row);
-  [[nodiscard]] bool cannot_fail(const RowUpdate& update, std::int64_t byte) const;
+  struct RowAtHand {
+    std::int64_t byte = 0;  // of its lock
+    std::optional<StoredValue> version;
+  };
+  [[nodiscard]] RowAtHand* find_at_hand(std::int64_t byte);
+  [[nodiscard]] static bool cannot_fail(const RowUpdate& update);
   void append(RowUpdate update);
   void wait_for_blocking_row();
 
@@ -101,7 +111,7 @@ class WriteLog final {
   std::vector<Entry> log_;
   bool last_seen_ = false;  // the session has read since the last entry was made
   RowLocks::Set locks_of_transaction_;
-  std::vector<std::int64_t> rows_at_hand_;  // by byte of their locks; none of them deleted since
+  std::vector<RowAtHand> rows_at_hand_;  // none of them deleted since
 
   // Of the statement that runs:
   RowLocks::Set* taking_ = nullptr;  // where it puts its locks

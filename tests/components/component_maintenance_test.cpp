@@ -347,6 +347,19 @@ TEST_F(ComponentMaintenance, UpdateRefusedAtTheCommitEndsWithBothLines) {
   EXPECT_EQ(component_->update(), OK_ue) << "and can be repeated";
 }
 
+TEST_F(ComponentMaintenance, UpdateDoesNotWriteOverWhatAForeignProgramWroteIntoTheLockedRow) {
+  set().name(u"Mine");
+  process_.recorder.before_step = [&](TextView line) {
+    if (line == u"Commit") database_.run("UPDATE DW_SEC_COMP SET CompName = 'Theirs'");
+  };
+  EXPECT_EQ(component_->update(), Error_ue);
+  process_.recorder.before_step = {};
+  EXPECT_EQ(message(), raised(u"Unable to update, record is locked!\r\n"
+                              u"Unable to update the Component '7' in the DW_Sec_Comp table!",
+                              u"Component", u"Update"));
+  EXPECT_EQ(stored("CompName"), "Theirs");
+}
+
 TEST_F(ComponentMaintenance, UpdateRefusedBeforeTheCommitEndsWithUpdateWritesAccountAndTheLine) {
   database_.run(
       "CREATE TRIGGER Refuse BEFORE UPDATE OF CompName ON DW_SEC_COMP WHEN NEW.CompName = 'Bad'"

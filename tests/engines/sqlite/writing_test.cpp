@@ -132,6 +132,56 @@ TEST_F(Writing, ToARowThatAForeignProgramDeletedFailsAtTheCommit) {
   EXPECT_EQ(database_.value("SELECT count(*) FROM DW_Reports"), "1");
 }
 
+TEST_F(Writing, ToAHeldRowThatAForeignProgramWroteMeanwhileFailsAtTheCommit) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"Title", Text(u"New")}});
+  database_.run("UPDATE DW_Reports SET Title = 'Theirs' WHERE ReportName = 'Sales'");
+  EXPECT_EQ(failure([&] { session_->commit(); }).number(), kRowNotLocated);
+  session_->rollback();
+  EXPECT_EQ(title("Sales"), "Theirs");
+}
+
+TEST_F(Writing, ToAHeldRowThatAForeignProgramWroteMeanwhileIsToldByTheNextRead) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"SoftLock", Text(u"mine")}});
+  database_.run("UPDATE DW_Reports SET Title = 'Theirs' WHERE ReportName = 'Sales'");
+  EXPECT_EQ(failure([&] { (void)read(*session_, kSales); }).number(), kRowNotLocated);
+  session_->rollback();
+  EXPECT_EQ(title("Sales"), "Theirs");
+}
+
+TEST_F(Writing, ToAHeldRowWithRulesOfOthersFindsAForeignWriteToo) {
+  database_.run("CREATE TRIGGER Theirs AFTER DELETE ON DW_Reports BEGIN SELECT 1; END");
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  database_.run("UPDATE DW_Reports SET Title = 'Theirs' WHERE ReportName = 'Sales'");
+  EXPECT_EQ(failure([&] { sales.update({{u"Title", Text(u"New")}}); }).number(), kRowNotLocated);
+  session_->rollback();
+  EXPECT_EQ(title("Sales"), "Theirs");
+}
+
+TEST_F(Writing, ToAHeldRowMoreThanOnceIsNoForeignWrite) {
+  session_->begin();
+  auto sales = hold(*session_, kSales);
+  sales.update({{u"SoftLock", Text(u"mine")}});
+  EXPECT_EQ(read(*session_, kSales).value(u"SoftLock"), Variant(Text(u"mine")));
+  auto again = hold(*session_, kSales);
+  again.update({{u"Title", Text(u"New")}});
+  EXPECT_EQ(read(*session_, kSales).value(u"Title"), Variant(Text(u"New")));
+  again.update({{u"SoftLock", Null{}}});
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "New");
+}
+
+TEST_F(Writing, ToARowHeldBehindAWriteIsNoForeignWrite) {
+  session_->begin();
+  session_->execute(u"Update DW_Reports Set Author = 'A'");
+  hold(*session_, kSales).update({{u"Title", Text(u"New")}});
+  database_.run("INSERT INTO DW_Reports (ReportName) VALUES ('Other')");  // bumps the counter
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "New");
+}
+
 TEST_F(Writing, ToARowThatTheTransactionItselfDeletedSaysSo) {
   session_->begin();
   auto sales = hold(*session_, kSales);
