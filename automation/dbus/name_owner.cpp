@@ -1,5 +1,7 @@
 #include "automation/dbus/name_owner.h"
 
+#include <systemd/sd-daemon.h>
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -13,7 +15,8 @@ namespace tarnwick::automation::dbus {
 namespace {
 
 constexpr char kBus[] = "org.freedesktop.DBus";
-constexpr std::uint64_t kAccuracy = 1000;  // microseconds
+constexpr std::uint64_t kAccuracy = 1000;              // microseconds
+constexpr std::uint64_t kManagerPatience = 5'000'000;  // microseconds
 
 // What acquire_instance waits for.
 struct Waiting {
@@ -116,6 +119,8 @@ int NameOwner::on_message(sd_bus_message* message, void* userdata, sd_bus_error*
   // A request that came before the name was given up: what follows it has to come here too.
   if (owner.released_ && sd_bus_request_name(owner.bus_, kBusName, 0) >= 0) {
     owner.released_ = false;
+    // Ending may now take as long as clients like: a year, which nobody outlasts.
+    sd_notify(0, "EXTEND_TIMEOUT_USEC=31536000000000");
   }
   return 0;
 }
@@ -146,6 +151,9 @@ int NameOwner::on_time(sd_event_source*, std::uint64_t, void* userdata) {
   owner.counting_ = false;
   // A request may have been carried out since the clock was looked at.
   if (!owner.idle_()) return 0;
+  // A service manager that was asked to start what is running still would do nothing, and the bus
+  // would wait in vain: it has to know before the bus can ask it.
+  if (sd_notify(0, "STOPPING=1") > 0) sd_notify_barrier(0, kManagerPatience);
   if (sd_bus_release_name(owner.bus_, kBusName) < 0) {
     return sd_event_exit(owner.event_, EXIT_FAILURE);
   }

@@ -17,7 +17,8 @@ namespace tarnwick::automation::dbus {
 /// request is lost between the two: whoever wants the name has to own the instance name first, and
 /// that one is given up only by leaving the bus. So an idle process first releases its name, which
 /// makes the bus keep further requests for a new process; then looks whether a request came in
-/// before that; and if so takes its name back, which nobody can have taken meanwhile.
+/// before that; and if so takes its name back, which nobody can have taken meanwhile. A service
+/// manager that started the process is told beforehand, so that it starts a new one only after it.
 class NameOwner {
  public:
   using Seconds = std::chrono::seconds;

@@ -30,13 +30,17 @@ CONFIG = """<!DOCTYPE busconfig PUBLIC
   <type>session</type>
   <listen>unix:path={socket}</listen>
   <servicedir>{services}</servicedir>
-  <policy context="default">
+  <policy context="default">{policy}</policy>
+  <limit name="max_replies_per_connection">100000</limit>
+  {include}
+</busconfig>
+"""
+
+# As a session bus has it.
+EVERYTHING = """
     <allow send_destination="*"/>
     <allow receive_sender="*"/>
     <allow own="*"/>
-  </policy>
-  <limit name="max_replies_per_connection">100000</limit>
-</busconfig>
 """
 
 SERVICE = """[D-BUS Service]
@@ -74,22 +78,30 @@ def until(condition, what):
 
 
 class Bus:
-    """A message bus in a folder of its own. With `activation`, the service is started by it."""
+    """A message bus in a folder of its own. With `activation`, a command, it starts the service; so
+    it does with a folder of service files. `policy` are rules for everybody, `include` is a file of
+    further ones."""
 
-    def __init__(self, folder, activation=None):
+    def __init__(self, folder, activation=None, services=None, switches=(), environment=None,
+                 policy=EVERYTHING, include=None):
         self.folder = pathlib.Path(folder)
-        services = self.folder / "services"
-        services.mkdir()
+        if services is None:
+            services = self.folder / "services"
+            services.mkdir()
         if activation is not None:
             (services / f"{NAME}.service").write_text(
                 SERVICE.format(name=NAME, command=" ".join(activation)))
         socket = self.folder / "bus"
         self.address = f"unix:path={socket}"
         config = self.folder / "bus.conf"
-        config.write_text(CONFIG.format(socket=socket, services=services))
+        config.write_text(CONFIG.format(
+            socket=socket, services=services, policy=policy,
+            include="" if include is None else f"<include>{include}</include>"))
         self.process = subprocess.Popen(
-            ["dbus-daemon", f"--config-file={config}", "--print-address", "--nofork"],
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+            ["dbus-daemon", f"--config-file={config}", "--print-address", "--nofork",
+             *switches],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+            env={**os.environ, **(environment or {})})
         if not self.process.stdout.readline():
             raise RuntimeError("dbus-daemon did not start")
 

@@ -1,0 +1,319 @@
+"""What is installed, and that it works from where it was installed."""
+
+import configparser
+import grp
+import os
+import pathlib
+import pwd
+import shlex
+import socket
+import subprocess
+import tempfile
+import unittest
+
+from private_bus import (NAME, PASSWORD, ROLE, ROOT, Bus, Client, Database, Failed, Gio, GLib,
+                         until)
+
+ACCESS_DENIED = "org.freedesktop.DBus.Error.AccessDenied"
+UNIT = "tarnwick-server.service"
+
+FILES = {
+    "bin/tarnwick",
+    "bin/tarnwick-server",
+    "libexec/tarnwick/tarnwick-desktop",
+    f"share/dbus-1/services/{NAME}.service",
+    f"share/dbus-1/system-services/{NAME}.service",
+    f"share/dbus-1/system.d/{NAME}.conf",
+    f"lib/systemd/user/{UNIT}",
+    f"lib/systemd/system/{UNIT}",
+    "lib/sysusers.d/tarnwick.conf",
+} | {f"share/dbus-1/interfaces/{NAME}.{name}.xml" for name in (
+    "Server", "Components", "Component", "RegisteredPCs", "RegisteredPC", "Reports", "Report",
+    "Automation", "Rows", "LockPrompt")}
+
+
+def install(prefix, destination=None):
+    environment = dict(os.environ)
+    if destination is not None:
+        environment["DESTDIR"] = str(destination)
+    subprocess.run([os.environ["TARNWICK_CMAKE"], "--install", os.environ["TARNWICK_BUILD"],
+                    "--prefix", str(prefix)], check=True, env=environment,
+                   stdout=subprocess.DEVNULL)
+
+
+def files_below(folder):
+    return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
+
+
+def settings(file):
+    parser = configparser.ConfigParser(interpolation=None)
+    parser.optionxform = str
+    parser.read_string(file.read_text())
+    return parser
+
+
+class Folders(unittest.TestCase):
+    """One installation for all tests of a class."""
+
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        # A space, which service files and units want quoted.
+        cls.prefix = pathlib.Path(folder.name).resolve() / "in stalled"
+        install(cls.prefix)
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.runtime = self.folder / "runtime"
+        self.runtime.mkdir()
+
+    def client(self, address):
+        client = Client(address)
+        self.addCleanup(client.close)
+        return client
+
+    def assert_installed_service(self, client):
+        """The service that `client` talks to is the installed one."""
+        self.assertEqual(os.readlink(f"/proc/{client.service_pid()}/exe"),
+                         str(self.prefix / "bin/tarnwick-server"))
+
+    def unit_command(self, kind):
+        """What systemd would start, with the folders of this test."""
+        command = settings(self.prefix / f"lib/systemd/{kind}/{UNIT}")["Service"]["ExecStart"]
+        command = command.replace("%t", str(self.runtime)).replace("%S", str(self.runtime))
+        (self.runtime / "tarnwick").mkdir(exist_ok=True)
+        return shlex.split(command)
+
+
+class Installation(Folders):
+    def test_puts_each_file_in_its_place(self):
+        self.assertEqual(files_below(self.prefix), FILES)
+
+    def test_for_a_package_names_the_places_where_files_will_be(self):
+        stage = self.folder / "stage"
+        install("/usr", stage)
+        self.assertEqual(files_below(stage / "usr"), FILES)
+        self.assertEqual(files_below(stage), {f"usr/{file}" for file in FILES})
+        for file in FILES:
+            if not file.startswith(("bin/", "libexec/")):
+                text = (stage / "usr" / file).read_text()
+                self.assertNotIn(str(self.folder), text, file)
+                self.assertNotRegex(text, "@[A-Z_]+@", file)
+        for kind in ("user", "system"):
+            unit = settings(stage / f"usr/lib/systemd/{kind}/{UNIT}")
+            self.assertTrue(unit["Service"]["ExecStart"].startswith('"/usr/bin/tarnwick-server" '))
+            self.assertEqual(unit["Service"]["BusName"], NAME)
+
+    def test_starts_the_units_by_the_bus(self):
+        for kind, folder in (("user", "services"), ("system", "system-services")):
+            service = settings(self.prefix / f"share/dbus-1/{folder}/{NAME}.service")
+            section = service["D-BUS Service"]
+            self.assertEqual(section["Name"], NAME)
+            self.assertTrue(
+                (self.prefix / f"lib/systemd/{kind}" / section["SystemdService"]).is_file())
+
+    def test_has_units_that_systemd_understands(self):
+        for kind in ("user", "system"):
+            result = subprocess.run(
+                ["systemd-analyze", f"--{kind}", "verify",
+                 str(self.prefix / f"lib/systemd/{kind}/{UNIT}")],
+                capture_output=True, text=True, env={**os.environ,
+                                                     "XDG_RUNTIME_DIR": str(self.runtime)})
+            self.assertEqual(result.returncode, 0, result.stderr)
+            complaints = [line for line in result.stderr.splitlines() if "tarnwick" in line]
+            self.assertEqual(complaints, [])
+
+
+class SessionBus(Folders):
+    def start_bus(self, *switches):
+        bus = Bus(self.folder, services=self.prefix / "share/dbus-1/services", switches=switches,
+                  environment={"XDG_RUNTIME_DIR": str(self.runtime)})
+        self.addCleanup(bus.close)
+        return bus
+
+    def test_starts_the_installed_service_with_the_first_request(self):
+        bus = self.start_bus()
+        client = self.client(bus.address)
+        self.assertIsNone(client.owner())
+        server = client.create("Server")
+        self.assert_installed_service(client)
+        self.assertIs(server.get("Initialized"), False)
+
+    def test_loads_reports_where_the_folder_of_the_program_is_not_the_users(self):
+        database = Database(self.folder / "database")
+        database.add_reports([("Alpha", "First")])
+        database.run("UPDATE DW_Reports SET TTX_Binary = x'6162'")
+        client = self.client(self.start_bus().address)
+        server = client.create("Server")
+        self.assertIs(server.call("SetConnection", "sss", database.connect_string, ROLE, PASSWORD),
+                      True)
+        self.assertIs(server.call("Refresh"), True)
+        self.assertEqual(server.get("LastErrorMsg"), "")
+        self.assertEqual(files_below(self.runtime), {"TTX.bin"})
+
+    def test_asks_the_service_manager_where_one_is(self):
+        bus = self.start_bus("--systemd-activation")
+        manager = Client(bus.address)
+        self.addCleanup(manager.close)
+        manager.call("/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName", "su",
+                     "org.freedesktop.systemd1", 0, destination="org.freedesktop.DBus")
+        asked = []
+
+        def on_request(_connection, _sender, _path, _interface, _signal, arguments):
+            asked.append(arguments.unpack()[0])
+            service = subprocess.Popen(self.unit_command("user"), stderr=subprocess.DEVNULL,
+                                       env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": bus.address,
+                                            "INVOCATION_ID": "1"})
+            self.addCleanup(service.wait)
+            self.addCleanup(service.terminate)
+
+        manager.connection.signal_subscribe(
+            "org.freedesktop.DBus", "org.freedesktop.systemd1.Activator", "ActivationRequest",
+            None, None, Gio.DBusSignalFlags.NONE, on_request)
+        client = self.client(bus.address)
+        wait = client.start_call(ROOT, f"{NAME}.Automation", "CreateObject", "s", "Report")
+        # Both clients live in the default context, so waiting for the one serves the other.
+        self.assertTrue(wait().startswith(f"{ROOT}/Report/"))
+        self.assertEqual(asked, [UNIT])
+        self.assert_installed_service(client)
+
+
+class SystemBus(Folders):
+    """The policy, on a bus with the rules of a system bus. Nobody can be the user of the service
+    here, so that the one who runs the test takes its place, and groups take the group's."""
+
+    def start_bus(self, group):
+        policy = (self.prefix / f"share/dbus-1/system.d/{NAME}.conf").read_text()
+        me = pwd.getpwuid(os.getuid()).pw_name
+        self.assertEqual(policy.count('group="tarnwick"'), 1)
+        self.assertEqual(policy.count('user="tarnwick"'), 1)
+        file = self.folder / "policy.conf"
+        file.write_text(policy.replace('user="tarnwick"', f'user="{me}"')
+                        .replace('group="tarnwick"', f'group="{group}"'))
+        bus = Bus(self.folder, policy="""
+            <allow user="*"/>
+            <deny own="*"/>
+            <deny send_type="method_call"/>
+            <allow send_type="signal"/>
+            <allow send_requested_reply="true" send_type="method_return"/>
+            <allow send_requested_reply="true" send_type="error"/>
+            <allow receive_type="method_call"/>
+            <allow receive_type="method_return"/>
+            <allow receive_type="error"/>
+            <allow receive_type="signal"/>
+            <allow send_destination="org.freedesktop.DBus"/>""", include=file)
+        self.addCleanup(bus.close)
+        service = subprocess.Popen(
+            self.unit_command("system"), stderr=subprocess.DEVNULL,
+            env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": bus.address})
+        self.addCleanup(service.wait)
+        self.addCleanup(service.terminate)
+        client = self.client(bus.address)
+        until(lambda: client.owner() is not None, "the service")
+        return client
+
+    @staticmethod
+    def own_group():
+        return grp.getgrgid(os.getgid()).gr_name
+
+    @staticmethod
+    def foreign_group():
+        mine = {os.getgid(), *os.getgroups()}
+        return next(group.gr_name for group in grp.getgrall() if group.gr_gid not in mine)
+
+    def test_admits_the_group(self):
+        client = self.start_bus(self.own_group())
+        report = client.create("Report")
+        self.assert_installed_service(client)
+        report.set("Title", "s", "written")
+        self.assertEqual(report.get("Title"), "written")
+        self.assertEqual(client.introspect(report.path).path, None)
+
+    def test_admits_nobody_else_not_even_root(self):
+        client = self.start_bus(self.foreign_group())
+        peer = client.owner()
+        for destination in (NAME, peer, f"{NAME}.Instance"):
+            for path, interface, member, signature, arguments in (
+                    (ROOT, f"{NAME}.Automation", "CreateObject", "s", ("Report",)),
+                    (ROOT, "org.freedesktop.DBus.Introspectable", "Introspect", "", ()),
+                    (ROOT, "org.freedesktop.DBus.Peer", "Ping", "", ()),
+                    (ROOT, "org.freedesktop.DBus.Properties", "GetAll", "s", ("",))):
+                with self.assertRaises(Failed) as caught:
+                    client.call(path, interface, member, signature, *arguments,
+                                destination=destination)
+                self.assertEqual(caught.exception.name, ACCESS_DENIED, (destination, member))
+
+    def test_lets_the_service_ask_its_clients(self):
+        client = self.start_bus(self.own_group())
+        node = Gio.DBusNodeInfo.new_for_xml(
+            (self.prefix / f"share/dbus-1/interfaces/{NAME}.LockPrompt.xml").read_text())
+        questions = []
+
+        def on_call(_connection, _sender, _path, _interface, _method, arguments, invocation):
+            questions.append(arguments.unpack())
+            invocation.return_value(GLib.Variant("(b)", (False,)))
+
+        client.connection.register_object("/prompt", node.interfaces[0], on_call, None, None)
+        client.automation.call("SetLockPrompt", "o", "/prompt")
+        database = Database(self.folder / "database")
+        database.add_components([(7, "Seven")])
+        server = client.create("Server")
+        self.assertIs(server.call("SetConnection", "sss", database.connect_string, ROLE, PASSWORD),
+                      True)
+        # A statement that cannot be opened is taken for a lock, and asked about.
+        report = client.create("Report")
+        report.set("Name", "s", "it's")
+        self.assertIs(client.start_call(report.path, f"{NAME}.Report", "LockRecord")(), False)
+        self.assertEqual(len(questions), 1)
+
+
+class ServiceManager(Folders):
+    """A socket where systemd would listen to its services."""
+
+    def test_is_told_before_the_name_is_given_up(self):
+        bus = Bus(self.folder)
+        self.addCleanup(bus.close)
+        listening = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(listening.close)
+        address = str(self.folder / "notify")
+        listening.bind(address)
+        service = subprocess.Popen([*self.unit_command("user"), "--idle", "0"],
+                                   stderr=subprocess.DEVNULL,
+                                   env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": bus.address,
+                                        "NOTIFY_SOCKET": address})
+        self.addCleanup(service.wait)
+        client = self.client(bus.address)
+        until(lambda: client.owner() is not None, "the service")
+        name = client.owner()
+        client.release(client.create("Report"))
+        listening.settimeout(60)
+        self.assertEqual(listening.recv(1000), b"STOPPING=1")
+        # It waits until the end of this pipe is closed.
+        ended = self.receive_barrier(listening)
+        self.assertEqual(client.owner(), name)
+        # A request that comes now is served, and what it made is kept.
+        wait = client.start_call(ROOT, f"{NAME}.Automation", "CreateObject", "s", "Report")
+        self.assertEqual(client.owner(), name)  # the bus has passed the request on
+        os.close(ended)
+        report = wait()
+        self.assertEqual(listening.recv(1000), b"EXTEND_TIMEOUT_USEC=31536000000000")
+        self.assertEqual(client.call(report, "org.freedesktop.DBus.Properties", "Get", "ss",
+                                     f"{NAME}.Report", "Title"), "")
+        self.assertEqual(client.owner(), name)
+        # In the end it ends.
+        client.automation.call("Release", "o", report)
+        self.assertEqual(listening.recv(1000), b"STOPPING=1")
+        os.close(self.receive_barrier(listening))
+        self.assertEqual(service.wait(60), 0)
+
+    def receive_barrier(self, listening):
+        message, descriptors, _, _ = socket.recv_fds(listening, 1000, 1)
+        self.assertEqual(message, b"BARRIER=1")
+        return descriptors[0]
+
+
+if __name__ == "__main__":
+    unittest.main()
