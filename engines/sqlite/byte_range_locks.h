@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -20,6 +21,9 @@ struct ByteRange {
 /// objects exclude each other in one process as well as between processes, and the operating system
 /// frees all of an object's locks when it or its process ends. Locks of the object's own never
 /// conflict. Operations throw AdoError when the system refuses them.
+///
+/// Where a system can only unlock what was locked in one piece, a piece stays locked for the others
+/// until all of it was unlocked.
 class ByteRangeLocks final {
  public:
   /// Opens `file`; makes it, with owner and permissions of the file `like`, when it is not there.
@@ -46,7 +50,8 @@ class ByteRangeLocks final {
   [[nodiscard]] static std::int64_t process_id();
 
  private:
-  int file_;
+  struct System;  // what each operating system needs
+  std::unique_ptr<System> system_;
 };
 
 }  // namespace tarnwick::sqlite

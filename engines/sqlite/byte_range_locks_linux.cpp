@@ -33,44 +33,51 @@ struct flock description_of(ByteRange range, short type) {
 
 }  // namespace
 
-ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file,
-                               const std::filesystem::path& like) {
+struct ByteRangeLocks::System {
+  int file = -1;
+  ~System() {
+    if (file >= 0) ::close(file);
+  }
+};
+
+ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::filesystem::path& like)
+    : system_(std::make_unique<System>()) {
   struct stat model {};
   if (::stat(like.c_str(), &model) != 0) throw_system_error(u"The database file", errno);
   const Text what = join({u"The lock file '", from_stored_utf8(file.native()), u"'"});
   const mode_t mode = model.st_mode & 0777;
-  file_ = ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-  if (file_ >= 0) {
+  system_->file = ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+  if (system_->file >= 0) {
     // Whoever may write the database has to be able to lock its rows: the process's own mask and
     // group must not count.
-    if (::fchown(file_, model.st_uid, model.st_gid) != 0 &&
-        ::fchown(file_, static_cast<uid_t>(-1), model.st_gid) != 0) {
+    if (::fchown(system_->file, model.st_uid, model.st_gid) != 0 &&
+        ::fchown(system_->file, static_cast<uid_t>(-1), model.st_gid) != 0) {
       // To give a file away takes root, or membership in the group: so it stays this user's own.
     }
-    ::fchmod(file_, mode);
+    ::fchmod(system_->file, mode);
   } else if (errno == EEXIST) {
-    file_ = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+    system_->file = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
   }
-  if (file_ < 0) throw_system_error(what, errno);
+  if (system_->file < 0) throw_system_error(what, errno);
 }
 
-ByteRangeLocks::~ByteRangeLocks() { ::close(file_); }
+ByteRangeLocks::~ByteRangeLocks() = default;
 
 bool ByteRangeLocks::try_lock(ByteRange range) {
   struct flock lock = description_of(range, F_WRLCK);
-  if (::fcntl(file_, F_OFD_SETLK, &lock) == 0) return true;
+  if (::fcntl(system_->file, F_OFD_SETLK, &lock) == 0) return true;
   if (errno == EAGAIN || errno == EACCES) return false;
   throw_system_error(u"The lock file", errno);
 }
 
 void ByteRangeLocks::unlock(ByteRange range) noexcept {
   struct flock lock = description_of(range, F_UNLCK);
-  ::fcntl(file_, F_OFD_SETLK, &lock);
+  ::fcntl(system_->file, F_OFD_SETLK, &lock);
 }
 
 std::optional<ByteRange> ByteRangeLocks::foreign_lock(ByteRange range) const {
   struct flock lock = description_of(range, F_WRLCK);
-  if (::fcntl(file_, F_OFD_GETLK, &lock) != 0) throw_system_error(u"The lock file", errno);
+  if (::fcntl(system_->file, F_OFD_GETLK, &lock) != 0) throw_system_error(u"The lock file", errno);
   if (lock.l_type == F_UNLCK) return std::nullopt;
   const ByteRange found{lock.l_start,
                         lock.l_len == 0 ? range.last : lock.l_start + (lock.l_len - 1)};
@@ -97,7 +104,7 @@ std::vector<ByteRange> ByteRangeLocks::foreign_locks(ByteRange range) const {
 
 void ByteRangeLocks::write_at(std::int64_t offset, std::string_view bytes) {
   while (!bytes.empty()) {
-    const auto count = ::pwrite(file_, bytes.data(), bytes.size(), offset);
+    const auto count = ::pwrite(system_->file, bytes.data(), bytes.size(), offset);
     if (count < 0) {
       if (errno == EINTR) continue;
       throw_system_error(u"The lock file", errno);
@@ -109,7 +116,7 @@ void ByteRangeLocks::write_at(std::int64_t offset, std::string_view bytes) {
 
 bool ByteRangeLocks::read_at(std::int64_t offset, std::span<char> bytes) const {
   while (!bytes.empty()) {
-    const auto count = ::pread(file_, bytes.data(), bytes.size(), offset);
+    const auto count = ::pread(system_->file, bytes.data(), bytes.size(), offset);
     if (count == 0) return false;
     if (count < 0) {
       if (errno == EINTR) continue;

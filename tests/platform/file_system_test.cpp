@@ -76,10 +76,12 @@ TEST(GetBaseName, IsTheLastComponentWithoutItsLastExtension) {
 }
 
 TEST(BuildPath, PutsExactlyOneSeparatorBetween) {
-  EXPECT_EQ(kFiles.build_path(u"/a", u"b.ttx"), u"/a/b.ttx");
-  EXPECT_EQ(kFiles.build_path(u"/a/", u"b.ttx"), u"/a/b.ttx");
-  EXPECT_EQ(kFiles.build_path(u"/a//", u"/b.ttx"), u"/a/b.ttx");
-  EXPECT_EQ(kFiles.build_path(u"/", u"b.ttx"), u"/b.ttx");
+  // The system's own.
+  const Text separator(1, static_cast<char16_t>(std::filesystem::path::preferred_separator));
+  EXPECT_EQ(kFiles.build_path(u"/a", u"b.ttx"), u"/a" + separator + u"b.ttx");
+  EXPECT_EQ(kFiles.build_path(u"/a/", u"b.ttx"), u"/a" + separator + u"b.ttx");
+  EXPECT_EQ(kFiles.build_path(u"/a//", u"/b.ttx"), u"/a" + separator + u"b.ttx");
+  EXPECT_EQ(kFiles.build_path(u"/", u"b.ttx"), separator + u"b.ttx");
 }
 
 TEST(BuildPath, AddsNothingToAnEmptyPart) {

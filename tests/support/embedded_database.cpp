@@ -1,11 +1,11 @@
 #include "tests/support/embedded_database.h"
 
-#include <openssl/evp.h>
-
 #include <array>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+
+#include "tests/support/one_round_hash.h"
 
 namespace tarnwick::test_support {
 namespace {
@@ -19,12 +19,7 @@ std::string embedded_schema() {
 // A salt and one iteration of PBKDF2: as much as has to be, so that connecting takes no time.
 std::string role_row(TextView role, TextView password) {
   constexpr std::array<unsigned char, 4> kSalt{'s', 'a', 'l', 't'};
-  std::array<unsigned char, 64> hash{};
-  const std::string utf8 = to_utf8(password);
-  if (PKCS5_PBKDF2_HMAC(utf8.data(), static_cast<int>(utf8.size()), kSalt.data(), kSalt.size(), 1,
-                        EVP_sha512(), hash.size(), hash.data()) != 1) {
-    throw std::runtime_error("no PBKDF2");
-  }
+  const auto hash = one_round_hash(to_utf8(password), kSalt);
   const std::string_view salt(reinterpret_cast<const char*>(kSalt.data()), kSalt.size());
   const std::string_view bytes(reinterpret_cast<const char*>(hash.data()), hash.size());
   return "INSERT INTO DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES ('" + to_utf8(role) +

@@ -1,0 +1,126 @@
+#include <string>
+#include <vector>
+
+#include "apps/common/engines.h"
+#include "apps/windows/output.h"
+#include "apps/windows/switches.h"
+#include "automation/com/errors.h"
+#include "automation/com/registration.h"
+#include "automation/com/server_process.h"
+#include "platform/windows/api.h"
+#include "platform/windows/desktop_message_box.h"
+#include "platform/windows/host.h"
+#include "platform/windows/wide.h"
+
+#include <shellapi.h>  // behind windows.h
+
+namespace tarnwick::apps {
+namespace {
+
+using automation::com::Scope;
+
+enum ExitCode { kDone = 0, kFailed = 1, kMisused = 2 };
+
+constexpr const wchar_t* kIntroduction =
+    L"Tarnwick is an automation server: programs start it through COM (Tarnwick.Server).\r\n"
+    L"\r\n"
+    L"  /RegServer            register it for all users of this machine\r\n"
+    L"  /UnregServer          remove that registration\r\n"
+    L"  /RegServerPerUser     register it for the present user\r\n"
+    L"  /UnregServerPerUser   remove that registration\r\n"
+    L"  --when-locked ask|cancel|retry:N\r\n"
+    L"                        with a registration: what the server does about a row that "
+    L"another\r\n"
+    L"                        process maintains: ask on the screen (cancel where there is "
+    L"none),\r\n"
+    L"                        cancel, or retry N times, without asking";
+
+std::vector<std::wstring> arguments() {
+  int count = 0;
+  wchar_t** words = CommandLineToArgvW(GetCommandLineW(), &count);
+  std::vector<std::wstring> result(words + 1, words + count);
+  LocalFree(words);
+  return result;
+}
+
+void introduce() {
+  if (print(kIntroduction)) return;
+  MessageBoxW(nullptr, kIntroduction, L"Tarnwick", MB_OK | MB_ICONINFORMATION);
+}
+
+void log(TextView text) { OutputDebugStringW((L"Tarnwick: " + platform::to_wide(text)).c_str()); }
+
+/// An initialized single-threaded apartment, as long as this lives.
+class ComLibrary {
+ public:
+  ComLibrary() {
+    automation::com::require(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED),
+                             u"COM cannot be used");
+  }
+  ~ComLibrary() { CoUninitialize(); }
+  ComLibrary(const ComLibrary&) = delete;
+  ComLibrary& operator=(const ComLibrary&) = delete;
+};
+
+void serve(const Switches& switches) {
+  const ComLibrary library;
+  platform::UnattendedMessageBox unattended(switches.when_locked, log);
+  platform::DesktopMessageBox desktop(unattended);
+  const bool asks = switches.when_locked.kind == platform::WhenLocked::Kind::kAsk;
+  platform::WindowsHost host(asks ? static_cast<platform::MessageBox&>(desktop) : unattended);
+  ProgramEngines engines;
+  SharedState state(host, engines.list());
+  const automation::com::TypeLibrary types(platform::executable_file_name());
+  automation::com::ProcessLife life(GetCurrentThreadId());
+  automation::com::Apartment apartment(state, types, life);
+  automation::com::serve(apartment);
+}
+
+void carry_out(const Switches& switches) {
+  using Action = Switches::Action;
+  const auto installation = [&] {
+    std::wstring passed_on;
+    if (!switches.when_locked_text.empty()) {
+      passed_on = L"--when-locked " + switches.when_locked_text;
+    }
+    return automation::com::Installation{platform::executable_file_name(), passed_on};
+  };
+  switch (switches.action) {
+    case Action::kIntroduce:
+      return introduce();
+    case Action::kServe:
+      return serve(switches);
+    case Action::kRegister:
+      return register_server(Scope::kMachine, installation());
+    case Action::kUnregister:
+      return unregister_server(Scope::kMachine);
+    case Action::kRegisterPerUser:
+      return register_server(Scope::kUser, installation());
+    case Action::kUnregisterPerUser:
+      return unregister_server(Scope::kUser);
+  }
+}
+
+int run() {
+  std::wstring complaint;
+  const std::vector<std::wstring> given = arguments();
+  const auto switches = Switches::parse(given, complaint);
+  if (!switches) {
+    print_error(L"Tarnwick: " + complaint + L"\r\n\r\n" + kIntroduction);
+    return kMisused;
+  }
+  try {
+    carry_out(*switches);
+    return kDone;
+  } catch (const Error& error) {
+    print_error(L"Tarnwick: " + platform::to_wide(error.description()));
+  } catch (const std::exception& error) {
+    print_error(L"Tarnwick: " + platform::to_wide(from_stored_utf8(error.what())));
+  }
+  return kFailed;
+}
+
+}  // namespace
+}  // namespace tarnwick::apps
+
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t*, int) { return tarnwick::apps::run(); }

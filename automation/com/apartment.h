@@ -1,0 +1,37 @@
+#pragma once
+
+#include <array>
+#include <unordered_map>
+
+#include "automation/com/process_life.h"
+#include "automation/com/type_library.h"
+#include "automation/model.h"
+#include "server/shared_state.h"
+
+namespace tarnwick::automation::com {
+
+/// The single-threaded apartment in which all objects of the server live. An object of the object
+/// model has one COM object as long as any client holds it, so that clients can compare references.
+/// All arguments, and this, must outlive the COM objects.
+class Apartment {
+ public:
+  Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& life);
+
+  [[nodiscard]] SharedState& state() { return state_; }
+  [[nodiscard]] ProcessLife& life() { return life_; }
+  [[nodiscard]] const TypeLibrary& types() const { return types_; }
+
+  /// A reference to the COM object of `object`, which is not Nothing.
+  [[nodiscard]] ComPtr<IUnknown> reference_to(const Object& object);
+
+  /// Called by a COM object at its end.
+  void forget(const Object& object) { living_.erase(object.instance.get()); }
+
+ private:
+  SharedState& state_;
+  const TypeLibrary& types_;
+  ProcessLife& life_;
+  std::unordered_map<const void*, IUnknown*> living_;
+};
+
+}  // namespace tarnwick::automation::com

@@ -1,0 +1,84 @@
+#include "automation/com/class_objects.h"
+
+#include "automation/com/class_table.h"
+#include "automation/com/errors.h"
+
+namespace tarnwick::automation::com {
+namespace {
+
+class ClassObject final : public IClassFactory {
+ public:
+  ClassObject(Apartment& apartment, const ClassEntry& entry)
+      : apartment_(apartment), entry_(entry) {}
+
+  STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    if (iid != IID_IUnknown && iid != IID_IClassFactory) return E_NOINTERFACE;
+    AddRef();
+    *out = static_cast<IClassFactory*>(this);
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override {
+    return static_cast<ULONG>(InterlockedIncrement(&references_));
+  }
+  STDMETHODIMP_(ULONG) Release() override {
+    const LONG left = InterlockedDecrement(&references_);
+    if (left == 0) delete this;
+    return static_cast<ULONG>(left);
+  }
+
+  STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+    try {
+      const Object object = class_of(entry_.class_id).create(apartment_.state());
+      return apartment_.reference_to(object)->QueryInterface(iid, out);
+    } catch (...) {
+      return report_exception(entry_.prog_id, IID_IClassFactory);
+    }
+  }
+  STDMETHODIMP LockServer(BOOL lock) override {
+    if (lock != FALSE) {
+      apartment_.life().hold();
+    } else {
+      apartment_.life().release();
+    }
+    return S_OK;
+  }
+
+ private:
+  ~ClassObject() = default;
+
+  Apartment& apartment_;
+  const ClassEntry& entry_;
+  volatile LONG references_ = 1;
+};
+
+}  // namespace
+
+ClassObjects::ClassObjects(Apartment& apartment) try {
+  for (std::size_t i = 0; i < cookies_.size(); ++i) {
+    const ClassEntry& entry = class_table()[i];
+    const ComPtr<ClassObject> factory = adopt(new ClassObject(apartment, entry));
+    require(CoRegisterClassObject(entry.clsid, factory.Get(), CLSCTX_LOCAL_SERVER,
+                                  REGCLS_MULTIPLEUSE | REGCLS_SUSPENDED, &cookies_[i]),
+            u"The class objects cannot be registered");
+  }
+  require(CoResumeClassObjects(), u"The class objects cannot be opened to clients");
+} catch (...) {
+  revoke();
+  throw;
+}
+
+ClassObjects::~ClassObjects() { revoke(); }
+
+void ClassObjects::revoke() noexcept {
+  for (DWORD& cookie : cookies_) {
+    if (cookie != 0) CoRevokeClassObject(cookie);
+    cookie = 0;
+  }
+}
+
+}  // namespace tarnwick::automation::com

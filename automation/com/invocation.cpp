@@ -1,0 +1,102 @@
+#include "automation/com/invocation.h"
+
+#include "automation/com/errors.h"
+#include "automation/com/values.h"
+
+namespace tarnwick::automation::com {
+namespace {
+
+bool is_missing(const VARIANTARG& argument) {
+  return argument.vt == VT_ERROR && argument.scode == DISP_E_PARAMNOTFOUND;
+}
+
+void put(VARIANT& variant, const Value& value) {
+  std::visit(
+      [&]<class T>(const T& held) {
+        if constexpr (std::same_as<T, bool>) {
+          variant.vt = VT_BOOL;
+          variant.boolVal = held ? VARIANT_TRUE : VARIANT_FALSE;
+        } else if constexpr (std::same_as<T, std::int16_t>) {
+          variant.vt = VT_I2;
+          variant.iVal = held;
+        } else if constexpr (std::same_as<T, std::int32_t>) {
+          variant.vt = VT_I4;
+          variant.lVal = held;
+        } else if constexpr (std::same_as<T, Date>) {
+          variant.vt = VT_DATE;
+          variant.date = held.days;
+        } else if constexpr (std::same_as<T, Text>) {
+          variant.bstrVal = to_bstr(held);
+          variant.vt = VT_BSTR;
+        } else {
+          throw Error(ErrorNumber::kInternalError);
+        }
+      },
+      value);
+}
+
+}  // namespace
+
+Invocation::Invocation(const Member& member, bool sets, const DISPPARAMS& given) {
+  if (sets) {
+    arguments_.resize(1);
+    result_ = given.cArgs == 1 ? take(member.result, given.rgvarg[0], arguments_[0])
+                               : DISP_E_BADPARAMCOUNT;
+    parameters_.rgdispidNamedArgs = &property_put_;
+    parameters_.cNamedArgs = 1;
+  } else {
+    result_ = arrange(member, given);
+  }
+  parameters_.rgvarg = arguments_.data();
+  parameters_.cArgs = static_cast<UINT>(arguments_.size());
+}
+
+HRESULT Invocation::arrange(const Member& member, const DISPPARAMS& given) {
+  const std::size_t wanted = member.arguments.size();
+  const std::size_t named = given.cNamedArgs;
+  if (given.cArgs > wanted || named > given.cArgs) return DISP_E_BADPARAMCOUNT;
+
+  // By place, the first one first.
+  std::vector<const VARIANTARG*> places(wanted, nullptr);
+  const std::size_t positional = given.cArgs - named;
+  for (std::size_t i = 0; i < positional; ++i) places[i] = &given.rgvarg[given.cArgs - 1 - i];
+  for (std::size_t i = 0; i < named; ++i) {
+    const DISPID place = given.rgdispidNamedArgs[i];
+    if (place < 0 || static_cast<std::size_t>(place) >= wanted ||
+        places[static_cast<std::size_t>(place)] != nullptr) {
+      return DISP_E_PARAMNOTFOUND;
+    }
+    places[static_cast<std::size_t>(place)] = &given.rgvarg[i];
+  }
+
+  arguments_.resize(wanted);
+  for (std::size_t i = 0; i < wanted; ++i) {
+    VARIANTARG& taken = arguments_[wanted - 1 - i];
+    const Argument& argument = member.arguments[i];
+    if (places[i] != nullptr && !is_missing(*places[i])) {
+      const HRESULT result = take(argument.type, *places[i], taken);
+      if (FAILED(result)) return result;
+    } else if (argument.default_value) {
+      taken = default_of(argument);
+    } else {
+      return DISP_E_PARAMNOTOPTIONAL;
+    }
+  }
+  return S_OK;
+}
+
+HRESULT Invocation::take(const Type& type, const VARIANTARG& given, VARIANTARG& taken) {
+  taken = given.vt == (VT_BYREF | VT_VARIANT) ? *given.pvarVal : given;
+  const bool typed = type.kind != Kind::kKeyOrPosition;
+  return taken.vt == VT_NULL && typed
+             ? hresult_of(static_cast<std::int32_t>(ErrorNumber::kInvalidUseOfNull))
+             : S_OK;
+}
+
+VARIANTARG Invocation::default_of(const Argument& argument) {
+  OwnVariant& owned = defaults_.emplace_back();
+  put(*owned.get(), *argument.default_value);
+  return *owned.get();
+}
+
+}  // namespace tarnwick::automation::com

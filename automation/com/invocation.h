@@ -1,0 +1,40 @@
+#pragma once
+
+#include <deque>
+#include <vector>
+
+#include "automation/com/own_variant.h"
+#include "automation/model.h"
+
+namespace tarnwick::automation::com {
+
+/// The arguments of a late-bound call in the form that the type library's own Invoke takes on every
+/// system: by position, all given, none a reference to a variant.
+///   - script variables come as references to variants;
+///   - what was left out, at the end or in between, takes its default;
+///   - named arguments go to their places.
+class Invocation {
+ public:
+  /// A call of `member`, or a setting of it (`sets`), with the arguments `given`, which must
+  /// outlive this.
+  Invocation(const Member& member, bool sets, const DISPPARAMS& given);
+
+  /// S_OK, or why the call cannot be made: DISP_E_BADPARAMCOUNT, DISP_E_PARAMNOTFOUND,
+  /// DISP_E_PARAMNOTOPTIONAL, or the HRESULT of Error 94 for Null where another value is meant.
+  [[nodiscard]] HRESULT result() const { return result_; }
+  /// The arguments; valid as long as this.
+  [[nodiscard]] DISPPARAMS* parameters() { return &parameters_; }
+
+ private:
+  HRESULT arrange(const Member& member, const DISPPARAMS& given);
+  HRESULT take(const Type& type, const VARIANTARG& given, VARIANTARG& taken);
+  VARIANTARG default_of(const Argument& argument);
+
+  std::vector<VARIANTARG> arguments_;  // last one first; borrowed
+  std::deque<OwnVariant> defaults_;
+  DISPID property_put_ = DISPID_PROPERTYPUT;
+  DISPPARAMS parameters_{};
+  HRESULT result_ = S_OK;
+};
+
+}  // namespace tarnwick::automation::com

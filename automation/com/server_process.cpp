@@ -1,0 +1,108 @@
+#include "automation/com/server_process.h"
+
+#include "automation/com/class_objects.h"
+#include "automation/com/errors.h"
+
+namespace tarnwick::automation::com {
+namespace {
+
+/// For the first client to arrive.
+constexpr UINT kFirstClientMilliseconds = 20'000;
+/// After the last client has gone: spares the next one a start, and an end that races with it.
+constexpr UINT kLingerMilliseconds = 3'000;
+/// For calls that were under way while the class objects were revoked.
+constexpr UINT kDrainMilliseconds = 500;
+/// How long a second process waits for the first one's end. COM calls a client back with an error
+/// when the process that was started for it ends before any serves.
+constexpr DWORD kSecondProcessMilliseconds = 8'000;
+
+bool is_elevated() {
+  HANDLE token = nullptr;
+  if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == 0) return false;
+  TOKEN_ELEVATION elevation{};
+  DWORD size = 0;
+  const bool known =
+      GetTokenInformation(token, TokenElevation, &elevation, sizeof elevation, &size) != 0;
+  CloseHandle(token);
+  return known && elevation.TokenIsElevated != 0;
+}
+
+/// What the one serving process of a user holds. Some systems start a server for every client that
+/// asks before the first one serves.
+class ServingRight {
+ public:
+  ServingRight() {
+    // COM keeps elevated servers apart from others.
+    handle_ = CreateMutexW(
+        nullptr, FALSE,
+        is_elevated() ? L"Local\\Tarnwick.Server.Elevated" : L"Local\\Tarnwick.Server");
+    if (handle_ == nullptr) return;  // another user's: COM keeps these apart too
+    const DWORD result = WaitForSingleObject(handle_, kSecondProcessMilliseconds);
+    held_ = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
+  }
+  ~ServingRight() {
+    if (handle_ == nullptr) return;
+    if (held_) ReleaseMutex(handle_);
+    CloseHandle(handle_);
+  }
+  ServingRight(const ServingRight&) = delete;
+  ServingRight& operator=(const ServingRight&) = delete;
+
+  [[nodiscard]] bool granted() const { return handle_ == nullptr || held_; }
+
+ private:
+  HANDLE handle_ = nullptr;
+  bool held_ = false;
+};
+
+/// Dispatches messages, which are the clients' calls, until nothing was held for `milliseconds`.
+void run_until_idle(const ProcessLife& life, UINT milliseconds) {
+  UINT_PTR timer = SetTimer(nullptr, 0, milliseconds, nullptr);
+  MSG message;
+  while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+    if (message.hwnd == nullptr && message.message == WM_TIMER && message.wParam == timer) {
+      KillTimer(nullptr, timer);
+      timer = 0;
+      if (life.idle()) return;
+    } else if (message.hwnd == nullptr && message.message == ProcessLife::kIdle) {
+      if (timer != 0) KillTimer(nullptr, timer);
+      timer = SetTimer(nullptr, 0, kLingerMilliseconds, nullptr);
+    } else {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+}
+
+/// Takes the messages that arrive within `milliseconds`; false when a client has come meanwhile.
+bool stays_idle(const ProcessLife& life, DWORD milliseconds) {
+  const ULONGLONG end = GetTickCount64() + milliseconds;
+  for (ULONGLONG now = GetTickCount64(); now < end && life.idle(); now = GetTickCount64()) {
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0) DispatchMessageW(&message);
+  }
+  return life.idle();
+}
+
+}  // namespace
+
+void serve(Apartment& apartment) {
+  const ServingRight right;
+  if (!right.granted()) return;
+  ProcessLife& life = apartment.life();
+  UINT patience = kFirstClientMilliseconds;
+  do {
+    // One reference of the process's own: as long as it lingers, COM must not take it for ended.
+    CoAddRefServerProcess();
+    const ClassObjects class_objects(apartment);
+    do {
+      run_until_idle(life, patience);
+      patience = kLingerMilliseconds;
+      if (CoReleaseServerProcess() == 0) break;
+      CoAddRefServerProcess();  // a client's activation is under way
+    } while (true);
+  } while (!stays_idle(life, kDrainMilliseconds));
+}
+
+}  // namespace tarnwick::automation::com

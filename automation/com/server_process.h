@@ -1,0 +1,13 @@
+#pragma once
+
+#include "automation/com/apartment.h"
+
+namespace tarnwick::automation::com {
+
+/// Serves clients until none is left: registers the class objects, and ends some seconds after the
+/// last object and the last lock of a class object were released. Only one process of a user
+/// serves; a second one waits a while in case the first one is about to end, and leaves. To be
+/// called on the thread of the apartment, which has to be initialized. Throws Error.
+void serve(Apartment& apartment);
+
+}  // namespace tarnwick::automation::com

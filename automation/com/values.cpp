@@ -1,0 +1,121 @@
+#include "automation/com/values.h"
+
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include "automation/com/apartment.h"
+#include "automation/com/collection_object.h"
+#include "automation/com/enumerator_object.h"
+#include "automation/com/own_variant.h"
+
+namespace tarnwick::automation::com {
+namespace {
+
+Value whole_number(LONGLONG number) {
+  if (number < INT32_MIN || number > INT32_MAX) return static_cast<std::int64_t>(number);
+  return static_cast<std::int32_t>(number);
+}
+
+}  // namespace
+
+Text text_of(BSTR string) { return Text(string, string + SysStringLen(string)); }
+
+BSTR to_bstr(TextView text) {
+  BSTR string = SysAllocStringLen(nullptr, static_cast<UINT>(text.size()));
+  if (string == nullptr) throw std::bad_alloc();
+  std::copy(text.begin(), text.end(), string);
+  return string;
+}
+
+Value key_or_position(const VARIANT& variant) {
+  OwnVariant held;
+  if (FAILED(VariantCopyInd(held.get(), const_cast<VARIANT*>(&variant))))
+    throw Error(ErrorNumber::kTypeMismatch);
+  switch (held->vt) {
+    case VT_EMPTY:
+      return Empty{};
+    case VT_NULL:
+      return Null{};
+    case VT_BSTR:
+      return text_of(held->bstrVal);
+    case VT_BOOL:
+      return held->boolVal != VARIANT_FALSE;
+    case VT_I1:
+    case VT_UI1:
+    case VT_I2:
+    case VT_UI2:
+    case VT_I4:
+    case VT_UI4:
+    case VT_INT:
+    case VT_UINT:
+    case VT_I8: {
+      OwnVariant number;
+      if (FAILED(VariantChangeType(number.get(), held.get(), 0, VT_I8))) break;
+      return whole_number(number->llVal);
+    }
+    case VT_R4:
+    case VT_R8:
+    case VT_CY:
+    case VT_DECIMAL:
+    case VT_DATE:
+    case VT_UI8: {
+      OwnVariant number;
+      if (FAILED(VariantChangeType(number.get(), held.get(), 0, VT_R8))) break;
+      return number->dblVal;
+    }
+    default:
+      break;
+  }
+  throw Error(ErrorNumber::kTypeMismatch);
+}
+
+Value object_of(IUnknown* reference) {
+  if (reference == nullptr) return Object{};
+  ComPtr<LocalObject> local;
+  if (FAILED(reference->QueryInterface(__uuidof(LocalObject), &local))) {
+    throw Error(static_cast<std::int32_t>(ErrorNumber::kTypeMismatch),
+                u"The object belongs to another process; only objects of this server can be kept "
+                u"here.");
+  }
+  return local->object();
+}
+
+void give(Apartment&, Value value, BSTR* out) { *out = to_bstr(std::get<Text>(value)); }
+
+void give(Apartment&, Value value, SHORT* out) {
+  if (const bool* boolean = std::get_if<bool>(&value)) {
+    *out = *boolean ? VARIANT_TRUE : VARIANT_FALSE;
+  } else {
+    *out = std::get<std::int16_t>(value);
+  }
+}
+
+void give(Apartment&, Value value, LONG* out) { *out = std::get<std::int32_t>(value); }
+
+void give(Apartment&, Value value, DATE* out) { *out = std::get<Date>(value).days; }
+
+void give(Apartment& apartment, Value value, VARIANT* out) {
+  if (std::holds_alternative<Empty>(value)) return;
+  const ComPtr<IUnknown> reference = reference_to(apartment, std::get<Object>(value));
+  IDispatch* dispatch = nullptr;
+  if (reference) reference->QueryInterface(IID_PPV_ARGS(&dispatch));
+  out->vt = VT_DISPATCH;
+  out->pdispVal = dispatch;
+}
+
+void give(Apartment& apartment, Value value, IUnknown** out) {
+  auto walk = std::get<std::shared_ptr<Enumerator>>(std::move(value));
+  *out = new EnumeratorObject(apartment, std::move(walk));
+}
+
+void give(Apartment& apartment, Value value, ::_Collection** out) {
+  auto collection = std::get<std::shared_ptr<Collection>>(std::move(value));
+  *out = new CollectionObject(apartment, std::move(collection));
+}
+
+ComPtr<IUnknown> reference_to(Apartment& apartment, const Object& object) {
+  return object ? apartment.reference_to(object) : nullptr;
+}
+
+}  // namespace tarnwick::automation::com

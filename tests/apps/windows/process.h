@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/windows/api.h"
+
+namespace tarnwick::test_support {
+
+/// A program that was started; ends with this object at the latest.
+class Process {
+ public:
+  /// `command_line` begins with the quoted program. Its standard streams go where output() reads.
+  explicit Process(std::wstring command_line);
+  ~Process();
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  /// Waits for its end.
+  [[nodiscard]] DWORD exit_code();
+  /// All that it has written until its end, UTF-8.
+  [[nodiscard]] std::string output();
+
+ private:
+  PROCESS_INFORMATION process_{};
+  HANDLE read_end_ = nullptr;
+};
+
+/// How many processes run the program with this file name (without folder).
+[[nodiscard]] int running(const std::wstring& program);
+
+}  // namespace tarnwick::test_support
