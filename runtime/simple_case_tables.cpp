@@ -11,7 +11,7 @@ struct CasePair {
   char32_t to;
 };
 
-#include "simple_case_tables.inc"
+#include <simple_case_tables.inc>  // made by write_simple_case_tables
 
 char32_t mapped(std::span<const CasePair> table, char32_t code_point) {
   const auto found = std::ranges::lower_bound(table, code_point, {}, &CasePair::from);

@@ -31,7 +31,8 @@ class PlainSqlite {
 
   explicit PlainSqlite(const std::filesystem::path& file) {
     sqlite3* opened = nullptr;
-    const int result = sqlite3_open_v2(file.string().c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    const int result =
+        sqlite3_open_v2(file.string().c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
     database_.reset(opened);
     if (result != SQLITE_OK) fail();
     sqlite3_busy_timeout(opened, 10'000);
