@@ -18,12 +18,16 @@ use_prefix() {
   mkdir -p "$1"
   WINEPREFIX=$(readlink -f "$1")
   export WINEPREFIX WINEDEBUG=-all
+  trap stop_wine EXIT
   # What a run before this one left behind.
   "$(wine_folder)/wineserver" -k 2>/dev/null || true
-  "$(wine_folder)/wineserver" -p
-  trap stop_wine EXIT
-  [[ -d $WINEPREFIX/drive_c/windows/system32 ]] ||
+  if [[ ! -f $WINEPREFIX/made ]]; then
     env -u DISPLAY "$(wine_folder)/wine64" wineboot -i >/dev/null 2>&1
+    "$(wine_folder)/wineserver" -w
+    touch "$WINEPREFIX/made"
+  fi
+  # The session in which a prefix is made does without some services: the next one has them.
+  "$(wine_folder)/wineserver" -p
 }
 
 # use_screen: a screen of its own for all that runs in the prefix from now on.
