@@ -18,4 +18,10 @@ const Member* member_with_id(std::span<const Member> members, DISPID id) {
   return &members[static_cast<std::size_t>(id) - 1];
 }
 
+bool names_an_object(const Member& member) {
+  const Kind kind = member.result.kind;
+  return member.access == Member::Access::kGet && member.arguments.empty() &&
+         (kind == Kind::kObject || kind == Kind::kCollection);
+}
+
 }  // namespace tarnwick::automation::com

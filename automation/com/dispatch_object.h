@@ -5,6 +5,7 @@
 #include "automation/com/apartment.h"
 #include "automation/com/errors.h"
 #include "automation/com/invocation.h"
+#include "automation/com/own_variant.h"
 #include "automation/com/values.h"
 
 namespace tarnwick::automation::com {
@@ -12,6 +13,10 @@ namespace tarnwick::automation::com {
 /// The member with this dispatch id in the type library: members are counted from 1 in the order of
 /// the table, but Item is the default member and NewEnum has the enumerator's own id.
 [[nodiscard]] const Member* member_with_id(std::span<const Member> members, DISPID id);
+
+/// Whether arguments for the member, which takes none itself, are meant for the object that it
+/// gives.
+[[nodiscard]] bool names_an_object(const Member& member);
 
 /// What every automation object of the server has behind its own members: identity, life, and the
 /// late-bound interfaces, all by the type library. `Interface` is the object's dual interface.
@@ -132,6 +137,9 @@ class DispatchObject : public Interface,
     const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
     // Scripts cannot tell a property from a method without arguments.
     if ((flags & DISPATCH_METHOD) != 0) flags |= DISPATCH_PROPERTYGET;
+    if (!sets && names_an_object(*member) && parameters->cArgs > 0) {
+      return invoke_default(id, flags, parameters, result, exception, culprit);
+    }
     Invocation invocation(*member, sets, *parameters);
     if (FAILED(invocation.result())) return refuse(invocation.result(), exception);
     const HRESULT done = info_->Invoke(static_cast<Interface*>(this), id, flags,
@@ -140,6 +148,19 @@ class DispatchObject : public Interface,
     return done == E_NOINTERFACE ? DISP_E_TYPEMISMATCH : done;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
+  }
+
+  /// `server.Components("C1")`: the arguments are for the default member of what the property
+  /// holds.
+  HRESULT invoke_default(DISPID id, WORD flags, DISPPARAMS* parameters, VARIANT* result,
+                         EXCEPINFO* exception, UINT* culprit) noexcept {
+    DISPPARAMS none{};
+    OwnVariant held;
+    const HRESULT read = invoke(id, flags, &none, held.get(), exception, culprit);
+    if (FAILED(read)) return read;
+    if (held->vt != VT_DISPATCH || held->pdispVal == nullptr) return DISP_E_BADPARAMCOUNT;
+    return held->pdispVal->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, flags, parameters,
+                                  result, exception, culprit);
   }
 
   HRESULT refuse(HRESULT why, EXCEPINFO* exception) {
