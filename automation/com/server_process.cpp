@@ -37,7 +37,9 @@ class ServingRight {
         nullptr, FALSE,
         is_elevated() ? L"Local\\Tarnwick.Server.Elevated" : L"Local\\Tarnwick.Server");
     if (handle_ == nullptr) return;  // another user's: COM keeps these apart too
-    const DWORD result = WaitForSingleObject(handle_, kSecondProcessMilliseconds);
+    DWORD result = WaitForSingleObject(handle_, 0);
+    waited_ = result == WAIT_TIMEOUT;
+    if (waited_) result = WaitForSingleObject(handle_, kSecondProcessMilliseconds);
     held_ = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
   }
   ~ServingRight() {
@@ -49,10 +51,13 @@ class ServingRight {
   ServingRight& operator=(const ServingRight&) = delete;
 
   [[nodiscard]] bool granted() const { return handle_ == nullptr || held_; }
+  /// Whether another process served meanwhile, and with it, most likely, the client to come.
+  [[nodiscard]] bool waited() const { return waited_; }
 
  private:
   HANDLE handle_ = nullptr;
   bool held_ = false;
+  bool waited_ = false;
 };
 
 /// Dispatches messages, which are the clients' calls, until nothing was held for `milliseconds`.
@@ -91,7 +96,7 @@ void serve(Apartment& apartment) {
   const ServingRight right;
   if (!right.granted()) return;
   ProcessLife& life = apartment.life();
-  UINT patience = kFirstClientMilliseconds;
+  UINT patience = right.waited() ? kLingerMilliseconds : kFirstClientMilliseconds;
   do {
     // One reference of the process's own: as long as it lingers, COM must not take it for ended.
     CoAddRefServerProcess();

@@ -25,7 +25,7 @@ bool use_server() {
 
 bool use_servers_around_their_end() {
   // The server lingers for three seconds.
-  constexpr DWORD kPauses[] = {1000, 2000, 5000, 1500, 6000};
+  constexpr DWORD kPauses[] = {1000, 3200, 5000};
   for (const DWORD pause : kPauses) {
     if (!use_server()) {
       std::fprintf(stderr, "before a pause of %lu ms\n", pause);
