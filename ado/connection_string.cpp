@@ -33,7 +33,10 @@ class Scanner {
     ++number_;
     item = {};
     item.begin = position_;
-    return scan_name(item) && scan_value(item);
+    if (!scan_name(item) || !scan_value(item)) return false;
+    const bool is_provider = equals_ignoring_case(item.name, u"Provider");
+    if (is_provider) knows_braces_ = fold(item.value).starts_with(u"msdasql");
+    return true;
   }
 
   [[nodiscard]] Fault fault() const { return fault_; }
@@ -54,6 +57,7 @@ class Scanner {
   bool scan_value(ScannedItem& item) {
     skip_blanks();
     item.value_begin = position_;
+    if (knows_braces_ && scan_braces(item)) return true;
     const bool quoted =
         position_ < text_.size() && (text_[position_] == u'"' || text_[position_] == u'\'');
     if (!quoted) {
@@ -75,6 +79,24 @@ class Scanner {
     return fail(u"has text behind its closing quote");
   }
 
+  /// A value in braces, a closing one doubled inside. False, and nothing scanned, where it is none.
+  bool scan_braces(ScannedItem& item) {
+    if (!take(u'{')) return false;
+    while (position_ < text_.size()) {
+      if (!take(u'}')) {
+        ++position_;
+      } else if (!take(u'}')) {
+        item.value_end = position_;
+        skip_blanks();
+        if (position_ < text_.size() && text_[position_] != u';') break;
+        item.value = text_.substr(item.value_begin, item.value_end - item.value_begin);
+        return true;
+      }
+    }
+    position_ = item.value_begin;
+    return false;
+  }
+
   void skip_blanks() {
     while (take(u' ')) {
     }
@@ -94,6 +116,7 @@ class Scanner {
   TextView text_;
   std::size_t position_ = 0;
   std::int64_t number_ = 0;
+  bool knows_braces_ = false;
   Fault fault_;
 };
 

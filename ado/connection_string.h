@@ -9,8 +9,10 @@ namespace tarnwick::ado {
 
 /// An OLE DB connection string taken apart: items "name=value" separated by ";". A value may stand
 /// in single or double quotes (the quote doubled inside) and then hold any character; a name holds
-/// "=" doubled. Empty items are left out, blanks around names and values too. A name given twice:
-/// the last one counts. Rules: the public OLE DB reference, "connection string syntax".
+/// "=" doubled. Behind Provider=MSDASQL a value may also stand in braces, as ODBC writes it (a
+/// closing one doubled inside); the braces stay part of the value. Empty items are left out, blanks
+/// around names and values too. A name given twice: the last one counts. Rules: the public OLE DB
+/// reference, "connection string syntax"; ODBC's reference, SQLDriverConnect.
 class ConnectionString {
  public:
   struct Item {

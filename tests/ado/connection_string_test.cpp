@@ -42,6 +42,14 @@ TEST(ConnectionStringTest, AQuoteInsideAPlainValueIsPartOfIt) {
   EXPECT_EQ(items_of(u"A=it's;B=x=y"), "[A|it's][B|x=y]");
 }
 
+TEST(ConnectionStringTest, BracesHoldAnyCharacterBehindTheProviderForOdbcAlone) {
+  EXPECT_EQ(items_of(u"Provider=MSDASQL.1;Driver={A B};PWD={a;b}}c='d'} ; UID=e"),
+            "[Provider|MSDASQL.1][Driver|{A B}][PWD|{a;b}}c='d'}][UID|e]");
+  EXPECT_EQ(items_of(u"Provider=MSDASQL;A={x;B=y;C={p}q;D={}"),
+            "[Provider|MSDASQL][A|{x][B|y][C|{p}q][D|{}]");
+  EXPECT_EQ(items_of(u"Provider=Fake;A={x;B=y}"), "[Provider|Fake][A|{x][B|y}]");
+}
+
 TEST(ConnectionStringTest, ADoubledEqualSignIsPartOfTheName) {
   EXPECT_EQ(items_of(u"A==B=c"), "[A=B|c]");
 }
@@ -89,6 +97,11 @@ TEST(ConnectionStringTest, PasswordsAreBlankedAndAllElseStands) {
   EXPECT_EQ(blanked(u"A=1;PASSWORD='se''cret'"), "A=1;PASSWORD=***");
   EXPECT_EQ(blanked(u"Password="), "Password=***");
   EXPECT_EQ(blanked(u"A=1"), "A=1");
+}
+
+TEST(ConnectionStringTest, APasswordInBracesIsBlankedToItsLastBrace) {
+  EXPECT_EQ(ConnectionString::without_passwords(u"Provider=MSDASQL;PWD={a;b=c}}d};UID=u"),
+            u"Provider=MSDASQL;PWD=***;UID=u");
 }
 
 TEST(ConnectionStringTest, APasswordInsideAnotherItemIsBlankedWithIt) {
