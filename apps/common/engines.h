@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ado/engine.h"
+#include "engines/odbc/engine.h"
 #include "engines/sqlite/engine.h"
 
 namespace tarnwick::apps {
@@ -8,10 +9,11 @@ namespace tarnwick::apps {
 /// The engines that the programs of this project offer. Outlives all connections.
 class ProgramEngines final {
  public:
-  [[nodiscard]] ado::Engines list() { return {&sqlite_}; }
+  [[nodiscard]] ado::Engines list() { return {&sqlite_, &odbc_}; }
 
  private:
   sqlite::SqliteEngine sqlite_;
+  odbc::OdbcEngine odbc_;
 };
 
 }  // namespace tarnwick::apps

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ado/error.h"
+#include "engines/odbc/handles.h"
+
+namespace tarnwick::odbc {
+
+/// One diagnostic record of a failed call.
+struct Diagnostic {
+  std::string sqlstate;
+  std::int32_t native = 0;
+  Text text;
+};
+
+/// SQL Server's number of a deadlock victim: the server has rolled the transaction back.
+inline constexpr std::int32_t kNativeDeadlock = 1205;
+
+/// The records that the last call left on `handle`, in the driver's order.
+[[nodiscard]] std::vector<Diagnostic> read_diagnostics(const Handle& handle);
+
+/// Throws what the records of the last call on `handle` mean:
+/// a record with native 1222 is lock_timeout(), whatever its SQLSTATE; a connection that is gone is
+/// ConnectionLost; otherwise an AdoError with the text, native number and SQLSTATE of the most
+/// telling record.
+[[noreturn]] void raise_diagnostics(const Handle& handle);
+
+/// As above for a failed connect, where a broken connection is no ConnectionLost. A text that holds
+/// `password` is withheld.
+[[noreturn]] void raise_connect_diagnostics(const Handle& connection, TextView password);
+
+/// The error without its text where that might quote a part of the statement, which holds the
+/// role's password; what the server says about the role itself stays.
+[[nodiscard]] ado::AdoError without_statement_text(const ado::AdoError& error);
+
+}  // namespace tarnwick::odbc

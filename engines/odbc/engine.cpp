@@ -1,0 +1,26 @@
+#include "engines/odbc/engine.h"
+
+#include <array>
+
+#include "engines/odbc/odbc_api.h"
+#include "engines/odbc/session.h"
+
+namespace tarnwick::odbc {
+namespace {
+
+// Each with the name of its first version, as older connection strings write it.
+constexpr std::array<TextView, 10> kProviders{
+    u"SQLOLEDB",     u"SQLOLEDB.1",   u"SQLNCLI11",      u"SQLNCLI11.1", u"MSOLEDBSQL",
+    u"MSOLEDBSQL.1", u"MSOLEDBSQL19", u"MSOLEDBSQL19.1", u"MSDASQL",     u"MSDASQL.1"};
+
+}  // namespace
+
+OdbcEngine::OdbcEngine() : api_(&driver_manager()) {}
+
+std::span<const TextView> OdbcEngine::providers() const { return kProviders; }
+
+std::unique_ptr<ado::EngineSession> OdbcEngine::connect(const ado::ConnectionString& string) {
+  return std::make_unique<OdbcSession>(*api_, string);
+}
+
+}  // namespace tarnwick::odbc

@@ -1,0 +1,357 @@
+#include "engines/odbc/session.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <utility>
+
+#include "engines/odbc/rowset.h"
+#include "runtime/case_mapping.h"
+#include "runtime/conversions.h"
+
+namespace tarnwick::odbc {
+namespace {
+
+using ado::AdoError;
+using ado::AdoErrorNumber;
+
+// What the engine relies on, whatever the server's and the driver's defaults: whole long values,
+// counted rows, an error that does not take the transaction with it, quoted names.
+constexpr TextView kOptions =
+    u"SET TEXTSIZE 2147483647; SET NOCOUNT OFF; SET XACT_ABORT OFF; "
+    u"SET ANSI_NULLS, ANSI_PADDING, ANSI_WARNINGS, QUOTED_IDENTIFIER ON; SET LOCK_TIMEOUT -1";
+
+// A database that reads committed rows from versions would let a reader pass a row that another
+// session maintains. Repeatable read makes readers wait there as they do elsewhere.
+constexpr TextView kMatchIsolation =
+    u"IF EXISTS (SELECT 1 FROM sys.databases WHERE database_id = DB_ID() "
+    u"AND is_read_committed_snapshot_on = 1) "
+    u"SET TRANSACTION ISOLATION LEVEL REPEATABLE READ "
+    u"ELSE SET TRANSACTION ISOLATION LEVEL READ COMMITTED";
+
+struct MaintainedTable {
+  TextView name;
+  TextView keys;
+};
+constexpr std::array<MaintainedTable, 3> kMaintainedTables{{
+    {u"DW_SEC_COMP", u"CompID"},
+    {u"DW_SEC_PC", u"MACNbr, ComputerID, CompID"},
+    {u"DW_Reports", u"ReportName"},
+}};
+
+std::vector<Text> list_drivers(const Handle& environment) {
+  std::vector<Text> names;
+  std::array<char16_t, 512> name{};
+  std::array<char16_t, 2048> attributes{};
+  SQLUSMALLINT direction = SQL_FETCH_FIRST;
+  while (true) {
+    SQLSMALLINT name_length = 0;
+    SQLSMALLINT attributes_length = 0;
+    const SQLRETURN result = environment.api().drivers(
+        environment.get(), direction, wide(name.data()), static_cast<SQLSMALLINT>(name.size()),
+        &name_length, wide(attributes.data()), static_cast<SQLSMALLINT>(attributes.size()),
+        &attributes_length);
+    if (result == SQL_NO_DATA) return names;
+    environment.check(result);
+    names.emplace_back(name.begin(), std::find(name.begin(), name.end(), u'\0'));
+    direction = SQL_FETCH_NEXT;
+  }
+}
+
+Text text_of(const ado::Cell& cell) {
+  const Variant value = cell.to_variant();
+  const Text* text = std::get_if<Text>(&value);
+  return text != nullptr ? *text : Text();
+}
+
+bool is_set_statement(TextView statement) {
+  constexpr TextView kSet = u"SET ";
+  const TextView text = trim(statement);
+  return text.size() > kSet.size() && equals_ignoring_case(text.substr(0, kSet.size()), kSet);
+}
+
+/// Visits the rows of a small result.
+template <class F>
+void for_each_row(Result& result, F&& visit) {
+  ado::RowBuffer rows(result.columns().size());
+  result.read(rows, kAllRows);
+  std::vector<ado::Cell> cells(result.columns().size());
+  for (std::size_t row = 0; row < rows.rows(); ++row) {
+    rows.read_row(row, cells);
+    visit(std::as_const(cells));
+  }
+}
+
+}  // namespace
+
+OdbcSession::OdbcSession(OdbcApi& api, const ado::ConnectionString& string)
+    : environment_(Handle::environment(api)),
+      connection_(Handle::make(SQL_HANDLE_DBC, environment_)) {
+  connect(odbc_connect(string, list_drivers(environment_)));
+  learn_server();
+  if (is_sql_server_) step([&] { set_options(); });
+}
+
+OdbcSession::~OdbcSession() {
+  // Some drivers do not disconnect inside a transaction; a failure is the connection's own end.
+  if (in_transaction_ && !lost_) {
+    static_cast<void>(connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
+  }
+}
+
+void OdbcSession::connect(const OdbcConnect& target) {
+  OdbcApi& api = connection_.api();
+  if (target.text.size() > SQL_MAX_OPTION_STRING_LENGTH * 64) {
+    throw AdoError(AdoErrorNumber::kInvalidArgument, u"The connection string is too long.");
+  }
+  if (target.timeout) {
+    connection_.check(api.set_connect_attr(
+        connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
+        reinterpret_cast<SQLPOINTER>(std::uintptr_t{*target.timeout}), SQL_IS_UINTEGER));
+  }
+  const SQLRETURN result = api.driver_connect(connection_.get(), nullptr, wide(target.text),
+                                              static_cast<SQLSMALLINT>(target.text.size()), nullptr,
+                                              0, nullptr, SQL_DRIVER_NOPROMPT);
+  if (!SQL_SUCCEEDED(result)) raise_connect_diagnostics(connection_, target.password);
+}
+
+void OdbcSession::learn_server() {
+  const auto ask = [&](SQLUSMALLINT what) {
+    std::array<char16_t, 128> answer{};
+    SQLSMALLINT length = 0;
+    connection_.check(connection_.api().get_info(
+        connection_.get(), what, answer.data(),
+        static_cast<SQLSMALLINT>(sizeof answer - sizeof(char16_t)), &length));
+    return Text(answer.begin(), std::find(answer.begin(), answer.end(), u'\0'));
+  };
+  is_sql_server_ = equals_ignoring_case(ask(SQL_DBMS_NAME), u"Microsoft SQL Server");
+  if (!is_sql_server_) quote_mark_ = ask(SQL_IDENTIFIER_QUOTE_CHAR);
+}
+
+void OdbcSession::set_options() {
+  run(kOptions)->finish();
+  match_isolation();
+}
+
+void OdbcSession::match_isolation() { run(kMatchIsolation)->finish(); }
+
+void OdbcSession::set_default_database(TextView name) {
+  step([&] {
+    settle();
+    const Text terminated(name);
+    connection_.check(connection_.api().set_connect_attr(
+        connection_.get(), SQL_ATTR_CURRENT_CATALOG, wide(terminated), SQL_NTS));
+    keys_.clear();
+    if (is_sql_server_) match_isolation();
+  });
+}
+
+void OdbcSession::execute(TextView statement) {
+  const bool holds_password = find_ignoring_case(statement, u"sp_setapprole") != Text::npos;
+  try {
+    step([&] {
+      run(statement)->finish();
+      if (!is_set_statement(statement)) touched_data();
+    });
+  } catch (const ado::ConnectionLost&) {
+    throw;
+  } catch (const AdoError& error) {
+    if (holds_password) throw without_statement_text(error);
+    throw;
+  }
+}
+
+std::unique_ptr<ado::Rowset> OdbcSession::open(const ado::RowsetRequest& request) {
+  return step([&] { return std::make_unique<OdbcRowset>(*this, request); });
+}
+
+void OdbcSession::begin() {
+  step([&] {
+    settle();
+    set_auto_commit(false);
+  });
+  in_transaction_ = true;
+  touched_data_ = false;
+}
+
+void OdbcSession::commit() {
+  step([&] {
+    settle();
+    connection_.check(connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_COMMIT));
+  });
+  in_transaction_ = false;
+  try {
+    set_auto_commit(true);
+  } catch (const AdoError&) {
+    // What was written is written: the commit has not failed. But a connection that stays in
+    // manual commit is of no further use.
+    lost_ = true;
+  }
+}
+
+void OdbcSession::rollback() {
+  bool gone = std::exchange(rolled_back_, false);
+  step([&] {
+    take_in_rest();
+    gone = std::exchange(rolled_back_, false) || gone;
+    // A driver that has not noticed asks the server to roll back what is no longer there, and
+    // takes its answer for a failure; so there is something to roll back.
+    if (gone) run(u"IF @@TRANCOUNT = 0 BEGIN TRANSACTION")->finish();
+    connection_.check(connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
+    set_auto_commit(true);
+  });
+  in_transaction_ = false;
+}
+
+std::vector<ado::HeldRow> OdbcSession::held_rows() {
+  std::vector<ado::HeldRow> held;
+  step([&] {
+    // A stamp is visible before its commit only to a reader that takes no locks.
+    const TextView hint = is_sql_server_ ? u" WITH (NOLOCK)" : u"";
+    for (const MaintainedTable& table : kMaintainedTables) {
+      const auto result = run(join({u"SELECT SoftLock, ", table.keys, u" FROM ", table.name, hint,
+                                    u" WHERE SoftLock <> ''"}));
+      for_each_row(*result, [&](const std::vector<ado::Cell>& cells) {
+        Text key;
+        for (std::size_t i = 1; i < cells.size(); ++i) {
+          if (i > 1) key += u", ";
+          key += to_text(cells[i].to_variant());
+        }
+        held.push_back({Text(table.name), std::move(key), text_of(cells[0]), std::nullopt});
+      });
+    }
+  });
+  return held;
+}
+
+Handle OdbcSession::statement() {
+  settle();
+  Handle statement = Handle::make(SQL_HANDLE_STMT, connection_);
+  // Texts go to the server as they stand; a driver that always looks for ODBC's own escapes in them
+  // may refuse to be told otherwise.
+  static_cast<void>(statement.api().set_stmt_attr(
+      statement.get(), SQL_ATTR_NOSCAN, reinterpret_cast<SQLPOINTER>(std::uintptr_t{SQL_NOSCAN_ON}),
+      SQL_IS_UINTEGER));
+  return statement;
+}
+
+std::unique_ptr<Result> OdbcSession::run(TextView text) {
+  Handle handle = statement();
+  const SQLRETURN result =
+      handle.api().exec_direct(handle.get(), wide(text), static_cast<SQLINTEGER>(text.size()));
+  // Drivers say "no data" of a delete or update that found no row.
+  if (result != SQL_NO_DATA) handle.check(result);
+  return std::make_unique<Result>(std::move(handle));
+}
+
+const std::vector<Text>& OdbcSession::key_columns(const TableSelect& table) {
+  const auto known = keys_.find(table.table);
+  if (known != keys_.end()) return known->second;
+  std::vector<Text> key = read_key(table, true);
+  if (key.empty()) key = read_key(table, false);
+  if (key.empty()) {
+    throw AdoError(AdoErrorNumber::kUnspecified,
+                   join({u"The table ", table.table,
+                         u" has no key: a row of it cannot be identified for updating."}));
+  }
+  return keys_.emplace(table.table, std::move(key)).first->second;
+}
+
+std::vector<Text> OdbcSession::read_key(const TableSelect& table, bool primary) {
+  const std::size_t depth = table.parts.size();
+  const auto part = [&](std::size_t from_end) -> const Text* {
+    if (from_end > depth || table.parts[depth - from_end].empty()) return nullptr;
+    return &table.parts[depth - from_end];
+  };
+  const auto text = [](const Text* name) { return name != nullptr ? wide(*name) : nullptr; };
+  const auto length = [](const Text* name) {
+    return name != nullptr ? static_cast<SQLSMALLINT>(name->size()) : SQLSMALLINT{0};
+  };
+  const Text* name = part(1);
+  const Text* schema = part(2);
+  const Text* catalog = part(3);
+
+  Handle handle = statement();
+  OdbcApi& api = handle.api();
+  const SQLRETURN result =
+      primary ? api.primary_keys(handle.get(), text(catalog), length(catalog), text(schema),
+                                 length(schema), text(name), length(name))
+              : api.special_columns(handle.get(), SQL_BEST_ROWID, text(catalog), length(catalog),
+                                    text(schema), length(schema), text(name), length(name),
+                                    SQL_SCOPE_SESSION, SQL_NO_NULLS);
+  handle.check(result);
+  // Where a table's name stands in several schemas, the first one's key is listed first; two
+  // schemas' keys never mix.
+  constexpr std::size_t kSchemaOfKey = 1;
+  constexpr std::size_t kColumnOfKey = 3;
+  constexpr std::size_t kColumnOfRow = 1;
+  std::vector<Text> key;
+  std::optional<Text> first_schema;
+  Result rows(std::move(handle));
+  for_each_row(rows, [&](const std::vector<ado::Cell>& cells) {
+    if (!primary) {
+      key.push_back(text_of(cells.at(kColumnOfRow)));
+      return;
+    }
+    Text of = text_of(cells.at(kSchemaOfKey));
+    if (!first_schema) first_schema = of;
+    if (of == *first_schema) key.push_back(text_of(cells.at(kColumnOfKey)));
+  });
+  return key;
+}
+
+Text OdbcSession::quote(TextView name) const {
+  return is_sql_server_ ? bracketed(name) : quoted(name, quote_mark_);
+}
+
+void OdbcSession::set_auto_commit(bool on) {
+  const std::uintptr_t value = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
+  connection_.check(connection_.api().set_connect_attr(connection_.get(), SQL_ATTR_AUTOCOMMIT,
+                                                       reinterpret_cast<SQLPOINTER>(value),
+                                                       SQL_IS_UINTEGER));
+}
+
+void OdbcSession::require_usable() const {
+  if (lost_) {
+    throw ado::ConnectionLost(AdoErrorNumber::kUnspecified,
+                              u"The connection to the database server is lost.");
+  }
+  if (rolled_back_) {
+    throw AdoError(AdoErrorNumber::kUnspecified,
+                   u"The database server has rolled the transaction back.");
+  }
+}
+
+void OdbcSession::settle() {
+  take_in_rest();
+  require_usable();
+}
+
+void OdbcSession::take_in_rest() {
+  if (OdbcRowset* rowset = std::exchange(reading_, nullptr)) rowset->take_in_rest();
+}
+
+void OdbcSession::look_after_error(const AdoError& error) {
+  const bool told_by_server = !error.sqlstate().empty();
+  if (!in_transaction_ || !is_sql_server_ || !told_by_server) return;
+  if (error.native() == kNativeDeadlock || !transaction_survived()) rolled_back_ = true;
+}
+
+bool OdbcSession::transaction_survived() {
+  try {
+    std::int64_t state = 0;
+    const auto result = run(u"SELECT XACT_STATE()");
+    for_each_row(*result,
+                 [&](const std::vector<ado::Cell>& cells) { state = cells.at(0).integer; });
+    // Some drivers begin the transaction with its first statement on a table: before that succeeded
+    // there is none that could have been lost.
+    return state == 1 || (state == 0 && !touched_data_);
+  } catch (const ado::ConnectionLost&) {
+    lost_ = true;
+    return false;
+  } catch (const AdoError&) {
+    return false;
+  }
+}
+
+}  // namespace tarnwick::odbc

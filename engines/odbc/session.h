@@ -1,0 +1,109 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "ado/engine.h"
+#include "ado/error.h"
+#include "engines/odbc/connection_keywords.h"
+#include "engines/odbc/diagnostics.h"
+#include "engines/odbc/handles.h"
+#include "engines/odbc/parameters.h"
+#include "engines/odbc/result.h"
+#include "engines/odbc/statement_text.h"
+
+namespace tarnwick::odbc {
+
+class OdbcRowset;
+
+/// One connection to a database server.
+///
+/// A connection serves one statement at a time: before the next one starts, a rowset that still has
+/// rows on the way takes them all in.
+///
+/// When the server itself rolls a transaction back (a deadlock's victim above all), the session
+/// does not pretend to hold it: until the rollback is asked for, every further step is refused.
+class OdbcSession final : public ado::EngineSession {
+ public:
+  OdbcSession(OdbcApi& api, const ado::ConnectionString& string);
+  ~OdbcSession() override;
+  OdbcSession(const OdbcSession&) = delete;
+  OdbcSession& operator=(const OdbcSession&) = delete;
+
+  void set_default_database(TextView name) override;
+  void execute(TextView statement) override;
+  [[nodiscard]] std::unique_ptr<ado::Rowset> open(const ado::RowsetRequest& request) override;
+  void begin() override;
+  void commit() override;
+  void rollback() override;
+  [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;
+
+  // For the session's rowsets.
+
+  /// Runs one step with the server: refuses it where the connection or the transaction is gone, and
+  /// takes note when the step finds that out.
+  template <class F>
+  auto step(F&& action);
+
+  /// A statement to run next. Only inside a step.
+  [[nodiscard]] Handle statement();
+  /// Runs `text` as it stands. Only inside a step.
+  [[nodiscard]] std::unique_ptr<Result> run(TextView text);
+
+  /// The columns that identify a row of the table, by the table's key; cached. Throws AdoError
+  /// where it has none. Only inside a step.
+  [[nodiscard]] const std::vector<Text>& key_columns(const TableSelect& table);
+
+  /// Takes note where the server has rolled the transaction back. For errors met outside a step.
+  void look_after_error(const ado::AdoError& error);
+  /// Takes note that the transaction has read or written rows.
+  void touched_data() { touched_data_ = true; }
+
+  [[nodiscard]] Text quote(TextView name) const;
+  [[nodiscard]] bool is_sql_server() const { return is_sql_server_; }
+
+  /// The rowset that has rows on the way, or nullptr.
+  void set_reading(OdbcRowset* rowset) { reading_ = rowset; }
+  [[nodiscard]] bool is_reading(const OdbcRowset* rowset) const { return reading_ == rowset; }
+
+ private:
+  void connect(const OdbcConnect& target);
+  void learn_server();
+  void set_options();
+  void match_isolation();
+  void set_auto_commit(bool on);
+  void require_usable() const;
+  void take_in_rest();
+  void settle();
+  [[nodiscard]] bool transaction_survived();
+  [[nodiscard]] std::vector<Text> read_key(const TableSelect& table, bool primary);
+
+  Handle environment_;
+  Handle connection_;
+  bool is_sql_server_ = false;
+  Text quote_mark_;
+  std::map<Text, std::vector<Text>> keys_;
+  OdbcRowset* reading_ = nullptr;
+
+  bool in_transaction_ = false;
+  bool touched_data_ = false;  // in this transaction
+  bool rolled_back_ = false;   // by the server
+  bool lost_ = false;
+};
+
+template <class F>
+auto OdbcSession::step(F&& action) {
+  require_usable();
+  try {
+    return action();
+  } catch (const ado::ConnectionLost&) {
+    lost_ = true;
+    throw;
+  } catch (const ado::AdoError& error) {
+    look_after_error(error);
+    throw;
+  }
+}
+
+}  // namespace tarnwick::odbc

@@ -1,0 +1,244 @@
+#include "engines/odbc/connection_keywords.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "ado/error.h"
+
+namespace tarnwick::odbc {
+namespace {
+
+const std::vector<Text> kFreeTds{u"SQLite3", u"FreeTDS"};
+const std::vector<Text> kMicrosoft18{u"FreeTDS", u"ODBC Driver 17 for SQL Server", u"SQL Server",
+                                     u"ODBC Driver 18 for SQL Server"};
+const std::vector<Text> kMicrosoft17{u"SQL Server", u"ODBC Driver 17 for SQL Server"};
+const std::vector<Text> kMicrosoftOld{u"FreeTDS", u"SQL Server"};
+
+OdbcConnect connect(TextView string, const std::vector<Text>& drivers) {
+  return odbc_connect(ado::ConnectionString::parse(string), drivers);
+}
+
+Text text(TextView string, const std::vector<Text>& drivers) {
+  return connect(string, drivers).text;
+}
+
+/// The description of the refusal of `string`; a test failure when it is not refused.
+Text refusal(TextView string, const std::vector<Text>& drivers) {
+  try {
+    ADD_FAILURE() << to_utf8(text(string, drivers));
+  } catch (const ado::AdoError& error) {
+    return error.description();
+  }
+  return {};
+}
+
+TEST(ConnectionKeywords, OfEveryItemReachMicrosoftsDriver) {
+  EXPECT_EQ(
+      text(u"Provider=MSOLEDBSQL;OLE DB Services=-2;Data Source=dbhost,1533;"
+           u"Initial Catalog=Velmar_Sec;User ID=ann;Password=secret;Application Name=Tarnwick;"
+           u"Use Encryption for Data=True;Trust Server Certificate=True;Connect Timeout=15",
+           kMicrosoft18),
+      u"Driver={ODBC Driver 18 for SQL Server};Server=tcp:dbhost,1533;Database=Velmar_Sec;"
+      u"UID=ann;PWD=secret;APP=Tarnwick;Encrypt=yes;TrustServerCertificate=yes;");
+}
+
+TEST(ConnectionKeywords, OfEveryItemReachFreeTdsInItsOwnWords) {
+  EXPECT_EQ(text(u"Provider=SQLOLEDB;Data Source=dbhost,1533;Initial Catalog=Velmar_Sec;"
+                 u"User ID=ann;Password=secret;Application Name=Tarnwick;Encrypt=yes;"
+                 u"Trust Server Certificate=yes",
+                 kFreeTds),
+            u"Driver={FreeTDS};Server=dbhost;Port=1533;TDS_Version=7.4;Database=Velmar_Sec;UID=ann;"
+            u"PWD=secret;APP=Tarnwick;Encryption=require;");
+}
+
+TEST(ConnectionKeywords, GoToTheNewestMicrosoftDriverBeforeAnyOther) {
+  const TextView string = u"Provider=SQLOLEDB;Data Source=h;User ID=u";
+  EXPECT_TRUE(text(string, kMicrosoft18).starts_with(u"Driver={ODBC Driver 18 for SQL Server};"));
+  EXPECT_TRUE(text(string, kMicrosoft17).starts_with(u"Driver={ODBC Driver 17 for SQL Server};"));
+  EXPECT_TRUE(text(string, kMicrosoftOld).starts_with(u"Driver={SQL Server};"));
+  EXPECT_TRUE(text(string, kFreeTds).starts_with(u"Driver={FreeTDS};"));
+}
+
+TEST(ConnectionKeywords, WithoutADriverSayWhichOnesWouldDo) {
+  try {
+    (void)connect(u"Provider=SQLOLEDB;Data Source=h", {u"SQLite3"});
+    FAIL();
+  } catch (const ado::AdoError& error) {
+    EXPECT_EQ(error.number(), 3706);
+    EXPECT_EQ(error.description(),
+              u"No ODBC driver for SQL Server is installed; known are \"ODBC Driver 18 for SQL "
+              u"Server\", \"ODBC Driver 17 for SQL Server\", \"SQL Server\" and \"FreeTDS\".");
+  }
+}
+
+TEST(ConnectionKeywords, KnowEveryFormOfAServersName) {
+  const auto server = [](TextView name, const std::vector<Text>& drivers) {
+    const Text all = text(join({u"Provider=SQLOLEDB;User ID=u;Data Source=", name}), drivers);
+    const std::size_t begin = all.find(u"Server=");
+    return all.substr(begin, all.find(u";UID") - begin);
+  };
+  EXPECT_EQ(server(u"h", kMicrosoft18), u"Server=h");
+  EXPECT_EQ(server(u"h, 1444", kMicrosoft18), u"Server=tcp:h,1444");
+  EXPECT_EQ(server(u"tcp:h,1444", kMicrosoft18), u"Server=tcp:h,1444");
+  EXPECT_EQ(server(u"h\\INST", kMicrosoft18), u"Server=h\\INST");
+  EXPECT_EQ(server(u"h\\INST,1444", kMicrosoft18), u"Server=tcp:h,1444");
+  EXPECT_EQ(server(u"(local)", kMicrosoft18), u"Server=localhost");
+  EXPECT_EQ(server(u"h", kFreeTds), u"Server=h;Port=1433;TDS_Version=7.4");
+  EXPECT_EQ(server(u"TCP:h,1444", kFreeTds), u"Server=h;Port=1444;TDS_Version=7.4");
+  EXPECT_EQ(server(u"h\\INST", kFreeTds), u"Server=h\\INST;TDS_Version=7.4");
+  EXPECT_EQ(server(u"h\\INST,1444", kFreeTds), u"Server=h;Port=1444;TDS_Version=7.4");
+  EXPECT_EQ(server(u".", kFreeTds), u"Server=localhost;Port=1433;TDS_Version=7.4");
+}
+
+TEST(ConnectionKeywords, RefuseAServerThatCannotBeReachedByTcp) {
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h,port", kFreeTds),
+            u"The connection string item \"Data Source\" has no valid port behind its comma.");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h,65536", kFreeTds),
+            u"The connection string item \"Data Source\" has no valid port behind its comma.");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h,0", kMicrosoft18),
+            u"The connection string item \"Data Source\" has no valid port behind its comma.");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=NP:\\\\h\\pipe", kMicrosoft18),
+            u"The connection string item \"Data Source\" names no server to reach by TCP/IP.");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;User ID=u", kMicrosoft18),
+            u"The connection string item \"Data Source\" is missing.");
+}
+
+TEST(ConnectionKeywords, OfWindowsSecurityTakeThePlaceOfALogin) {
+  for (const TextView value : {u"SSPI", u"sspi", u"yes"}) {
+    EXPECT_EQ(
+        text(join({u"Provider=SQLOLEDB;Data Source=h;Integrated Security=", value}), kMicrosoft17),
+        u"Driver={ODBC Driver 17 for SQL Server};Server=h;Trusted_Connection=yes;"
+        u"Encrypt=no;");
+  }
+  EXPECT_EQ(text(u"Provider=SQLOLEDB;Data Source=h;User ID=u;Integrated Security=no", kMicrosoft17),
+            u"Driver={ODBC Driver 17 for SQL Server};Server=h;UID=u;PWD=;Encrypt=no;");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h;Integrated Security=Kerberos", kMicrosoft17),
+            u"The connection string item \"Integrated Security\" has a value that is not known.");
+}
+
+TEST(ConnectionKeywords, WithoutAWordOnEncryptionKeepTheProvidersDefault) {
+  const auto encryption = [](TextView provider, const std::vector<Text>& drivers) {
+    const Text all = text(join({u"Provider=", provider, u";Data Source=h;User ID=u"}), drivers);
+    return all.substr(all.find(u"Encrypt"));
+  };
+  for (const TextView provider : {u"SQLOLEDB", u"SQLNCLI11", u"MSOLEDBSQL"}) {
+    EXPECT_EQ(encryption(provider, kMicrosoft18), u"Encrypt=no;");
+    EXPECT_EQ(encryption(provider, kFreeTds), u"Encryption=request;");
+  }
+  EXPECT_EQ(encryption(u"MSOLEDBSQL19", kMicrosoft18), u"Encrypt=yes;");
+  EXPECT_EQ(encryption(u"MSOLEDBSQL19.1", kFreeTds), u"Encryption=require;");
+}
+
+TEST(ConnectionKeywords, KnowTheWordsOfEveryProviderForEncryption) {
+  const auto encryption = [](TextView item) {
+    const Text all =
+        text(join({u"Provider=SQLOLEDB;Data Source=h;User ID=u;", item}), kMicrosoft18);
+    return all.substr(all.find(u"Encrypt"));
+  };
+  EXPECT_EQ(encryption(u"Encrypt=Optional"), u"Encrypt=no;");
+  EXPECT_EQ(encryption(u"encrypt=FALSE"), u"Encrypt=no;");
+  EXPECT_EQ(encryption(u"Use Encryption for Data=Mandatory"), u"Encrypt=yes;");
+  EXPECT_EQ(encryption(u"Encrypt=Strict"), u"Encrypt=strict;");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h;Encrypt=maybe", kMicrosoft18),
+            u"The connection string item \"Encrypt\" has a value that is not known.");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h;Encrypt=yes;Use Encryption for Data=no",
+                    kMicrosoft18),
+            u"The connection string item \"Use Encryption for Data\" is given twice under two "
+            u"names.");
+}
+
+TEST(ConnectionKeywords, RefuseADemandThatTheDriverWouldDropWithoutAWord) {
+  const TextView strict = u"Provider=SQLOLEDB;Data Source=h;Encrypt=Strict";
+  for (const auto& drivers : {kFreeTds, kMicrosoft17, kMicrosoftOld}) {
+    EXPECT_EQ(refusal(strict, drivers),
+              u"The connection string item \"Encrypt\" asks for what the installed ODBC driver "
+              u"cannot do.");
+  }
+  // FreeTDS takes any certificate.
+  EXPECT_EQ(
+      refusal(u"Provider=SQLOLEDB;Data Source=h;Encrypt=yes;Trust Server Certificate=no", kFreeTds),
+      u"The connection string item \"Trust Server Certificate\" asks for what the installed "
+      u"ODBC driver cannot do.");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h;Trust Server Certificate=yes", kMicrosoftOld),
+            u"The connection string item \"Trust Server Certificate\" asks for what the installed "
+            u"ODBC driver cannot do.");
+}
+
+TEST(ConnectionKeywords, NameAnItemThatTheyDoNotKnowAndNeverItsValue) {
+  for (const TextView item : {u"Packet Size", u"Workstation ID", u"Driver", u"Colour"}) {
+    const Text why =
+        refusal(join({u"Provider=SQLOLEDB;Data Source=h;", item, u"=seekrit"}), kMicrosoft18);
+    EXPECT_EQ(why, join({u"The connection string item \"", item, u"\" is not known."}));
+  }
+}
+
+TEST(ConnectionKeywords, TakeATimeoutInSeconds) {
+  const auto timeout = [](TextView value) {
+    return connect(join({u"Provider=SQLOLEDB;Data Source=h;Connect Timeout=", value}), kFreeTds)
+        .timeout;
+  };
+  EXPECT_EQ(timeout(u"0"), 0u);
+  EXPECT_EQ(timeout(u"15"), 15u);
+  EXPECT_EQ(connect(u"Provider=SQLOLEDB;Data Source=h", kFreeTds).timeout, std::nullopt);
+  for (const TextView value : {u"-1", u"soon", u"32768", u""}) {
+    EXPECT_EQ(refusal(join({u"Provider=SQLOLEDB;Data Source=h;Connect Timeout=", value}), kFreeTds),
+              u"The connection string item \"Connect Timeout\" is no number of seconds.");
+  }
+}
+
+TEST(ConnectionKeywords, PutValuesInBracesWhereOdbcNeedsThem) {
+  EXPECT_EQ(odbc_value(u"plain-value_1.2,3"), u"plain-value_1.2,3");
+  EXPECT_EQ(odbc_value(u"a;b"), u"{a;b}");
+  EXPECT_EQ(odbc_value(u"a}b"), u"{a}}b}");
+  EXPECT_EQ(odbc_value(u"}"), u"{}}}");
+  EXPECT_EQ(odbc_value(u"{a}"), u"{{a}}}");
+  EXPECT_EQ(odbc_value(u" a"), u"{ a}");
+  EXPECT_EQ(odbc_value(u"a=b"), u"{a=b}");
+  EXPECT_EQ(odbc_value(u""), u"");
+}
+
+TEST(ConnectionKeywords, CarryAPasswordOfAnyCharacters) {
+  const OdbcConnect target =
+      connect(u"Provider=SQLOLEDB;Data Source=h;User ID=u;Password=\"a;b}c{d\"\"e'f\"", kFreeTds);
+  EXPECT_NE(target.text.find(u"PWD={a;b}}c{d\"e'f};"), Text::npos) << to_utf8(target.text);
+  EXPECT_EQ(target.password, u"a;b}c{d\"e'f");
+}
+
+TEST(ConnectionKeywords, RefuseANulWhichWouldCutTheStringOff) {
+  ado::ConnectionString string =
+      ado::ConnectionString::parse(u"Provider=SQLOLEDB;Data Source=h;User ID=u");
+  string.set(u"Password", Text(u"a\0b", 3));
+  EXPECT_THROW((void)odbc_connect(string, kFreeTds), ado::AdoError);
+}
+
+TEST(ConnectionKeywords, OfOdbcPassAsTheyStand) {
+  EXPECT_EQ(text(u"Provider=MSDASQL;OLE DB Services=-2;Driver={FreeTDS};Server=h;Port=1433;"
+                 u"Encryption=require;Anything At All=x",
+                 {}),
+            u"Driver={FreeTDS};Server=h;Port=1433;Encryption=require;Anything At All=x;");
+  EXPECT_EQ(text(u"Provider=msdasql.1;DSN=tarnwick", {}), u"DSN=tarnwick;");
+}
+
+TEST(ConnectionKeywords, OfOleDbHaveAnotherNameInOdbc) {
+  const OdbcConnect target = connect(
+      u"Provider=MSDASQL;Data Source=tarnwick;User ID=ann;Password=secret;Initial "
+      u"Catalog=Velmar_Sec;"
+      u"Connect Timeout=7",
+      {});
+  EXPECT_EQ(target.text, u"DSN=tarnwick;UID=ann;PWD=secret;Database=Velmar_Sec;");
+  EXPECT_EQ(target.password, u"secret");
+  EXPECT_EQ(target.timeout, 7u);
+}
+
+TEST(ConnectionKeywords, OfOdbcKeepTheirBracesAndGetThemWhereQuotesStoodForThem) {
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD={a}}b}", {}), u"PWD={a}}b};");
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"a;b\"", {}), u"PWD={a;b};");
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"{a;b}\"", {}), u"PWD={a;b};");
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"{a;b\"", {}), u"PWD={{a;b};");
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD={a;b=c}}d};UID=u", {}), u"PWD={a;b=c}}d};UID=u;");
+  EXPECT_EQ(connect(u"Provider=MSDASQL;PWD={a}}b}", {}).password, u"a}b");
+}
+
+}  // namespace
+}  // namespace tarnwick::odbc
