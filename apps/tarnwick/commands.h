@@ -31,5 +31,6 @@ void add_component_commands(CLI::App& app, CommandLine& line);
 void add_pc_commands(CLI::App& app, CommandLine& line);
 void add_report_commands(CLI::App& app, CommandLine& line);
 void add_lock_commands(CLI::App& app, CommandLine& line);
+void add_copy_command(CLI::App& app, CommandLine& line);
 
 }  // namespace tarnwick::cli

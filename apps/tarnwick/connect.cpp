@@ -15,11 +15,16 @@
 namespace tarnwick::cli {
 namespace {
 
-struct Login {
-  Text connect_string;
-  Text role;
-  Text password;
-};
+std::unique_ptr<platform::MessageBox> make_message_box(const platform::WhenLocked& when_locked) {
+  const bool asks = when_locked.kind == platform::WhenLocked::Kind::kAsk;
+  if (asks && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {
+    return std::make_unique<platform::TerminalMessageBox>(std::cin, std::cerr);
+  }
+  return std::make_unique<platform::UnattendedMessageBox>(
+      when_locked, [](TextView line) { std::cerr << to_display_utf8(line) << std::endl; });
+}
+
+}  // namespace
 
 Login login_of(const Options& options) {
   if (options.connect.empty()) {
@@ -33,17 +38,6 @@ Login login_of(const Options& options) {
   return {with_absolute_folder(text_argument(options.connect), std::filesystem::current_path()),
           text_argument(options.role), read_password(options.password_file, false)};
 }
-
-std::unique_ptr<platform::MessageBox> make_message_box(const platform::WhenLocked& when_locked) {
-  const bool asks = when_locked.kind == platform::WhenLocked::Kind::kAsk;
-  if (asks && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {
-    return std::make_unique<platform::TerminalMessageBox>(std::cin, std::cerr);
-  }
-  return std::make_unique<platform::UnattendedMessageBox>(
-      when_locked, [](TextView line) { std::cerr << to_display_utf8(line) << std::endl; });
-}
-
-}  // namespace
 
 std::unique_ptr<Client> connect(const Options& options) {
   const Login login = login_of(options);

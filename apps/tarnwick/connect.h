@@ -9,6 +9,16 @@
 
 namespace tarnwick::cli {
 
+/// How a database is reached.
+struct Login {
+  Text connect_string;
+  Text role;
+  Text password;
+};
+
+/// What `options` say, the password read or asked for. Throws Failure.
+[[nodiscard]] Login login_of(const Options& options);
+
 /// The object model, connected as `options` say. Throws Failure.
 [[nodiscard]] std::unique_ptr<Client> connect(const Options& options);
 

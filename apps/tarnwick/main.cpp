@@ -138,6 +138,7 @@ int parse_and_run(int argc, char** argv) {
   add_pc_commands(app, line);
   add_report_commands(app, line);
   add_lock_commands(app, line);
+  add_copy_command(app, line);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

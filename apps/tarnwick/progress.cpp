@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -51,6 +52,24 @@ void Progress::draw_until_done() {
   } while (!wake_.wait_for(lock, std::chrono::milliseconds(80), [this] { return done_; }));
   fmt::print(stderr, "\r\x1b[K");
   std::fflush(stderr);
+}
+
+ProgressBar::ProgressBar() : on_terminal_(isatty(STDERR_FILENO) != 0) {}
+
+ProgressBar::~ProgressBar() {
+  if (drawn_) fmt::print(stderr, "\r\x1b[K");
+}
+
+void ProgressBar::show(TextView what, std::size_t done, std::size_t all) {
+  if (!on_terminal_ || all == 0) return;
+  const auto now = Clock::now();
+  if (now < next_) return;
+  next_ = now + std::chrono::milliseconds(80);
+  const std::size_t filled = std::min<std::size_t>(kWidth * done / all, kWidth);
+  fmt::print(stderr, "\r\x1b[K{} [{:=<{}}{:{}}] {} of {}", to_display_utf8(what), "", filled, "",
+             kWidth - filled, done, all);
+  std::fflush(stderr);
+  drawn_ = true;
 }
 
 }  // namespace tarnwick::cli

@@ -6,6 +6,8 @@
 #include <string>
 #include <thread>
 
+#include "runtime/text.h"
+
 namespace tarnwick::cli {
 
 /// A moving bar on standard error, with what is being done and for how long already. Only on a
@@ -26,6 +28,24 @@ class Progress final {
   std::condition_variable wake_;
   bool done_ = false;
   std::thread thread_;
+};
+
+/// A bar on standard error that fills as work is done. Only on a terminal; gone without a trace at
+/// its end.
+class ProgressBar final {
+ public:
+  ProgressBar();
+  ~ProgressBar();
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  /// May be called for every piece of work: it draws now and then. `done` of `all`, and what.
+  void show(TextView what, std::size_t done, std::size_t all);
+
+ private:
+  bool on_terminal_;
+  bool drawn_ = false;
+  std::chrono::steady_clock::time_point next_;
 };
 
 }  // namespace tarnwick::cli

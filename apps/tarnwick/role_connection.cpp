@@ -5,8 +5,8 @@
 namespace tarnwick::cli {
 
 std::shared_ptr<ado::Connection> open_in_role(ado::Engines engines, TextView connect_string,
-                                              TextView role, TextView password) {
-  auto connection = std::make_shared<ado::Connection>(std::move(engines));
+                                              TextView role, TextView password, ado::Trace* trace) {
+  auto connection = std::make_shared<ado::Connection>(std::move(engines), trace);
   connection->open(connect_string);
   connection->set_default_database(u"Velmar_Sec");
   connection->execute(join({u"EXEC sp_setapprole '", role, u"','", password, u"'"}));

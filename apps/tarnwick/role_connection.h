@@ -7,9 +7,10 @@
 namespace tarnwick::cli {
 
 /// The database beside the object model, for what the object model does not offer: a connection to
-/// it in an application role. Throws Error.
+/// it in an application role. `trace` may be null. Throws Error.
 [[nodiscard]] std::shared_ptr<ado::Connection> open_in_role(ado::Engines engines,
                                                             TextView connect_string, TextView role,
-                                                            TextView password);
+                                                            TextView password,
+                                                            ado::Trace* trace = nullptr);
 
 }  // namespace tarnwick::cli
