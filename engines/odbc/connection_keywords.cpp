@@ -183,16 +183,34 @@ Encryption encryption_of(const Items& items) {
                                                            : Encryption::kOptional;
 }
 
+/// A value in FreeTDS's own notation. Before its version 1.4 a value in braces ends at "};", and a
+/// doubled brace is two: without braces it is safe from the semicolon alone.
+Text free_tds_value(TextView item, TextView value) {
+  const bool plain = value.find(u';') == TextView::npos && !value.starts_with(u'{') &&
+                     !value.starts_with(u' ') && !value.ends_with(u' ');
+  if (plain) return Text(value);
+  if (value.find(u"};") != TextView::npos) {
+    refuse(item, u"holds \"};\", which the installed ODBC driver cannot be given.");
+  }
+  return join({u"{", value, u"}"});
+}
+
 class ConnectText {
  public:
-  void add(TextView name, TextView value) {
-    text_.append(name).append(u"=").append(odbc_value(value)).append(u";");
+  explicit ConnectText(bool free_tds) : free_tds_(free_tds) {}
+
+  void add(TextView name, TextView value) { add(name, value, name); }
+  /// `item`: what the connection string calls it.
+  void add(TextView name, TextView value, TextView item) {
+    text_.append(name).append(u"=");
+    text_.append(free_tds_ ? free_tds_value(item, value) : odbc_value(value)).append(u";");
   }
   /// A driver's name always stands in braces.
   void add_driver(TextView name) { text_.append(u"Driver={").append(name).append(u"};"); }
   [[nodiscard]] Text take() { return std::move(text_); }
 
  private:
+  bool free_tds_;
   Text text_;
 };
 
@@ -261,7 +279,7 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
 
   const Driver& driver = choose_driver(installed);
   const bool free_tds = driver.kind == DriverKind::kFreeTds;
-  ConnectText text;
+  ConnectText text(free_tds);
   text.add_driver(driver.name);
   if (free_tds) {
     add_free_tds_server(text, *items.server);
@@ -269,14 +287,14 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
   } else {
     add_microsoft_server(text, *items.server);
   }
-  if (items.database) text.add(u"Database", *items.database);
+  if (items.database) text.add(u"Database", *items.database, u"Initial Catalog");
   if (items.integrated) {
     text.add(u"Trusted_Connection", u"yes");
   } else {
-    text.add(u"UID", items.user.value_or(Text()));
-    text.add(u"PWD", items.password.value_or(Text()));
+    text.add(u"UID", items.user.value_or(Text()), u"User ID");
+    text.add(u"PWD", items.password.value_or(Text()), u"Password");
   }
-  if (items.application) text.add(u"APP", *items.application);
+  if (items.application) text.add(u"APP", *items.application, u"Application Name");
   if (free_tds) {
     add_free_tds_encryption(text, items);
   } else {
@@ -304,11 +322,23 @@ Text without_braces(TextView value) {
   return result;
 }
 
-/// The ODBC item's value as it stands, unless it came out of quotes with what only braces can hold.
-Text passed_on(TextView value) {
-  if (is_in_braces(value)) return Text(value);
+/// The ODBC item's value as it stands, unless it came out of quotes with what only braces can hold,
+/// or has braces that FreeTDS would misread.
+Text passed_on(const ConnectionString::Item& item, bool free_tds) {
+  const TextView value = item.value;
+  if (is_in_braces(value)) {
+    const bool doubled = value.find(u"}}") != TextView::npos;
+    return free_tds && doubled ? free_tds_value(item.name, without_braces(value)) : Text(value);
+  }
   const bool needs_braces = value.find(u';') != TextView::npos || value.starts_with(u"{");
-  return needs_braces ? odbc_value(value) : Text(value);
+  if (!needs_braces) return Text(value);
+  return free_tds ? free_tds_value(item.name, value) : odbc_value(value);
+}
+
+/// True where a string of ODBC items names FreeTDS, by its entry or by its file.
+bool names_free_tds(const ConnectionString& string) {
+  const Text driver = fold(without_braces(string.find(u"Driver").value_or(Text())));
+  return driver == u"freetds" || driver.find(u"tdsodbc") != Text::npos;
 }
 
 /// Items of OLE DB that have another name in ODBC; the public reference of the OLE DB provider for
@@ -323,6 +353,7 @@ TextView odbc_name(TextView item) {
 
 OdbcConnect connect_by_odbc_items(const ConnectionString& string) {
   OdbcConnect result;
+  const bool free_tds = names_free_tds(string);
   for (const ConnectionString::Item& item : string.items()) {
     if (is_one_of(item.name, {u"Provider", u"OLE DB Services"})) continue;
     if (equals_ignoring_case(item.name, u"Connect Timeout")) {
@@ -332,7 +363,7 @@ OdbcConnect connect_by_odbc_items(const ConnectionString& string) {
     const TextView name = odbc_name(item.name);
     if (name.find_first_of(u"=;{}") != TextView::npos) refuse(item.name, u"is not known.");
     if (equals_ignoring_case(name, u"PWD")) result.password = without_braces(item.value);
-    result.text.append(name).append(u"=").append(passed_on(item.value)).append(u";");
+    result.text.append(name).append(u"=").append(passed_on(item, free_tds)).append(u";");
   }
   return result;
 }

@@ -199,10 +199,42 @@ TEST(ConnectionKeywords, PutValuesInBracesWhereOdbcNeedsThem) {
 }
 
 TEST(ConnectionKeywords, CarryAPasswordOfAnyCharacters) {
-  const OdbcConnect target =
-      connect(u"Provider=SQLOLEDB;Data Source=h;User ID=u;Password=\"a;b}c{d\"\"e'f\"", kFreeTds);
-  EXPECT_NE(target.text.find(u"PWD={a;b}}c{d\"e'f};"), Text::npos) << to_utf8(target.text);
-  EXPECT_EQ(target.password, u"a;b}c{d\"e'f");
+  const TextView string = u"Provider=SQLOLEDB;Data Source=h;User ID=u;Password=\"a;b}c{d\"\"e'f\"";
+  EXPECT_NE(text(string, kMicrosoft18).find(u"PWD={a;b}}c{d\"e'f};"), Text::npos);
+  EXPECT_EQ(connect(string, kMicrosoft18).password, u"a;b}c{d\"e'f");
+  // FreeTDS takes a doubled brace for two.
+  EXPECT_NE(text(string, kFreeTds).find(u"PWD={a;b}c{d\"e'f};"), Text::npos);
+  EXPECT_EQ(connect(string, kFreeTds).password, u"a;b}c{d\"e'f");
+}
+
+TEST(ConnectionKeywords, UseBracesForFreeTdsOnlyWhereNothingElseHelps) {
+  const auto password = [](TextView value) {
+    const Text all = text(
+        join({u"Provider=SQLOLEDB;Data Source=h;User ID=u;Password=\"", value, u"\""}), kFreeTds);
+    const std::size_t begin = all.find(u"PWD=") + 4;
+    return all.substr(begin, all.rfind(u";Encryption") - begin);
+  };
+  EXPECT_EQ(password(u"a}b"), u"a}b");
+  EXPECT_EQ(password(u"a}"), u"a}");
+  EXPECT_EQ(password(u"a=b@c!"), u"a=b@c!");
+  EXPECT_EQ(password(u"{a"), u"{{a}");
+  EXPECT_EQ(password(u"a;b}"), u"{a;b}}");
+  EXPECT_EQ(password(u" a"), u"{ a}");
+  EXPECT_EQ(
+      refusal(u"Provider=SQLOLEDB;Data Source=h;User ID=u;Password=\"a};b\"", kFreeTds),
+      u"The connection string item \"Password\" holds \"};\", which the installed ODBC driver "
+      u"cannot be given.");
+}
+
+TEST(ConnectionKeywords, OfOdbcAreWrittenAsFreeTdsReadsThem) {
+  for (const TextView driver : {u"{FreeTDS}", u"freetds", u"/usr/lib/odbc/libtdsodbc.so"}) {
+    const Text start = join({u"Provider=MSDASQL;Driver=", driver, u";"});
+    const Text begin = join({u"Driver=", driver, u";"});
+    EXPECT_EQ(text(join({start, u"PWD={a;b}}c}"}), {}), join({begin, u"PWD={a;b}c};"}));
+    EXPECT_EQ(text(join({start, u"PWD={a}}c}"}), {}), join({begin, u"PWD=a}c;"}));
+    EXPECT_EQ(text(join({start, u"PWD={a;b}"}), {}), join({begin, u"PWD={a;b};"}));
+    EXPECT_EQ(text(join({start, u"PWD=\"a;b}c\""}), {}), join({begin, u"PWD={a;b}c};"}));
+  }
 }
 
 TEST(ConnectionKeywords, RefuseANulWhichWouldCutTheStringOff) {
