@@ -8,6 +8,11 @@
 
 namespace tarnwick::automation::dbus {
 
+bool is_locked(const Object& object) {
+  const Member* locked = find_member(class_of(object.class_id), "Locked");
+  return locked != nullptr && std::get<bool>(automation::call(object, *locked));
+}
+
 Clients::Clients(sd_bus* bus, std::string run, std::size_t most_objects)
     : bus_(bus), most_objects_(most_objects), objects_(std::move(run)) {}
 
@@ -36,6 +41,7 @@ int Clients::on_left(sd_bus_track*, void* userdata) {
   all.clients_.erase(entry);
   if (!gone->lock_prompt.empty()) --all.prompts_;
   if (gone->sharing) --all.sharers_;
+  if (all.lock_.client == gone->name) all.end_lock();
   all.objects_.release_all(gone->holder);
   return 0;
 }
@@ -92,7 +98,23 @@ void Clients::release_all() {
 
 bool Clients::release(const std::string& name, std::string_view path) {
   const auto known = clients_.find(name);
-  return known != clients_.end() && objects_.release(known->second->holder, path);
+  if (known == clients_.end()) return false;
+  const std::shared_ptr<void> released = objects_.find(path).instance;
+  if (!objects_.release(known->second->holder, path)) return false;
+  if (lock_.client == name && lock_.record.lock() == released) end_lock();
+  return true;
+}
+
+void Clients::set_locker(const std::string& name, const Object& record) {
+  lock_ = {name, record.class_id, record.instance};
+}
+
+void Clients::end_lock() {
+  const Lock lock = std::exchange(lock_, {});
+  const Object record{lock.class_id, lock.record.lock()};
+  if (record && is_locked(record)) {
+    automation::call(record, *find_member(class_of(record.class_id), "ReleaseRecord"));
+  }
 }
 
 void Clients::set_sharing(const std::string& name, bool on) {

@@ -21,6 +21,9 @@ struct LockPrompt {
   std::string path;
 };
 
+/// Whether the object is a record and has its row locked.
+[[nodiscard]] bool is_locked(const Object& object);
+
 /// The clients of the bus that hold objects or answer questions. What a client holds ends when it
 /// leaves the bus, in whatever way. `bus` must outlive this.
 class Clients {
@@ -29,6 +32,9 @@ class Clients {
   Clients(sd_bus* bus, std::string run, std::size_t most_objects);
 
   [[nodiscard]] const ObjectTable& objects() const { return objects_; }
+
+  /// Throws WireError when `client` has left the bus; notices from now on when it does.
+  void watch(const std::string& client) { (void)this->client(client); }
 
   /// Throws WireError when `client` cannot be handed one object more.
   void require_room(const std::string& client);
@@ -42,8 +48,14 @@ class Clients {
   /// Ends all that anybody holds.
   void release_all();
 
-  /// False when `client` does not hold the object at `path`.
+  /// False when `client` does not hold the object at `path`. Ends its lock too, if it was this
+  /// client that locked it.
   bool release(const std::string& client, std::string_view path);
+
+  /// It was a call of `client`, which is watched, that locked `record`: the lock ends when the
+  /// client gives the record up or leaves, though others may hold it. One process has one lock at
+  /// most.
+  void set_locker(const std::string& client, const Object& record);
 
   /// Whether `client` also gets to hold what others are handed through its objects.
   void set_sharing(const std::string& client, bool on);
@@ -65,7 +77,14 @@ class Clients {
     bool sharing = false;
   };
 
+  struct Lock {
+    std::string client;
+    ClassId class_id{};
+    std::weak_ptr<void> record;
+  };
+
   Client& client(const std::string& name);
+  void end_lock();
   void check_room(const Client& client, const std::vector<Object>& objects) const;
   static int on_left(sd_bus_track* track, void* userdata);
 
@@ -73,6 +92,7 @@ class Clients {
   std::size_t most_objects_;
   ObjectTable objects_;
   std::unordered_map<std::string, std::unique_ptr<Client>> clients_;
+  Lock lock_;
   std::size_t prompts_ = 0;
   std::size_t sharers_ = 0;
 };

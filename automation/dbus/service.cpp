@@ -41,12 +41,6 @@ void close(sd_bus_message* message) {
   check(sd_bus_message_close_container(message), "making a reply");
 }
 
-std::string read_text(sd_bus_message* message, char type) {
-  const char* text = nullptr;
-  check(sd_bus_message_read_basic(message, type, &text), "reading an argument");
-  return text;
-}
-
 WireError unknown_object(const std::string& path) {
   return WireError::standard(SD_BUS_ERROR_UNKNOWN_OBJECT, "Unknown object '" + path + "'.");
 }
@@ -56,6 +50,11 @@ const Member& member_named(const Object& object, const char* name) {
   // sd-bus lets nothing else through.
   if (member == nullptr) throw Error(ErrorNumber::kInternalError);
   return *member;
+}
+
+// An update that was refused leaves its record locked.
+bool locks_record(const Member& member) {
+  return member.name == "LockRecord" || member.name == "Update";
 }
 
 // The shared error state is no part of a record; a row of many would only repeat it.
@@ -187,13 +186,24 @@ int Service::call_member(sd_bus_message* message) {
   Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
   const Member& member = member_named(call.source(), sd_bus_message_get_member(message));
   const std::vector<Value> arguments = read_arguments(message, member, call);
-  Value result = automation::call(call.source(), member, arguments);
+  Value result = locks_record(member) ? call_locking(call, member, arguments)
+                                      : automation::call(call.source(), member, arguments);
   // Nobody would learn the paths of what is handed out.
   if (sd_bus_message_get_expect_reply(message) == 0) return 1;
   const Outgoing outgoing(member.result, std::move(result), call);
   MessageHandle reply = new_reply(message);
   outgoing.append_to(reply.get());
   return send(std::move(reply));
+}
+
+Value Service::call_locking(const Call& call, const Member& member,
+                            const std::vector<Value>& arguments) {
+  // First of all: nobody would end the lock of a client that has left.
+  clients_.watch(call.caller());
+  const bool was_locked = is_locked(call.source());
+  Value result = automation::call(call.source(), member, arguments);
+  if (!was_locked && is_locked(call.source())) clients_.set_locker(call.caller(), call.source());
+  return result;
 }
 
 std::size_t Service::append_properties(sd_bus_message* reply, const Object& object,

@@ -43,6 +43,8 @@ class Service {
   int set_lock_prompt(sd_bus_message* message);
   int share(sd_bus_message* message);
   int call_member(sd_bus_message* message);
+  // Calls a member that may lock the record, and notes who locked it.
+  Value call_locking(const Call& call, const Member& member, const std::vector<Value>& arguments);
   int get_rows(sd_bus_message* message);
   int call_without_interface(sd_bus_message* message);
   int get_all(sd_bus_message* message);

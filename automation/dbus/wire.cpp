@@ -1,5 +1,6 @@
 #include "automation/dbus/wire.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -19,6 +20,10 @@ T read_basic(sd_bus_message* message, char type) {
   T value{};
   check(sd_bus_message_read_basic(message, type, &value), "reading an argument");
   return value;
+}
+
+WireError not_representable(const std::string& what) {
+  return WireError::own("NotRepresentable", what + ", which cannot go over the bus");
 }
 
 template <class T>
@@ -41,7 +46,7 @@ Value read_key_or_position(sd_bus_message* message) {
         "reading a variant");
   Value value;
   if (inner == "s") {
-    value = from_utf8(read_basic<const char*>(message, 's'));
+    value = from_utf8(read_text(message, 's'));
   } else if (inner == "y") {
     value = integer<std::uint8_t>(message, 'y');
   } else if (inner == "n") {
@@ -64,7 +69,7 @@ Value read_key_or_position(sd_bus_message* message) {
 }
 
 Object read_object(sd_bus_message* message, Paths& paths) {
-  const std::string path = read_basic<const char*>(message, 'o');
+  const std::string path = read_text(message, 'o');
   if (path == kNothingPath) return {};
   Object object = paths.resolve(path.c_str());
   if (!object) throw object_required(path);
@@ -77,18 +82,31 @@ Date read_date(sd_bus_message* message) {
   return date;
 }
 
+// What in the text a message cannot hold, or null. sd-bus lets no code point through that Unicode
+// keeps for inner use.
+const char* obstacle_in(const Text& text) {
+  constexpr const char* kNoCharacter = "a code point that is no character";
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char16_t unit = text[at];
+    if (unit == 0) return "a character U+0000";
+    if (unit < 0xD800) continue;
+    if (unit > 0xDFFF) {
+      if ((unit >= 0xFDD0 && unit <= 0xFDEF) || unit >= 0xFFFE) return kNoCharacter;
+      continue;
+    }
+    const bool pair = unit < 0xDC00 && at + 1 < text.size() && (text[at + 1] & 0xFC00) == 0xDC00;
+    if (!pair) return "an unpaired surrogate";
+    ++at;
+    if ((unit & 0x3F) == 0x3F && (text[at] & 0x3FE) == 0x3FE) return kNoCharacter;
+  }
+  return nullptr;
+}
+
 std::string wire_text(const Text& text) {
-  if (text.find(u'\0') != Text::npos) {
-    throw WireError::own("NotRepresentable",
-                         "The text holds a character U+0000, which D-Bus cannot carry");
+  if (const char* obstacle = obstacle_in(text)) {
+    throw not_representable(std::string("The text holds ") + obstacle);
   }
-  std::string utf8;
-  try {
-    utf8 = to_utf8(text);
-  } catch (const Error&) {
-    throw WireError::own("NotRepresentable",
-                         "The text holds an unpaired surrogate, which D-Bus cannot carry");
-  }
+  const std::string utf8 = to_utf8(text);
   if (utf8.size() > kMostBytes) {
     throw limit_exceeded("The text has " + std::to_string(utf8.size()) +
                          " bytes, more than one message carries (" + std::to_string(kMostBytes) +
@@ -121,10 +139,20 @@ void close(sd_bus_message* message) {
 
 }  // namespace
 
+std::string read_text(sd_bus_message* message, char type) {
+  const char* text = nullptr;
+  const int result = sd_bus_message_read_basic(message, type, &text);
+  // The bus lets no other text through that is wrong.
+  if (result == -EBADMSG)
+    throw not_representable("An argument holds a code point that is no character");
+  check(result, "reading an argument");
+  return text;
+}
+
 Value read(sd_bus_message* message, const Type& type, Paths& paths) {
   switch (type.kind) {
     case Kind::kText:
-      return from_utf8(read_basic<const char*>(message, 's'));
+      return from_utf8(read_text(message, 's'));
     case Kind::kBoolean:
       return read_basic<int>(message, 'b') != 0;
     case Kind::kInt16:

@@ -27,6 +27,10 @@ class Paths {
       const std::vector<Object>& objects) = 0;
 };
 
+/// Reads a text or a path. Throws WireError for a text with code points that sd-bus refuses: U+FFFE
+/// and the others that are no characters.
+[[nodiscard]] std::string read_text(sd_bus_message* message, char type);
+
 /// Reads what the types say, which is what the message's signature says. Throws WireError for an
 /// object path without an object, Error 13 for a variant of a type that is neither text nor
 /// integer, and for a date that is no number.
@@ -38,8 +42,8 @@ class Paths {
 /// half a message behind.
 class Outgoing {
  public:
-  /// Throws WireError for a text that UTF-8 without U+0000 cannot express, for one that is too
-  /// long, and what `paths` throws.
+  /// Throws WireError for a text that no message can hold (unpaired surrogates, U+0000, code points
+  /// that are no characters), for one that is too long, and what `paths` throws.
   Outgoing(const Type& type, Value value, Paths& paths);
 
   void append_to(sd_bus_message* message) const;

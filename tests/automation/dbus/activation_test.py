@@ -176,6 +176,18 @@ class Traces(BusTest):
             self.assertNotIn("sesame", text)
             self.assertNotIn("word-2", text)
 
+    def test_and_accounts_hold_no_password_of_a_connection_string(self):
+        server = self.client().create("Server")
+        for items in ("Password=word-3", "PWD=word-3", "password = 'word-3'",
+                      "Extended Properties=\"PWD=word-3\"", "Password=word-3;Nonsense"):
+            for provider in ("Provider=Tarnwick.Embedded;Data Source=/x;",
+                             "Provider=MSDASQL;Driver={none};", "Provider=none;", ""):
+                self.assertIs(server.call("SetConnection", "sss", provider + items, "role", "x"),
+                              False, provider + items)
+                self.assertNotIn("word-3", str(server.get_all()), provider + items)
+        for text in ((self.folder / "trace").read_text(), self.log.read_text()):
+            self.assertNotIn("word-3", text)
+
 
 if __name__ == "__main__":
     unittest.main()

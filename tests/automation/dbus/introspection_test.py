@@ -1,13 +1,10 @@
 """What generic tools and code generators are told."""
 
-import os
-import pathlib
 import subprocess
 import unittest
 
-from private_bus import CLASSES, NAME, ROOT, BusTest, Gio
+from private_bus import CLASSES, NAME, ROOT, BusTest, Gio, described_interface
 
-INTERFACES = pathlib.Path(os.environ.get("TARNWICK_INTERFACES", "."))
 CHANGES = "org.freedesktop.DBus.Property.EmitsChangedSignal"
 
 
@@ -22,35 +19,29 @@ def described(interface):
          for each in interface.properties])
 
 
-def installed(name):
-    node = Gio.DBusNodeInfo.new_for_xml((INTERFACES / f"{NAME}.{name}.xml").read_text())
-    assert len(node.interfaces) == 1
-    return node.interfaces[0]
-
-
 class Introspection(BusTest):
     def test_says_what_the_installed_files_say(self):
         client = self.client()
         seen = {each.name: each for each in client.introspect(ROOT).interfaces}
-        self.assertEqual(described(seen[f"{NAME}.Automation"]), described(installed("Automation")))
+        self.assertEqual(described(seen[f"{NAME}.Automation"]), described(described_interface("Automation")))
         for name in CLASSES:
             thing = client.create(name)
             seen = {each.name: each for each in client.introspect(thing.path).interfaces}
             own = {each for each in seen if each.startswith(NAME)}
             collection = name in ("Components", "RegisteredPCs", "Reports")
             self.assertEqual(own, {f"{NAME}.{name}"} | ({f"{NAME}.Rows"} if collection else set()))
-            self.assertEqual(described(seen[f"{NAME}.{name}"]), described(installed(name)))
+            self.assertEqual(described(seen[f"{NAME}.{name}"]), described(described_interface(name)))
             if collection:
-                self.assertEqual(described(seen[f"{NAME}.Rows"]), described(installed("Rows")))
+                self.assertEqual(described(seen[f"{NAME}.Rows"]), described(described_interface("Rows")))
 
     def test_names_every_argument(self):
         for name in (*CLASSES, "Automation", "Rows", "LockPrompt"):
-            for method in installed(name).methods:
+            for method in described_interface(name).methods:
                 for argument in (*method.in_args, *method.out_args):
                     self.assertTrue(argument.name, method.name)
 
     def test_has_the_types_of_the_members(self):
-        methods = {method.name: method for method in installed("RegisteredPCs").methods}
+        methods = {method.name: method for method in described_interface("RegisteredPCs").methods}
         self.assertEqual([(arg.name, arg.signature) for arg in methods["Add"].in_args], [
             ("sMACNumber", "s"), ("iCompID", "n"), ("sComputerID", "s"), ("sActivatedBy", "s"),
             ("datActivateDate", "d"), ("bActive", "b"), ("eMaintenanceType", "i"),
@@ -60,11 +51,11 @@ class Introspection(BusTest):
         self.assertEqual([(arg.name, arg.signature) for arg in methods["Add"].out_args],
                          [("result", "o")])
         self.assertEqual(methods["NewEnum"].out_args[0].signature, "ao")
-        methods = {method.name: method for method in installed("Component").methods}
+        methods = {method.name: method for method in described_interface("Component").methods}
         self.assertEqual(set(methods), {"PCs", "Refresh", "LockRecord", "ReleaseRecord", "Update",
                                         "Delete"})
         self.assertEqual(methods["PCs"].out_args[0].signature, "ao")
-        properties = {each.name: each for each in installed("Component").properties}
+        properties = {each.name: each for each in described_interface("Component").properties}
         self.assertEqual(properties["Reports"].signature, "v")
         self.assertEqual([(note.key, note.value) for note in properties["Name"].annotations],
                          [(CHANGES, "false")])

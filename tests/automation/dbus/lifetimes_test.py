@@ -3,13 +3,14 @@
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
 import unittest
 
 from private_bus import (NAME, PASSWORD, ROLE, ROOT, UNKNOWN_OBJECT, Bus, BusTest, Client, Failed,
-                         Gio, GLib, own_error, until, variant)
+                         Gio, GLib, Object, own_error, until, variant)
 
 # A client in a process of its own: locks the row of component 7 and says so, then waits.
 HOLDER = """
@@ -24,6 +25,17 @@ components = server.at(server.get("Components"), "Components")
 component = server.at(components.call("Item", "v", variant("s", "C7")), "Component")
 assert component.call("LockRecord"), component.get("LastErrorMsg")
 print(component.path, flush=True)
+sys.stdin.read()
+"""
+
+# A client in a process of its own: locks the row of an object that others hold, then waits.
+LOCKER = """
+import sys
+sys.path.insert(0, {folder!r})
+from private_bus import Client, Object, variant
+client = Client(sys.argv[1])
+assert Object(client, sys.argv[2], "Component").call("LockRecord")
+print("locked", flush=True)
 sys.stdin.read()
 """
 
@@ -203,6 +215,135 @@ class Clients(BusTest):
                       True)
         self.assertIs(server.get("Initialized"), True)
 
+    def two_records(self):
+        """The records of both clients, who loaded the same two components."""
+        self.db.add_components([(2, "Two")])
+        server = self.connected_server(self.first, self.db)
+        components = self.collection(server, "Components")
+        one = server.at(components.call("Item", "v", variant("s", "C1")), "Component")
+        other = self.second.call(components.path, f"{NAME}.Components", "Item", "v",
+                                 variant("s", "C2"))
+        return server, one, Object(self.second, other, "Component")
+
+    def test_cannot_lock_two_records_at_once(self):
+        server, one, other = self.two_records()
+        self.assertIs(one.call("LockRecord"), True)
+        self.assertIs(other.call("LockRecord"), False)
+        self.assertIn("Error #:    \t-2147168237", other.get("LastErrorMsg"))
+        self.assertEqual(other.call("Update"), 1)
+        self.assertIs(one.get("Locked"), True)
+        self.assertIs(other.get("Locked"), False)
+        # Nor can anybody connect anew meanwhile.
+        again = self.second.create("Server")
+        self.assertIs(again.call("SetConnection", "sss", self.db.connect_string, ROLE, PASSWORD),
+                      False)
+        self.assertIs(one.call("ReleaseRecord"), True)
+        self.assertIs(other.call("LockRecord"), True)
+        self.assertIs(other.call("ReleaseRecord"), True)
+
+    def test_lose_their_locks_when_they_are_killed_though_others_hold_the_record(self):
+        _, one, other = self.two_records()
+        holder = subprocess.Popen(
+            [sys.executable, "-B", "-c", LOCKER.format(folder=str(pathlib.Path(__file__).parent)),
+             self.bus.address, one.path],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.addCleanup(holder.stdin.close)
+        self.addCleanup(holder.stdout.close)
+        self.assertEqual(holder.stdout.readline(), "locked\n")
+        self.assertIs(other.call("LockRecord"), False)
+        os.kill(holder.pid, signal.SIGKILL)
+        holder.wait()
+        until(lambda: one.get("Locked") is False, "the end of the lock")
+        self.assertIs(other.call("LockRecord"), True)
+        self.assertIs(other.call("ReleaseRecord"), True)
+
+    def test_lose_their_locks_with_the_record_that_they_release(self):
+        server, one, other = self.two_records()
+        path = self.collection(server, "Components").call("Item", "v", variant("s", "C2"))
+        self.assertEqual(path, other.path)  # both hold it
+        self.assertIs(other.call("LockRecord"), True)
+        self.first.automation.call("Release", "o", path)
+        self.assertIs(other.get("Locked"), True)
+        self.assertEqual(Object(self.first, one.path, "Component").call("LockRecord"), False)
+        self.second.release(other)
+        self.assertIs(one.call("LockRecord"), True)
+        self.assertIs(one.call("ReleaseRecord"), True)
+
+    def test_keep_a_lock_that_another_one_took_since(self):
+        _, one, other = self.two_records()
+        theirs = Object(self.second, one.path, "Component")
+        self.assertIs(theirs.call("LockRecord"), True)
+        self.assertIs(one.call("ReleaseRecord"), True)
+        self.assertIs(one.call("LockRecord"), True)
+        self.second.close()
+        until(lambda: other.path not in [f"{ROOT}/Component/{node.path}" for node in
+                                         self.first.introspect(f"{ROOT}/Component").nodes],
+              "the end of the second client's objects")
+        self.assertIs(one.get("Locked"), True)
+        self.assertIs(one.call("ReleaseRecord"), True)
+
+    def test_keep_no_lock_after_a_refused_update_when_they_leave(self):
+        _, one, other = self.two_records()
+        self.db.run("UPDATE DW_SEC_COMP SET CompName = 'Deux' WHERE CompID = 2")
+        self.assertEqual(other.call("Update"), 5)
+        self.assertIs(other.get("Locked"), True)
+        self.assertIs(one.call("LockRecord"), False)
+        self.second.close()
+        until(lambda: one.call("LockRecord"), "the end of the lock")
+        self.assertIs(one.call("ReleaseRecord"), True)
+
+    def test_see_what_the_other_adds_loads_and_deletes(self):
+        server, one, other = self.two_records()
+        ours = self.collection(server, "Components")
+        theirs = Object(self.second, ours.path, "Components")
+        path = theirs.call("Add", "nsnnnbnissss", 3, "Three", 0, 0, 1, False, 2, 0, "", "", "", "")
+        self.assertEqual(ours.get("Count"), 3)
+        self.assertEqual(ours.call("Item", "v", variant("s", "c3")), path)
+        self.assertEqual(Object(self.second, path, "Component").call("Update"), 0)
+        # A property that one sets, the other reads.
+        report = self.first.create("Report")
+        Object(self.second, report.path, "Report").set("Title", "s", "theirs")
+        self.assertEqual(report.get("Title"), "theirs")
+        # A reload makes new records for both; the old ones stay what they were.
+        self.assertIs(theirs.call("Refresh"), True)
+        self.assertEqual(ours.get("Count"), 3)
+        self.assertNotEqual(ours.call("Item", "v", variant("s", "C1")), one.path)
+        self.assertEqual(other.get("Name"), "Two")
+        # The entry at position 1 is that of component 1.
+        self.assertIs(one.call("Delete"), True)
+        self.assertEqual(theirs.get("Count"), 2)
+        self.assertIs(theirs.call("Exists", "s", "C1"), False)
+
+    def test_overwrite_nothing_that_the_other_wrote(self):
+        self.db.add_pcs([("M1", "A", 1)])
+        server = self.connected_server(self.first, self.db)
+        pcs = self.collection(server, "RegisteredPCs")
+        ours = server.at(pcs.call("Item", "v", variant("i", 1)), "RegisteredPC")
+        self.assertIs(pcs.call("Refresh"), True)
+        theirs = Object(self.second, self.second.call(pcs.path, f"{NAME}.RegisteredPCs", "Item",
+                                                      "v", variant("i", 1)), "RegisteredPC")
+        self.assertNotEqual(ours.path, theirs.path)
+        theirs.set("LastUser", "s", "second")
+        self.assertEqual(theirs.call("Update"), 0)
+        ours.set("LastUser", "s", "first")
+        self.assertEqual(ours.call("Update"), 5)
+        self.assertEqual(self.db.run("SELECT LastUser FROM DW_SEC_PC"), [("second",)])
+        # The row stays with the refused record until it is released.
+        self.assertIs(ours.get("Locked"), True)
+        self.assertIs(ours.call("ReleaseRecord"), True)
+
+    def test_cannot_use_what_the_other_released(self):
+        self.connected_server(self.first, self.db)
+        components = self.second.create("Components")
+        gone = self.first.create("Component")
+        self.first.release(gone)
+        for call in (lambda: self.second.call(gone.path, gone.interface, "Refresh"),
+                     lambda: Object(self.second, gone.path, "Component").get("Name"),
+                     lambda: Object(self.second, gone.path, "Component").get_all()):
+            self.assert_fails(UNKNOWN_OBJECT, call)
+        self.assert_fails(own_error("ObjectRequired"), components.call, "AddCompObject", "o",
+                          gone.path)
+
     def test_that_share_hold_what_others_are_handed_through_their_objects(self):
         server = self.connected_server(self.first, self.db)
         self.first.automation.call("Share", "b", True)
@@ -295,17 +436,28 @@ class Floods(BusTest):
 
     def test_of_calls_whose_answers_nobody_reads_do_no_harm(self):
         other = self.client()
-        deaf = self.client()
-        path = deaf.create("Report").path
-        stream = deaf.connection.get_stream().get_output_stream()
-        message = Gio.DBusMessage.new_method_call(NAME, path, f"{NAME}.Report",
-                                                  "GetReportTypeFromString")
-        message.set_body(GLib.Variant("(s)", ("x" * 1000,)))
-        message.set_flags(Gio.DBusMessageFlags.NO_REPLY_EXPECTED)
-        for serial in range(1000, 6000):
+        report = other.create("Report")
+        report.set("SQL", "s", "x" * (1 << 20))
+        deaf = socket.socket(socket.AF_UNIX)
+        self.addCleanup(deaf.close)
+        deaf.connect(self.bus.address.removeprefix("unix:path="))
+        uid = str(os.getuid()).encode().hex()
+        deaf.sendall(f"\0AUTH EXTERNAL {uid}\r\nBEGIN\r\n".encode())
+        hello = Gio.DBusMessage.new_method_call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                "org.freedesktop.DBus", "Hello")
+        get = Gio.DBusMessage.new_method_call(NAME, report.path, "org.freedesktop.DBus.Properties",
+                                              "Get")
+        get.set_body(GLib.Variant("(ss)", (report.interface, "SQL")))
+        calls = b""
+        for serial, message in enumerate([hello, *[get] * 50], 1):
             message.set_serial(serial)
-            stream.write_all(message.to_blob(Gio.DBusCapabilityFlags.NONE), None)
-        self.assertEqual(other.create("Report").get("Title"), "")
+            calls += message.to_blob(Gio.DBusCapabilityFlags.NONE)
+        # Less than what makes the bus stop reading from the service, which no service can help.
+        deaf.sendall(calls)
+        mine = other.create("Report")
+        mine.set("Title", "s", "served")
+        self.assertEqual(mine.get("Title"), "served")
+        self.assertEqual(len(report.get("SQL")), 1 << 20)
 
 
 if __name__ == "__main__":

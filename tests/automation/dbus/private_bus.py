@@ -22,6 +22,8 @@ CLASSES = ("Server", "Components", "Component", "RegisteredPCs", "RegisteredPC",
 ROLE = "Maintainer"
 PASSWORD = "sesame"
 PATIENCE = 60  # seconds, after which a test gives up
+# The descriptions that are installed for code generators.
+INTERFACES = pathlib.Path(os.environ.get("TARNWICK_INTERFACES", "."))
 
 CONFIG = """<!DOCTYPE busconfig PUBLIC
  "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
@@ -47,6 +49,13 @@ SERVICE = """[D-BUS Service]
 Name={name}
 Exec={command}
 """
+
+
+def described_interface(name):
+    """An interface as its installed file describes it."""
+    node = Gio.DBusNodeInfo.new_for_xml((INTERFACES / f"{NAME}.{name}.xml").read_text())
+    assert len(node.interfaces) == 1
+    return node.interfaces[0]
 
 
 class Failed(Exception):
@@ -114,20 +123,26 @@ class Bus:
 class Object:
     """One object of the service as one client sees it."""
 
+    # Interface and name of each member that was called, read or ("=" behind the name) written.
+    used = set()
+
     def __init__(self, client, path, interface):
         self.client = client
         self.path = path
         self.interface = f"{NAME}.{interface}"
 
     def call(self, member, signature="", *arguments, **options):
+        self.used.add((self.interface, member))
         return self.client.call(self.path, self.interface, member, signature, *arguments,
                                 **options)
 
     def get(self, name):
+        self.used.add((self.interface, name))
         return self.client.call(self.path, "org.freedesktop.DBus.Properties", "Get", "ss",
                                 self.interface, name)
 
     def set(self, name, signature, value):
+        self.used.add((self.interface, f"{name}="))
         self.client.call(self.path, "org.freedesktop.DBus.Properties", "Set", "ssv",
                          self.interface, name, GLib.Variant(signature, value))
 

@@ -3,7 +3,7 @@
 import unittest
 
 from private_bus import (INVALID_ARGS, NAME, ROOT, UNKNOWN_METHOD, UNKNOWN_OBJECT, BusTest, Failed,
-                         Gio, GLib, own_error, variant)
+                         Gio, GLib, own_error, until, variant)
 
 
 class Calls(BusTest):
@@ -93,10 +93,51 @@ class Texts(BusTest):
         file.write_bytes(b"a\0b")
         self.assertIs(self.report.call("ImportTTX", "s", str(file)), True)
         self.assertEqual(self.assert_fails(own_error("NotRepresentable"), self.report.get, "TTX"),
-                         "The text holds a character U+0000, which D-Bus cannot carry")
+                         "The text holds a character U+0000, which cannot go over the bus")
         values = self.report.get_all()
         self.assertNotIn("TTX", values)
         self.assertEqual(values["Version"], "")
+
+    def test_with_code_points_that_are_no_characters_are_refused(self):
+        for code in (0xFDD0, 0xFDEF, 0xFFFE, 0xFFFF, 0x1FFFE, 0x8FFFF, 0x10FFFF):
+            text = f"a{chr(code)}"
+            refused = ("An argument holds a code point that is no character, which cannot go over "
+                       "the bus")
+            for call in (lambda: self.report.set("Title", "s", text),
+                         lambda: self.report.call("GetReportTypeFromString", "s", text),
+                         lambda: self.owner.create(text)):
+                self.assertEqual(self.assert_fails(own_error("NotRepresentable"), call), refused)
+        self.assertEqual(self.report.get("Title"), "")
+        for code in (0xFDCF, 0xFDF0, 0xFFFD, 0x1FFFD, 0x20000, 0x10FFFD):
+            self.report.set("Title", "s", f"{chr(code)}z")
+            self.assertEqual(self.report.get("Title"), f"{chr(code)}z")
+
+    def test_that_a_table_holds_and_the_bus_cannot_carry_leave_the_others_readable(self):
+        database = self.database()
+        strange = (b"a\xef\xbf\xbe", b"\xf0\x9f\xbf\xbf", b"a\0b", b"a\xed\xa0\x80b", b"\xff")
+        database.add_components([(number, "x") for number in range(len(strange))])
+        for number, name in enumerate(strange):
+            database.run("UPDATE DW_SEC_COMP SET CompName = CAST(? AS TEXT) WHERE CompID = ?",
+                         name, number)
+        components = self.collection(self.connected_server(self.owner, database), "Components")
+        no_character = ("The text holds a code point that is no character, which cannot go over "
+                        "the bus")
+        zero = "The text holds a character U+0000, which cannot go over the bus"
+        seen = []
+        for path in components.call("NewEnum"):
+            component = components.at(path, "Component")
+            try:
+                seen.append(component.get("Name"))
+            except Failed as failed:
+                self.assertEqual(failed.name, own_error("NotRepresentable"))
+                seen.append(failed.text)
+            self.assertEqual(component.get("Priority"), 1)
+        # What was no UTF-8 in the file was replaced when it was loaded.
+        readable = ["a\ufffd\ufffd\ufffdb", "\ufffd"]
+        self.assertEqual(seen, [no_character, no_character, zero, *readable])
+        rows = components.at(components.path, "Rows").call("GetRows", "uu", 1, 9)
+        self.assertEqual([row["CompID"] for row in rows], [0, 1, 2, 3, 4])
+        self.assertEqual([row.get("Name") for row in rows], [None, None, None, *readable])
 
     def test_that_are_no_utf_8_end_the_connection_of_their_sender_only(self):
         message = Gio.DBusMessage.new_method_call(NAME, ROOT, f"{NAME}.Automation", "CreateObject")
@@ -105,7 +146,6 @@ class Texts(BusTest):
         bad = self.client()
         stream = bad.connection.get_stream()
         stream.get_output_stream().write_all(blob, None)
-        from private_bus import until
         until(lambda: bad.name not in self.owner.call(
             "/org/freedesktop/DBus", "org.freedesktop.DBus", "ListNames",
             destination="org.freedesktop.DBus"), "the end of the sender")
