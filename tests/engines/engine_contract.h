@@ -9,10 +9,9 @@
 #include <optional>
 #include <ostream>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "ado/engine.h"
+#include "tests/engines/fetched_rows.h"
 
 namespace tarnwick::engine_contract {
 
@@ -37,6 +36,9 @@ class EngineUnderTest {
   [[nodiscard]] virtual Text role() const = 0;
   [[nodiscard]] virtual Text role_password() const = 0;
   [[nodiscard]] virtual Codes codes() const = 0;
+  /// False where the connection string's items go to a driver that passes over what it does not
+  /// know.
+  [[nodiscard]] virtual bool reads_all_items() const { return true; }
 };
 
 /// What an engine's tests instantiate EngineContract with.
@@ -47,26 +49,6 @@ struct EngineFactory {
   std::function<std::unique_ptr<EngineUnderTest>()> make;
 
   friend void PrintTo(const EngineFactory& factory, std::ostream* out) { *out << factory.name; }
-};
-
-/// A rowset with the rows fetched from it.
-class FetchedRows {
- public:
-  FetchedRows(std::unique_ptr<ado::Rowset> rowset, std::size_t limit);
-
-  [[nodiscard]] std::size_t size() const { return rows_.rows(); }
-  [[nodiscard]] Variant value(TextView column, std::size_t row = 0) const;
-  [[nodiscard]] std::vector<ado::Cell> cells(std::size_t row = 0) const;
-  [[nodiscard]] std::size_t column(TextView name) const;
-  [[nodiscard]] ado::Rowset& rowset() { return *rowset_; }
-
-  using Values = std::initializer_list<std::pair<TextView, Variant>>;
-  void update(Values values, std::size_t row = 0);
-  void insert(Values values);
-
- private:
-  std::unique_ptr<ado::Rowset> rowset_;
-  ado::RowBuffer rows_;
 };
 
 /// What every engine has to keep, whatever lies beneath. Each engine's tests say

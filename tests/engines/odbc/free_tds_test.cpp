@@ -1,0 +1,371 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "ado/error.h"
+#include "engines/odbc/result.h"
+#include "tests/engines/fetched_rows.h"
+#include "tests/engines/odbc/errors.h"
+#include "tests/stand_in/stand_in.h"
+
+// The real driver manager and the real FreeTDS on a stand-in for the server: what goes over the
+// wire, and what the driver makes of a server's errors and of its end.
+
+namespace tarnwick::odbc_test {
+namespace {
+
+using ado::AdoErrorNumber;
+using engine_contract::FetchedRows;
+using test_support::StandIn;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr TextView kSales = u"Select * From DW_Reports Where ReportName = 'Sales'";
+constexpr const char* kOptions =
+    "batch SET TEXTSIZE 2147483647; SET NOCOUNT OFF; SET XACT_ABORT OFF; SET ANSI_NULLS, "
+    "ANSI_PADDING, ANSI_WARNINGS, QUOTED_IDENTIFIER ON; SET LOCK_TIMEOUT -1";
+constexpr const char* kIsolation =
+    "batch IF EXISTS (SELECT 1 FROM sys.databases WHERE database_id = DB_ID() AND "
+    "is_read_committed_snapshot_on = 1) SET TRANSACTION ISOLATION LEVEL REPEATABLE READ ELSE SET "
+    "TRANSACTION ISOLATION LEVEL READ COMMITTED";
+
+class FreeTdsTest : public testing::Test {
+ protected:
+  FreeTdsTest() { server_.make_database(); }
+
+  std::unique_ptr<ado::EngineSession> connect(TextView more_items = {}) {
+    return engine_.connect(
+        ado::ConnectionString::parse(join({server_.connection_string(), more_items})));
+  }
+
+  /// In the database and the role, with an empty log.
+  std::unique_ptr<ado::EngineSession> open_session() {
+    auto session = connect();
+    session->set_default_database(u"Velmar_Sec");
+    session->execute(
+        join({u"EXEC sp_setapprole '", StandIn::kRole, u"','", StandIn::kRolePassword, u"'"}));
+    session->execute(u"SET LOCK_TIMEOUT 100");
+    (void)server_.take_log();
+    return session;
+  }
+
+  /// The same with the report Sales.
+  std::unique_ptr<ado::EngineSession> session_with_sales() {
+    auto session = open_session();
+    session->execute(u"Insert Into DW_Reports (ReportName, Title) Values ('Sales', 'Old')");
+    (void)server_.take_log();
+    return session;
+  }
+
+  static FetchedRows read(ado::EngineSession& session, TextView statement) {
+    return FetchedRows(session.open({.statement = statement,
+                                     .location = ado::CursorLocation::kClient,
+                                     .type = ado::CursorType::kStatic,
+                                     .lock = ado::LockType::kOptimistic}),
+                       odbc::kAllRows);
+  }
+  static FetchedRows hold(ado::EngineSession& session) {
+    return FetchedRows(session.open({.statement = kSales,
+                                     .location = ado::CursorLocation::kServer,
+                                     .type = ado::CursorType::kDynamic,
+                                     .lock = ado::LockType::kPessimistic}),
+                       1);
+  }
+
+  StandIn server_;
+  odbc::OdbcEngine engine_;
+};
+
+// --- Connecting --------------------------------------------------------------------------------
+
+TEST_F(FreeTdsTest, OleDbItemsArriveAtTheServer) {
+  const auto session = connect(
+      u";Initial Catalog=Velmar_Sec;Application Name=Desk;Connect Timeout=5;OLE DB Services=-2");
+  EXPECT_THAT(server_.take_log(), ElementsAre("login user=sa application=Desk database=Velmar_Sec",
+                                              kOptions, kIsolation));
+}
+
+TEST_F(FreeTdsTest, APasswordMayHoldWhatMeansSomethingInAConnectionString) {
+  server_.run(u"CREATE LOGIN odd WITH PASSWORD = N'a;b}c{d=e f@!'");
+  const auto session = engine_.connect(
+      ado::ConnectionString::parse(join({u"Provider=SQLOLEDB;Data Source=", server_.data_source(),
+                                         u";User ID=odd;Password=\"a;b}c{d=e f@!\""})));
+  EXPECT_THAT(server_.take_log(), Contains("login user=odd application= database="));
+}
+
+TEST_F(FreeTdsTest, APasswordInBracesIsPassedOn) {
+  server_.run(u"CREATE LOGIN odd WITH PASSWORD = N'a;b}c'");
+  const Text server = server_.data_source();
+  const std::size_t comma = server.find(u',');
+  const auto session = engine_.connect(ado::ConnectionString::parse(join(
+      {u"Provider=MSDASQL;Driver={FreeTDS};Server=", TextView(server).substr(0, comma), u";Port=",
+       TextView(server).substr(comma + 1), u";TDS_Version=7.4;UID=odd;PWD={a;b}}c}"})));
+  EXPECT_THAT(server_.take_log(), Contains("login user=odd application= database="));
+}
+
+TEST_F(FreeTdsTest, EncryptionThatIsDemandedAndNotToBeHadEndsTheConnectBeforeTheLogin) {
+  const auto error = error_of([&] { (void)connect(u";Use Encryption for Data=True"); });
+  EXPECT_EQ(error.number(), number(AdoErrorNumber::kUnspecified));
+  EXPECT_FALSE(error.description().empty());
+  EXPECT_THAT(server_.take_log(), IsEmpty());
+}
+
+TEST_F(FreeTdsTest, ARefusedLoginHasTheServersNumber) {
+  const auto error = error_of([&] {
+    (void)engine_.connect(
+        ado::ConnectionString::parse(join({u"Provider=SQLOLEDB;Data Source=", server_.data_source(),
+                                           u";User ID=ann;Password=opensesame"})));
+  });
+  EXPECT_EQ(error.number(), number(AdoErrorNumber::kAuthenticationFailed));
+  EXPECT_EQ(error.native(), 18456);
+  EXPECT_THAT(to_utf8(error.description()), HasSubstr("Login failed for user 'ann'."));
+  EXPECT_THAT(to_utf8(error.description()), Not(HasSubstr("opensesame")));
+}
+
+TEST_F(FreeTdsTest, AServerThatIsNotThereIsAnErrorWithAText) {
+  const auto error = error_of([&] {
+    (void)engine_.connect(
+        ado::ConnectionString::parse(u"Provider=SQLOLEDB;Data Source=127.0.0.1,1;User ID=ann;"
+                                     u"Password=opensesame;Connect Timeout=5"));
+  });
+  EXPECT_EQ(error.number(), number(AdoErrorNumber::kUnspecified));
+  EXPECT_FALSE(error.description().empty());
+  EXPECT_THAT(to_utf8(error.description()), Not(HasSubstr("opensesame")));
+}
+
+// --- What goes over the wire -------------------------------------------------------------------
+
+TEST_F(FreeTdsTest, StatementsArePlainBatchesAsTheyStand) {
+  const auto session = connect();
+  (void)server_.take_log();
+  session->set_default_database(u"Velmar_Sec");
+  session->execute(
+      join({u"EXEC sp_setapprole '", StandIn::kRole, u"','", StandIn::kRolePassword, u"'"}));
+  session->execute(u"SET LOCK_TIMEOUT 5000");
+  session->execute(u"Delete From DW_Reports Where Title = '{fn now()} ? {d ''2023-12-24''} ?'");
+  (void)read(*session, kSales);
+  EXPECT_THAT(
+      server_.take_log(),
+      ElementsAre("batch USE [Velmar_Sec]", "database master -> Velmar_Sec", kIsolation,
+                  "batch EXEC sp_setapprole 'tarnwick_app','Open-Sesame_1'",
+                  "batch SET LOCK_TIMEOUT 5000",
+                  "batch Delete From DW_Reports Where Title = '{fn now()} ? {d ''2023-12-24''} ?'",
+                  "batch Select * From DW_Reports Where ReportName = 'Sales'"));
+}
+
+TEST_F(FreeTdsTest, ARoleThatIsRefusedHasTheServersNumberAndNotThePassword) {
+  const auto session = connect();
+  session->set_default_database(u"Velmar_Sec");
+  const auto error =
+      error_of([&] { session->execute(u"EXEC sp_setapprole 'tarnwick_app','Not-This'"); });
+  EXPECT_EQ(error.number(), number(AdoErrorNumber::kAuthenticationFailed));
+  EXPECT_EQ(error.native(), 15161);
+  EXPECT_THAT(to_utf8(error.description()), Not(HasSubstr("Not-This")));
+}
+
+TEST_F(FreeTdsTest, ARowIsMaintainedByAHintAndItsKeyInOneTransaction) {
+  const auto session = session_with_sales();
+  session->begin();
+  auto held = hold(*session);
+  held.update({{u"SoftLock", Text(u"HOST - now")}});
+  held.update({{u"Title", Text(u"New")}, {u"Created", Date{45284.75}}, {u"SoftLock", Text()}});
+  session->commit();
+  EXPECT_THAT(
+      server_.take_log(),
+      ElementsAre(
+          "transaction begin",
+          "batch Select * From DW_Reports WITH (UPDLOCK, ROWLOCK) Where ReportName = 'Sales'",
+          "rpc EXEC sp_pkeys @table_name = 'DW_Reports'",
+          "rpc UPDATE DW_Reports SET [SoftLock] = @P1 WHERE [ReportName] = @P2 | @P1 "
+          "NVARCHAR(4000),@P2 NVARCHAR(4000) | nvarchar(4000) 'HOST - now' | nvarchar(4000) "
+          "'Sales'",
+          "rpc UPDATE DW_Reports SET [Title] = @P1, [Created] = @P2, [SoftLock] = @P3 WHERE "
+          "[ReportName] = @P4 | @P1 NVARCHAR(4000),@P2 DATETIME2,@P3 NVARCHAR(4000),@P4 "
+          "NVARCHAR(4000) | nvarchar(4000) 'New' | datetime2(7) 2023-12-24 18:00:00.0000000 | "
+          "nvarchar(4000) '' | nvarchar(4000) 'Sales'",
+          // The driver begins the next transaction with the commit and drops it again.
+          "transaction commit begin", "transaction rollback"));
+}
+
+TEST_F(FreeTdsTest, ManyRowsArriveInBlocks) {
+  const auto session = open_session();
+  auto rows = read(*session, u"Select * From DW_SEC_PC");
+  session->begin();
+  for (std::int16_t i = 1; i <= 2'500; ++i) {
+    rows.insert({{u"MACNbr", Text(u"00-1A")},
+                 {u"ComputerID", i % 3 == 0 ? Text(128, u'\u017c') : Text(u"P")},
+                 {u"CompID", i},
+                 {u"MaintType", std::int32_t{5}},
+                 {u"ActiveStatus", i % 2 == 0},
+                 {u"ImageIndex", i},
+                 {u"LastUser", i % 5 == 0 ? Variant(Null{}) : Variant(Text())}});
+  }
+  session->commit();
+  const auto all = read(*session, u"Select * From DW_SEC_PC Order By CompID");
+  ASSERT_EQ(all.size(), 2'500u);
+  for (std::int16_t i = 1; i <= 2'500; ++i) {
+    const auto row = static_cast<std::size_t>(i - 1);
+    ASSERT_EQ(all.value(u"CompID", row), Variant(i));
+    ASSERT_EQ(all.value(u"ComputerID", row),
+              Variant(i % 3 == 0 ? Text(128, u'\u017c') : Text(u"P")));
+    ASSERT_EQ(all.value(u"ActiveStatus", row), Variant(i % 2 == 0));
+    ASSERT_EQ(is_null(all.value(u"LastUser", row)), i % 5 == 0);
+  }
+}
+
+// --- Errors ------------------------------------------------------------------------------------
+
+TEST_F(FreeTdsTest, ALockTimeoutIsToldByItsNumberAtTheStatementAndBehindTheFirstRows) {
+  const auto session = session_with_sales();
+  for (const TextView kind : {u"FAIL", u"LATE"}) {
+    server_.order(
+        join({kind, u" 'From DW_Reports' 1222 'Lock request time out period exceeded.'"}));
+    const auto error = error_of([&] { (void)read(*session, u"Select * From DW_Reports"); });
+    EXPECT_EQ(error.native(), 1222) << to_utf8(kind);
+    EXPECT_EQ(error.number(), number(AdoErrorNumber::kUnspecified));
+    EXPECT_EQ(read(*session, kSales).size(), 1u);
+  }
+}
+
+TEST_F(FreeTdsTest, ARowThatIsNotHadInTimeIsNotShownButItsColumnsAre) {
+  const auto session = session_with_sales();
+  for (const TextView kind : {u"FAIL", u"LATE"}) {
+    session->begin();
+    server_.order(join({kind, u" 'UPDLOCK' 1222 'Lock request time out period exceeded.'"}));
+    const auto held = hold(*session);
+    // What came before the time-out was locked and is shown.
+    EXPECT_EQ(held.size(), kind == u"FAIL" ? 0u : 1u);
+    EXPECT_EQ(held.column(u"ReportName"), 0u);
+    session->rollback();
+  }
+}
+
+TEST_F(FreeTdsTest, ADeadlocksVictimKnowsThatItsTransactionIsGone) {
+  const auto session = session_with_sales();
+  session->begin();
+  auto held = hold(*session);
+  held.update({{u"Title", Text(u"New")}});
+  server_.order(u"ROLL_BACK 'SET [Author]' 1205 'chosen as the deadlock victim'");
+  (void)server_.take_log();
+  EXPECT_EQ(error_of([&] { held.update({{u"Author", Text(u"Ann")}}); }).native(), 1205);
+  EXPECT_EQ(error_of([&] {
+              held.update({{u"Version", Text(u"2")}});
+            }).description(),
+            u"The database server has rolled the transaction back.");
+  EXPECT_THROW(session->commit(), ado::AdoError);
+  session->rollback();
+  EXPECT_EQ(read(*session, kSales).value(u"Title"), Variant(Text(u"Old")));
+
+  session->begin();
+  hold(*session).update({{u"Title", Text(u"Newer")}});
+  session->commit();
+  EXPECT_EQ(read(*open_session(), kSales).value(u"Title"), Variant(Text(u"Newer")));
+}
+
+TEST_F(FreeTdsTest, AnErrorThatTakesTheTransactionWithItIsFoundOutByAsking) {
+  const auto session = session_with_sales();
+  session->begin();
+  auto held = hold(*session);
+  held.update({{u"Title", Text(u"New")}});
+  server_.order(u"ROLL_BACK 'SET [Author]' 245 'Conversion failed'");
+  EXPECT_EQ(error_of([&] { held.update({{u"Author", Text(u"Ann")}}); }).native(), 245);
+  EXPECT_EQ(error_of([&] { session->commit(); }).description(),
+            u"The database server has rolled the transaction back.");
+  session->rollback();
+  EXPECT_EQ(read(*session, kSales).value(u"Title"), Variant(Text(u"Old")));
+}
+
+TEST_F(FreeTdsTest, ACommitThatTheServerRefusesLeavesTheTransactionToBeRolledBack) {
+  const auto session = session_with_sales();
+  session->begin();
+  hold(*session).update({{u"Title", Text(u"New")}});
+  server_.order(u"FAIL 'transaction commit' 3930 'The current transaction cannot be committed'");
+  EXPECT_EQ(error_of([&] { session->commit(); }).native(), 3930);
+  session->rollback();
+  EXPECT_EQ(read(*session, kSales).value(u"Title"), Variant(Text(u"Old")));
+  session->begin();
+  hold(*session).update({{u"Title", Text(u"Newer")}});
+  session->commit();
+  EXPECT_EQ(read(*session, kSales).value(u"Title"), Variant(Text(u"Newer")));
+}
+
+// --- The server's end --------------------------------------------------------------------------
+
+struct LostCase {
+  TextView fault;
+  void (*step)(ado::EngineSession&, FetchedRows&);
+};
+
+TEST_F(FreeTdsTest, AConnectionThatIsCutInATransactionIsLostWhereverItIsCut) {
+  const LostCase cases[] = {
+      {u"DROP 'SET [Title]'",
+       [](auto&, auto& held) {
+         held.update({{u"Title", Text(u"New")}});
+       }},
+      {u"CUT 'SET [Title]'",
+       [](auto&, auto& held) {
+         held.update({{u"Title", Text(u"New")}});
+       }},
+      {u"DROP 'INSERT INTO'",
+       [](auto&, auto& held) {
+         held.insert({{u"ReportName", Text(u"Stock")}});
+       }},
+      {u"DROP 'Delete'", [](auto& session, auto&) { session.execute(u"Delete From DW_Reports"); }},
+      {u"DROP 'Select'", [](auto& session, auto&) { (void)read(session, kSales); }},
+      {u"CUT 'Select'", [](auto& session, auto&) { (void)read(session, kSales); }},
+      {u"DROP 'transaction commit'", [](auto& session, auto&) { session.commit(); }},
+      {u"DROP 'transaction rollback'", [](auto& session, auto&) { session.rollback(); }},
+  };
+  (void)session_with_sales();
+  for (const LostCase& lost : cases) {
+    SCOPED_TRACE(to_utf8(lost.fault));
+    auto session = open_session();
+    session->begin();
+    auto held = hold(*session);
+    held.update({{u"Author", Text(u"Ann")}});
+    server_.order(lost.fault);
+    EXPECT_THROW(lost.step(*session, held), ado::ConnectionLost);
+    (void)server_.take_log();
+    EXPECT_THROW(held.update({{u"Title", Text(u"New")}}), ado::ConnectionLost);
+    EXPECT_THROW(session->execute(u"SET LOCK_TIMEOUT 100"), ado::ConnectionLost);
+    EXPECT_THROW(session->commit(), ado::ConnectionLost);
+    session.reset();
+    EXPECT_THAT(server_.take_log(), IsEmpty());
+    // Nothing is held, and nothing was written.
+    const auto other = open_session();
+    other->begin();
+    const auto row = hold(*other);
+    ASSERT_EQ(row.size(), 1u);
+    EXPECT_EQ(row.value(u"Title"), Variant(Text(u"Old")));
+    EXPECT_TRUE(is_null(row.value(u"Author")));
+    other->rollback();
+  }
+}
+
+TEST_F(FreeTdsTest, AConnectionThatIsCutAtTheBeginIsLost) {
+  const auto session = session_with_sales();
+  server_.order(u"DROP 'transaction begin'");
+  EXPECT_THROW(session->begin(), ado::ConnectionLost);
+}
+
+TEST_F(FreeTdsTest, AConnectionThatIsCutAmongTheRowsIsLostAndNoShortResult) {
+  const auto session = open_session();
+  auto rows = read(*session, u"Select * From DW_SEC_PC");
+  session->begin();
+  for (std::int16_t i = 1; i <= 400; ++i) {
+    rows.insert({{u"MACNbr", Text(50, u'm')},
+                 {u"ComputerID", Text(u"P")},
+                 {u"CompID", i},
+                 {u"MaintType", std::int32_t{5}},
+                 {u"ActiveStatus", true},
+                 {u"ImageIndex", i}});
+  }
+  session->commit();
+  server_.order(u"CUT 'From DW_SEC_PC'");
+  EXPECT_THROW((void)read(*session, u"Select * From DW_SEC_PC"), ado::ConnectionLost);
+}
+
+}  // namespace
+}  // namespace tarnwick::odbc_test
