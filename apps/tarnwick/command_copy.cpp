@@ -46,9 +46,15 @@ Login login_of(const Options& options, const End& end) {
   return login_of(own);
 }
 
+/// `which`: "source" or "target".
 std::shared_ptr<ado::Connection> open(apps::ProgramEngines& engines, const Login& login,
-                                      ado::Trace* trace) {
-  return open_in_role(engines.list(), login.connect_string, login.role, login.password, trace);
+                                      ado::Trace* trace, const std::string& which) {
+  try {
+    return open_in_role(engines.list(), login.connect_string, login.role, login.password, trace);
+  } catch (const Error& error) {
+    throw Failure(ExitCode::kFailed, "The " + which + " cannot be connected to.",
+                  error.description());
+  }
 }
 
 bool is_embedded(const Login& login) {
@@ -64,13 +70,16 @@ void copy(const Options& options, const Arguments& arguments) {
   if (!options.trace_file.empty()) trace.emplace(options.trace_file);
   CopiedTables tables;
   try {
-    const auto from = open(engines, source, trace ? &*trace : nullptr);
-    const auto to = open(engines, target, trace ? &*trace : nullptr);
+    const auto from = open(engines, source, trace ? &*trace : nullptr, "source");
+    const auto to = open(engines, target, trace ? &*trace : nullptr, "target");
     ProgressBar bar;
     const std::size_t batch = is_embedded(target) ? kEmbeddedBatch : 0;
     tables = copy_database(from, to, batch, [&](TextView table, std::size_t done, std::size_t all) {
       bar.show(table, done, all);
     });
+  } catch (const RowsLeftBehind& error) {
+    throw Failure(ExitCode::kFailed, "The copy broke off; look what the target holds.",
+                  error.description());
   } catch (const Error& error) {
     throw Failure(ExitCode::kFailed, "Nothing was copied.", error.description());
   }

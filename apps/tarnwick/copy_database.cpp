@@ -104,15 +104,24 @@ class Batches {
     connection_.begin_trans();
   }
 
-  void finish() { connection_.commit_trans(); }
+  void finish() {
+    finishing_ = true;
+    connection_.commit_trans();
+  }
 
-  /// Takes back what was written; where that fails too, nothing more can be done.
-  void give_up() noexcept {
+  /// Takes back what was written. False where rows stay behind, or may do so.
+  [[nodiscard]] bool give_up() {
+    // A connection that went with the commit does not tell whether the server carried it out.
+    const bool lost = connection_.state() == ado::ObjectState::kClosed;
+    if (lost && finishing_) return false;
     try {
       if (connection_.in_transaction()) connection_.rollback_trans();
-      if (!committed_) return;
+      if (!committed_) return true;
       for (const TextView table : kTables) connection_.execute(join({u"Delete From ", table}));
+      return true;
     } catch (const ado::AdoError&) {
+      // A transaction that cannot be rolled back ends with its connection.
+      return !committed_;
     }
   }
 
@@ -121,6 +130,7 @@ class Batches {
   std::size_t rows_;
   std::size_t in_batch_ = 0;
   bool committed_ = false;
+  bool finishing_ = false;
 };
 
 void copy_rows(ado::Recordset& source, ado::Recordset& target, const CopiedTable& table,
@@ -155,8 +165,8 @@ CopiedTables copy_database(const std::shared_ptr<ado::Connection>& from,
       copy_rows(*source, *target, tables[i], batches, progress);
     }
     batches.finish();
-  } catch (...) {
-    batches.give_up();
+  } catch (const Error& error) {
+    if (!batches.give_up()) throw RowsLeftBehind(error);
     throw;
   }
   return tables;
