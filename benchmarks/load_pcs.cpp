@@ -2,32 +2,13 @@
 
 #include "benchmarks/bench_host.h"
 #include "benchmarks/dataset.h"
+#include "benchmarks/floor_pc.h"
 #include "benchmarks/jobs.h"
 #include "benchmarks/sqlite_floor.h"
 #include "runtime/keyed_list.h"
 
 namespace tarnwick::benchmarks {
 namespace {
-
-// The fields of a PC, typed as those of RegisteredPC.
-struct FloorPc {
-  Text mac_number;
-  Text computer_id;
-  std::int16_t comp_id = -1;
-  std::int32_t maintenance_type = 5;
-  bool active = false;
-  std::int16_t image_index = 10;
-  Text last_user;
-  double last_login = 0;
-  std::int32_t total_logins = 0;
-  Text activated_by;
-  double activate_date = 0;
-  Text deactivated_by;
-  double deactivated_date = 0;
-  Text soft_lock;
-  Text row_version;
-  Text software_version;
-};
 
 std::shared_ptr<FloorPc> read_pc(sqlite3_stmt* row) {
   auto pc = std::make_shared<FloorPc>();
@@ -61,8 +42,7 @@ void load_by_hand(benchmark::State& state, const std::filesystem::path& folder) 
                 "SoftLock, RowVersion, SoftwareVersion FROM DW_SEC_PC ORDER BY MACNbr");
     while (step(rows.get())) {
       auto pc = read_pc(rows.get());
-      Text key =
-          join({pc->mac_number, u"\u00FE", pc->computer_id, u"\u00FE", decimal(pc->comp_id)});
+      Text key = key_of(*pc);
       pcs.add(std::move(key), std::move(pc));
     }
     benchmark::DoNotOptimize(pcs.size());

@@ -43,6 +43,7 @@ int main(int argc, char** argv) {
     };
     take(measure_pc_loading(scratch.path()));
     take(measure_report_loading(scratch.path()));
+    take(measure_odbc_loading(scratch.path()));
     take(measure_update_cycle(scratch.path()));
     take(measure_look_up());
     return print(rows) ? EXIT_SUCCESS : EXIT_FAILURE;
