@@ -17,7 +17,13 @@ if (!server.SetConnection(WScript.Arguments(0), WScript.Arguments(1), WScript.Ar
 }
 
 var name = WScript.Arguments(3);
-if (!server.Reports.Exists(name)) fail("There is no report '" + name + "'.");
+if (!server.Reports.Exists(name)) {
+    var names = [];
+    for (var each = new Enumerator(server.Reports); !each.atEnd(); each.moveNext()) {
+        names.push(each.item().Name);
+    }
+    fail("There is no report '" + name + "'. There are: " + names.join(", "));
+}
 var report = server.Reports.Item(name);
 report.Title = WScript.Arguments(4);
 

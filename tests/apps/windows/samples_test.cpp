@@ -58,6 +58,12 @@ TEST_F(Samples, InJScriptRetitlesAReport) {
   EXPECT_EQ(server_.object(L"Reports").object(L"Item", {1}).call(L"Title").text(), u"New title");
 }
 
+TEST_F(Samples, InJScriptListsTheReportsWhenItDoesNotFindOne) {
+  Process process(script(L"retitle.js") + connection() + L" Sails \"New title\"");
+  EXPECT_EQ(process.output(), "There is no report 'Sails'. There are: Sales\r\n");
+  EXPECT_EQ(process.exit_code(), 1u);
+}
+
 TEST_F(Samples, InCppCountsLogins) {
   Process process(L"\"" COUNT_LOGINS L"\"" + connection() + L" 7 someone");
   EXPECT_EQ(process.output(), "1 PCs\r\n");

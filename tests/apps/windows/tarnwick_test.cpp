@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "tests/apps/windows/process.h"
 
 namespace tarnwick {
@@ -30,14 +32,37 @@ TEST(TarnwickExe, RefusesAWhenLockedThatItDoesNotUnderstand) {
   EXPECT_EQ(process.exit_code(), 2u);
 }
 
-TEST(TarnwickExe, RegistersAndUnregistersInAnyLetterCase) {
+bool user_has(const wchar_t* path) {
   HKEY key = nullptr;
-  const auto registered = [&] {
-    const LSTATUS status = RegOpenKeyExW(
-        HKEY_CURRENT_USER, L"Software\\Classes\\Tarnwick.Server\\CLSID", 0, KEY_READ, &key);
-    if (status == ERROR_SUCCESS) RegCloseKey(key);
-    return status == ERROR_SUCCESS;
-  };
+  const LSTATUS status = RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, &key);
+  if (status == ERROR_SUCCESS) RegCloseKey(key);
+  return status == ERROR_SUCCESS;
+}
+
+bool registered() { return user_has(L"Software\\Classes\\Tarnwick.Server\\CLSID"); }
+
+TEST(TarnwickExe, SaysWhyItCannotRegisterAndLeavesNothingBehind) {
+  constexpr const wchar_t* kClassIds = L"Software\\Classes\\CLSID";
+  ASSERT_FALSE(user_has(kClassIds));
+  // Nothing that is to last can be made beneath a volatile key.
+  for (const auto& [path, option] :
+       {std::pair<const wchar_t*, int>{L"Software\\Classes", REG_OPTION_NON_VOLATILE},
+        std::pair<const wchar_t*, int>{kClassIds, REG_OPTION_VOLATILE}}) {
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, path, 0, nullptr, static_cast<DWORD>(option),
+                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              ERROR_SUCCESS);
+    RegCloseKey(key);
+  }
+  Process process(command(L"/RegServerPerUser"));
+  EXPECT_THAT(process.output(), StartsWith("Tarnwick: The registry key CLSID\\{"));
+  EXPECT_EQ(process.exit_code(), 1u);
+  EXPECT_FALSE(registered());
+  EXPECT_FALSE(user_has(L"Software\\Classes\\TypeLib"));
+  EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, kClassIds), ERROR_SUCCESS);
+}
+
+TEST(TarnwickExe, RegistersAndUnregistersInAnyLetterCase) {
   EXPECT_FALSE(registered());
   Process on(command(L"-regserverperuser"));
   EXPECT_EQ(on.output(), "");

@@ -306,7 +306,11 @@ void EverySlot::use_catalog() {
   EXPECT_EQ(get(report_, SLOT(Report, ImportTTX), fields), VARIANT_TRUE);
   const Argument file(from_utf8(files_.write("orders.rpt", "the report").string()));
   EXPECT_EQ(get(report_, SLOT(Report, Update), file), ::OK_ue);
+  const std::filesystem::path intermediate =
+      std::filesystem::path(TARNWICK_EXE).parent_path() / "TTX.bin";
+  std::filesystem::remove(intermediate);
   EXPECT_EQ(get(reports_, SLOT(Reports, Refresh)), VARIANT_TRUE);
+  EXPECT_EQ(content(intermediate), "the fields");
   EXPECT_EQ(get(reports_, SLOT(Reports, get_Count)), 1);
   EXPECT_EQ(get(reports_, SLOT(Reports, Exists), Argument(u"orders")), VARIANT_TRUE);
   EXPECT_EQ(get(reports_, SLOT(Reports, get_Changed)), VARIANT_FALSE);

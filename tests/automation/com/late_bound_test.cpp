@@ -1,9 +1,16 @@
 #include "tests/automation/com/late_bound.h"
 
+#include <dispex.h>
+
+#include <tuple>
+
+#include "automation/com/apartment.h"
 #include "automation/com/class_table.h"
 #include "automation/com/errors.h"
 #include "automation/com/values.h"
 #include "automation/model.h"
+#include "platform/unattended_message_box.h"
+#include "platform/windows/host.h"
 #include "tests/automation/com/connected_client.h"
 
 namespace tarnwick::automation::com {
@@ -264,6 +271,79 @@ TEST_F(LateBoundClient, PutsObjectsOfTheServerIntoItsCollectionsAndNoOthers) {
   EXPECT_FALSE(components().call(L"AddCompObject", {made.get()}).boolean());
   EXPECT_EQ(components().attempt(L"AddCompObject", kCall, {report().get()}).result,
             DISP_E_TYPEMISMATCH);
+}
+
+TEST_F(LateBoundClient, IsToldThatAnObjectOfAnotherProcessCannotBeKept) {
+  platform::UnattendedMessageBox box{platform::WhenLocked{}, [](TextView) {}};
+  platform::WindowsHost host{box};
+  SharedState state{host, {}};
+  const TypeLibrary types(platform::executable_file_name());
+  ProcessLife life(GetCurrentThreadId());
+  Apartment apartment(state, types, life);
+  for (const auto& [class_id, collection, adder] :
+       {std::tuple{ClassId::kComponent, components(), L"AddCompObject"},
+        std::tuple{ClassId::kRegisteredPC, pcs(), L"AddPCObject"},
+        std::tuple{ClassId::kReport, reports(), L"AddReportObject"}}) {
+    const int count = collection.call(L"Count").number();
+    ComPtr<IDispatch> own;
+    ASSERT_EQ(apartment.reference_to(class_of(class_id).create(state)).As(&own), S_OK);
+    const Outcome outcome = collection.attempt(adder, kCall, {own.Get()});
+    EXPECT_EQ(outcome.result, DISP_E_EXCEPTION);
+    EXPECT_EQ(outcome.error, hresult_of(13));
+    EXPECT_EQ(outcome.description,
+              u"The object belongs to another process; only objects of this server can be kept "
+              u"here.");
+    EXPECT_EQ(collection.call(L"Count").number(), count);
+  }
+}
+
+TEST_F(LateBoundClient, GivesArgumentsOfAnObjectPropertyToTheDefaultMember) {
+  EXPECT_EQ(server_.object(L"Components", {u"c1"}).call(L"Name").text(), u"One");
+  EXPECT_EQ(server_.object(L"RegisteredPCs", {1}).call(L"MACNumber").text(), u"MAC");
+  EXPECT_EQ(component().object(L"PCs", {1}).call(L"MACNumber").text(), u"MAC");
+  EXPECT_EQ(server_.attempt(L"RegisteredPCs", kCall, {2}).error, hresult_of(9));
+  EXPECT_EQ(server_.attempt(L"Components", kCall, {1, 2}).result, DISP_E_BADPARAMCOUNT);
+  EXPECT_EQ(server_.attempt(L"Initialized", kCall, {1}).result, DISP_E_BADPARAMCOUNT);
+}
+
+TEST_F(LateBoundClient, MayAskAnObjectForItsClassAndForItsErrors) {
+  for (const ClassEntry& entry : class_table()) {
+    SCOPED_TRACE(class_of(entry.class_id).name);
+    const LateBound object = object_of(entry.class_id);
+    ComPtr<IProvideClassInfo> provider;
+    ASSERT_EQ(object.get()->QueryInterface(IID_PPV_ARGS(&provider)), S_OK);
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(provider->GetClassInfo(&info), S_OK);
+    TYPEATTR* attributes = nullptr;
+    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
+    EXPECT_EQ(attributes->guid, entry.clsid);
+    info->ReleaseTypeAttr(attributes);
+
+    ComPtr<ISupportErrorInfo> errors;
+    ASSERT_EQ(object.get()->QueryInterface(IID_PPV_ARGS(&errors)), S_OK);
+    EXPECT_EQ(errors->InterfaceSupportsErrorInfo(entry.interface_id), S_OK);
+    EXPECT_EQ(errors->InterfaceSupportsErrorInfo(IID_IClassFactory), S_FALSE);
+  }
+}
+
+TEST_F(LateBoundClient, IsSparedDetoursByTheInterfaceThatScriptsAskFor) {
+  ComPtr<IDispatchEx> object;
+  ASSERT_EQ(component().get()->QueryInterface(__uuidof(IDispatchEx),
+                                              reinterpret_cast<void**>(object.GetAddressOf())),
+            S_OK);
+  Var name(u"compid");
+  DISPID id = 0;
+  ASSERT_EQ(object->GetDispID(name.value().bstrVal, fdexNameCaseInsensitive, &id), S_OK);
+  EXPECT_EQ(id, 1);
+  DISPPARAMS none{};
+  Var result;
+  ASSERT_EQ(object->InvokeEx(id, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, result.get(),
+                             nullptr, nullptr),
+            S_OK);
+  EXPECT_EQ(result.number(), 1);
+  Var unknown(u"nothing");
+  EXPECT_EQ(object->GetDispID(unknown.value().bstrVal, fdexNameCaseInsensitive, &id),
+            DISP_E_UNKNOWNNAME);
 }
 
 TEST_F(LateBoundClient, AsksForTheEnumeratorAsAMethodToo) {
