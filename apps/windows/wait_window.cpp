@@ -9,7 +9,7 @@ constexpr const wchar_t* kClassName = L"TarnwickWait";
 constexpr int kTwipsPerInch = 1440;
 
 // In twips, as the heights of the dialog are.
-constexpr int kWidth = 4680;
+constexpr int kWidth = 5400;
 constexpr int kMargin = 180;
 constexpr int kLabelHeight = 480;
 constexpr int kButtonWidth = 1095;
