@@ -128,7 +128,7 @@ void add_component_commands(CLI::App& app, CommandLine& line) {
   add_change("add",
              "Adds a component. MetaID and AuthorizedRole are not written by the object model and "
              "stay empty.",
-             "tarnwick component add 103 --name 'Returns' --parent 10 --priority 40 "
+             "tarnwick component add 103 --name 'Returns' --parent 10 --priority 40 \\\n    "
              "--report-code PC --maintenance-type ComponentWithPCs",
              add_component);
   add_change("set", "Changes fields of a component; those that are not named stay.",

@@ -220,10 +220,10 @@ class ReportCommands final {
   }
 
   void add_add() {
-    CLI::App* command =
-        add_command(*reports_, "add", "Adds a report.",
-                    "tarnwick report add 'Returns by Month' --group Sales --sql-file returns.sql "
-                    "--ttx-file returns.ttx --file returns.rpt");
+    CLI::App* command = add_command(
+        *reports_, "add", "Adds a report.",
+        "tarnwick report add 'Returns by Month' --group Sales --sql-file returns.sql \\\n    "
+        "--ttx-file returns.ttx --file returns.rpt");
     const auto arguments = std::make_shared<Arguments>();
     add_name(*command, *arguments);
     const auto fields = std::make_shared<ReportFields>(*command);

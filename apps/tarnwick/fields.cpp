@@ -17,7 +17,7 @@ namespace tarnwick::cli {
 namespace {
 
 constexpr std::array kComponentFields{
-    Field<ComponentRow>{"CompID", &ComponentRow::comp_id, ""},
+    Field<ComponentRow>{"CompID", &ComponentRow::comp_id, "", "", true},
     Field<ComponentRow>{"Name", &ComponentRow::name, "--name", "what the tree shows"},
     Field<ComponentRow>{"ParentID", &ComponentRow::parent_id, "--parent",
                         "id of the component above, 0 at the top"},
@@ -41,9 +41,9 @@ constexpr std::array kComponentFields{
 };
 
 constexpr std::array kPcFields{
-    Field<PcRow>{"MACNumber", &PcRow::mac_number, ""},
-    Field<PcRow>{"ComputerID", &PcRow::computer_id, ""},
-    Field<PcRow>{"CompID", &PcRow::comp_id, ""},
+    Field<PcRow>{"MACNumber", &PcRow::mac_number, "", "", true},
+    Field<PcRow>{"ComputerID", &PcRow::computer_id, "", "", true},
+    Field<PcRow>{"CompID", &PcRow::comp_id, "", "", true},
     Field<PcRow>{"MaintenanceType", &PcRow::maintenance_type, "--maintenance-type",
                  "NotDefined, ServerReg, Component, ComponentWithPCs, Report or PCReg"},
     Field<PcRow>{"Active", &PcRow::active, "--active", "yes or no"},
@@ -64,7 +64,7 @@ constexpr std::array kPcFields{
 };
 
 constexpr std::array kReportFields{
-    Field<ReportRow>{"Name", &ReportRow::name, ""},
+    Field<ReportRow>{"Name", &ReportRow::name, "", "", true},
     Field<ReportRow>{"Title", &ReportRow::title, "--title", "its heading"},
     Field<ReportRow>{"Author", &ReportRow::author, "--author", "who made it"},
     Field<ReportRow>{"Created", &ReportRow::created, "--created",

@@ -26,6 +26,7 @@ struct Field {
   Member<Row> member;
   std::string_view option;  // the switch that sets it ("--title"); empty: it has none
   std::string_view help = {};
+  bool key = false;  // a part of what names the record
 };
 
 /// The properties of each kind of record, in the order in which they are shown.

@@ -108,7 +108,7 @@ void list(const Options& options, const std::vector<Row>& rows,
     const auto& field = fields.emplace_back(&field_named(Row(), name));
     const FieldValue kind = get(Row(), *field);
     table.add_column(name, is_number(kind) ? Table::Align::kRight : Table::Align::kLeft,
-                     std::holds_alternative<Text>(kind));
+                     std::holds_alternative<Text>(kind) && !field->key);
   }
   for (const Row& row : rows) {
     std::vector<std::string> cells;
