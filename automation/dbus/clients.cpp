@@ -42,6 +42,7 @@ int Clients::on_left(sd_bus_track*, void* userdata) {
   if (!gone->lock_prompt.empty()) --all.prompts_;
   if (gone->sharing) --all.sharers_;
   if (all.lock_.client == gone->name) all.end_lock();
+  if (gone->name == all.reserved_by_) all.reserved_by_.clear();
   all.objects_.release_all(gone->holder);
   return 0;
 }
@@ -135,6 +136,13 @@ std::optional<LockPrompt> Clients::lock_prompt_of(const std::string& name) const
   const auto known = clients_.find(name);
   if (known == clients_.end() || known->second->lock_prompt.empty()) return std::nullopt;
   return LockPrompt{name, known->second->lock_prompt};
+}
+
+bool Clients::reserve(const std::string& name) {
+  // Watched from now on.
+  const Client& reserving = client(name);
+  if (reserved_by_.empty()) reserved_by_ = reserving.name;
+  return reserved_by_ == reserving.name;
 }
 
 bool Clients::idle() const { return objects_.empty() && prompts_ == 0; }

@@ -64,6 +64,9 @@ class Clients {
   void set_lock_prompt(const std::string& client, std::string path);
   [[nodiscard]] std::optional<LockPrompt> lock_prompt_of(const std::string& client) const;
 
+  /// Lets `client` alone reserve the service until it leaves the bus. False when another one has.
+  [[nodiscard]] bool reserve(const std::string& client);
+
   /// No client holds anything, and none waits for questions.
   [[nodiscard]] bool idle() const;
 
@@ -95,6 +98,7 @@ class Clients {
   Lock lock_;
   std::size_t prompts_ = 0;
   std::size_t sharers_ = 0;
+  std::string reserved_by_;  // unique name
 };
 
 }  // namespace tarnwick::automation::dbus

@@ -110,10 +110,13 @@ Interface class_interface(const Class& of) {
 }
 
 Interface automation_interface() {
+  InterfaceMember reserve = method("Reserve", {{"connectString", "s"}}, {{"reserved", "b"}});
+  // The string may bear a password.
+  reserve.secret = true;
   return {kAutomationInterface,
           {method("CreateObject", {{"class", "s"}}, {{"object", "o"}}),
            method("Release", {{"object", "o"}}, {}), method("SetLockPrompt", {{"prompt", "o"}}, {}),
-           method("Share", {{"on", "b"}}, {})}};
+           reserve, method("Share", {{"on", "b"}}, {})}};
 }
 
 Interface rows_interface() {

@@ -12,6 +12,7 @@
 #include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
 #include "runtime/error.h"
+#include "server/connect_string.h"
 
 namespace tarnwick::automation::dbus {
 
@@ -144,6 +145,7 @@ int Service::call_root(sd_bus_message* message) {
   if (name == "CreateObject") return create_object(message);
   if (name == "Release") return release(message);
   if (name == "SetLockPrompt") return set_lock_prompt(message);
+  if (name == "Reserve") return reserve(message);
   return share(message);
 }
 
@@ -172,6 +174,17 @@ int Service::set_lock_prompt(sd_bus_message* message) {
   const std::string path = read_text(message, 'o');
   clients_.set_lock_prompt(call.caller(), path == kNothingPath ? std::string() : path);
   return sd_bus_reply_method_return(message, nullptr);
+}
+
+// A new connection ends the maintenance of a record, and moves all clients to its database.
+int Service::reserve(sd_bus_message* message) {
+  Call call(*this, message, {});
+  const Text wanted = without_ole_db_services(from_utf8(read_text(message, 's')));
+  const bool disturbs =
+      state_.connected() && (state_.connection->connection_string() != wanted ||
+                             (state_.connection->in_transaction() && state_.maintenance_owned));
+  const bool reserved = !disturbs && clients_.reserve(call.caller());
+  return sd_bus_reply_method_return(message, "b", reserved ? 1 : 0);
 }
 
 int Service::share(sd_bus_message* message) {

@@ -41,6 +41,7 @@ class Service {
   int create_object(sd_bus_message* message);
   int release(sd_bus_message* message);
   int set_lock_prompt(sd_bus_message* message);
+  int reserve(sd_bus_message* message);
   int share(sd_bus_message* message);
   int call_member(sd_bus_message* message);
   // Calls a member that may lock the record, and notes who locked it.
