@@ -3,18 +3,28 @@
 #include <istream>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::platform {
 
-TerminalMessageBox::TerminalMessageBox(std::istream& input, std::ostream& output)
-    : input_(input), output_(output) {}
+TerminalMessageBox::TerminalMessageBox(std::istream& input, std::ostream& output,
+                                       std::chrono::seconds patience, WaitForLine wait_for_line)
+    : input_(input),
+      output_(output),
+      patience_(patience),
+      wait_for_line_(std::move(wait_for_line)) {}
 
 Answer TerminalMessageBox::retry_or_cancel(TextView text, TextView title) {
   inform(text, title);
+  const Time until = std::chrono::steady_clock::now() + patience_;
   for (;;) {
     output_ << "Retry or cancel? [r/c] " << std::flush;
+    if (!wait_for_line_(until)) {
+      output_ << "\nNobody answered. Answered: Cancel." << std::endl;
+      return Answer::kCancel;
+    }
     std::string line;
     if (!std::getline(input_, line)) {
       output_ << '\n';

@@ -4,11 +4,11 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <random>
 #include <string>
 
+#include "apps/common/desktop_program.h"
 #include "apps/common/engines.h"
 #include "apps/common/trace_file.h"
 #include "automation/dbus/clients.h"
@@ -61,16 +61,6 @@ dbus::BusHandle open_bus(const Options& options) {
   return dbus::BusHandle(bus);
 }
 
-// The program with the windows, where it is installed; empty where it is not.
-std::filesystem::path desktop_program() {
-  const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  for (const char* place : {"tarnwick-desktop", TARNWICK_DESKTOP}) {
-    std::filesystem::path program = (folder / place).lexically_normal();
-    if (std::filesystem::exists(program)) return program;
-  }
-  return {};
-}
-
 // Of this process alone: what it stands in the paths for.
 std::string run_name() {
   std::random_device random;
@@ -104,7 +94,7 @@ int serve(const Options& options) {
   dbus::Caller caller;
   dbus::Clients clients(bus.get(), run_name(), options.most_objects);
   platform::UnattendedMessageBox unattended(options.when_locked, warn);
-  platform::DesktopMessageBox desktop(desktop_program(), options.question_timeout, unattended,
+  platform::DesktopMessageBox desktop(apps::desktop_program(), options.question_timeout, unattended,
                                       warn);
   dbus::BusMessageBox message_box(bus.get(), clients, caller, options.question_timeout, desktop,
                                   warn);

@@ -2,26 +2,68 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 
+#include "apps/common/desktop_program.h"
 #include "apps/common/engines.h"
+#include "apps/common/trace_file.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/in_process_client.h"
 #include "apps/tarnwick/role_connection.h"
+#include "apps/tarnwick/service_client.h"
+#include "apps/tarnwick/terminal_input.h"
+#include "platform/linux/desktop_message_box.h"
 #include "platform/terminal_message_box.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
 namespace {
 
-std::unique_ptr<platform::MessageBox> make_message_box(const platform::WhenLocked& when_locked) {
-  const bool asks = when_locked.kind == platform::WhenLocked::Kind::kAsk;
-  if (asks && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0) {
-    return std::make_unique<platform::TerminalMessageBox>(std::cin, std::cerr);
+void tell(TextView line) { std::cerr << to_display_utf8(line) << std::endl; }
+
+// Asks on the desktop; where there is none, the answer is Cancel.
+class DesktopOrCancel final : public platform::MessageBox {
+ public:
+  explicit DesktopOrCancel(std::chrono::seconds patience)
+      : cancel_(platform::WhenLocked{}, tell),
+        desktop_(apps::desktop_program(), patience, cancel_, tell) {}
+  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title) override {
+    return desktop_.retry_or_cancel(text, title);
   }
-  return std::make_unique<platform::UnattendedMessageBox>(
-      when_locked, [](TextView line) { std::cerr << to_display_utf8(line) << std::endl; });
+  void inform(TextView text, TextView title) override { desktop_.inform(text, title); }
+
+ private:
+  platform::UnattendedMessageBox cancel_;
+  platform::DesktopMessageBox desktop_;
+};
+
+std::unique_ptr<platform::MessageBox> make_message_box(
+    const Options& options, const std::shared_ptr<const TerminalInput>& input) {
+  if (options.when_locked.kind != platform::WhenLocked::Kind::kAsk) {
+    return std::make_unique<platform::UnattendedMessageBox>(options.when_locked, tell);
+  }
+  if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
+    return std::make_unique<DesktopOrCancel>(options.question_timeout);
+  }
+  return std::make_unique<platform::TerminalMessageBox>(
+      std::cin, std::cerr, options.question_timeout,
+      [input](platform::TerminalMessageBox::Time until) { return input->wait(until); });
+}
+
+std::unique_ptr<Client> make_client(const Options& options, TextView connect_string) {
+  const auto input = std::make_shared<TerminalInput>();
+  auto message_box = make_message_box(options, input);
+  if (options.in_process) {
+    return std::make_unique<InProcessClient>(std::move(message_box), options.trace_file);
+  }
+  // The service would only tell its log.
+  if (!options.trace_file.empty()) const apps::TraceFile can_be_written(options.trace_file);
+  auto client = std::make_unique<ServiceClient>(std::move(message_box), input);
+  client->open(options, connect_string);
+  return client;
 }
 
 }  // namespace
@@ -41,8 +83,7 @@ Login login_of(const Options& options) {
 
 std::unique_ptr<Client> connect(const Options& options) {
   const Login login = login_of(options);
-  auto client =
-      std::make_unique<InProcessClient>(make_message_box(options.when_locked), options.trace_file);
+  std::unique_ptr<Client> client = make_client(options, login.connect_string);
   if (!client->set_connection(login.connect_string, login.role, login.password)) {
     throw Failure(ExitCode::kFailed, "The database cannot be connected to.",
                   client->last_error_msg());

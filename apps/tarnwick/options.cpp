@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <iostream>
 
@@ -18,6 +19,7 @@
 namespace tarnwick::cli {
 namespace {
 
+constexpr std::uint32_t kMostSeconds = 86400;
 constexpr char16_t kEmbedded[] = u"Tarnwick.Embedded";
 
 Text replace_all(TextView text, TextView from, TextView to) {
@@ -109,9 +111,17 @@ void add_options(CLI::App& app, Options& options) {
                  "file whose first line is the role's password; without it the terminal asks")
       ->type_name("FILE")
       ->envname("TARNWICK_PASSWORD_FILE");
-  app.add_flag("--in-process", options.in_process,
-               "work on the database directly, in this process (there is no other way yet)")
-      ->envname("TARNWICK_IN_PROCESS");
+  CLI::Option* in_process =
+      app.add_flag("--in-process", options.in_process,
+                   "work on the database directly, in this process, instead of talking to the "
+                   "service")
+          ->envname("TARNWICK_IN_PROCESS");
+  CLI::Option* system_bus =
+      app.add_flag("--system", options.system_bus, "talk to the service of the system bus");
+  CLI::Option* address = app.add_option("--address", options.address,
+                                        "talk to the service of the bus at this D-Bus address")
+                             ->type_name("ADDRESS")
+                             ->excludes(system_bus);
   app.add_flag("--json", options.json, "print JSON, for machines");
   app.add_flag("-v,--verbose", options.verbose,
                "tell each step of a change, and the row version before and after");
@@ -125,12 +135,23 @@ void add_options(CLI::App& app, Options& options) {
            }
            options.when_locked = *when_locked;
          },
-         "what to do about a row that another process maintains: ask (on a terminal; otherwise "
-         "cancel), cancel, or retry:N times")
+         "what to do about a row that another process maintains: ask (on the terminal, else on the "
+         "desktop, else cancel), cancel, or retry:N times")
       ->type_name("HOW");
+  app.add_option_function<std::uint32_t>(
+         "--question-timeout",
+         [&options](std::uint32_t seconds) {
+           options.question_timeout = std::chrono::seconds(seconds);
+         },
+         "answer Retry or Cancel with Cancel when nobody does within this time (60)")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(std::uint32_t{1}, kMostSeconds).description(""));
   app.add_option("--trace", options.trace_file,
-                 "append every statement and transaction step to this file")
-      ->type_name("FILE");
+                 "append every statement and transaction step to this file; passwords are blanked")
+      ->type_name("FILE")
+      ->excludes(system_bus)
+      ->excludes(address);
+  in_process->excludes(system_bus)->excludes(address);
 }
 
 Text with_absolute_folder(TextView connect_string, const std::filesystem::path& here) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -18,10 +19,14 @@ struct Options {
   std::string role;
   std::string password_file;
   bool in_process = false;
+  bool system_bus = false;
+  std::string address;  // of a bus; empty: the session bus, or the system bus
   bool json = false;
   bool verbose = false;
   std::string trace_file;
   platform::WhenLocked when_locked;
+  /// How long a question stays open before it is answered Cancel.
+  std::chrono::seconds question_timeout{60};
 };
 
 /// Makes the switches known to `app`; `options` must outlive it.

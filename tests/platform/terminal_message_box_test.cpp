@@ -2,11 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace tarnwick::platform {
 namespace {
+
+using Time = TerminalMessageBox::Time;
+
+constexpr std::chrono::seconds kPatience{60};
+
+bool at_once(Time) { return true; }
 
 struct Asked {
   Answer answer;
@@ -16,7 +24,7 @@ struct Asked {
 Asked ask(const std::string& typed) {
   std::istringstream input(typed);
   std::ostringstream output;
-  TerminalMessageBox box(input, output);
+  TerminalMessageBox box(input, output, kPatience, at_once);
   const Answer answer = box.retry_or_cancel(u"The record is locked!", u"Locked");
   return {answer, output.str()};
 }
@@ -48,10 +56,31 @@ TEST(TerminalMessageBox, TakesTheEndOfInputAsCancel) {
   EXPECT_EQ(ask("maybe\n").answer, Answer::kCancel);
 }
 
+TEST(TerminalMessageBox, TakesNoAnswerInTimeAsCancel) {
+  std::istringstream input("maybe\nr\n");
+  std::ostringstream output;
+  std::vector<Time> waits;
+  const Time before = std::chrono::steady_clock::now();
+  TerminalMessageBox box(input, output, kPatience, [&](Time until) {
+    waits.push_back(until);
+    return waits.size() == 1;
+  });
+  EXPECT_EQ(box.retry_or_cancel(u"The record is locked!", u"Locked"), Answer::kCancel);
+  EXPECT_EQ(output.str(),
+            "Locked: The record is locked!\n"
+            "Retry or cancel? [r/c] Retry or cancel? [r/c] \n"
+            "Nobody answered. Answered: Cancel.\n");
+  // One deadline for the whole question, however often it is repeated.
+  ASSERT_EQ(waits.size(), 2u);
+  EXPECT_EQ(waits[0], waits[1]);
+  EXPECT_GE(waits[0], before + kPatience);
+  EXPECT_EQ(input.peek(), 'r');
+}
+
 TEST(TerminalMessageBox, InformsWithoutWaiting) {
   std::istringstream input("r\n");
   std::ostringstream output;
-  TerminalMessageBox box(input, output);
+  TerminalMessageBox box(input, output, kPatience, at_once);
   box.inform(u"Gr\u00FC\u00DFe \xD800", u"Tarnwick");
   box.inform(u"no title", u"");
   EXPECT_EQ(output.str(), "Tarnwick: Gr\u00FC\u00DFe \uFFFD\nno title\n");

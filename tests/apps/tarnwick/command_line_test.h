@@ -19,7 +19,14 @@ using test_support::Ending;
 using test_support::Program;
 using test_support::Start;
 
-/// The command line over a database that it has made itself, with the sample data.
+/// What no command of a test is to see: the session and the screen of whoever runs the tests.
+inline std::map<std::string, std::string> nobodys_session() {
+  return {{"DBUS_SESSION_BUS_ADDRESS", ""}, {"XDG_RUNTIME_DIR", ""}, {"DISPLAY", ""}};
+}
+
+/// The command line over a database that it has made itself, with the sample data. Run with
+/// TARNWICK_IN_PROCESS set and without: it works on the database in its own process, or each
+/// command starts a service of its own.
 class CommandLineTest : public ::testing::Test {
  protected:
   static constexpr const char* kRole = "dw_admin";
@@ -40,17 +47,18 @@ class CommandLineTest : public ::testing::Test {
   }
 
   [[nodiscard]] std::map<std::string, std::string> environment() const {
-    return {{"TARNWICK_CONNECT", connect_string()},
-            {"TARNWICK_ROLE", kRole},
-            {"TARNWICK_PASSWORD_FILE", password_file_},
-            {"VISUAL", ""},
-            {"EDITOR", ""},
-            {"LC_ALL", "C.UTF-8"}};
+    std::map<std::string, std::string> variables = nobodys_session();
+    variables.insert({{"TARNWICK_CONNECT", connect_string()},
+                      {"TARNWICK_ROLE", kRole},
+                      {"TARNWICK_PASSWORD_FILE", password_file_},
+                      {"VISUAL", ""},
+                      {"EDITOR", ""},
+                      {"LC_ALL", "C.UTF-8"}});
+    return variables;
   }
 
   /// How a command on the sample database is started.
   [[nodiscard]] Start start(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), "--in-process");
     return {.arguments = std::move(arguments), .environment = environment()};
   }
 
@@ -79,6 +87,7 @@ class CommandLineTest : public ::testing::Test {
     for (const char* name : {"TARNWICK_CONNECT", "TARNWICK_ROLE", "TARNWICK_PASSWORD_FILE"}) {
       environment.try_emplace(name, "");
     }
+    environment.merge(nobodys_session());
     return test_support::run(
         {.arguments = std::move(arguments), .environment = std::move(environment)});
   }

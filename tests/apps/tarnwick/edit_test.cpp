@@ -11,8 +11,8 @@ class Edit : public CommandLineTest {
   /// `script` runs with the file as $1 and the command line as $tarnwick.
   [[nodiscard]] Ending edit(const std::vector<std::string>& arguments, const std::string& script) {
     Start edited = start(arguments);
-    const auto file = folder_.write(
-        "editor", "#!/bin/sh\nset -e\ntarnwick='" TARNWICK " --in-process'\n" + script + "\n");
+    const auto file =
+        folder_.write("editor", "#!/bin/sh\nset -e\ntarnwick='" TARNWICK "'\n" + script + "\n");
     std::filesystem::permissions(file, std::filesystem::perms::owner_all);
     edited.environment["EDITOR"] = file.string();
     return test_support::run(edited);

@@ -115,12 +115,27 @@ TEST_F(Locks, AreGivenUpOnATerminalToo) {
               HasSubstr("tarnwick: Report 'Headcount' is being maintained by another process."));
 }
 
+TEST_F(Locks, AreGivenUpOnATerminalWhereNobodyAnswers) {
+  Holder holder(hold());
+  Start asked = start({"--question-timeout", "1", "report", "set", "Headcount", "--title", "Mine"});
+  asked.on_terminal = true;
+  Program other(asked);
+  other.wait_for("Retry or cancel? [r/c] ");
+  other.wait_for("Nobody answered. Answered: Cancel.");
+  const Ending ending = other.end();
+  EXPECT_EQ(ending.exit_code, 4);
+  EXPECT_EQ(title(), "Headcount by Department");
+}
+
 TEST_F(Locks, EndWithTheProcessThatHeldThem) {
   Holder holder(hold());
   holder.program.kill();
-  EXPECT_EQ(json({"lock", "list"}), Json::array());
-  EXPECT_EQ(run({"report", "set", "Headcount", "--title", "Mine"}).exit_code, 0);
+  // A service of the holder's own learns of its end a moment later.
+  EXPECT_EQ(run({"--when-locked", "retry:1000", "report", "set", "Headcount", "--title", "Mine"})
+                .exit_code,
+            0);
   EXPECT_EQ(title(), "Mine");
+  EXPECT_EQ(json({"lock", "list"}), Json::array());
 }
 
 TEST_F(Locks, DoNotKeepOthersFromOtherRows) {
