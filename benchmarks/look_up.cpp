@@ -81,7 +81,7 @@ Row flatness(const std::string& name, const std::function<void(benchmark::State&
 
 }  // namespace
 
-std::vector<Row> measure_look_up() {
+std::vector<Row> measure_look_up(const std::filesystem::path&) {
   const auto position = [](bool after_removals) {
     return [=](benchmark::State& state, int size) { by_position(state, size, after_removals); };
   };

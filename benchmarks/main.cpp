@@ -1,8 +1,14 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <set>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
 
 #include "benchmarks/jobs.h"
 
@@ -30,22 +36,35 @@ class ScratchFolder {
   std::filesystem::path path_;
 };
 
+struct Job {
+  std::string_view name;
+  std::vector<Row> (*measure)(const std::filesystem::path& scratch);
+};
+
+constexpr std::array kJobs{
+    Job{"pcs", measure_pc_loading},    Job{"reports", measure_report_loading},
+    Job{"odbc", measure_odbc_loading}, Job{"update", measure_update_cycle},
+    Job{"look-up", measure_look_up},   Job{"dbus", measure_dbus}};
+
 }  // namespace
 
-// Usage: tarnwick_benchmarks [FOLDER]: FOLDER (default: the present one) takes the data while it
-// runs; it should lie on a real disk, since commits are measured.
+// Usage: tarnwick_benchmarks [FOLDER [JOB...]]: FOLDER (default: the present one) takes the data
+// while it runs; it should lie on a real disk, since commits are measured. Without a JOB: all.
 int main(int argc, char** argv) {
   try {
     const ScratchFolder scratch(std::filesystem::absolute(argc > 1 ? argv[1] : "."));
+    const std::set<std::string_view> wanted(argv + std::min(argc, 2), argv + argc);
+    for (const std::string_view name : wanted) {
+      if (std::ranges::find(kJobs, name, &Job::name) == kJobs.end()) {
+        throw std::runtime_error(fmt::format("there is no job '{}'", name));
+      }
+    }
     std::vector<Row> rows;
-    const auto take = [&](std::vector<Row> measured) {
+    for (const Job& job : kJobs) {
+      if (!wanted.empty() && !wanted.contains(job.name)) continue;
+      const std::vector<Row> measured = job.measure(scratch.path());
       rows.insert(rows.end(), measured.begin(), measured.end());
-    };
-    take(measure_pc_loading(scratch.path()));
-    take(measure_report_loading(scratch.path()));
-    take(measure_odbc_loading(scratch.path()));
-    take(measure_update_cycle(scratch.path()));
-    take(measure_look_up());
+    }
     return print(rows) ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception& exception) {
     fmt::print(stderr, "bench: {}\n", exception.what());

@@ -58,11 +58,6 @@ bool locks_record(const Member& member) {
   return member.name == "LockRecord" || member.name == "Update";
 }
 
-// The shared error state is no part of a record; a row of many would only repeat it.
-bool is_error_state(const Member& member) {
-  return member.name == "LastErrorMsg" || member.name == "LastErrorNumber";
-}
-
 int to_string_list(const std::vector<std::string>& texts, char*** list) {
   auto** made = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
   if (made == nullptr) return -ENOMEM;
@@ -121,8 +116,13 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& call
   constexpr auto kRows = &Service::on_call<&Service::get_rows>;
   export_interface(automation_interface(), &Service::find_root, kRoot);
   for (std::size_t i = 0; i < kClassCount; ++i) {
-    export_interface(class_interface(class_of(static_cast<ClassId>(i))), &Service::find_object,
-                     kMember);
+    const Class& of = class_of(static_cast<ClassId>(i));
+    export_interface(class_interface(of), &Service::find_object, kMember);
+    for (const Member& member : of.members) {
+      if (!is_property(member)) continue;
+      properties_[i].push_back({&member, std::string(member.name), signature_of(member.result),
+                                member.name.starts_with("LastError")});
+    }
   }
   export_interface(rows_interface(), &Service::find_object, kRows);
   check(sd_bus_add_node_enumerator(bus_, &slot, kRootPath, &Service::list_children, this),
@@ -223,16 +223,16 @@ std::size_t Service::append_properties(sd_bus_message* reply, const Object& obje
                                        bool with_error_state, Call& call) {
   std::size_t bytes = 0;
   open(reply, SD_BUS_TYPE_ARRAY, "{sv}");
-  for (const Member& member : class_of(object.class_id).members) {
-    if (!is_property(member) || (!with_error_state && is_error_state(member))) continue;
+  for (const Property& property : properties_[static_cast<std::size_t>(object.class_id)]) {
+    if (property.is_error_state && !with_error_state) continue;
     try {
-      const Outgoing outgoing(member.result, automation::call(object, member), call);
-      bytes += outgoing.size() + 2 * member.name.size();
+      const Outgoing outgoing(property.member->result, automation::call(object, *property.member),
+                              call);
+      bytes += outgoing.size() + 2 * property.name.size();
       if (bytes > kMostBytes) break;
       open(reply, SD_BUS_TYPE_DICT_ENTRY, "sv");
-      check(sd_bus_message_append_basic(reply, 's', std::string(member.name).c_str()),
-            "making a reply");
-      open(reply, SD_BUS_TYPE_VARIANT, signature_of(member.result));
+      check(sd_bus_message_append_basic(reply, 's', property.name.c_str()), "making a reply");
+      open(reply, SD_BUS_TYPE_VARIANT, property.signature);
       outgoing.append_to(reply);
       close(reply);
       close(reply);

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <array>
 #include <deque>
 #include <string>
 #include <vector>
@@ -33,6 +34,16 @@ class Service {
 
  private:
   class Call;
+
+  // A member that is a property, with what its part of a message needs ready made: rows come by
+  // the thousand.
+  struct Property {
+    const Member* member = nullptr;
+    std::string name;
+    const char* signature = nullptr;
+    // The shared error state is no part of a record; a row of many would only repeat it.
+    bool is_error_state = false;
+  };
 
   void export_interface(const Interface& interface, sd_bus_object_find_t find,
                         sd_bus_message_handler_t call);
@@ -74,6 +85,7 @@ class Service {
   SharedState& state_;
   Clients& clients_;
   Caller& caller_;
+  std::array<std::vector<Property>, kClassCount> properties_;
   std::deque<Vtable> vtables_;
   std::vector<SlotHandle> slots_;
 };
