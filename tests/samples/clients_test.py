@@ -6,7 +6,8 @@ import pathlib
 import subprocess
 import unittest
 
-from private_bus import PASSWORD, ROLE, Bus, BusTest, Client, until, variant
+from private_bus import (PASSWORD, ROLE, Bus, BusTest, Client, described_interface, until,
+                         variant)
 
 CLIENTS = pathlib.Path(os.environ.get("TARNWICK_SAMPLE_CLIENTS", "."))
 SAMPLES = {
@@ -111,6 +112,30 @@ class Sample(SampleTest):
             with self.subTest(language):
                 self.run_sample(language, *PC)
                 until(lambda: not client.held_classes(), "the end of the objects")
+
+
+class Guide(SampleTest):
+    def test_begins_with_a_program_that_runs(self):
+        text = (CLIENTS.parent.parent / "docs" / "dbus.md").read_text()
+        program = text.partition("```python\n")[2].partition("```")[0]
+        self.assertIn("SetConnection", program)
+        for written, meant in (("/srv/dw", str(self.db.folder)), ("role", ROLE),
+                               ("secret", PASSWORD)):
+            self.assertEqual(program.count(f'"{written}"') + program.count(f"={written}"), 1)
+            program = program.replace(written, meant)
+        program += """
+for name in ("Initialized", "LastErrorMsg"):
+    print(server.Get(NAME + ".Server", name, dbus_interface=dbus.PROPERTIES_IFACE))
+"""
+        result = subprocess.run(
+            ["/usr/bin/python3", "-c", program], capture_output=True, text=True, timeout=120,
+            env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": self.bus.address})
+        self.assertEqual((result.stdout, result.stderr), ("1\n\n", ""))
+
+    def test_names_every_method_of_the_root_object(self):
+        text = (CLIENTS.parent.parent / "docs" / "dbus.md").read_text()
+        for method in described_interface("Automation").methods:
+            self.assertIn(f"`{method.name}(", text)
 
 
 class LockedRecord(SampleTest):
