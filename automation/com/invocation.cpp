@@ -6,6 +6,11 @@
 namespace tarnwick::automation::com {
 namespace {
 
+/// What a script's variable holds, and any other argument itself.
+const VARIANTARG& content(const VARIANTARG& argument) {
+  return argument.vt == (VT_BYREF | VT_VARIANT) ? *argument.pvarVal : argument;
+}
+
 bool is_missing(const VARIANTARG& argument) {
   return argument.vt == VT_ERROR && argument.scode == DISP_E_PARAMNOTFOUND;
 }
@@ -40,7 +45,7 @@ void put(VARIANT& variant, const Value& value) {
 Invocation::Invocation(const Member& member, bool sets, const DISPPARAMS& given) {
   if (sets) {
     arguments_.resize(1);
-    result_ = given.cArgs == 1 ? take(member.result, given.rgvarg[0], arguments_[0])
+    result_ = given.cArgs == 1 ? take(member.result, content(given.rgvarg[0]), arguments_[0])
                                : DISP_E_BADPARAMCOUNT;
     parameters_.rgdispidNamedArgs = &property_put_;
     parameters_.cNamedArgs = 1;
@@ -59,14 +64,16 @@ HRESULT Invocation::arrange(const Member& member, const DISPPARAMS& given) {
   // By place, the first one first.
   std::vector<const VARIANTARG*> places(wanted, nullptr);
   const std::size_t positional = given.cArgs - named;
-  for (std::size_t i = 0; i < positional; ++i) places[i] = &given.rgvarg[given.cArgs - 1 - i];
+  for (std::size_t i = 0; i < positional; ++i) {
+    places[i] = &content(given.rgvarg[given.cArgs - 1 - i]);
+  }
   for (std::size_t i = 0; i < named; ++i) {
     const DISPID place = given.rgdispidNamedArgs[i];
     if (place < 0 || static_cast<std::size_t>(place) >= wanted ||
         places[static_cast<std::size_t>(place)] != nullptr) {
       return DISP_E_PARAMNOTFOUND;
     }
-    places[static_cast<std::size_t>(place)] = &given.rgvarg[i];
+    places[static_cast<std::size_t>(place)] = &content(given.rgvarg[i]);
   }
 
   arguments_.resize(wanted);
@@ -86,7 +93,12 @@ HRESULT Invocation::arrange(const Member& member, const DISPPARAMS& given) {
 }
 
 HRESULT Invocation::take(const Type& type, const VARIANTARG& given, VARIANTARG& taken) {
-  taken = given.vt == (VT_BYREF | VT_VARIANT) ? *given.pvarVal : given;
+  taken = given;
+  if ((given.vt & VT_BYREF) != 0) {
+    OwnVariant& value = owned_.emplace_back();
+    if (FAILED(VariantCopyInd(value.get(), &taken))) return DISP_E_TYPEMISMATCH;
+    taken = *value.get();
+  }
   const bool typed = type.kind != Kind::kKeyOrPosition;
   return taken.vt == VT_NULL && typed
              ? hresult_of(static_cast<std::int32_t>(ErrorNumber::kInvalidUseOfNull))
@@ -94,7 +106,7 @@ HRESULT Invocation::take(const Type& type, const VARIANTARG& given, VARIANTARG& 
 }
 
 VARIANTARG Invocation::default_of(const Argument& argument) {
-  OwnVariant& owned = defaults_.emplace_back();
+  OwnVariant& owned = owned_.emplace_back();
   put(*owned.get(), *argument.default_value);
   return *owned.get();
 }

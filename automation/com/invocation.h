@@ -9,8 +9,9 @@
 namespace tarnwick::automation::com {
 
 /// The arguments of a late-bound call in the form that the type library's own Invoke takes on every
-/// system: by position, all given, none a reference to a variant.
-///   - script variables come as references to variants;
+/// system: by position, all given, none a reference.
+///   - script variables come as references to variants, those of compiled programs as references to
+///     what they hold;
 ///   - what was left out, at the end or in between, takes its default;
 ///   - named arguments go to their places.
 class Invocation {
@@ -31,7 +32,7 @@ class Invocation {
   VARIANTARG default_of(const Argument& argument);
 
   std::vector<VARIANTARG> arguments_;  // last one first; borrowed
-  std::deque<OwnVariant> defaults_;
+  std::deque<OwnVariant> owned_;       // what `arguments_` holds beside the caller's
   DISPID property_put_ = DISPID_PROPERTYPUT;
   DISPPARAMS parameters_{};
   HRESULT result_ = S_OK;

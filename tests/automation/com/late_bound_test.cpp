@@ -199,6 +199,50 @@ TEST_F(LateBoundClient, PassesScriptVariablesByReference) {
   EXPECT_EQ(report().call(L"Title").text(), u"By reference");
 }
 
+TEST_F(LateBoundClient, PassesVariablesOfItsOwnTypesByReference) {
+  short id = 3;
+  BSTR text = to_bstr(u"M3");
+  DATE date = 45003.5;
+  VARIANT_BOOL active = VARIANT_FALSE;
+  long logins = 70000;
+  VARIANTARG arguments[11];  // the last one first
+  for (VARIANTARG& argument : arguments) {
+    argument.vt = VT_ERROR;
+    argument.scode = DISP_E_PARAMNOTFOUND;
+  }
+  const auto set = [&](int place, VARTYPE type, void* variable) {
+    arguments[10 - place].vt = static_cast<VARTYPE>(VT_BYREF | type);
+    arguments[10 - place].byref = variable;
+  };
+  set(0, VT_BSTR, &text);
+  set(1, VT_I2, &id);
+  set(2, VT_BSTR, &text);
+  set(3, VT_BSTR, &text);
+  set(4, VT_DATE, &date);
+  set(5, VT_BOOL, &active);
+  set(10, VT_I4, &logins);
+  DISPPARAMS parameters{arguments, nullptr, 11, 0};
+  Var made;
+  EXPECT_EQ(pcs().get()->Invoke(2, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
+                                made.get(), nullptr, nullptr),
+            S_OK);
+  SysFreeString(text);
+  ASSERT_EQ(made.type(), VT_DISPATCH);
+  const LateBound pc(made.object());
+  EXPECT_EQ(pc.call(L"Key").text(), u"M3\u00FEM3\u00FE3");
+  EXPECT_EQ(pc.call(L"ActivateDate").days(), 45003.5);
+  EXPECT_FALSE(pc.call(L"Active").boolean());
+  EXPECT_EQ(pc.call(L"ImageIndex").number(), 10);
+  EXPECT_EQ(pc.call(L"TotalLogins").number(), 70000);
+}
+
+TEST_F(LateBoundClient, MayHandOnAnArgumentThatItWasNotGiven) {
+  Var missing = Var::missing();
+  const LateBound made =
+      pcs().object(L"Add", {u"M4", 4, u"PC-4", u"me", Var::date(1.0), Var::reference(missing)});
+  EXPECT_TRUE(made.call(L"Active").boolean());
+}
+
 TEST_F(LateBoundClient, LeavesOptionalArgumentsOutAtTheEndAndInBetween) {
   const LateBound short_call = pcs().object(L"Add", {u"M2", 2, u"PC-2", u"me", Var::date(1.0)});
   EXPECT_TRUE(short_call.call(L"Active").boolean());
