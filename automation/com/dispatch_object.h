@@ -137,7 +137,7 @@ class DispatchObject : public Interface,
     const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
     // Scripts cannot tell a property from a method without arguments.
     if ((flags & DISPATCH_METHOD) != 0) flags |= DISPATCH_PROPERTYGET;
-    if (!sets && names_an_object(*member) && parameters->cArgs > 0) {
+    if (!sets && names_an_object(*member) && Invocation::count(*parameters) > 0) {
       return invoke_default(id, flags, parameters, result, exception, culprit);
     }
     Invocation invocation(*member, sets, *parameters);

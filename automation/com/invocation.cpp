@@ -1,5 +1,7 @@
 #include "automation/com/invocation.h"
 
+#include <dispex.h>
+
 #include "automation/com/errors.h"
 #include "automation/com/values.h"
 
@@ -40,7 +42,15 @@ void put(VARIANT& variant, const Value& value) {
       value);
 }
 
+bool names_the_caller(const DISPPARAMS& given) {
+  return given.cNamedArgs > 0 && given.rgdispidNamedArgs[0] == DISPID_THIS;
+}
+
 }  // namespace
+
+std::size_t Invocation::count(const DISPPARAMS& given) {
+  return names_the_caller(given) ? given.cArgs - std::size_t{1} : given.cArgs;
+}
 
 Invocation::Invocation(const Member& member, bool sets, const DISPPARAMS& given) {
   if (sets) {
@@ -59,7 +69,7 @@ Invocation::Invocation(const Member& member, bool sets, const DISPPARAMS& given)
 HRESULT Invocation::arrange(const Member& member, const DISPPARAMS& given) {
   const std::size_t wanted = member.arguments.size();
   const std::size_t named = given.cNamedArgs;
-  if (given.cArgs > wanted || named > given.cArgs) return DISP_E_BADPARAMCOUNT;
+  if (named > given.cArgs || count(given) > wanted) return DISP_E_BADPARAMCOUNT;
 
   // By place, the first one first.
   std::vector<const VARIANTARG*> places(wanted, nullptr);
@@ -67,7 +77,7 @@ HRESULT Invocation::arrange(const Member& member, const DISPPARAMS& given) {
   for (std::size_t i = 0; i < positional; ++i) {
     places[i] = &content(given.rgvarg[given.cArgs - 1 - i]);
   }
-  for (std::size_t i = 0; i < named; ++i) {
+  for (std::size_t i = names_the_caller(given) ? 1 : 0; i < named; ++i) {
     const DISPID place = given.rgdispidNamedArgs[i];
     if (place < 0 || static_cast<std::size_t>(place) >= wanted ||
         places[static_cast<std::size_t>(place)] != nullptr) {

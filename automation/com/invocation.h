@@ -13,12 +13,16 @@ namespace tarnwick::automation::com {
 ///   - script variables come as references to variants, those of compiled programs as references to
 ///     what they hold;
 ///   - what was left out, at the end or in between, takes its default;
-///   - named arguments go to their places.
+///   - named arguments go to their places;
+///   - the object that some script engines name as the caller (DISPID_THIS) is nobody's argument.
 class Invocation {
  public:
   /// A call of `member`, or a setting of it (`sets`), with the arguments `given`, which must
   /// outlive this.
   Invocation(const Member& member, bool sets, const DISPPARAMS& given);
+
+  /// How many arguments are given.
+  [[nodiscard]] static std::size_t count(const DISPPARAMS& given);
 
   /// S_OK, or why the call cannot be made: DISP_E_BADPARAMCOUNT, DISP_E_PARAMNOTFOUND,
   /// DISP_E_PARAMNOTOPTIONAL, or the HRESULT of Error 94 for Null where another value is meant.

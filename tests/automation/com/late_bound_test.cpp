@@ -260,6 +260,37 @@ TEST_F(LateBoundClient, LeavesOptionalArgumentsOutAtTheEndAndInBetween) {
   EXPECT_EQ(gaps.call(L"TotalLogins").number(), 17);
 }
 
+TEST_F(LateBoundClient, MayNameItsArguments) {
+  const LateBound all = pcs();
+  wchar_t method[] = L"Add";
+  wchar_t first[] = L"lTotalLogins";
+  wchar_t second[] = L"SCOMPUTERID";
+  wchar_t third[] = L"sActivatedBy";
+  wchar_t fourth[] = L"datActivateDate";
+  LPOLESTR names[]{method, first, second, third, fourth};
+  DISPID ids[5]{};
+  ASSERT_EQ(all.get()->GetIDsOfNames(IID_NULL, names, 5, LOCALE_USER_DEFAULT, ids), S_OK);
+  Var values[]{17, u"PC-5", u"me", Var::date(1.0),
+               5,  u"M5"};  // named ones, then the last one first
+  VARIANTARG arguments[6];
+  for (int i = 0; i < 6; ++i) arguments[i] = values[i].value();
+  DISPPARAMS parameters{arguments, ids + 1, 6, 4};
+  Var made;
+  ASSERT_EQ(all.get()->Invoke(ids[0], IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters,
+                              made.get(), nullptr, nullptr),
+            S_OK);
+  const LateBound pc(made.object());
+  EXPECT_EQ(pc.call(L"Key").text(), u"M5\u00FEPC-5\u00FE5");
+  EXPECT_EQ(pc.call(L"TotalLogins").number(), 17);
+  EXPECT_TRUE(pc.call(L"Active").boolean());
+
+  DISPID unknown = 99;
+  DISPPARAMS astray{arguments, &unknown, 1, 1};
+  EXPECT_EQ(all.get()->Invoke(ids[0], IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &astray,
+                              nullptr, nullptr, nullptr),
+            DISP_E_PARAMNOTFOUND);
+}
+
 TEST_F(LateBoundClient, IsToldWhereARequiredArgumentIsMissing) {
   EXPECT_EQ(components().attempt(L"Exists", kCall, {}).result, DISP_E_PARAMNOTOPTIONAL);
   EXPECT_EQ(components().attempt(L"Exists", kCall, {Var::missing()}).result,
@@ -385,6 +416,18 @@ TEST_F(LateBoundClient, IsSparedDetoursByTheInterfaceThatScriptsAskFor) {
                              nullptr, nullptr),
             S_OK);
   EXPECT_EQ(result.number(), 1);
+
+  // Some engines name the object itself as the caller of its method.
+  name = u"lockrecord";
+  ASSERT_EQ(object->GetDispID(name.value().bstrVal, fdexNameCaseInsensitive, &id), S_OK);
+  Var caller(component().get());
+  DISPID caller_id = DISPID_THIS;
+  DISPPARAMS called{caller.get(), &caller_id, 1, 1};
+  ASSERT_EQ(object->InvokeEx(id, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &called, result.get(),
+                             nullptr, nullptr),
+            S_OK);
+  EXPECT_TRUE(result.boolean());
+
   Var unknown(u"nothing");
   EXPECT_EQ(object->GetDispID(unknown.value().bstrVal, fdexNameCaseInsensitive, &id),
             DISP_E_UNKNOWNNAME);
