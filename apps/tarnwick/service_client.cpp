@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <string_view>
@@ -57,30 +58,27 @@ void read_value(sd_bus_message* message, Enum& value) {
 }
 
 void append_value(sd_bus_message* message, const Text& value) {
-  if (value.find(u'\0') != Text::npos) {
-    throw Failure(ExitCode::kFailed,
-                  "A text holds a zero character, which the bus cannot carry. --in-process needs "
-                  "no bus.");
-  }
-  check(sd_bus_message_append(message, "v", "s", to_utf8(value).c_str()), "making a call");
+  check_argument(value.find(u'\0') == Text::npos
+                     ? sd_bus_message_append(message, "v", "s", to_utf8(value).c_str())
+                     : -EINVAL);
 }
 void append_value(sd_bus_message* message, std::int16_t value) {
-  check(sd_bus_message_append(message, "v", "n", value), "making a call");
+  check_argument(sd_bus_message_append(message, "v", "n", value));
 }
 void append_value(sd_bus_message* message, std::int32_t value) {
-  check(sd_bus_message_append(message, "v", "i", value), "making a call");
+  check_argument(sd_bus_message_append(message, "v", "i", value));
 }
 void append_value(sd_bus_message* message, bool value) {
-  check(sd_bus_message_append(message, "v", "b", value ? 1 : 0), "making a call");
+  check_argument(sd_bus_message_append(message, "v", "b", value ? 1 : 0));
 }
 void append_value(sd_bus_message* message, Date value) {
-  check(sd_bus_message_append(message, "v", "d", value.days), "making a call");
+  check_argument(sd_bus_message_append(message, "v", "d", value.days));
 }
 
-// An a{sv}, taken by the names of the properties. The service leaves out what the bus cannot carry.
+// An a{sv}, taken by the names of the properties. False when the service left some of them out: the
+// bus cannot carry every text.
 template <class Row>
-Row read_row(sd_bus_message* message) {
-  Row row;
+bool read_row(sd_bus_message* message, Row& row) {
   const auto fields = fields_of(row);
   std::size_t found = 0;
   check(sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "{sv}"), "reading a reply");
@@ -101,20 +99,22 @@ Row read_row(sd_bus_message* message) {
     check(sd_bus_message_exit_container(message), "reading a reply");
   }
   check(sd_bus_message_exit_container(message), "reading a reply");
-  if (found < fields.size()) {
-    fmt::print(stderr,
-               "{} has a text that the bus cannot carry; it is shown as empty. --in-process needs "
-               "no bus.\n",
-               describe(row));
-  }
-  return row;
+  return found == fields.size();
 }
 
+// For a record that may be written back: a text that is missing here would be lost there.
 template <class Row>
 Row row_of(const RemoteObject& object) {
   const Message reply =
       object.service().call(object.path(), kProperties, "GetAll", "s", object.interface().c_str());
-  return read_row<Row>(reply.get());
+  Row row;
+  if (!read_row(reply.get(), row)) {
+    throw Failure(ExitCode::kFailed,
+                  fmt::format("{} has a text that the bus cannot carry. With --in-process the "
+                              "service is not needed.",
+                              describe(row)));
+  }
+  return row;
 }
 
 // The rows of one message; how many there are is in them.
@@ -123,7 +123,13 @@ std::size_t append_rows(const Message& reply, std::vector<Row>& rows) {
   const std::size_t before = rows.size();
   check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "a{sv}"), "reading a reply");
   while (check(sd_bus_message_at_end(reply.get(), 0), "reading a reply") == 0) {
-    rows.push_back(read_row<Row>(reply.get()));
+    Row& row = rows.emplace_back();
+    if (!read_row(reply.get(), row)) {
+      fmt::print(stderr,
+                 "{} has a text that the bus cannot carry; it is shown as empty. With --in-process "
+                 "the service is not needed.\n",
+                 describe(row));
+    }
   }
   return rows.size() - before;
 }
@@ -151,9 +157,8 @@ void assign_row(const RemoteObject& object, const Row& row) {
   for (const auto& field : fields_of(row)) {
     if (field.name == "SoftLock" || field.name == "RowVersion") continue;
     Message call = object.service().new_call(object.path(), kProperties, "Set");
-    check(sd_bus_message_append(call.get(), "ss", object.interface().c_str(),
-                                std::string(field.name).c_str()),
-          "making a call");
+    check_argument(sd_bus_message_append(call.get(), "ss", object.interface().c_str(),
+                                         std::string(field.name).c_str()));
     std::visit([&](auto member) { append_value(call.get(), row.*member); }, field.member);
     object.service().send(std::move(call));
   }
@@ -295,9 +300,8 @@ Text ServiceClient::last_error_msg() {
 bool ServiceClient::set_connection(TextView connect_string, TextView role, TextView password) {
   Message call = service_->new_call(server_->path(), server_->interface(), "SetConnection");
   check(sd_bus_message_sensitive(call.get()), "making a call");
-  check(sd_bus_message_append(call.get(), "sss", to_utf8(connect_string).c_str(),
-                              to_utf8(role).c_str(), to_utf8(password).c_str()),
-        "making a call");
+  check_argument(sd_bus_message_append(call.get(), "sss", to_utf8(connect_string).c_str(),
+                                       to_utf8(role).c_str(), to_utf8(password).c_str()));
   return boolean_result(service_->send(std::move(call)));
 }
 

@@ -14,6 +14,10 @@ namespace dbus = automation::dbus;
 using dbus::check;
 using Message = ServiceConnection::Message;
 
+// Zero characters, and code points that are no characters.
+constexpr char kNotCarried[] =
+    "A text holds a character that the bus cannot carry. With --in-process the service is not "
+    "needed.";
 constexpr char kPromptPath[] = "/org/tarnwick/Security1/Prompt";
 constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
 
@@ -23,6 +27,11 @@ int keep_reply(sd_bus_message* message, void* reply, sd_bus_error*) {
 }
 
 }  // namespace
+
+void check_argument(int result) {
+  if (result == -EINVAL) throw Failure(ExitCode::kFailed, kNotCarried);
+  check(result, "making a call");
+}
 
 ServiceConnection::ServiceConnection(std::unique_ptr<ServiceBus> bus,
                                      platform::MessageBox& message_box, TerminalInput& input)
@@ -47,7 +56,7 @@ ServiceConnection::~ServiceConnection() { input_.set_meanwhile({}); }
 bool ServiceConnection::reserve(const std::string& connect_string) {
   Message message = new_call(dbus::kRootPath, dbus::kAutomationInterface, "Reserve");
   check(sd_bus_message_sensitive(message.get()), "making a call");
-  check(sd_bus_message_append(message.get(), "s", connect_string.c_str()), "making a call");
+  check_argument(sd_bus_message_append(message.get(), "s", connect_string.c_str()));
   return boolean_result(send(std::move(message)));
 }
 

@@ -16,6 +16,9 @@
 
 namespace tarnwick::cli {
 
+/// Throws Failure when what was put into a call cannot go over the bus. `result`: of sd-bus.
+void check_argument(int result);
+
 /// A call that the service refused.
 class Refusal : public Failure {
  public:
@@ -58,8 +61,7 @@ class ServiceConnection final {
   Message call(const std::string& path, const std::string& interface, const char* member,
                const char* types = "", Arguments... arguments) {
     Message message = new_call(path, interface, member);
-    automation::dbus::check(sd_bus_message_append(message.get(), types, arguments...),
-                            "making a call");
+    check_argument(sd_bus_message_append(message.get(), types, arguments...));
     return send(std::move(message));
   }
 

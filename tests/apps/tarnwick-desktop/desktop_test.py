@@ -12,7 +12,7 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "automation" / "dbus"))
 
 from locks_test import TEXT, TITLE, LockTest  # noqa: E402
-from private_bus import until  # noqa: E402
+from private_bus import PASSWORD, ROLE, until  # noqa: E402
 
 
 # The message WM_DELETE_WINDOW by the X library itself.
@@ -213,17 +213,53 @@ class WithoutAScreen(unittest.TestCase):
             self.assertEqual(result.stdout, "")
 
 
-class Service(LockTest):
-    """A lock that a client met who answers no questions."""
-
-    switches = ("--question-timeout", "30")
-
+class LockOnScreen(LockTest):
     def setUp(self):
         self.screen = Screen()
         self.addCleanup(self.screen.close)
         os.environ["DISPLAY"] = self.screen.name
         self.addCleanup(os.environ.pop, "DISPLAY")
         super().setUp()
+
+
+class CommandLine(LockOnScreen):
+    """A lock that a command met which was typed on no terminal."""
+
+    def start(self, *arguments):
+        password = self.folder / "password"
+        password.write_text(PASSWORD)
+        process = subprocess.Popen(
+            [os.environ["TARNWICK"], "--connect", self.db.connect_string, "--role", ROLE,
+             "--password-file", password, *arguments], text=True, stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.stderr.close)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
+
+    def set_name(self, *switches):
+        return self.start(*switches, "component", "set", "7", "--name", "Mine")
+
+    def test_asks_on_the_desktop(self):
+        for way in (("--in-process",), ("--address", self.bus.address)):
+            process = self.set_name(*way)
+            self.screen.press(self.screen.window(TITLE), "Escape")
+            self.assertEqual(process.communicate(), (
+                "", "tarnwick: Component 7 is being maintained by another process.\n"))
+            self.assertEqual(process.returncode, 4)
+
+    def test_gives_up_where_nobody_answers_there(self):
+        process = self.set_name("--in-process", "--question-timeout", "1")
+        self.assertIn("Nobody answered on the desktop. Answered: Cancel.\n",
+                      process.communicate()[1])
+        self.assertEqual(process.returncode, 4)
+
+
+class Service(LockOnScreen):
+    """A lock that a client met who answers no questions."""
+
+    switches = ("--question-timeout", "30")
 
     def test_asks_on_the_desktop(self):
         wait = self.asking.start_call(self.record.path, self.record.interface, "LockRecord")

@@ -1,5 +1,6 @@
 """The command line on a bus that it shares with other clients. TARNWICK names the program."""
 
+import json
 import os
 import pathlib
 import pty
@@ -215,6 +216,42 @@ class Sharing(SharedService):
         self.say("check")
         self.assertNotIn("sesam", done.stderr)
         self.assertNotIn("sesam", self.log.read_text())
+
+
+class TextsThatTheBusCannotCarry(SharedService):
+    ODD = "a\ufffeb"
+
+    def setUp(self):
+        super().setUp()
+        self.db.add_reports([("Good", "fine"), ("Odd", self.ODD)])
+
+    def rows(self):
+        return self.db.run("SELECT ReportName, Title, Author FROM DW_Reports ORDER BY ReportName")
+
+    def test_are_left_out_of_lists_with_a_warning(self):
+        done = self.run_it("report", "list", "--json")
+        self.assertEqual(done.returncode, 0)
+        self.assertEqual([row["Title"] for row in json.loads(done.stdout)], ["fine", ""])
+        self.assertEqual(done.stderr, "Report 'Odd' has a text that the bus cannot carry; it is "
+                         "shown as empty. With --in-process the service is not needed.\n")
+
+    def test_are_never_lost_by_a_change_of_their_record(self):
+        before = self.rows()
+        done = self.run_it("report", "set", "Odd", "--author", "clara")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(done.stderr, "tarnwick: Report 'Odd' has a text that the bus cannot carry. "
+                         "With --in-process the service is not needed.\n")
+        self.assertEqual(self.rows(), before)
+        self.say("--in-process", "report", "set", "Odd", "--author", "clara")
+        self.assertEqual(self.rows(), [before[0], ("Odd", self.ODD, "clara")])
+
+    def test_are_refused_as_arguments(self):
+        before = self.rows()
+        done = self.run_it("report", "set", "Good", "--title", self.ODD)
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(done.stderr, "tarnwick: A text holds a character that the bus cannot carry. "
+                         "With --in-process the service is not needed.\n")
+        self.assertEqual(self.rows(), before)
 
 
 class Questions(SharedService):
