@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "apps/common/engines.h"
 #include "apps/common/trace_file.h"
@@ -38,7 +40,7 @@ class InProcessClient final : public Client {
  private:
   std::unique_ptr<platform::MessageBox> message_box_;
   // The intermediate file of field definitions: the program's own folder may not be writable.
-  ScratchFolder scratch_;
+  ScratchFolder scratch_{std::vector<std::string>{"TTX.bin"}};
   platform::LinuxHost host_;
   apps::ProgramEngines engines_;
   std::optional<apps::TraceFile> trace_;

@@ -1,13 +1,18 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace tarnwick::cli {
 
 /// A folder of its own under the system's folder for temporary files; goes with everything in it.
 class ScratchFolder final {
  public:
-  /// Throws std::system_error.
+  /// Signals that end this process end the folder too, if it holds nothing but these files. At most
+  /// one such folder at a time. Throws std::system_error.
+  explicit ScratchFolder(std::vector<std::string> files);
+  /// A signal leaves the folder behind. Throws std::system_error.
   ScratchFolder();
   ~ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;
@@ -17,6 +22,7 @@ class ScratchFolder final {
 
  private:
   std::filesystem::path path_;
+  bool goes_by_signal_ = false;
 };
 
 }  // namespace tarnwick::cli

@@ -1,6 +1,7 @@
 #include "apps/tarnwick/service_bus.h"
 
 #include <fmt/format.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -156,8 +157,12 @@ std::unique_ptr<ServiceBus> ServiceBus::make(const Options& options) {
 }
 
 void ServiceBus::open_own(const Options& options) {
-  scratch_ = std::make_unique<ScratchFolder>();
+  scratch_ = std::make_unique<ScratchFolder>(
+      std::vector<std::string>{"bus", "bus.conf", "log", "TTX.bin"});
   const std::filesystem::path socket = scratch_->path() / "bus";
+  if (socket.native().size() >= sizeof(sockaddr_un::sun_path)) {
+    refuse("the name of the folder for temporary files (TMPDIR) is too long for a socket");
+  }
   const std::filesystem::path configuration = scratch_->path() / "bus.conf";
   std::ofstream(configuration) << fmt::format(kConfiguration, socket.string());
   daemon_ = std::make_unique<ChildProcess>(ChildProcess::Start{

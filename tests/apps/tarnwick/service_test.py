@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import pty
+import signal
 import subprocess
 import tempfile
 import unittest
@@ -374,6 +375,35 @@ class StartingTheService(Starting):
         holder.process.kill()
         until(lambda: not self.processes(), "the end of the bus and the service")
         self.say("component", "set", "7", "--name", "Mine", **self.without_bus())
+
+    def test_on_a_bus_of_its_own_leaves_nothing_behind_when_a_signal_ends_it(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            holder = self.type_it("lock", "hold", "component", "7", **self.without_bus())
+            holder.wait_for("Component 7 locked.")
+            holder.process.send_signal(number)
+            self.assertEqual(holder.process.wait(), -number)
+            until(lambda: not self.processes(), "the end of the bus and the service")
+            self.assertEqual(list(self.scratch.iterdir()), [])
+
+    def test_is_not_needed_to_leave_nothing_behind(self):
+        holder = self.type_it("--in-process", "lock", "hold", "component", "7",
+                              **self.without_bus())
+        holder.wait_for("Component 7 locked.")
+        self.assertEqual(len(list(self.scratch.iterdir())), 1)
+        holder.process.send_signal(signal.SIGINT)
+        self.assertEqual(holder.process.wait(), -signal.SIGINT)
+        self.assertEqual(list(self.scratch.iterdir()), [])
+
+    def test_on_a_bus_of_its_own_needs_a_folder_with_a_short_name(self):
+        scratch = self.scratch / ("long" * 25)
+        scratch.mkdir()
+        done = self.run_it("component", "list", DBUS_SESSION_BUS_ADDRESS=None, TMPDIR=str(scratch))
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(done.stderr,
+                         "tarnwick: The service cannot be reached: the name of the folder for "
+                         "temporary files (TMPDIR) is too long for a socket. With --in-process it "
+                         "is not needed.\n")
+        self.assertEqual(list(scratch.iterdir()), [])
 
     def test_on_a_bus_of_its_own_where_that_of_the_session_is_gone(self):
         self.bus.close()
