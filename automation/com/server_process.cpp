@@ -14,7 +14,7 @@ constexpr UINT kLingerMilliseconds = 3'000;
 constexpr UINT kDrainMilliseconds = 500;
 /// How long a second process waits for the first one's end. COM calls a client back with an error
 /// when the process that was started for it ends before any serves.
-constexpr DWORD kSecondProcessMilliseconds = 8'000;
+constexpr DWORD kSecondProcessMilliseconds = 15'000;
 
 bool is_elevated() {
   HANDLE token = nullptr;

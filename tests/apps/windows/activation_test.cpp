@@ -15,7 +15,7 @@ using test_support::Process;
 using test_support::running;
 
 void wait_until_no_server_runs() {
-  for (int i = 0; i < 300 && running(L"Tarnwick.exe") > 0; ++i) Sleep(100);
+  for (int i = 0; i < 600 && running(L"Tarnwick.exe") > 0; ++i) Sleep(100);
   ASSERT_EQ(running(L"Tarnwick.exe"), 0);
 }
 
