@@ -16,6 +16,7 @@ from private_bus import (NAME, PASSWORD, ROLE, ROOT, Bus, Client, Database, Fail
 
 ACCESS_DENIED = "org.freedesktop.DBus.Error.AccessDenied"
 UNIT = "tarnwick-server.service"
+SAMPLES = pathlib.Path(os.environ.get("TARNWICK_SAMPLE_CLIENTS", ".")).parent
 
 FILES = {
     "bin/tarnwick",
@@ -29,7 +30,9 @@ FILES = {
     "lib/sysusers.d/tarnwick.conf",
 } | {f"share/dbus-1/interfaces/{NAME}.{name}.xml" for name in (
     "Server", "Components", "Component", "RegisteredPCs", "RegisteredPC", "Reports", "Report",
-    "Automation", "Rows", "LockPrompt")}
+    "Automation", "Rows", "LockPrompt")} | {
+        f"share/tarnwick/samples/{path.relative_to(SAMPLES)}" for pattern in
+        ("*.json", "reports/*", "clients/*.*") for path in SAMPLES.glob(pattern)}
 
 
 def install(prefix, destination=None):
@@ -98,7 +101,7 @@ class Installation(Folders):
         self.assertEqual(files_below(stage / "usr"), FILES)
         self.assertEqual(files_below(stage), {f"usr/{file}" for file in FILES})
         for file in FILES:
-            if not file.startswith(("bin/", "libexec/")):
+            if not file.startswith(("bin/", "libexec/", "share/tarnwick/")):
                 text = (stage / "usr" / file).read_text()
                 self.assertNotIn(str(self.folder), text, file)
                 self.assertNotRegex(text, "@[A-Z_]+@", file)
@@ -106,6 +109,21 @@ class Installation(Folders):
             unit = settings(stage / f"usr/lib/systemd/{kind}/{UNIT}")
             self.assertTrue(unit["Service"]["ExecStart"].startswith('"/usr/bin/tarnwick-server" '))
             self.assertEqual(unit["Service"]["BusName"], NAME)
+
+    def test_brings_the_sample_data(self):
+        samples = self.prefix / "share/tarnwick/samples"
+        self.assertTrue(os.access(samples / "clients/record_login.sh", os.X_OK))
+        components = samples / "components.json"
+        whole = components.read_text()
+        self.addCleanup(components.write_text, whole)
+        components.write_text("[" + whole.splitlines()[1].rstrip(",") + "]")
+        password = self.folder / "password"
+        password.write_text(PASSWORD)
+        result = subprocess.run(
+            [self.prefix / "bin/tarnwick", "init", str(self.folder / "database"), "--role", ROLE,
+             "--password-file", str(password), "--sample"], capture_output=True, text=True)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertIn("with 1 components", result.stdout)
 
     def test_starts_the_units_by_the_bus(self):
         for kind, folder in (("user", "services"), ("system", "system-services")):
