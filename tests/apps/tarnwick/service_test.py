@@ -17,6 +17,12 @@ PROMPT = "Retry or cancel? [r/c] "
 GIVEN_UP = "tarnwick: Component 7 is being maintained by another process.\n"
 
 
+def heed_signals():
+    """Whoever runs the tests may have chosen to ignore them."""
+    for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, signal.SIG_DFL)
+
+
 class Typed:
     """`tarnwick` on a terminal of its own."""
 
@@ -25,7 +31,7 @@ class Typed:
         self.terminal, inner = pty.openpty()
         self.process = subprocess.Popen([os.environ["TARNWICK"], *arguments], stdin=inner,
                                         stdout=inner, stderr=inner, env=environment,
-                                        start_new_session=True)
+                                        start_new_session=True, preexec_fn=heed_signals)
         os.close(inner)
 
     def read_more(self):
