@@ -58,6 +58,13 @@ bool locks_record(const Member& member) {
   return member.name == "LockRecord" || member.name == "Update";
 }
 
+// An account of errors has to be readable, whatever it quotes.
+Value read_property(const Object& object, const Member& member) {
+  Value value = automation::call(object, member);
+  if (member.name == "LastErrorMsg") return readable(std::get<Text>(std::move(value)));
+  return value;
+}
+
 int to_string_list(const std::vector<std::string>& texts, char*** list) {
   auto** made = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
   if (made == nullptr) return -ENOMEM;
@@ -226,7 +233,7 @@ std::size_t Service::append_properties(sd_bus_message* reply, const Object& obje
   for (const Property& property : properties_[static_cast<std::size_t>(object.class_id)]) {
     if (property.is_error_state && !with_error_state) continue;
     try {
-      const Outgoing outgoing(property.member->result, automation::call(object, *property.member),
+      const Outgoing outgoing(property.member->result, read_property(object, *property.member),
                               call);
       bytes += outgoing.size() + 2 * property.name.size();
       if (bytes > kMostBytes) break;
@@ -299,7 +306,7 @@ int Service::get_rows(sd_bus_message* message) {
 void Service::get(const char* path, const char* property, sd_bus_message* reply) {
   Call call(*this, sd_bus_get_current_message(bus_), clients_.objects().find(path));
   const Member& member = member_named(call.source(), property);
-  Outgoing(member.result, automation::call(call.source(), member), call).append_to(reply);
+  Outgoing(member.result, read_property(call.source(), member), call).append_to(reply);
 }
 
 void Service::set(const char* path, const char* property, sd_bus_message* value) {

@@ -82,28 +82,33 @@ Date read_date(sd_bus_message* message) {
   return date;
 }
 
-// What in the text a message cannot hold, or null. sd-bus lets no code point through that Unicode
-// keeps for inner use.
-const char* obstacle_in(const Text& text) {
+// The first thing in a text that a message cannot hold.
+struct Obstacle {
+  std::size_t at = 0;
+  const char* what = nullptr;  // null: there is none
+};
+
+// sd-bus lets no code point through that Unicode keeps for inner use.
+Obstacle find_obstacle(const Text& text, std::size_t from = 0) {
   constexpr const char* kNoCharacter = "a code point that is no character";
-  for (std::size_t at = 0; at < text.size(); ++at) {
+  for (std::size_t at = from; at < text.size(); ++at) {
     const char16_t unit = text[at];
-    if (unit == 0) return "a character U+0000";
+    if (unit == 0) return {at, "a character U+0000"};
     if (unit < 0xD800) continue;
     if (unit > 0xDFFF) {
-      if ((unit >= 0xFDD0 && unit <= 0xFDEF) || unit >= 0xFFFE) return kNoCharacter;
+      if ((unit >= 0xFDD0 && unit <= 0xFDEF) || unit >= 0xFFFE) return {at, kNoCharacter};
       continue;
     }
     const bool pair = unit < 0xDC00 && at + 1 < text.size() && (text[at + 1] & 0xFC00) == 0xDC00;
-    if (!pair) return "an unpaired surrogate";
+    if (!pair) return {at, "an unpaired surrogate"};
+    if ((unit & 0x3F) == 0x3F && (text[at + 1] & 0x3FE) == 0x3FE) return {at, kNoCharacter};
     ++at;
-    if ((unit & 0x3F) == 0x3F && (text[at] & 0x3FE) == 0x3FE) return kNoCharacter;
   }
-  return nullptr;
+  return {};
 }
 
 std::string wire_text(const Text& text) {
-  if (const char* obstacle = obstacle_in(text)) {
+  if (const char* obstacle = find_obstacle(text).what) {
     throw not_representable(std::string("The text holds ") + obstacle);
   }
   const std::string utf8 = to_utf8(text);
@@ -146,6 +151,15 @@ std::string read_text(sd_bus_message* message, char type) {
   if (result == -EBADMSG)
     throw not_representable("An argument holds a code point that is no character");
   check(result, "reading an argument");
+  return text;
+}
+
+Text readable(Text text) {
+  Obstacle obstacle = find_obstacle(text);
+  while (obstacle.what != nullptr) {
+    text[obstacle.at] = u'\xFFFD';
+    obstacle = find_obstacle(text, obstacle.at);
+  }
   return text;
 }
 

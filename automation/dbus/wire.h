@@ -38,6 +38,9 @@ class Paths {
 [[nodiscard]] std::vector<Value> read_arguments(sd_bus_message* message, const Member& member,
                                                 Paths& paths);
 
+/// The text with U+FFFD for whatever no message can hold.
+[[nodiscard]] Text readable(Text text);
+
 /// A value ready for a message: made first, so that a value that the bus cannot carry leaves no
 /// half a message behind.
 class Outgoing {

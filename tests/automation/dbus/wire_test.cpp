@@ -59,5 +59,15 @@ TEST(OutgoingText, IsTakenOtherwise) {
   }
 }
 
+TEST(Readable, PutsReplacementCharactersWhereTheBusCannotFollow) {
+  EXPECT_EQ(readable(Text(u"a\0b", 3)),
+            u"a\xFFFD"
+            u"b");
+  EXPECT_EQ(readable(u"\xD83D\xD83D\xDE00\xDE00"), u"\xFFFD\xD83D\xDE00\xFFFD");
+  EXPECT_EQ(readable(u"\xD83F\xDFFE\xFFFE"), u"\xFFFD\xFFFD\xFFFD");
+  EXPECT_EQ(readable(u"as it \x00E4s"), u"as it \x00E4s");
+  EXPECT_EQ(readable(u""), u"");
+}
+
 }  // namespace
 }  // namespace tarnwick::automation::dbus

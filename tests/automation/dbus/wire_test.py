@@ -2,8 +2,8 @@
 
 import unittest
 
-from private_bus import (INVALID_ARGS, NAME, ROOT, UNKNOWN_METHOD, UNKNOWN_OBJECT, BusTest, Failed,
-                         Gio, GLib, own_error, until, variant)
+from private_bus import (INVALID_ARGS, NAME, PASSWORD, ROLE, ROOT, UNKNOWN_METHOD,
+                         UNKNOWN_OBJECT, BusTest, Failed, Gio, GLib, own_error, until, variant)
 
 
 class Calls(BusTest):
@@ -138,6 +138,22 @@ class Texts(BusTest):
         rows = components.at(components.path, "Rows").call("GetRows", "uu", 1, 9)
         self.assertEqual([row["CompID"] for row in rows], [0, 1, 2, 3, 4])
         self.assertEqual([row.get("Name") for row in rows], [None, None, None, *readable])
+
+    def test_of_accounts_can_be_read_whatever_they_quote(self):
+        database = self.database()
+        database.add_reports([("a\ufffe\0b", "x")])
+        database.run("UPDATE DW_Reports SET Created = 'no date'")
+        server = self.owner.create("Server")
+        self.assertIs(server.call("SetConnection", "sss", database.connect_string, ROLE, PASSWORD),
+                      True)
+        server.call("Refresh")
+        reports = self.collection(server, "Reports")
+        report = reports.at(reports.call("NewEnum")[0], "Report")
+        self.assert_fails(own_error("NotRepresentable"), report.get, "Name")
+        database.run("DELETE FROM DW_Reports")
+        self.assertIs(report.call("LockRecord"), False)
+        self.assertIn("a\ufffd\ufffdb", server.get("LastErrorMsg"))
+        self.assertIn("a\ufffd\ufffdb", server.get_all()["LastErrorMsg"])
 
     def test_that_are_no_utf_8_end_the_connection_of_their_sender_only(self):
         message = Gio.DBusMessage.new_method_call(NAME, ROOT, f"{NAME}.Automation", "CreateObject")
