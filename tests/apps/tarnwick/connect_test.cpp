@@ -187,9 +187,10 @@ TEST_F(Usage, IsExplainedByEveryCommand) {
   }
 }
 
-TEST_F(Usage, TeachesByExamplesAndNamesTheExitCodes) {
+TEST_F(Usage, TeachesByExamplesAndTellsOfTheServiceAndTheExitCodes) {
   const std::string help = run_with({}, {"--help"}).out;
   EXPECT_THAT(help, HasSubstr("tarnwick init ./var --role dw_admin --password-file"));
+  EXPECT_THAT(help, HasSubstr("Commands talk to the D-Bus service of the session"));
   EXPECT_THAT(help, HasSubstr("Exit codes: 0 done; 1 failed"));
   for (const std::string& line : lines_of(help)) EXPECT_LE(line.size(), 100u) << line;
 }
