@@ -300,7 +300,7 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
   } else {
     add_microsoft_encryption(text, items, driver.kind);
   }
-  return {text.take(), items.password.value_or(Text()), items.timeout};
+  return {text.take(), items.password.value_or(Text()), items.timeout, true};
 }
 
 bool is_in_braces(TextView value) {

@@ -13,6 +13,7 @@ struct OdbcConnect {
   Text text;                             // for SQLDriverConnect
   Text password;                         // which no message may hold; may be empty
   std::optional<std::uint32_t> timeout;  // for the login, in seconds; 0 waits for ever
+  bool for_sql_server = false;           // the provider serves no other kind of server
 };
 
 /// Turns an OLE DB connection string for SQL Server into one for the best of the installed

@@ -31,13 +31,21 @@ constexpr TextView kMatchIsolation =
 
 struct MaintainedTable {
   TextView name;
-  TextView keys;
+  std::array<TextView, 3> key;  // as many names as are not empty
 };
 constexpr std::array<MaintainedTable, 3> kMaintainedTables{{
-    {u"DW_SEC_COMP", u"CompID"},
-    {u"DW_SEC_PC", u"MACNbr, ComputerID, CompID"},
-    {u"DW_Reports", u"ReportName"},
+    {u"DW_SEC_COMP", {u"CompID"}},
+    {u"DW_SEC_PC", {u"MACNbr", u"ComputerID", u"CompID"}},
+    {u"DW_Reports", {u"ReportName"}},
 }};
+
+std::vector<Text> key_of(const MaintainedTable& table) {
+  std::vector<Text> key;
+  for (const TextView name : table.key) {
+    if (!name.empty()) key.emplace_back(name);
+  }
+  return key;
+}
 
 std::vector<Text> list_drivers(const Handle& environment) {
   std::vector<Text> names;
@@ -87,8 +95,9 @@ void for_each_row(Result& result, F&& visit) {
 OdbcSession::OdbcSession(OdbcApi& api, const ado::ConnectionString& string)
     : environment_(Handle::environment(api)),
       connection_(Handle::make(SQL_HANDLE_DBC, environment_)) {
-  connect(odbc_connect(string, list_drivers(environment_)));
-  learn_server();
+  const OdbcConnect target = odbc_connect(string, list_drivers(environment_));
+  connect(target);
+  learn_server(target);
   if (is_sql_server_) step([&] { set_options(); });
 }
 
@@ -115,7 +124,7 @@ void OdbcSession::connect(const OdbcConnect& target) {
   if (!SQL_SUCCEEDED(result)) raise_connect_diagnostics(connection_, target.password);
 }
 
-void OdbcSession::learn_server() {
+void OdbcSession::learn_server(const OdbcConnect& target) {
   const auto ask = [&](SQLUSMALLINT what) {
     std::array<char16_t, 128> answer{};
     SQLSMALLINT length = 0;
@@ -124,16 +133,28 @@ void OdbcSession::learn_server() {
         static_cast<SQLSMALLINT>(sizeof answer - sizeof(char16_t)), &length));
     return Text(answer.begin(), std::find(answer.begin(), answer.end(), u'\0'));
   };
-  is_sql_server_ = equals_ignoring_case(ask(SQL_DBMS_NAME), u"Microsoft SQL Server");
+  is_sql_server_ =
+      target.for_sql_server || find_ignoring_case(ask(SQL_DBMS_NAME), u"SQL Server") != Text::npos;
   if (!is_sql_server_) quote_mark_ = ask(SQL_IDENTIFIER_QUOTE_CHAR);
 }
 
 void OdbcSession::set_options() {
-  run(kOptions)->finish();
+  run_where_known(kOptions);
   match_isolation();
 }
 
-void OdbcSession::match_isolation() { run(kMatchIsolation)->finish(); }
+void OdbcSession::match_isolation() { run_where_known(kMatchIsolation); }
+
+// An old server lacks the one or other option, and then also what it is to switch off.
+void OdbcSession::run_where_known(TextView statement) {
+  try {
+    run(statement)->finish();
+  } catch (const ado::ConnectionLost&) {
+    throw;
+  } catch (const AdoError& error) {
+    if (error.native() == 0) throw;
+  }
+}
 
 void OdbcSession::set_default_database(TextView name) {
   step([&] {
@@ -209,8 +230,10 @@ std::vector<ado::HeldRow> OdbcSession::held_rows() {
     // A stamp is visible before its commit only to a reader that takes no locks.
     const TextView hint = is_sql_server_ ? u" WITH (NOLOCK)" : u"";
     for (const MaintainedTable& table : kMaintainedTables) {
-      const auto result = run(join({u"SELECT SoftLock, ", table.keys, u" FROM ", table.name, hint,
-                                    u" WHERE SoftLock <> ''"}));
+      Text columns = u"SoftLock";
+      for (const Text& name : key_of(table)) columns.append(u", ").append(name);
+      const auto result =
+          run(join({u"SELECT ", columns, u" FROM ", table.name, hint, u" WHERE SoftLock <> ''"}));
       for_each_row(*result, [&](const std::vector<ado::Cell>& cells) {
         Text key;
         for (std::size_t i = 1; i < cells.size(); ++i) {
@@ -249,6 +272,12 @@ const std::vector<Text>& OdbcSession::key_columns(const TableSelect& table) {
   if (known != keys_.end()) return known->second;
   std::vector<Text> key = read_key(table, true);
   if (key.empty()) key = read_key(table, false);
+  // Where the catalog is silent: the key that the statements of the object model go by.
+  for (const MaintainedTable& maintained : kMaintainedTables) {
+    if (key.empty() && equals_ignoring_case(table.parts.back(), maintained.name)) {
+      key = key_of(maintained);
+    }
+  }
   if (key.empty()) {
     throw AdoError(AdoErrorNumber::kUnspecified,
                    join({u"The table ", table.table,
@@ -258,6 +287,18 @@ const std::vector<Text>& OdbcSession::key_columns(const TableSelect& table) {
 }
 
 std::vector<Text> OdbcSession::read_key(const TableSelect& table, bool primary) {
+  try {
+    return ask_for_key(table, primary);
+  } catch (const ado::ConnectionLost&) {
+    throw;
+  } catch (const AdoError& error) {
+    // A server without this catalog procedure says so.
+    if (error.native() == 0) throw;
+    return {};
+  }
+}
+
+std::vector<Text> OdbcSession::ask_for_key(const TableSelect& table, bool primary) {
   const std::size_t depth = table.parts.size();
   const auto part = [&](std::size_t from_end) -> const Text* {
     if (from_end > depth || table.parts[depth - from_end].empty()) return nullptr;
@@ -334,6 +375,7 @@ void OdbcSession::take_in_rest() {
 void OdbcSession::look_after_error(const AdoError& error) {
   const bool told_by_server = !error.sqlstate().empty();
   if (!in_transaction_ || !is_sql_server_ || !told_by_server) return;
+  if (error.native() == ado::kNativeLockTimeout) return;  // which never ends a transaction
   if (error.native() == kNativeDeadlock || !transaction_survived()) rolled_back_ = true;
 }
 
@@ -349,8 +391,9 @@ bool OdbcSession::transaction_survived() {
   } catch (const ado::ConnectionLost&) {
     lost_ = true;
     return false;
-  } catch (const AdoError&) {
-    return false;
+  } catch (const AdoError& error) {
+    // A server that does not know the function has not said that the transaction is gone.
+    return error.native() != 0;
   }
 }
 

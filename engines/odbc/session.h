@@ -69,15 +69,17 @@ class OdbcSession final : public ado::EngineSession {
 
  private:
   void connect(const OdbcConnect& target);
-  void learn_server();
+  void learn_server(const OdbcConnect& target);
   void set_options();
   void match_isolation();
+  void run_where_known(TextView statement);
   void set_auto_commit(bool on);
   void require_usable() const;
   void take_in_rest();
   void settle();
   [[nodiscard]] bool transaction_survived();
   [[nodiscard]] std::vector<Text> read_key(const TableSelect& table, bool primary);
+  [[nodiscard]] std::vector<Text> ask_for_key(const TableSelect& table, bool primary);
 
   Handle environment_;
   Handle connection_;

@@ -34,6 +34,7 @@ class OdbcRowsetTest : public testing::Test {
  protected:
   OdbcRowsetTest() {
     odbc_.on(u"From DW_Reports", {reports({sales()})});
+    odbc_.on(u"From dbo.DW_REPORTS", {reports({sales()})});
     odbc_.set_key(u"DW_Reports", {{u"dbo", u"ReportName"}});
     session_ =
         engine_.connect(ado::ConnectionString::parse(u"Provider=SQLOLEDB;Data Source=h;User ID=u"));
@@ -243,9 +244,35 @@ TEST_F(OdbcRowsetTest, AKeyIsThatOfOneSchemaAlone) {
             u"exec UPDATE DW_Reports SET [Title] = ? WHERE [ReportName] = ? <- 'New', 'Sales'");
 }
 
-TEST_F(OdbcRowsetTest, ARowThatCannotBeIdentifiedIsNotWritten) {
+TEST_F(OdbcRowsetTest, TheKeysOfTheMaintainedTablesAreKnownWhereTheCatalogIsSilentOrRefuses) {
   odbc_.set_key(u"DW_Reports", {});
+  for (const bool refuses : {false, true}) {
+    const auto session =
+        engine_.connect(ado::ConnectionString::parse(u"Provider=SQLOLEDB;Data Source=h;User ID=u"));
+    if (refuses) odbc_.catalog_error = odbc::Diagnostic{"42000", 2812, u"no such procedure"};
+    const auto rowset = session->open({.statement = u"Select * From dbo.DW_REPORTS"});
+    ado::RowBuffer rows(4);
+    const auto row = first_row(*rowset, rows);
+    const Variant title = Text(u"New");
+    rowset->update(row, {{{1, &title}}});
+    EXPECT_EQ(
+        odbc_.take_log().back(),
+        u"exec UPDATE dbo.DW_REPORTS SET [Title] = ? WHERE [ReportName] = ? <- 'New', 'Sales'");
+  }
+}
+
+TEST_F(OdbcRowsetTest, ADriverThatFailsToListTheKeyFailsTheUpdate) {
+  odbc_.catalog_error = odbc::Diagnostic{"HY001", 0, u"no memory"};
   const auto rowset = read();
+  ado::RowBuffer rows(4);
+  const auto row = first_row(*rowset, rows);
+  const Variant title = Text(u"New");
+  EXPECT_EQ(error_of([&] { rowset->update(row, {{{1, &title}}}); }).description(), u"no memory");
+}
+
+TEST_F(OdbcRowsetTest, ARowThatCannotBeIdentifiedIsNotWritten) {
+  odbc_.on(u"From Old", {reports({sales()})});
+  const auto rowset = read(u"Select * From Old");
   ado::RowBuffer rows(4);
   const auto row = first_row(*rowset, rows);
   const Variant title = Text(u"New");
@@ -253,8 +280,8 @@ TEST_F(OdbcRowsetTest, ARowThatCannotBeIdentifiedIsNotWritten) {
   EXPECT_EQ(error_of([&] {
               rowset->update(row, {{{1, &title}}});
             }).description(),
-            u"The table DW_Reports has no key: a row of it cannot be identified for updating.");
-  odbc_.set_key(u"DW_Reports", {{u"dbo", u"Elsewhere"}});
+            u"The table Old has no key: a row of it cannot be identified for updating.");
+  odbc_.set_key(u"Old", {{u"dbo", u"Elsewhere"}});
   EXPECT_EQ(error_of([&] {
               rowset->update(row, {{{1, &title}}});
             }).description(),

@@ -407,6 +407,7 @@ SQLRETURN ScriptedOdbc::primary_keys(SQLHSTMT stmt, SQLWCHAR* catalog, SQLSMALLI
   const Text name = text_at(table, table_length);
   log(join({u"keys [", text_at(catalog, catalog_length), u"] [", text_at(schema, schema_length),
             u"] [", name, u"]"}));
+  if (catalog_error) return fail(stmt, *catalog_error);
   Reply reply;
   reply.columns = {{u"TABLE_CAT", wide_text(128)},
                    {u"TABLE_SCHEM", wide_text(128)},
@@ -425,6 +426,7 @@ SQLRETURN ScriptedOdbc::special_columns(SQLHSTMT stmt, SQLUSMALLINT /*kind*/, SQ
                                         SQLSMALLINT /*schema_length*/, SQLWCHAR* table,
                                         SQLSMALLINT table_length, SQLUSMALLINT /*scope*/,
                                         SQLUSMALLINT /*nullable*/) {
+  if (catalog_error) return fail(stmt, *catalog_error);
   Reply reply;
   reply.columns = {{u"SCOPE", small_integer()}, {u"COLUMN_NAME", wide_text(128)}};
   for (const Text& column : unique_[text_at(table, table_length)]) {

@@ -69,6 +69,7 @@ class ScriptedOdbc final : public odbc::OdbcApi {
   std::optional<odbc::Diagnostic> database_error;
   std::optional<odbc::Diagnostic> commit_error;
   std::optional<odbc::Diagnostic> auto_commit_on_error;
+  std::optional<odbc::Diagnostic> catalog_error;
   bool dead = false;
   /// Long values come without their length.
   bool hides_lengths = false;

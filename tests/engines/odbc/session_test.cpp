@@ -55,6 +55,17 @@ TEST_F(OdbcSessionTest, AnotherServersOptionsAreNotTouched) {
   EXPECT_THAT(log_of_connect_, ElementsAre(u"pooling off", u"connect DSN=x;"));
 }
 
+TEST_F(OdbcSessionTest, AProviderForSqlServerNeedsNoNameOfTheServerToLockRows) {
+  odbc_.dbms = u"Another product that speaks the same";
+  odbc_.on(u"From T", {{.columns = {{u"a", small_integer()}}}});
+  const auto hold = [&](TextView string) {
+    (void)connect(string)->open(
+        {.statement = u"Select a From T", .lock = ado::LockType::kPessimistic});
+  };
+  hold(u"Provider=SQLOLEDB;Data Source=h");
+  EXPECT_EQ(error_of([&] { hold(u"Provider=MSDASQL;DSN=x"); }).number(), 3251);
+}
+
 TEST_F(OdbcSessionTest, ARefusedLoginIsAnAuthenticationErrorWithTheServersText) {
   odbc_.connect_errors = {
       {"08001", 0, u"[FreeTDS][SQL Server]Unable to connect to data source"},
@@ -284,6 +295,35 @@ TEST_F(OdbcSessionTest, AnErrorThatTookTheTransactionWithItIsFoundOutByAsking) {
     EXPECT_EQ(error_of([&] { session->execute(u"DELETE FROM T"); }).native(), 0);
     session->rollback();
   }
+}
+
+TEST_F(OdbcSessionTest, AServerThatCannotBeAskedHasNotSaidThatTheTransactionIsGone) {
+  const auto session = connect();
+  session->begin();
+  session->execute(u"DELETE FROM T");
+  odbc_.on(u"XACT_STATE", {fails("42000", 195, u"not a recognized built-in function name")});
+  odbc_.on(u"UPDATE", {fails("22018", 245, u"Conversion failed")});
+  EXPECT_EQ(error_of([&] { session->execute(u"UPDATE T SET a = 1"); }).native(), 245);
+  session->execute(u"DELETE FROM T");
+  session->commit();
+}
+
+TEST_F(OdbcSessionTest, ALockTimeoutNeedsNoAsking) {
+  const auto session = connect();
+  session->begin();
+  session->execute(u"DELETE FROM T");
+  odbc_.on(u"UPDATE", {fails("42000", 1222, u"locked")});
+  (void)odbc_.take_log();
+  EXPECT_EQ(error_of([&] { session->execute(u"UPDATE T SET a = 1"); }).native(), 1222);
+  EXPECT_THAT(odbc_.take_log(), ElementsAre(u"exec UPDATE T SET a = 1"));
+}
+
+TEST_F(OdbcSessionTest, AnOldServerThatLacksAnOptionIsConnectedToAllTheSame) {
+  odbc_.on(u"SET TEXTSIZE", {fails("42000", 195, u"not a recognized SET option")});
+  odbc_.on(u"sys.databases", {fails("42S02", 208, u"Invalid object name")});
+  connect()->execute(u"DELETE FROM T");
+  odbc_.on(u"SET TEXTSIZE", {fails("HY001", 0, u"no memory")});
+  EXPECT_EQ(error_of([&] { (void)connect(); }).description(), u"no memory");
 }
 
 TEST_F(OdbcSessionTest, AnErrorBeforeAnythingWasDoneHasNoTransactionToLose) {
