@@ -127,7 +127,12 @@ TEST_F(SqlServerModel, WritesReadsRenamesAndDeletesAReport) {
   EXPECT_EQ(sales->update(), OK_ue) << to_display_utf8(made->message());
   EXPECT_TRUE(other->server.reports()->refresh()) << to_display_utf8(other->message());
   EXPECT_EQ(other->report(u"Sales")->title(), u"New");
-  EXPECT_TRUE(sales->remove()) << to_display_utf8(made->message());
+  sales->set_name(u"Turnover");
+  EXPECT_EQ(sales->update(), OK_ue) << to_display_utf8(made->message());
+  EXPECT_TRUE(other->server.reports()->refresh()) << to_display_utf8(other->message());
+  EXPECT_EQ(other->server.reports()->count(), 1);
+  EXPECT_EQ(other->report(u"Turnover")->title(), u"New");
+  EXPECT_TRUE(other->report(u"Turnover")->remove()) << to_display_utf8(other->message());
   EXPECT_EQ(loaded_process()->server.reports()->count(), 0);
 }
 
@@ -250,7 +255,10 @@ std::vector<Text> play(Process& made, const std::function<bool()>& connect) {
   EXPECT_EQ(stock->update(from_utf8(file.string())), OK_ue) << to_display_utf8(made.message());
   EXPECT_FALSE(stock->refresh());  // no database accepts its statement
   EXPECT_TRUE(stock->extract_report(from_utf8((made.folder.path() / "out.rpt").string())));
-  EXPECT_TRUE(stock->remove());
+  stock->set_name(u"Turnover");
+  EXPECT_EQ(stock->update(), OK_ue) << to_display_utf8(made.message());
+  EXPECT_TRUE(made.server.reports()->refresh()) << to_display_utf8(made.message());
+  EXPECT_TRUE(made.server.reports()->item(Text(u"Turnover"))->remove());
   EXPECT_TRUE(pc->remove());
   EXPECT_FALSE(made.server.set_connection(u"Provider=None", u"role", u"pass-word"));
   return made.recorder.take();

@@ -5,6 +5,7 @@
 #include "engines/odbc/result.h"
 #include "tests/engines/fetched_rows.h"
 #include "tests/engines/odbc/errors.h"
+#include "tests/engines/odbc/faulty_odbc.h"
 #include "tests/stand_in/stand_in.h"
 
 // The real driver manager and the real FreeTDS on a stand-in for the server: what goes over the
@@ -365,6 +366,55 @@ TEST_F(FreeTdsTest, AConnectionThatIsCutAmongTheRowsIsLostAndNoShortResult) {
   session->commit();
   server_.order(u"CUT 'From DW_SEC_PC'");
   EXPECT_THROW((void)read(*session, u"Select * From DW_SEC_PC"), ado::ConnectionLost);
+}
+
+// --- Calls that fail ---------------------------------------------------------------------------
+
+// Without long values: this driver cannot cancel a statement that waits for one, and a call that
+// never reaches it leaves it waiting.
+TEST_F(FreeTdsTest, WhicheverCallFailsARowIsMaintainedAsAWholeOrNotAtAll) {
+  const auto observer = session_with_sales();
+  observer->execute(u"SET LOCK_TIMEOUT 10000");
+  const auto maintain = [&](ado::EngineSession& session) {
+    session.set_default_database(u"Velmar_Sec");
+    session.execute(
+        join({u"EXEC sp_setapprole '", StandIn::kRole, u"','", StandIn::kRolePassword, u"'"}));
+    (void)read(session, u"Select * From DW_Reports");
+    session.begin();
+    auto held = hold(session);
+    if (held.size() != 1) throw ado::AdoError(AdoErrorNumber::kUnspecified, u"no row");
+    held.update({{u"SoftLock", Text(u"HOST - now")}});
+    held.update({{u"Title", Text(u"New")}});
+    held.update({{u"Author", Text(u"Ann")}, {u"SoftLock", Text()}});
+    session.commit();
+  };
+  std::size_t errors = 0;
+  for (std::size_t call = 1;; ++call) {
+    SCOPED_TRACE(call);
+    observer->execute(u"Update DW_Reports Set Title = 'Old', Author = Null");
+    FaultyOdbc api;
+    api.failing_call = call;
+    bool done = false;
+    try {
+      odbc::OdbcEngine engine(api);
+      const auto session =
+          engine.connect(ado::ConnectionString::parse(server_.connection_string()));
+      maintain(*session);
+      done = true;
+    } catch (const ado::AdoError& error) {
+      EXPECT_FALSE(error.description().empty());
+      ++errors;
+    }
+    EXPECT_EQ(api.open_handles, 0);
+    const auto row = read(*observer, kSales);
+    const bool is_new = row.value(u"Title") == Variant(Text(u"New"));
+    EXPECT_EQ(row.value(u"Author"), is_new ? Variant(Text(u"Ann")) : Variant(Null{}));
+    EXPECT_TRUE(is_new || !done);
+    if (!api.has_failed()) break;
+    ASSERT_LT(call, 1000u);
+  }
+  // Far the most calls matter.
+  EXPECT_GT(errors, 50u);
 }
 
 }  // namespace
