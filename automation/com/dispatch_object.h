@@ -146,8 +146,8 @@ class DispatchObject : public Interface,
                                        invocation.parameters(), result, exception, culprit);
     // An object of another class as argument; no member answers so.
     return done == E_NOINTERFACE ? DISP_E_TYPEMISMATCH : done;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
+  } catch (...) {
+    return report_exception(source_, __uuidof(Interface));
   }
 
   /// `server.Components("C1")`: the arguments are for the default member of what the property

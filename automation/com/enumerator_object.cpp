@@ -58,15 +58,23 @@ STDMETHODIMP EnumeratorObject::Next(ULONG wanted, VARIANT* values, ULONG* fetche
 }
 
 STDMETHODIMP EnumeratorObject::Skip(ULONG count) {
-  for (; count > 0; --count) {
-    if (!walk_->next()) return S_FALSE;
+  try {
+    for (; count > 0; --count) {
+      if (!walk_->next()) return S_FALSE;
+    }
+    return S_OK;
+  } catch (...) {
+    return report_exception(kSource, IID_IEnumVARIANT);
   }
-  return S_OK;
 }
 
 STDMETHODIMP EnumeratorObject::Reset() {
-  walk_->reset();
-  return S_OK;
+  try {
+    walk_->reset();
+    return S_OK;
+  } catch (...) {
+    return report_exception(kSource, IID_IEnumVARIANT);
+  }
 }
 
 STDMETHODIMP EnumeratorObject::Clone(IEnumVARIANT** clone) {
