@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "ado/error.h"
 #include "engines/odbc/result.h"
 #include "tests/engines/fetched_rows.h"
@@ -324,14 +326,15 @@ TEST_F(FreeTdsTest, AConnectionThatIsCutInATransactionIsLostWhereverItIsCut) {
     SCOPED_TRACE(to_utf8(lost.fault));
     auto session = open_session();
     session->begin();
-    auto held = hold(*session);
-    held.update({{u"Author", Text(u"Ann")}});
+    std::optional<FetchedRows> held(hold(*session));
+    held->update({{u"Author", Text(u"Ann")}});
     server_.order(lost.fault);
-    EXPECT_THROW(lost.step(*session, held), ado::ConnectionLost);
+    EXPECT_THROW(lost.step(*session, *held), ado::ConnectionLost);
     (void)server_.take_log();
-    EXPECT_THROW(held.update({{u"Title", Text(u"New")}}), ado::ConnectionLost);
+    EXPECT_THROW(held->update({{u"Title", Text(u"New")}}), ado::ConnectionLost);
     EXPECT_THROW(session->execute(u"SET LOCK_TIMEOUT 100"), ado::ConnectionLost);
     EXPECT_THROW(session->commit(), ado::ConnectionLost);
+    held.reset();
     session.reset();
     EXPECT_THAT(server_.take_log(), IsEmpty());
     // Nothing is held, and nothing was written.
