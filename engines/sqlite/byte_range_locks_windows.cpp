@@ -1,11 +1,13 @@
 #include <windows.h>
 
-#include <algorithm>
 #include <map>
+#include <new>
 #include <system_error>
+#include <utility>
 
 #include "ado/error.h"
 #include "engines/sqlite/byte_range_locks.h"
+#include "engines/sqlite/database_file.h"
 
 // Windows names nobody's locks: a range is free of others' locks if a shared lock can be had on it,
 // which is given back at once. A lock can only be given back as it was taken, and exclusive locks
@@ -14,7 +16,7 @@
 namespace tarnwick::sqlite {
 namespace {
 
-/// Somebody else's probe looks like a lock for a moment: an exclusive lock is asked for so often.
+/// So often an exclusive lock is asked for.
 constexpr int kAttempts = 8;
 /// So many locked bytes in a row count as one long lock.
 constexpr std::int64_t kLongRun = 64;
@@ -26,6 +28,8 @@ constexpr std::int64_t kLongRun = 64;
                       static_cast<std::int32_t>(code));
 }
 
+bool is_refusal(DWORD code) { return code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING; }
+
 OVERLAPPED at(std::int64_t offset) {
   OVERLAPPED overlapped{};
   overlapped.Offset = static_cast<DWORD>(offset & 0xFFFFFFFF);
@@ -36,49 +40,78 @@ OVERLAPPED at(std::int64_t offset) {
 /// Disjoint ranges in order.
 class Ranges {
  public:
-  void add(ByteRange range) {
-    remove(range);
-    last_of_[range.first] = range.last;
-  }
+  using Map = std::map<std::int64_t, std::int64_t>;  // from the first byte to the last
 
-  void remove(ByteRange range) {
+  /// Takes over ranges that touch none of these. Needs no memory.
+  void add(Map&& ranges) noexcept { last_of_.merge(ranges); }
+
+  /// Where there is no memory to make two of one, that one stays as it was.
+  void remove(ByteRange range) noexcept {
     auto next = first_touching(range);
     while (next != last_of_.end() && next->first <= range.last) {
-      const ByteRange old{next->first, next->second};
-      next = last_of_.erase(next);
-      if (old.first < range.first) last_of_[old.first] = range.first - 1;
-      if (old.last > range.last) last_of_[range.last + 1] = old.last;
+      const std::int64_t last = next->second;
+      if (last > range.last && next->first < range.first && !try_add(range.last + 1, last)) return;
+      if (next->first < range.first) {
+        next->second = range.first - 1;
+        ++next;
+      } else if (last > range.last) {
+        auto rest = last_of_.extract(next);
+        rest.key() = range.last + 1;
+        last_of_.insert(std::move(rest));
+        return;
+      } else {
+        next = last_of_.erase(next);
+      }
     }
   }
 
-  [[nodiscard]] std::vector<ByteRange> touching(ByteRange range) const {
-    std::vector<ByteRange> found;
-    for (auto next = first_touching(range); next != last_of_.end() && next->first <= range.last;
-         ++next) {
-      found.push_back({next->first, next->second});
+  [[nodiscard]] bool touch(ByteRange range) const noexcept {
+    const auto found = first_touching(range);
+    return found != last_of_.end() && found->first <= range.last;
+  }
+
+  /// Removes every range that touches `range` and that `leaves` returns true for.
+  template <class Leaves>
+  void remove_touching(ByteRange range, Leaves&& leaves) noexcept {
+    auto next = first_touching(range);
+    while (next != last_of_.end() && next->first <= range.last) {
+      const ByteRange found{next->first, next->second};
+      next = leaves(found) ? last_of_.erase(next) : std::next(next);
     }
-    return found;
   }
 
   /// What of `range` is in none of them.
-  [[nodiscard]] std::vector<ByteRange> gaps(ByteRange range) const {
-    std::vector<ByteRange> found;
+  [[nodiscard]] Map gaps(ByteRange range) const {
+    Map found;
     std::int64_t next = range.first;
-    for (const ByteRange& held : touching(range)) {
-      if (held.first > next) found.push_back({next, held.first - 1});
-      next = held.last + 1;
+    for (auto held = first_touching(range); held != last_of_.end() && held->first <= range.last;
+         ++held) {
+      if (held->first > next) found[next] = held->first - 1;
+      if (held->second >= range.last) return found;
+      next = held->second + 1;
     }
-    if (next <= range.last) found.push_back({next, range.last});
+    found[next] = range.last;
     return found;
   }
 
  private:
-  using Map = std::map<std::int64_t, std::int64_t>;
-
-  [[nodiscard]] Map::const_iterator first_touching(ByteRange range) const {
+  [[nodiscard]] Map::const_iterator first_touching(ByteRange range) const noexcept {
     auto next = last_of_.upper_bound(range.first);
     if (next != last_of_.begin() && std::prev(next)->second >= range.first) --next;
     return next;
+  }
+  [[nodiscard]] Map::iterator first_touching(ByteRange range) noexcept {
+    const auto found = std::as_const(*this).first_touching(range);
+    return last_of_.erase(found, found);  // only makes it writable
+  }
+
+  bool try_add(std::int64_t first, std::int64_t last) noexcept {
+    try {
+      last_of_[first] = last;
+      return true;
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
   }
 
   Map last_of_;
@@ -95,19 +128,26 @@ struct ByteRangeLocks::System {
     if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
   }
 
-  [[nodiscard]] bool lock_piece(ByteRange range, DWORD kind) const {
+  /// 0, or the code of the error.
+  [[nodiscard]] DWORD lock_piece(ByteRange range, DWORD kind) const noexcept {
     OVERLAPPED where = at(range.first);
     const OVERLAPPED length = at(range.last - range.first + 1);
-    if (LockFileEx(file, kind | LOCKFILE_FAIL_IMMEDIATELY, 0, length.Offset, length.OffsetHigh,
-                   &where) != 0) {
-      return true;
-    }
-    const DWORD code = GetLastError();
-    if (code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING) return false;
-    throw_system_error(u"The lock file", code);
+    const BOOL locked = LockFileEx(file, kind | LOCKFILE_FAIL_IMMEDIATELY, 0, length.Offset,
+                                   length.OffsetHigh, &where);
+    return locked != 0 ? 0 : GetLastError();
   }
 
-  void unlock_piece(ByteRange range) const {
+  /// As somebody's probe looks like a lock for a moment.
+  [[nodiscard]] DWORD lock_exclusively(ByteRange range) const noexcept {
+    DWORD code = lock_piece(range, LOCKFILE_EXCLUSIVE_LOCK);
+    for (int attempt = 1; attempt < kAttempts && is_refusal(code); ++attempt) {
+      Sleep(1);
+      code = lock_piece(range, LOCKFILE_EXCLUSIVE_LOCK);
+    }
+    return code;
+  }
+
+  void unlock_piece(ByteRange range) const noexcept {
     OVERLAPPED where = at(range.first);
     const OVERLAPPED length = at(range.last - range.first + 1);
     UnlockFileEx(file, 0, length.Offset, length.OffsetHigh, &where);
@@ -115,9 +155,10 @@ struct ByteRangeLocks::System {
 
   /// `range` holds none of the own pieces.
   [[nodiscard]] bool is_free(ByteRange range) const {
-    if (!lock_piece(range, 0)) return false;
-    unlock_piece(range);
-    return true;
+    const DWORD code = lock_piece(range, 0);
+    if (code == 0) unlock_piece(range);
+    if (code != 0 && !is_refusal(code)) throw_system_error(u"The lock file", code);
+    return code == 0;
   }
   [[nodiscard]] bool is_free(std::int64_t byte) const { return is_free(ByteRange{byte, byte}); }
 
@@ -168,55 +209,55 @@ ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::fil
                               OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (system_->file == INVALID_HANDLE_VALUE) {
     const DWORD code = GetLastError();
-    throw_system_error(join({u"The lock file '", from_stored_utf8(file.string()), u"'"}), code);
+    throw_system_error(join({u"The lock file ", file_text(file)}), code);
   }
 }
 
 ByteRangeLocks::~ByteRangeLocks() = default;
 
 bool ByteRangeLocks::try_lock(ByteRange range) {
-  std::vector<ByteRange> taken;
-  for (const ByteRange& gap : system_->pieces.gaps(range)) {
-    bool locked = false;
-    for (int attempt = 0; attempt < kAttempts && !locked; ++attempt) {
-      if (attempt > 0) Sleep(1);
-      locked = system_->lock_piece(gap, LOCKFILE_EXCLUSIVE_LOCK);
+  // All memory is had before the first lock: none may be held that is not in the books.
+  Ranges::Map pieces = system_->pieces.gaps(range);
+  Ranges::Map wanted = system_->wanted.gaps(range);
+  for (auto piece = pieces.begin(); piece != pieces.end(); ++piece) {
+    const DWORD code = system_->lock_exclusively({piece->first, piece->second});
+    if (code == 0) continue;
+    while (piece != pieces.begin()) {
+      --piece;
+      system_->unlock_piece({piece->first, piece->second});
     }
-    if (!locked) {
-      for (const ByteRange& piece : taken) system_->unlock_piece(piece);
-      return false;
-    }
-    taken.push_back(gap);
+    if (is_refusal(code)) return false;
+    throw_system_error(u"The lock file", code);
   }
-  for (const ByteRange& piece : taken) system_->pieces.add(piece);
-  system_->wanted.add(range);
+  system_->pieces.add(std::move(pieces));
+  system_->wanted.add(std::move(wanted));
   return true;
 }
 
 void ByteRangeLocks::unlock(ByteRange range) noexcept {
   system_->wanted.remove(range);
-  for (const ByteRange& piece : system_->pieces.touching(range)) {
-    if (!system_->wanted.touching(piece).empty()) continue;
+  system_->pieces.remove_touching(range, [&](ByteRange piece) {
+    if (system_->wanted.touch(piece)) return false;
     system_->unlock_piece(piece);
-    system_->pieces.remove(piece);
-  }
+    return true;
+  });
 }
 
 std::optional<ByteRange> ByteRangeLocks::foreign_lock(ByteRange range) const {
-  for (const ByteRange& gap : system_->pieces.gaps(range)) {
-    if (const auto found = system_->foreign_in(gap)) return found;
+  for (const auto& [first, last] : system_->pieces.gaps(range)) {
+    if (const auto found = system_->foreign_in({first, last})) return found;
   }
   return std::nullopt;
 }
 
 std::vector<ByteRange> ByteRangeLocks::foreign_locks(ByteRange range) const {
   std::vector<ByteRange> found;
-  for (ByteRange gap : system_->pieces.gaps(range)) {
-    while (gap.first <= gap.last) {
-      const auto lock = system_->foreign_in(gap);
-      if (!lock) break;
+  for (const auto& [first, last] : system_->pieces.gaps(range)) {
+    ByteRange rest{first, last};
+    while (const auto lock = system_->foreign_in(rest)) {
       found.push_back(*lock);
-      gap.first = lock->last + 1;
+      if (lock->last == last) break;
+      rest.first = lock->last + 1;
     }
   }
   return found;
