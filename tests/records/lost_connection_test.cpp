@@ -6,7 +6,7 @@
 #include "records/row_fetch.h"
 #include "server/server.h"
 #include "tests/ado/fake_engine.h"
-#include "tests/support/connected_test.h"
+#include "tests/support/object_model.h"
 
 namespace tarnwick {
 namespace {
@@ -185,22 +185,6 @@ TEST_F(FailingDatabase, StaysTheSharedConnectionInTheStateOfTheStepThatFailed) {
   EXPECT_TRUE(failed_at("execute"));
   EXPECT_EQ(state_.connection->cursor_location(), ado::CursorLocation::kServer)
       << "set by the last step only";
-}
-
-class LostDatabaseFile : public test_support::ConnectedTest {};
-
-TEST_F(LostDatabaseFile, RefusesTheCommitAndUnlocks) {
-  database_.run("INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType) VALUES (1, 0, 2)");
-  ASSERT_TRUE(process_.server->refresh());
-  const auto component = process_.server->components()->item(std::int32_t{1});
-  process_.recorder.before_step = [&](TextView line) {
-    if (line == u"Commit") std::filesystem::remove(database_.file());
-  };
-  EXPECT_EQ(component->update(), Error_ue);
-  EXPECT_TRUE(message().starts_with(u"Unable to update, record is locked!\r\n"));
-  EXPECT_FALSE(component->locked());
-  EXPECT_FALSE(state().connected());
-  EXPECT_FALSE(process_.server->initialized());
 }
 
 }  // namespace

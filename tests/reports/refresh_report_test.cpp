@@ -181,16 +181,6 @@ TEST_F(RefreshReport, FailsWhereTheIntermediateFileCannotBeWritten) {
   EXPECT_TRUE(report_.changed());
 }
 
-TEST_F(RefreshReport, FailsOnAFullDisk) {
-  std::filesystem::remove(ttx_file());
-  std::filesystem::create_symlink("/dev/full", ttx_file());
-  EXPECT_FALSE(load_sales());
-  EXPECT_EQ(message(), account(u"General", u"RefreshReport", 3004,
-                               join({u"Write to file failed. '", from_utf8(ttx_file().string()),
-                                     u"': No space left on device."})));
-  EXPECT_EQ(report_.ttx(), u"");
-}
-
 TEST_F(RefreshReport, WorksAgainAfterTheIntermediateFileFailed) {
   const auto folder = process_.host.payload_folder;
   process_.host.payload_folder = files_.path() / "missing";

@@ -64,7 +64,7 @@ class ReportTest : public ConnectedTest {
 
   /// A file in a folder of the test's own, as a path for the object model.
   [[nodiscard]] Text path(std::string_view name) const {
-    return from_utf8((files_.path() / name).string());
+    return from_utf8((files_.path() / name).make_preferred().string());
   }
   [[nodiscard]] static std::string content_of(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);

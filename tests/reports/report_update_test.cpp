@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/reports/report_fixture.h"
+#include "tests/support/unreadable_file.h"
 
 namespace tarnwick {
 namespace {
@@ -335,10 +336,9 @@ TEST_F(ReportUpdate, RefusesFieldDefinitionsThatAreNoBytes) {
 TEST_F(ReportUpdate, RefusesAReportFileThatCannotBeRead) {
   const auto sales = report(u"Sales");
   const auto before = table();
-  // Its first page is not mapped.
-  EXPECT_EQ(sales->update(u"/proc/self/mem"), Error_ue);
-  EXPECT_EQ(message(), account(u"Report", u"Update", 3003,
-                               u"File could not be read. '/proc/self/mem': Input/output error."));
+  const test_support::UnreadableFile file;
+  EXPECT_EQ(sales->update(file.path_text()), Error_ue);
+  EXPECT_EQ(message(), account(u"Report", u"Update", file.number(), file.description()));
   EXPECT_TRUE(sales->locked());
   EXPECT_TRUE(sales->release_record());
   EXPECT_EQ(table(), before);
@@ -346,7 +346,7 @@ TEST_F(ReportUpdate, RefusesAReportFileThatCannotBeRead) {
 
 TEST_F(ReportUpdate, OfANewReportCanBeRepeatedAfterItFailed) {
   const auto added = new_report(u"New");
-  EXPECT_EQ(added->update(u"/proc/self/mem"), Error_ue);
+  EXPECT_EQ(added->update(test_support::UnreadableFile().path_text()), Error_ue);
   EXPECT_EQ(database_.value("SELECT count(*) FROM DW_Reports"), "2");
   EXPECT_EQ(added->update(), OK_ue);
   EXPECT_EQ(database_.value("SELECT count(*) FROM DW_Reports WHERE ReportName = 'New'"), "1");

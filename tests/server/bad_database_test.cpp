@@ -1,79 +1,7 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-
-#include "server/server.h"
-#include "tests/support/object_model.h"
+#include "tests/server/bad_database_test.h"
 
 namespace tarnwick {
 namespace {
-
-namespace fs = std::filesystem;
-using test_support::account;
-using test_support::EmbeddedDatabase;
-using test_support::ServerProcess;
-using test_support::TemporaryFolder;
-
-constexpr std::int32_t kUnspecified = -2147467259;
-constexpr std::int32_t kInvalidArgument = 3001;
-constexpr std::int32_t kCommandError = -2147217900;
-constexpr std::int32_t kAuthenticationFailed = -2147217843;
-constexpr std::int32_t kPermissionDenied = -2147217911;
-
-Text quoted(const fs::path& path) { return join({u"'", from_utf8(path.string()), u"'"}); }
-
-/// The superuser may write everywhere: while this lives the process is a user that may not.
-class AsNobody {
- public:
-  AsNobody() {
-    if (was_ == 0 && seteuid(65534) != 0) throw std::runtime_error("cannot become nobody");
-  }
-  AsNobody(const AsNobody&) = delete;
-  AsNobody& operator=(const AsNobody&) = delete;
-  ~AsNobody() {
-    if (was_ == 0 && seteuid(0) != 0) std::abort();
-  }
-
- private:
-  const uid_t was_ = geteuid();
-};
-
-class BadDatabase : public ::testing::Test {
- protected:
-  void expect_refused(const fs::path& folder, std::int32_t number, TextView description) {
-    expect_string_refused(
-        join({u"Provider=Tarnwick.Embedded;Data Source=", from_utf8(folder.string())}), number,
-        description);
-  }
-
-  void expect_string_refused(TextView string, std::int32_t number, TextView description) {
-    EXPECT_FALSE(process_.server->set_connection(string, EmbeddedDatabase::kRole,
-                                                 EmbeddedDatabase::kPassword));
-    EXPECT_EQ(process_.message(), account(u"Server", u"SetConnection", number, description));
-    EXPECT_EQ(process_.number(), number);
-  }
-
-  void expect_role_refused(TextView role, TextView password, std::int32_t number,
-                           TextView description) {
-    EXPECT_FALSE(process_.server->set_connection(database_.connection_string(), role, password));
-    EXPECT_EQ(process_.message(), account(u"Server", u"SetConnection", number, description));
-  }
-
-  /// All that the folder holds, with the sizes of the files.
-  static std::vector<std::pair<std::string, std::uintmax_t>> content(const fs::path& folder) {
-    std::vector<std::pair<std::string, std::uintmax_t>> files;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-      files.emplace_back(entry.path().filename(), entry.is_directory() ? 0 : entry.file_size());
-    }
-    return files;
-  }
-
-  TemporaryFolder folder_;
-  EmbeddedDatabase database_;
-  ServerProcess process_{database_};
-};
 
 TEST_F(BadDatabase, InAFolderThatIsNotThereIsNamed) {
   const fs::path folder = folder_.path() / "none";
@@ -137,45 +65,6 @@ TEST_F(BadDatabase, WithoutRolesIsRefusedAndLeftAlone) {
                  join({u"The database ", quoted(file),
                        u" cannot be opened: it has no table DW_APP_ROLE and so no application "
                        u"role"}));
-}
-
-TEST_F(BadDatabase, ThatMayNotBeWrittenIsRefused) {
-  fs::permissions(database_.file(), fs::perms(0444));
-  fs::permissions(database_.folder(), fs::perms(0555));
-  {
-    const AsNobody nobody;
-    expect_refused(database_.folder(), kPermissionDenied,
-                   join({u"The database ", quoted(database_.file()),
-                         u" cannot be opened: attempt to write a readonly database"}));
-  }
-  fs::permissions(database_.folder(), fs::perms(0755));
-}
-
-TEST_F(BadDatabase, InAFolderThatMayNotBeWrittenIsRefused) {
-  fs::permissions(database_.file(), fs::perms(0666));
-  fs::permissions(database_.folder(), fs::perms(0555));
-  {
-    const AsNobody nobody;
-    EXPECT_FALSE(process_.server->set_connection(
-        database_.connection_string(), EmbeddedDatabase::kRole, EmbeddedDatabase::kPassword));
-    EXPECT_TRUE(process_.message().starts_with(
-        u"\r\nError in Component: 'Server', Proceedure: 'SetConnection'.\r\nError #:    \t"));
-    EXPECT_NE(process_.message().find(from_utf8(database_.folder().string())), Text::npos)
-        << to_display_utf8(process_.message());
-  }
-  fs::permissions(database_.folder(), fs::perms(0755));
-  EXPECT_EQ(content(database_.folder()).size(), 1u);
-}
-
-TEST_F(BadDatabase, ThatMayNotBeReadIsRefused) {
-  fs::permissions(database_.file(), fs::perms(0000));
-  const AsNobody nobody;
-  EXPECT_FALSE(process_.server->set_connection(
-      database_.connection_string(), EmbeddedDatabase::kRole, EmbeddedDatabase::kPassword));
-  EXPECT_TRUE(process_.message().starts_with(
-      u"\r\nError in Component: 'Server', Proceedure: 'SetConnection'.\r\nError #:    \t"));
-  EXPECT_NE(process_.message().find(quoted(database_.file())), Text::npos)
-      << to_display_utf8(process_.message());
 }
 
 TEST_F(BadDatabase, WithAWrongRoleOrPasswordTellsNeitherApart) {

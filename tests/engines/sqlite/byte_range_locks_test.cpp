@@ -1,30 +1,18 @@
-#include "engines/sqlite/byte_range_locks.h"
+#include "tests/engines/sqlite/two_lock_files.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <limits>
 #include <memory>
 #include <string>
-
-#include "tests/support/temporary_folder.h"
 
 namespace tarnwick::sqlite {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-namespace fs = std::filesystem;
 
 constexpr std::int64_t kLast = std::numeric_limits<std::int64_t>::max();
-
-class TwoLockFiles : public ::testing::Test {
- protected:
-  test_support::TemporaryFolder folder_;
-  fs::path database_ = folder_.write("data.db", "");
-  ByteRangeLocks first_{folder_.path() / "locks", database_};
-  ByteRangeLocks second_{folder_.path() / "locks", database_};
-};
 
 TEST_F(TwoLockFiles, ExcludeEachOtherInOneProcess) {
   EXPECT_TRUE(first_.try_lock({5, 5}));
@@ -55,14 +43,6 @@ TEST_F(TwoLockFiles, ListAllLocksOfTheOtherInOrder) {
   EXPECT_THAT(second_.foreign_locks({12, 39}), IsEmpty());
 }
 
-TEST_F(TwoLockFiles, UnlockTheMiddleOfARange) {
-  ASSERT_TRUE(first_.try_lock({1, 9}));
-  first_.unlock({4, 6});
-  EXPECT_TRUE(second_.try_lock({4, 6}));
-  EXPECT_FALSE(second_.try_lock({3, 3}));
-  EXPECT_FALSE(second_.try_lock({7, 7}));
-}
-
 TEST_F(TwoLockFiles, FreeTheirLocksWhenTheyGo) {
   auto third = std::make_unique<ByteRangeLocks>(folder_.path() / "locks", database_);
   ASSERT_TRUE(third->try_lock({5, 5}));
@@ -84,29 +64,6 @@ TEST_F(TwoLockFiles, ReadWhatWasWrittenAlsoUnderALock) {
   EXPECT_TRUE(second_.read_at(10, text));
   EXPECT_EQ(text, "hello");
   EXPECT_FALSE(second_.read_at(11, text));
-}
-
-TEST(ByteRangeLocks, TakeThePermissionsOfTheDatabase) {
-  const test_support::TemporaryFolder folder;
-  const auto database = folder.write("data.db", "");
-  for (const auto mode : {fs::perms{0600}, fs::perms{0660}, fs::perms{0664}}) {
-    fs::permissions(database, mode);
-    const auto file = folder.path() / ("locks-" + std::to_string(static_cast<unsigned>(mode)));
-    const ByteRangeLocks locks(file, database);
-    EXPECT_EQ(fs::status(file).permissions(), mode);
-  }
-}
-
-TEST(ByteRangeLocks, SayWhichFileCannotBeMade) {
-  const test_support::TemporaryFolder folder;
-  const auto database = folder.write("data.db", "");
-  try {
-    const ByteRangeLocks locks(folder.path() / "nowhere" / "locks", database);
-    FAIL() << "a folder that is not there was no hindrance";
-  } catch (const std::exception& error) {
-    EXPECT_EQ(error.what(), "The lock file '" + (folder.path() / "nowhere" / "locks").string() +
-                                "': No such file or directory");
-  }
 }
 
 }  // namespace

@@ -220,11 +220,5 @@ TEST_F(Connecting, TheDatabaseIsFixedOnceTheRoleIsEntered) {
   EXPECT_EQ(error.number(), kPermissionDenied);
 }
 
-TEST_F(Connecting, ALostDatabaseFileEndsTheConnection) {
-  const auto session = open_session();
-  fs::remove(database_.file());
-  EXPECT_THROW(session->execute(u"Delete From DW_Reports"), ado::ConnectionLost);
-}
-
 }  // namespace
 }  // namespace tarnwick::sqlite
