@@ -4,8 +4,7 @@
 // stop that was ordered before ("at ..."; any line lets it go on). Line breaks and tab stops inside
 // an answer are written \r, \n and \t.
 
-#include <unistd.h>
-
+#include <cstdlib>
 #include <deque>
 #include <iostream>
 #include <map>
@@ -13,6 +12,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "engines/sqlite/byte_range_locks.h"
+#include "engines/sqlite/create_database.h"
 #include "runtime/conversions.h"
 #include "tests/processes/stopping_calls.h"
 #include "tests/support/object_model.h"
@@ -41,7 +42,7 @@ void say(std::string_view line) { std::cout << line << std::endl; }
 /// The next line; the process ends with its input.
 std::string hear() {
   std::string line;
-  if (!std::getline(std::cin, line)) _exit(0);
+  if (!std::getline(std::cin, line)) std::_Exit(0);
   return line;
 }
 
@@ -94,6 +95,8 @@ class Worker {
 
   std::string obey(Words words) {
     const std::string command = next(words);
+    if (command == "process") return std::to_string(sqlite::ByteRangeLocks::process_id());
+    if (command == "create database") return create_database();
     if (command == "connect") return connect(next_number(words));
     if (command == "lock timeout") return set_lock_timeout(next_number(words));
     if (command == "stop before step") return stop_before_step(next_number(words));
@@ -110,6 +113,13 @@ class Worker {
   }
 
  private:
+  std::string create_database() {
+    const std::u8string folder(folder_.begin(), folder_.end());
+    sqlite::create_database(folder, u"Velmar_Sec", EmbeddedDatabase::kRole,
+                            EmbeddedDatabase::kPassword);
+    return "created";
+  }
+
   std::string connect(int lock_timeout) {
     const bool connected = server_->set_connection(
         join({u"Provider=Tarnwick.Embedded;Data Source=", from_utf8(folder_)}),

@@ -29,7 +29,10 @@ struct Pipe {
 
 }  // namespace
 
-WorkerProcess::WorkerProcess(const std::filesystem::path& folder, const std::string& name) {
+WorkerProgram native_worker() { return {{WORKER}, {}}; }
+
+WorkerProcess::WorkerProcess(const std::filesystem::path& folder, const std::string& name,
+                             const WorkerProgram& program) {
   // A worker that is killed leaves a pipe without a reader: writing fails then, instead of ending
   // the test program.
   signal(SIGPIPE, SIG_IGN);
@@ -39,14 +42,15 @@ WorkerProcess::WorkerProcess(const std::filesystem::path& folder, const std::str
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, input.read_end, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output.write_end, STDOUT_FILENO);
-  std::string program = WORKER;
-  std::string database = folder.string();
-  std::string payload = payload_folder_.path().string();
-  std::string computer = name;
-  std::array<char*, 5> arguments{program.data(), database.data(), payload.data(), computer.data(),
-                                 nullptr};
+  std::vector<std::string> words = program.command;
+  words.push_back(program.root + folder.string());
+  words.push_back(program.root + payload_folder_.path().string());
+  words.push_back(name);
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   const int error =
-      posix_spawn(&process_, program.c_str(), &actions, nullptr, arguments.data(), environ);
+      posix_spawn(&process_, words[0].c_str(), &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   close(input.read_end);
   close(output.write_end);
@@ -76,6 +80,7 @@ std::string WorkerProcess::hear() {
     if (const std::size_t end = heard_.find('\n'); end != std::string::npos) {
       std::string line = heard_.substr(0, end);
       heard_.erase(0, end + 1);
+      if (line.ends_with('\r')) line.pop_back();  // lines of Windows
       return line;
     }
     std::array<char, 4096> bytes{};

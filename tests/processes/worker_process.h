@@ -6,16 +6,29 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tests/support/object_model.h"
 
 namespace tarnwick::test_support {
 
+/// How to start a worker.
+struct WorkerProgram {
+  /// The program, behind the one that runs it if there is one.
+  std::vector<std::string> command;
+  /// What the worker calls this system's root folder, without the slash.
+  std::string root;
+};
+
+/// The worker of this system.
+[[nodiscard]] WorkerProgram native_worker();
+
 /// A worker in a process of its own; killed with the object. See worker.cpp for its commands.
 class WorkerProcess {
  public:
   /// On the database in `folder`, as the computer `name`.
-  WorkerProcess(const std::filesystem::path& folder, const std::string& name);
+  WorkerProcess(const std::filesystem::path& folder, const std::string& name,
+                const WorkerProgram& program = native_worker());
   ~WorkerProcess();
   WorkerProcess(const WorkerProcess&) = delete;
   WorkerProcess& operator=(const WorkerProcess&) = delete;
