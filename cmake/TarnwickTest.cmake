@@ -50,3 +50,18 @@ function(tarnwick_test name)
     gtest_discover_tests(${name}_test DISCOVERY_MODE PRE_TEST TEST_PREFIX ${name}/ ${TEST_PROPERTIES})
   endif()
 endfunction()
+
+# tarnwick_sql_server_test(NAME ...)
+# As tarnwick_test: tests on the SQL Server that TARNWICK_TEST_SQLSERVER names. NAME_on_stand_in runs
+# them once more through the real FreeTDS, on a stand-in for the server.
+function(tarnwick_sql_server_test name)
+  tarnwick_test(${name} ${ARGN})
+  target_compile_definitions(${name}_test
+    PRIVATE SQLSERVER_SCHEMA="${PROJECT_SOURCE_DIR}/schema/sqlserver.sql")
+  add_test(NAME ${name}_on_stand_in
+    COMMAND python3 ${PROJECT_SOURCE_DIR}/tests/stand_in/server.py --serve
+            ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}_test>)
+  if(WIN32)
+    set_tests_properties(${name} PROPERTIES SKIP_REGULAR_EXPRESSION "TARNWICK_TEST_SQLSERVER is not set")
+  endif()
+endfunction()

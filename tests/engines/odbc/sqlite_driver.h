@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdlib>
+#include <filesystem>
 
 #include "runtime/text.h"
 #include "tests/support/temporary_folder.h"
@@ -11,22 +11,17 @@ namespace tarnwick::odbc_test {
 /// drivers: what is installed on the machine does not matter.
 class SqliteDriver {
  public:
-  SqliteDriver() {
-    // The driver manager reads its lists once; every test of this program names the same one.
-    static const test_support::TemporaryFolder lists;
-    static const auto file =
-        lists.write("odbcinst.ini", "[Test SQLite]\nDriver=libsqlite3odbc.so\n");
-    ::setenv("ODBCSYSINI", lists.path().c_str(), 1);
-    ::setenv("ODBCINI", "/dev/null", 1);
-  }
+  SqliteDriver();
 
   [[nodiscard]] Text connection_string() const {
-    return join({u"Provider=MSDASQL;Driver={Test SQLite};Database=",
-                 from_utf8((folder_.path() / "test.db").string()),
+    return join({u"Provider=MSDASQL;Driver={Test SQLite};Database=", database(),
                  u";Timeout=1000;SyncPragma=OFF"});
   }
 
  private:
+  /// The file as the driver takes it.
+  [[nodiscard]] Text database() const;
+
   test_support::TemporaryFolder folder_;
 };
 
