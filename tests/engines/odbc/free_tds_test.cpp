@@ -280,6 +280,20 @@ TEST_F(FreeTdsTest, AnErrorThatTakesTheTransactionWithItIsFoundOutByAsking) {
   EXPECT_EQ(read(*session, kSales).value(u"Title"), Variant(Text(u"Old")));
 }
 
+TEST_F(FreeTdsTest, AnErrorOfALongWriteLeavesTransactionAndConnectionUsable) {
+  const auto session = session_with_sales();
+  const Bytes payload(5'000'000, std::byte{7});
+  session->begin();
+  auto held = hold(*session);
+  server_.order(u"FAIL 'SET [Report_Binary]' 8152 'String or binary data would be truncated.'");
+  EXPECT_EQ(error_of([&] { held.update({{u"Report_Binary", payload}}); }).native(), 8152);
+  held.update({{u"Report_Binary", payload}, {u"SQLStmnt", Text(100'000, u'\u017c')}});
+  session->commit();
+  const auto row = read(*session, kSales);
+  EXPECT_TRUE(row.value(u"Report_Binary") == Variant(payload));
+  EXPECT_TRUE(row.value(u"SQLStmnt") == Variant(Text(100'000, u'\u017c')));
+}
+
 TEST_F(FreeTdsTest, ACommitThatTheServerRefusesLeavesTheTransactionToBeRolledBack) {
   const auto session = session_with_sales();
   session->begin();
@@ -310,6 +324,10 @@ TEST_F(FreeTdsTest, AConnectionThatIsCutInATransactionIsLostWhereverItIsCut) {
       {u"CUT 'SET [Title]'",
        [](auto&, auto& held) {
          held.update({{u"Title", Text(u"New")}});
+       }},
+      {u"DROP 'SET [Report_Binary]'",
+       [](auto&, auto& held) {
+         held.update({{u"Report_Binary", Bytes(5'000'000, std::byte{7})}});
        }},
       {u"DROP 'INSERT INTO'",
        [](auto&, auto& held) {
