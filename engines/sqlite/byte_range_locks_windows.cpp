@@ -193,11 +193,12 @@ struct ByteRangeLocks::System {
 
   /// The first lock of others in `range`, which holds none of the own pieces.
   [[nodiscard]] std::optional<ByteRange> foreign_in(ByteRange range) const {
-    if (is_free(range)) return std::nullopt;
-    const std::int64_t first = first_locked(range);
-    // It may have been given back meanwhile.
-    if (is_free(first)) return std::nullopt;
-    return ByteRange{first, last_locked(first, range)};
+    while (!is_free(range)) {
+      const std::int64_t first = first_locked(range);
+      // A lock that was given back meanwhile has led astray, past others that are there.
+      if (!is_free(first)) return ByteRange{first, last_locked(first, range)};
+    }
+    return std::nullopt;
   }
 };
 

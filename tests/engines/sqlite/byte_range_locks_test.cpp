@@ -2,13 +2,16 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <limits>
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace tarnwick::sqlite {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -41,6 +44,23 @@ TEST_F(TwoLockFiles, ListAllLocksOfTheOtherInOrder) {
               ElementsAre(ByteRange{10, 11}, ByteRange{40, 41}, ByteRange{70, 71}));
   EXPECT_THAT(second_.foreign_locks({11, 40}), ElementsAre(ByteRange{11, 11}, ByteRange{40, 40}));
   EXPECT_THAT(second_.foreign_locks({12, 39}), IsEmpty());
+}
+
+TEST_F(TwoLockFiles, FindALockWhileAnotherBeforeItComesAndGoes) {
+  const ByteRange lasting{90, 90};
+  ASSERT_TRUE(second_.try_lock(lasting));
+  std::atomic<bool> stop = false;
+  std::thread restless([&] {
+    ByteRangeLocks third(folder_.path() / "locks", database_);
+    while (!stop) {
+      if (third.try_lock({10, 10})) third.unlock({10, 10});
+    }
+  });
+  for (int i = 0; i < 300; ++i) {
+    EXPECT_THAT(first_.foreign_locks({0, 1 << 20}), Contains(lasting));
+  }
+  stop = true;
+  restless.join();
 }
 
 TEST_F(TwoLockFiles, FreeTheirLocksWhenTheyGo) {
