@@ -113,6 +113,36 @@ void RowBuffer::grow(std::size_t size) {
   used_ = open_row;
 }
 
+void RowBuffer::add(const Cell& cell) {
+  switch (cell.kind) {
+    case Cell::Kind::kNull:
+      return add_null();
+    case Cell::Kind::kBool:
+      return add_bool(cell.integer != 0);
+    case Cell::Kind::kInt16:
+      return add_int16(static_cast<std::int16_t>(cell.integer));
+    case Cell::Kind::kInt32:
+      return add_int32(static_cast<std::int32_t>(cell.integer));
+    case Cell::Kind::kInt64:
+      return add_int64(cell.integer);
+    case Cell::Kind::kDouble:
+      return add_double(cell.real);
+    case Cell::Kind::kDate:
+      return add_date(Date{cell.real});
+    case Cell::Kind::kUtf8:
+    case Cell::Kind::kUtf16:
+    case Cell::Kind::kBytes:
+      return add_run(cell.kind, cell.data, cell.size);
+  }
+}
+
+void RowBuffer::add_row(const RowBuffer& from, std::size_t row) {
+  std::vector<Cell> cells(columns_);
+  from.read_row(row, cells);
+  for (const Cell& cell : cells) add(cell);
+  end_row();
+}
+
 void RowBuffer::read_row(std::size_t row, std::span<Cell> cells) const {
   const std::byte* from = row_starts_[row];
   for (Cell& cell : cells) {

@@ -71,6 +71,8 @@ class RowBuffer {
     row_starts_.push_back(chunk_ + row_begin_);
     row_begin_ = used_;
   }
+  /// Appends row `row` of another buffer, which has as many columns.
+  void add_row(const RowBuffer& from, std::size_t row);
   /// Drops the values of a row that was begun and not ended.
   void abandon_row() { used_ = row_begin_; }
 
@@ -85,6 +87,8 @@ class RowBuffer {
   void clear();
 
  private:
+  void add(const Cell& cell);
+
   static constexpr std::size_t kLongestLength = 10;  // of a 64-bit length, 7 bits a byte
 
   /// Room for `size` bytes behind what is there; `used_` moves behind them.

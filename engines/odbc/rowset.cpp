@@ -1,6 +1,5 @@
 #include "engines/odbc/rowset.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "ado/error.h"
@@ -16,39 +15,6 @@ using ado::AdoErrorNumber;
 using ado::Cell;
 
 bool is_lock_timeout(const AdoError& error) { return error.native() == ado::kNativeLockTimeout; }
-
-void append_cell(ado::RowBuffer& rows, const Cell& cell) {
-  switch (cell.kind) {
-    case Cell::Kind::kNull:
-      rows.add_null();
-      break;
-    case Cell::Kind::kBool:
-      rows.add_bool(cell.integer != 0);
-      break;
-    case Cell::Kind::kInt16:
-      rows.add_int16(static_cast<std::int16_t>(cell.integer));
-      break;
-    case Cell::Kind::kInt32:
-      rows.add_int32(static_cast<std::int32_t>(cell.integer));
-      break;
-    case Cell::Kind::kInt64:
-      rows.add_int64(cell.integer);
-      break;
-    case Cell::Kind::kDouble:
-      rows.add_double(cell.real);
-      break;
-    case Cell::Kind::kDate:
-      rows.add_date(Date{cell.real});
-      break;
-    case Cell::Kind::kUtf8:
-    case Cell::Kind::kUtf16:
-    case Cell::Kind::kBytes: {
-      const std::span<std::byte> room = rows.add_room(cell.kind, cell.size);
-      std::copy_n(cell.data, cell.size, room.data());
-      break;
-    }
-  }
-}
 
 }  // namespace
 
@@ -105,13 +71,8 @@ void OdbcRowset::open_and_lock(TextView statement) {
 }
 
 void OdbcRowset::fetch(ado::RowBuffer& rows, std::size_t limit) {
-  std::vector<Cell> cells(columns_.size());
   const std::size_t taken_in = taken_in_ ? taken_in_->rows() : 0;
-  for (; limit != 0 && handed_out_ < taken_in; --limit) {
-    taken_in_->read_row(handed_out_++, cells);
-    for (const Cell& cell : cells) append_cell(rows, cell);
-    rows.end_row();
-  }
+  for (; limit != 0 && handed_out_ < taken_in; --limit) rows.add_row(*taken_in_, handed_out_++);
   if (limit == 0) return;
   if (pending_error_) std::rethrow_exception(std::exchange(pending_error_, nullptr));
   if (result_) session_.step([&] { read_from_server(rows, limit); });

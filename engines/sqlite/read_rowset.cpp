@@ -13,7 +13,7 @@ void ReadRowset::fetch(ado::RowBuffer& rows, std::size_t limit) {
     next_ = rows.rows();
     at_end_ = true;
   } else {
-    for (; limit > 0 && next_ < rows_->rows(); --limit) copy_row(*rows_, next_++, rows);
+    for (; limit > 0 && next_ < rows_->rows(); --limit) rows.add_row(*rows_, next_++);
     at_end_ = next_ == rows_->rows();
   }
   if (at_end_) rows_.reset();

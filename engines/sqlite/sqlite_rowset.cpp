@@ -167,43 +167,6 @@ std::vector<ado::Cell> SqliteRowset::key_of(std::span<const ado::Cell> row) cons
   return key;
 }
 
-void SqliteRowset::copy_row(const ado::RowBuffer& from, std::size_t row, ado::RowBuffer& to) {
-  using Kind = ado::Cell::Kind;
-  std::vector<ado::Cell> cells(from.columns());
-  from.read_row(row, cells);
-  for (const auto& cell : cells) {
-    switch (cell.kind) {
-      case Kind::kNull:
-        to.add_null();
-        break;
-      case Kind::kBool:
-        to.add_bool(cell.integer != 0);
-        break;
-      case Kind::kInt16:
-        to.add_int16(static_cast<std::int16_t>(cell.integer));
-        break;
-      case Kind::kInt32:
-        to.add_int32(static_cast<std::int32_t>(cell.integer));
-        break;
-      case Kind::kInt64:
-        to.add_int64(cell.integer);
-        break;
-      case Kind::kDouble:
-        to.add_double(cell.real);
-        break;
-      case Kind::kDate:
-        to.add_date({cell.real});
-        break;
-      case Kind::kUtf8:
-      case Kind::kUtf16:
-      case Kind::kBytes:
-        std::copy_n(cell.data, cell.size, to.add_room(cell.kind, cell.size).data());
-        break;
-    }
-  }
-  to.end_row();
-}
-
 const std::string& SqliteRowset::origin_of(const ado::Assignment& assignment) const {
   const auto& origin = shape().origins[assignment.column];
   if (shape().base_table.empty() || origin.empty()) {

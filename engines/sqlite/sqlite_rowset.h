@@ -40,8 +40,6 @@ class SqliteRowset : public ado::Rowset {
   /// Runs the statement and appends the row with the key `key`, if there is one.
   [[nodiscard]] bool read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows);
   [[nodiscard]] std::vector<ado::Cell> key_of(std::span<const ado::Cell> row) const;
-  /// Appends row `row` of `from` to `to`.
-  static void copy_row(const ado::RowBuffer& from, std::size_t row, ado::RowBuffer& to);
 
   [[nodiscard]] const Shape& shape() const { return *shape_; }
 

@@ -49,6 +49,28 @@ TEST(RowBufferTest, AValueOfEveryKindComesBackAsItWas) {
   EXPECT_EQ(row_of(buffer, 0), expected);
 }
 
+TEST(RowBufferTest, ARowOfAnotherBufferIsCopiedWithValuesOfEveryKind) {
+  RowBuffer from(10);
+  from.add_null();
+  from.add_bool(true);
+  from.add_int16(-2);
+  from.add_int32(70'000);
+  from.add_int64(std::int64_t{1} << 40);
+  from.add_double(0.5);
+  from.add_date(Date{45000.25});
+  from.add_utf8("a");
+  from.add_utf16(u"b");
+  from.add_bytes(some_bytes(200));
+  from.end_row();
+  RowBuffer to(10);
+  to.add_row(from, 0);
+  to.add_row(from, 0);
+  ASSERT_EQ(to.rows(), 2u);
+  EXPECT_EQ(row_of(to, 1), row_of(from, 0));
+  from.clear();
+  EXPECT_EQ(row_of(to, 0), row_of(to, 1)) << "a copy stands for itself";
+}
+
 TEST(RowBufferTest, EmptyTextAndBytesAreNotNull) {
   RowBuffer buffer(3);
   buffer.add_utf8("");
