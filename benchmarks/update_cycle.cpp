@@ -2,6 +2,8 @@
 #include <unistd.h>
 
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "benchmarks/bench_host.h"
 #include "benchmarks/dataset.h"
@@ -41,9 +43,32 @@ class FileLock {
   int descriptor_;
 };
 
+/// What a program knows of a record that it loaded earlier.
+struct LoadedPc {
+  std::string mac_number;
+  std::string computer_id;
+  int component = 0;
+  Text version;
+};
+
+std::vector<LoadedPc> load_pcs(sqlite3* database) {
+  const Statement select =
+      prepare(database, "SELECT MACNbr, ComputerID, CompID, RowVersion FROM DW_SEC_PC");
+  const auto text = [&](int column) {
+    return reinterpret_cast<const char*>(sqlite3_column_text(select.get(), column));
+  };
+  std::vector<LoadedPc> pcs;
+  while (step(select.get())) {
+    pcs.push_back(
+        {text(0), text(1), sqlite3_column_int(select.get(), 2), hex_column(select.get(), 3)});
+  }
+  return pcs;
+}
+
 void update_by_hand(benchmark::State& state, const std::filesystem::path& folder) {
   const Database database = open_database(database_file(folder));
   FileLock locks(folder / "floor.lock");
+  const std::vector<LoadedPc> pcs = load_pcs(database.get());
   const Statement select = prepare(
       database.get(), "SELECT * FROM DW_SEC_PC WHERE MACNbr = ? AND ComputerID = ? AND CompID = ?");
   const Statement update = prepare(
@@ -51,28 +76,25 @@ void update_by_hand(benchmark::State& state, const std::filesystem::path& folder
       "UPDATE DW_SEC_PC SET MaintType = ?, ActiveStatus = ?, ImageIndex = ?, LastUser = ?, "
       "LastLogin = ?, TotalLogins = ?, SoftLock = '' WHERE MACNbr = ? AND ComputerID = ? AND "
       "CompID = ?");
-  const Statement keys =
-      prepare(database.get(), "SELECT MACNbr, ComputerID, CompID, RowVersion FROM DW_SEC_PC");
-  off_t row = 0;
-  const auto bind_key = [&](const Statement& statement, int first) {
-    sqlite3_bind_value(statement.get(), first, sqlite3_column_value(keys.get(), 0));
-    sqlite3_bind_value(statement.get(), first + 1, sqlite3_column_value(keys.get(), 1));
-    sqlite3_bind_value(statement.get(), first + 2, sqlite3_column_value(keys.get(), 2));
+  const auto bind_key = [](const Statement& statement, int first, const LoadedPc& pc) {
+    sqlite3_bind_text(statement.get(), first, pc.mac_number.c_str(), -1, SQLITE_STATIC);
+    sqlite3_bind_text(statement.get(), first + 1, pc.computer_id.c_str(), -1, SQLITE_STATIC);
+    sqlite3_bind_int(statement.get(), first + 2, pc.component);
   };
+  off_t row = 0;
   for (auto _ : state) {
-    step(keys.get());
+    const LoadedPc& pc = pcs.at(static_cast<std::size_t>(row));
     locks.lock(++row);
-    bind_key(select, 1);
+    bind_key(select, 1, pc);
     step(select.get());
-    const Text version = hex_column(select.get(), 14);
-    if (version != hex_column(keys.get(), 3)) {
+    if (hex_column(select.get(), 14) != pc.version) {
       state.SkipWithError("the row changed");
       return;
     }
     for (int column = 0; column < 6; ++column) {
       sqlite3_bind_value(update.get(), column + 1, sqlite3_column_value(select.get(), column + 3));
     }
-    bind_key(update, 7);
+    bind_key(update, 7, pc);
     sqlite3_reset(select.get());
     execute(database.get(), "BEGIN IMMEDIATE");
     step(update.get());
