@@ -64,7 +64,7 @@ void Connection::open(TextView connection_string, TextView user, TextView passwo
 
 void Connection::close() {
   require_open();
-  if (in_transaction_) throw AdoError(AdoErrorNumber::kInTransaction);
+  if (in_transaction_ && session_->alive()) throw AdoError(AdoErrorNumber::kInTransaction);
   trace_line(u"Disconnect");
   drop_session();
 }
@@ -99,15 +99,29 @@ void Connection::begin_trans() {
 void Connection::commit_trans() {
   require_transaction();
   trace_line(u"Commit");
-  engine_step([](EngineSession& session) { session.commit(); });
+  try {
+    engine_step([](EngineSession& session) { session.commit(); });
+  } catch (const ConnectionLost&) {
+    throw;
+  } catch (const AdoError& error) {
+    trace_failure(error);
+    throw;
+  }
   in_transaction_ = false;
 }
 
 void Connection::rollback_trans() {
   require_transaction();
   trace_line(u"Rollback");
-  engine_step([](EngineSession& session) { session.rollback(); });
   in_transaction_ = false;
+  rollback_due_ = true;
+  engine_step([](EngineSession&) {});
+}
+
+void Connection::finish_rollback() {
+  if (!rollback_due_) return;
+  session_->rollback();
+  rollback_due_ = false;
 }
 
 std::vector<HeldRow> Connection::held_rows() {
@@ -115,6 +129,18 @@ std::vector<HeldRow> Connection::held_rows() {
   std::vector<HeldRow> rows;
   engine_step([&](EngineSession& session) { rows = session.held_rows(); });
   return rows;
+}
+
+std::optional<std::vector<Text>> Connection::columns_of(TextView table) {
+  require_open();
+  std::optional<std::vector<Text>> columns;
+  engine_step([&](EngineSession& session) { columns = session.columns_of(table); });
+  return columns;
+}
+
+void Connection::trace_failure(const AdoError& error) const {
+  trace_line(u"Failed ", decimal(error.number()), u" ", decimal(error.native()), u": ",
+             error.description());
 }
 
 void Connection::require_command_text(std::int32_t options) {
@@ -136,6 +162,7 @@ void Connection::drop_session() {
   // Each one that is dropped takes itself off the list.
   while (!open_recordsets_.empty()) open_recordsets_.back()->drop_rows();
   in_transaction_ = false;
+  rollback_due_ = false;
   default_database_.clear();
   session_.reset();
 }

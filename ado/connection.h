@@ -36,7 +36,8 @@ class Connection final {
             std::int32_t options = kOptionUnspecified);
 
   /// Closes the recordsets that are open on it, too; what they have not written is lost. Errors:
-  /// 3704 when closed, 3246 inside a transaction (the connection stays open).
+  /// 3704 when closed, 3246 inside a transaction (the connection stays open; but one whose database
+  /// is gone has no transaction any more, and closes).
   void close();
 
   [[nodiscard]] ObjectState state() const;
@@ -60,6 +61,8 @@ class Connection final {
   void begin_trans();
   /// Error -2147168242 outside a transaction. A commit that fails leaves the transaction open.
   void commit_trans();
+  /// Ends the transaction in any case: where the engine fails, its rollback is tried again before
+  /// anything else is done on the connection.
   void rollback_trans();
   [[nodiscard]] bool in_transaction() const { return in_transaction_; }
   /// Which transaction of this connection is open, counted from 1; 0 outside a transaction.
@@ -68,6 +71,9 @@ class Connection final {
   /// The rows that any session of the database maintains; see EngineSession.
   [[nodiscard]] std::vector<HeldRow> held_rows();
 
+  /// The columns of `table`; see EngineSession. Error 3704 when closed.
+  [[nodiscard]] std::optional<std::vector<Text>> columns_of(TextView table);
+
  private:
   friend class Recordset;
 
@@ -75,17 +81,22 @@ class Connection final {
   static void require_command_text(std::int32_t options);
   void require_open() const;
   void require_transaction() const;
-  /// Runs `step` with the session; when the engine reports a lost connection, closes the connection
-  /// before the error goes on.
+  /// Runs `step` with the session, outside whatever an earlier transaction left behind. When the
+  /// engine reports a lost connection, traces it and closes the connection before the error goes
+  /// on.
   template <class Step>
   void engine_step(Step&& step) {
     try {
+      finish_rollback();
       step(*session_);
-    } catch (const ConnectionLost&) {
+    } catch (const ConnectionLost& error) {
+      trace_failure(error);
       drop_session();
       throw;
     }
   }
+  void finish_rollback();
+  void trace_failure(const AdoError& error) const;
   /// Ends the session, and before it the rowsets that live on it.
   void drop_session();
   template <class... Pieces>
@@ -101,6 +112,7 @@ class Connection final {
   std::unique_ptr<EngineSession> session_;
   std::vector<Recordset*> open_recordsets_;  // each enters at its open and leaves at its close
   bool in_transaction_ = false;
+  bool rollback_due_ = false;       // the last one failed
   std::uint64_t transactions_ = 0;  // begun so far
 };
 

@@ -88,10 +88,20 @@ class EngineSession {
   [[nodiscard]] virtual std::unique_ptr<Rowset> open(const RowsetRequest& request) = 0;
 
   /// Called in turn only: begin, then commit or rollback. After a commit that threw the transaction
-  /// is still open, unless the connection was lost.
+  /// is still open, unless the connection was lost. After a rollback that threw nothing else is
+  /// called until a further one went through.
   virtual void begin() = 0;
   virtual void commit() = 0;
   virtual void rollback() = 0;
+
+  /// False once the session is known to have lost its database; asks, where that is cheap. Never
+  /// throws.
+  [[nodiscard]] virtual bool alive() { return true; }
+
+  /// The columns of `table`; none when there is no such table, nothing when it cannot be told.
+  [[nodiscard]] virtual std::optional<std::vector<Text>> columns_of(TextView /*table*/) {
+    return std::nullopt;
+  }
 
   /// The rows that any session of the database maintains at the moment.
   [[nodiscard]] virtual std::vector<HeldRow> held_rows() = 0;

@@ -42,6 +42,7 @@ constexpr Entry kEntries[] = {
     {AdoErrorNumber::kPermissionDenied, u"Permission denied."},
     {AdoErrorNumber::kIntegrityViolation,
      u"A specified value violated the integrity constraints for a column or table."},
+    {AdoErrorNumber::kTimeout, u"Timeout expired"},
     {AdoErrorNumber::kRowNotLocated,
      u"Row cannot be located for updating. Some values may have been changed since it was last "
      u"read."},
@@ -60,16 +61,42 @@ TextView description_of(AdoErrorNumber number) {
   return {};
 }
 
+FailureKind kind_of(AdoErrorNumber number) {
+  switch (number) {
+    case AdoErrorNumber::kTimeout:
+      return FailureKind::kTimeout;
+    case AdoErrorNumber::kRowNotLocated:
+      return FailureKind::kChanged;
+    case AdoErrorNumber::kCommandError:
+    case AdoErrorNumber::kIntegrityViolation:
+    case AdoErrorNumber::kPermissionDenied:
+    case AdoErrorNumber::kAuthenticationFailed:
+      return FailureKind::kRefused;
+    default:
+      return FailureKind::kOther;
+  }
+}
+
 AdoError::AdoError(AdoErrorNumber number) : AdoError(number, Text(description_of(number))) {}
 
 AdoError::AdoError(AdoErrorNumber number, Text description, std::int32_t native,
-                   std::string sqlstate)
+                   std::string sqlstate, std::optional<FailureKind> kind)
     : Error(static_cast<std::int32_t>(number), std::move(description)),
       native_(native),
-      sqlstate_(std::move(sqlstate)) {}
+      sqlstate_(std::move(sqlstate)),
+      kind_(kind.value_or(kind_of(number))) {}
+
+ConnectionLost::ConnectionLost(AdoErrorNumber number)
+    : ConnectionLost(number, Text(description_of(number))) {}
+
+ConnectionLost::ConnectionLost(AdoErrorNumber number, Text description, std::int32_t native,
+                               std::string sqlstate)
+    : AdoError(number, std::move(description), native, std::move(sqlstate),
+               FailureKind::kConnectionLost) {}
 
 AdoError lock_timeout() {
-  return AdoError(AdoErrorNumber::kUnspecified, Text(kLockTimeoutText), kNativeLockTimeout);
+  return AdoError(AdoErrorNumber::kUnspecified, Text(kLockTimeoutText), kNativeLockTimeout, {},
+                  FailureKind::kLockTimeout);
 }
 
 }  // namespace tarnwick::ado

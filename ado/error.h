@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "runtime/error.h"
@@ -28,6 +29,7 @@ enum class AdoErrorNumber : std::int32_t {
   kPermissionDenied = static_cast<std::int32_t>(0x80040E09u),
   kCommandError = static_cast<std::int32_t>(0x80040E14u),
   kIntegrityViolation = static_cast<std::int32_t>(0x80040E2Fu),
+  kTimeout = static_cast<std::int32_t>(0x80040E31u),
   kRowNotLocated = static_cast<std::int32_t>(0x80040E38u),
   kAuthenticationFailed = static_cast<std::int32_t>(0x80040E4Du),
   kOneTransactionOnly = static_cast<std::int32_t>(0x8004D013u),
@@ -38,8 +40,25 @@ enum class AdoErrorNumber : std::int32_t {
 inline constexpr std::int32_t kNativeLockTimeout = 1222;
 inline constexpr TextView kLockTimeoutText = u"Lock request time out period exceeded.";
 
+/// What kind of failure an error stands for, for whoever has to act on it. The values are those
+/// that clients are told.
+enum class FailureKind : std::int32_t {
+  kNone = 0,
+  kOther = 1,
+  kLockTimeout = 2,     // another session holds the row
+  kDeadlock = 3,        // the engine gave this transaction up for another one
+  kConnectionLost = 4,  // the connection is closed
+  kDiskFull = 5,        // also a quota, a log, the largest size of a file
+  kTimeout = 6,         // the database did not answer in time
+  kChanged = 7,         // the row is not what it was when it was read
+  kRefused = 8,         // by a rule: of the database, or of the object model
+};
+
 /// The description that goes with `number`, or an empty text where the provider words it.
 [[nodiscard]] TextView description_of(AdoErrorNumber number);
+
+/// The kind that an error with this number is of where nothing more is known.
+[[nodiscard]] FailureKind kind_of(AdoErrorNumber number);
 
 /// An error of the data-access layer or of an engine. `sqlstate` and `native` are the engine's own
 /// codes (empty and 0 where it has none).
@@ -47,20 +66,24 @@ class AdoError : public Error {
  public:
   explicit AdoError(AdoErrorNumber number);
   AdoError(AdoErrorNumber number, Text description, std::int32_t native = 0,
-           std::string sqlstate = {});
+           std::string sqlstate = {}, std::optional<FailureKind> kind = std::nullopt);
 
   [[nodiscard]] std::int32_t native() const noexcept { return native_; }
   [[nodiscard]] const std::string& sqlstate() const noexcept { return sqlstate_; }
+  [[nodiscard]] FailureKind kind() const noexcept { return kind_; }
 
  private:
   std::int32_t native_ = 0;
   std::string sqlstate_;
+  FailureKind kind_;
 };
 
 /// The engine has lost its database for good: the connection is closed, its transaction is gone.
 class ConnectionLost : public AdoError {
  public:
-  using AdoError::AdoError;
+  explicit ConnectionLost(AdoErrorNumber number);
+  ConnectionLost(AdoErrorNumber number, Text description, std::int32_t native = 0,
+                 std::string sqlstate = {});
 };
 
 /// Lock time-out: -2147467259 (unspecified), native 1222.

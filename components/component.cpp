@@ -3,6 +3,7 @@
 #include "components/component_list.h"
 #include "components/refresh_component.h"
 #include "components/report_code.h"
+#include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
 #include "runtime/case_mapping.h"
@@ -63,12 +64,16 @@ bool Component::lock_record() {
 
 bool Component::release_record() {
   bool result = true;
-  if (lock_.locked()) quietly([&] { result = lock_.release(); });
+  if (lock_.locked()) succeeds(state_, [&] { result = lock_.release(); });
   return result;
 }
 
-UpdateErrorEnum Component::update() {
-  return guarded(state_, {u"Component", u"Update"}, Error_ue, [&](UpdateErrorEnum& result) {
+UpdateErrorEnum Component::update() { return write(u"Update", Existing::kWritten); }
+
+UpdateErrorEnum Component::insert() { return write(u"Insert", Existing::kRefused); }
+
+UpdateErrorEnum Component::write(TextView procedure, Existing existing) {
+  return guarded(state_, {u"Component", procedure}, Error_ue, [&](UpdateErrorEnum& result) {
     state_.errors.set_message({});
     if (comp_id_ < 0) {
       result = MissRequiredField_ue;
@@ -83,14 +88,15 @@ UpdateErrorEnum Component::update() {
                .version = row_version_,
                .changed_opening = u"The data for component '",
                .refused_line = refused,
-               .write_columns = [&](ado::Recordset& row) { write_columns(row); }},
+               .write_columns = [&](ado::Recordset& row) { write_columns(row); },
+               .existing = existing},
               result);
     if (row_comp_id_ != comp_id_) {
       // The component was renumbered and stands under its new id now. The old id stays remembered:
       // a further update deletes there again and finds nothing.
-      state_.require_connection().execute(
-          join({u"Delete from DW_Sec_Comp Where CompID = ", decimal(row_comp_id_)}),
-          ado::kExecuteNoRecords);
+      execute_delete(state_,
+                     join({u"Delete from DW_Sec_Comp Where CompID = ", decimal(row_comp_id_)}),
+                     ado::kExecuteNoRecords);
     }
     lock_.finish();
     changed_ = false;
@@ -115,11 +121,11 @@ void Component::write_columns(ado::Recordset& row) {
 }
 
 bool Component::remove() {
-  return quietly([&] {
+  return succeeds(state_, [&] {
     const Text statement =
         join({u"Delete from dbo.DW_Sec_Comp Where CompID = ", decimal(comp_id_)});
     if (locked()) release_record();
-    state_.require_connection().execute(statement, ado::kExecuteNoRecords);
+    execute_delete(state_, statement, ado::kExecuteNoRecords);
     // The number counts as a position, not as an id: the entry that stands there is removed.
     require_store(state_.components).remove(std::int64_t{comp_id_});
   });

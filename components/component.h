@@ -9,6 +9,8 @@
 
 namespace tarnwick {
 
+enum class Existing : std::uint8_t;
+
 /// One row of DW_SEC_COMP: an entry in the tree of product components. Read-only to clients; rows
 /// are maintained through the methods. Errors stay inside: methods return their failure value and
 /// leave an account in the error state. Reference-counted, not thread-safe; `state` must outlive
@@ -74,6 +76,10 @@ class Component final {
   /// MissRequiredField_ue for a negative comp_id; RecordChanged_ue (the row stays locked).
   UpdateErrorEnum update();
 
+  /// As update, but a row that is there already is refused: RecordChanged_ue, nothing is written,
+  /// and the row stays locked.
+  UpdateErrorEnum insert();
+
   /// Deletes the row, then removes the entry at *position* comp_id from the shared list, whichever
   /// component that is. False when the statement or the removal fails; nothing is recorded.
   bool remove();
@@ -83,6 +89,7 @@ class Component final {
 
   void set_comp_id(std::int16_t value);
   void set_meta_id(TextView value);
+  UpdateErrorEnum write(TextView procedure, Existing existing);
   void write_columns(ado::Recordset& row);
   template <class T>
   void set(T& member, T value);

@@ -51,16 +51,13 @@ bool refresh_pc(SharedState& state, ado::Recordset* rows, RegisteredPC* pc) {
 }
 
 bool refresh_pcs(SharedState& state) {
-  try {
+  // This account alone names library and module, and has two labels that are always empty.
+  const auto labels = [] { return TextView(u"Field :     \t\r\nRegPCMacNbr:\t\r\n"); };
+  return guarded(state, {u"Tarnwick", u"General.RefreshPCs"}, false, labels, [&](bool& result) {
     const auto rows = get_recordset(state, kPcList, ado::LockType::kOptimistic);
     if (rows != nullptr) load_register(state, *rows);
-    return true;
-  } catch (...) {
-    // This account alone names library and module, and has two labels that are always empty.
-    handle_error(state, {u"Tarnwick", u"General.RefreshPCs"},
-                 u"Field :     \t\r\nRegPCMacNbr:\t\r\n");
-    return false;
-  }
+    result = true;
+  });
 }
 
 }  // namespace tarnwick

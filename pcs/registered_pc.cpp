@@ -2,6 +2,7 @@
 
 #include "pcs/pc_list.h"
 #include "pcs/refresh_pcs.h"
+#include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
 #include "runtime/case_mapping.h"
@@ -83,12 +84,16 @@ bool RegisteredPC::lock_record() {
 
 bool RegisteredPC::release_record() {
   bool result = true;
-  if (lock_.locked()) quietly([&] { result = lock_.release(); });
+  if (lock_.locked()) succeeds(state_, [&] { result = lock_.release(); });
   return result;
 }
 
-UpdateErrorEnum RegisteredPC::update() {
-  return guarded(state_, {u"RegisteredPC", u"Update"}, Error_ue, [&](UpdateErrorEnum& result) {
+UpdateErrorEnum RegisteredPC::update() { return write(u"Update", Existing::kWritten); }
+
+UpdateErrorEnum RegisteredPC::insert() { return write(u"Insert", Existing::kRefused); }
+
+UpdateErrorEnum RegisteredPC::write(TextView procedure, Existing existing) {
+  return guarded(state_, {u"RegisteredPC", procedure}, Error_ue, [&](UpdateErrorEnum& result) {
     state_.errors.set_message({});
     if (mac_number_.empty() || computer_id_.empty() || comp_id_ < 0) {
       result = MissRequiredField_ue;
@@ -105,15 +110,16 @@ UpdateErrorEnum RegisteredPC::update() {
                .version = row_version_,
                .changed_opening = u"The data for '",
                .refused_line = refused,
-               .write_columns = [&](ado::Recordset& row) { write_columns(row); }},
+               .write_columns = [&](ado::Recordset& row) { write_columns(row); },
+               .existing = existing},
               result);
     if (!equals_ignoring_case(current_key, old_key) && old_key.size() > 2) {
       // The PC moved to another key: its row was written there, the old one goes.
-      state_.require_connection().execute(
-          join({u"Delete from DW_Sec_PC Where MACNbr = '", loaded_mac_number(),
-                u"' AND ComputerID = '", loaded_computer_id(), u"' AND CompID = ",
-                decimal(loaded_comp_id_)}),
-          ado::kExecuteNoRecords);
+      execute_delete(state_,
+                     join({u"Delete from DW_Sec_PC Where MACNbr = '", loaded_mac_number(),
+                           u"' AND ComputerID = '", loaded_computer_id(), u"' AND CompID = ",
+                           decimal(loaded_comp_id_)}),
+                     ado::kExecuteNoRecords);
     }
     lock_.finish();
     changed_ = false;
@@ -142,12 +148,12 @@ void RegisteredPC::write_columns(ado::Recordset& row) {
 
 bool RegisteredPC::remove() {
   if (computer_id_.empty() || mac_number_.empty() || comp_id_ < 0) return true;
-  return quietly([&] {
+  return succeeds(state_, [&] {
     const Text statement =
         join({u"Delete from dbo.DW_Sec_PC Where MACNbr = '", mac_number_, u"' and ComputerID = '",
               computer_id_, u"' and CompID = ", decimal(comp_id_)});
     if (locked()) release_record();
-    state_.require_connection().execute(statement, ado::kExecuteNoRecords);
+    execute_delete(state_, statement, ado::kExecuteNoRecords);
     require_store(state_.registered_pcs).remove(key());
   });
 }

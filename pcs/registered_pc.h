@@ -9,6 +9,8 @@
 
 namespace tarnwick {
 
+enum class Existing : std::uint8_t;
+
 /// One row of DW_SEC_PC: a PC as it uses one component, with its activation and logins. Errors stay
 /// inside: methods return their failure value and leave an account in the error state.
 /// Reference-counted, not thread-safe; `state` must outlive it.
@@ -83,6 +85,10 @@ class RegisteredPC final {
   /// stays locked).
   UpdateErrorEnum update();
 
+  /// As update, but a row that is there already is refused: RecordChanged_ue, nothing is written,
+  /// and the row stays locked.
+  UpdateErrorEnum insert();
+
   /// Deletes the row and takes the entry under this key out of the register. False when either
   /// fails; nothing is recorded. Does nothing, and returns True, when a part of the key is missing.
   bool remove();
@@ -98,6 +104,7 @@ class RegisteredPC final {
   [[nodiscard]] const Text& loaded_mac_number() const;
   [[nodiscard]] const Text& loaded_computer_id() const;
   [[nodiscard]] Text loaded_key() const;
+  UpdateErrorEnum write(TextView procedure, Existing existing);
   void write_columns(ado::Recordset& row);
 
   SharedState& state_;

@@ -20,18 +20,20 @@ bool RecordLock::transaction_is_mine() const {
   return connection != nullptr && connection->transaction() == transaction_;
 }
 
-FetchOutcome RecordLock::fetch(TextView key, TableSelector table) {
-  FetchedRow fetched = update_read(state_, key, table);
-  recordset_ = std::move(fetched.recordset);
-  const auto* connection = recordset_ == nullptr ? nullptr : recordset_->active_connection().get();
-  transaction_ = connection == nullptr ? 0 : connection->transaction();
-  locked_ = false;
-  return fetched.outcome;
+RecordLock::Fetch::Fetch(RecordLock& lock, TextView key, TableSelector table) : lock_(lock) {
+  FetchedRow fetched = update_read(lock.state_, key, table);
+  outcome_ = fetched.outcome;
+  lock.recordset_ = std::move(fetched.recordset);
+  const auto* connection =
+      lock.recordset_ == nullptr ? nullptr : lock.recordset_->active_connection().get();
+  lock.transaction_ = connection == nullptr ? 0 : connection->transaction();
+  lock.locked_ = false;
 }
 
-void RecordLock::hold() {
-  locked_ = true;
-  state_.maintenance_owned = true;
+RecordLock::Fetch::~Fetch() {
+  if (!lock_.locked_ && lock_.transaction_is_mine()) {
+    quietly([&] { update_release(*lock_.recordset_); });
+  }
 }
 
 bool RecordLock::release() {

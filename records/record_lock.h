@@ -8,7 +8,9 @@
 namespace tarnwick {
 
 /// The row that a record object has fetched for maintenance, and whether the object counts as
-/// locked. A lock that vanishes with its object rolls its transaction back.
+/// locked. The lock owns the transaction of its row from the fetch on, and no transaction outlives
+/// its owner: what a fetch opened is rolled back with the fetch unless the object took it over, and
+/// a lock that vanishes with its object rolls its transaction back.
 class RecordLock {
  public:
   /// `state` must outlive this.
@@ -24,11 +26,23 @@ class RecordLock {
   /// Whether the transaction that holds the row is still open.
   [[nodiscard]] bool holds_row() const;
 
-  /// Fetches the row by update_read and keeps the recordset, whatever the outcome.
-  FetchOutcome fetch(TextView key, TableSelector table);
+  /// Fetches the row by update_read and keeps the recordset, whatever the outcome. At its end the
+  /// transaction that it opened is rolled back, unless `hold` was called.
+  class Fetch {
+   public:
+    Fetch(RecordLock& lock, TextView key, TableSelector table);
+    ~Fetch();
+    Fetch(const Fetch&) = delete;
+    Fetch& operator=(const Fetch&) = delete;
 
-  /// Makes the object the owner of the fetched row and its transaction.
-  void hold();
+    [[nodiscard]] FetchOutcome outcome() const { return outcome_; }
+    /// The object counts as locked from now on, and keeps the row.
+    void hold() { lock_.locked_ = true; }
+
+   private:
+    RecordLock& lock_;
+    FetchOutcome outcome_;
+  };
 
   /// The recordset that was fetched last; null when that fetch failed.
   [[nodiscard]] ado::Recordset* recordset() const { return recordset_.get(); }
@@ -50,13 +64,14 @@ class RecordLock {
 };
 
 /// LockRecord of every record class: True at once when locked; otherwise fetches the row and runs
-/// `reload(recordset)`; the object is locked when that returned True.
+/// `reload(recordset)`; the object is locked when that returned True, and otherwise keeps nothing
+/// but the recordset.
 template <class Reload>
 bool lock_record(RecordLock& lock, TextView key, TableSelector table, Reload&& reload) {
   if (lock.locked()) return true;
-  lock.fetch(key, table);
+  RecordLock::Fetch fetch(lock, key, table);
   if (lock.recordset() == nullptr || !reload(*lock.recordset())) return false;
-  lock.hold();
+  fetch.hold();
   return true;
 }
 

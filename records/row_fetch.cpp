@@ -26,7 +26,8 @@ std::vector<TextView> split(TextView text, char16_t separator) {
 // An id as it stands in a statement: a 16-bit number, or error 6 or 13.
 Text id_text(TextView id) { return decimal(to_int16(Text(id))); }
 
-// Keys go into the statements as they stand: a key with a quote makes a malformed statement.
+// Keys go into the statements as they stand: a quote in one ends the text there, and what follows
+// is read as part of the statement.
 Text component_statement(SharedState& state, TextView key) {
   if (!is_numeric(key)) {
     raise_message(state, join({u"Non-numeric ID '", key, u"' passed for component ID!"}));
@@ -125,7 +126,6 @@ class RowFetch {
     if (is_open(*recordset_)) recordset_->close();
     connection().begin_trans();
     in_transaction_ = true;
-    state_.maintenance_owned = false;
   }
 
   void roll_back() {
@@ -141,6 +141,7 @@ class RowFetch {
     open_or_ask(*recordset_);
     if (is_open(*recordset_)) return;
     // Whatever the user answered: a statement that does not open at all is an error.
+    state_.failures.note(refusal_);
     raise_message(state_, join({u"Error Opening Recordset! SQL=", statement_}));
   }
 
@@ -151,7 +152,9 @@ class RowFetch {
     reader.set_cursor_type(ado::CursorType::kForwardOnly);
     reader.set_lock_type(ado::LockType::kReadOnly);
     if (const auto answer = open_or_ask(reader)) {
-      return *answer == Answer::kRetry ? Probe::kTryAgain : Probe::kCancelled;
+      if (*answer == Answer::kRetry) return Probe::kTryAgain;
+      state_.failures.note(refusal_);
+      return Probe::kCancelled;
     }
     return is_open(reader) && !shows_row(reader) ? Probe::kMissing : Probe::kTryAgain;
   }
@@ -165,6 +168,7 @@ class RowFetch {
     } catch (const ado::ConnectionLost&) {
       throw;
     } catch (const Error&) {
+      refusal_ = current_cause();
     }
     return state_.host.message_box().retry_or_cancel(
         u"Record is currently being updated by another process!", u"Record Lock Encountered");
@@ -182,13 +186,23 @@ class RowFetch {
   Text statement_;
   std::shared_ptr<ado::Recordset> recordset_;
   bool in_transaction_ = false;
+  FailureCause refusal_;  // of the open that failed last
 };
+
+bool commits(SharedState& state, ado::Connection& connection) {
+  try {
+    connection.commit_trans();
+    return true;
+  } catch (...) {
+    note_cause_of_commit(state);
+    return false;
+  }
+}
 
 }  // namespace
 
 FetchedRow update_read(SharedState& state, TextView key, TableSelector table) {
   return guarded(state, {u"General", u"UpdateRead"}, FetchedRow(), [&](FetchedRow& result) {
-    state.roll_back_ownerless();
     auto recordset = make_under_step_text(state, u"Unable to create an ADODB.Recordset!",
                                           [] { return std::make_shared<ado::Recordset>(); });
     const FetchOutcome outcome =
@@ -206,7 +220,7 @@ bool update_write(SharedState& state, ado::Recordset& row) {
                  }) &&
          [&] {
            const auto connection = row.active_connection();
-           if (quietly([&] { connection->commit_trans(); })) return true;
+           if (commits(state, *connection)) return true;
            quietly([&] { connection->rollback_trans(); });
            raise_message(state, u"Unable to update, record is locked!");
          }();

@@ -31,13 +31,14 @@ struct FetchedRow {
 /// with the computer's name and the time. Keys: a component's id in decimal; a report's name; a
 /// PC's MAC number, computer id and component id joined by kKeySeparator. Asks Retry or Cancel when
 /// another process has the row. A missing row leaves "No Record found for ID: ..." in the error
-/// state; errors are recorded there as component General, procedure UpdateRead. The transaction has
-/// no owner until a RecordLock takes it.
+/// state; errors are recorded there as component General, procedure UpdateRead. The transaction is
+/// the caller's to end.
 [[nodiscard]] FetchedRow update_read(SharedState& state, TextView key, TableSelector table);
 
 /// UpdateWrite: clears SoftLock, writes the row and commits. False when the row could not be
-/// written (recorded as procedure UpdateWrite). A commit that is refused is rolled back and raised
-/// as error -2147221504 with the message "Unable to update, record is locked!".
+/// written (recorded as procedure UpdateWrite). A commit that is refused, for whatever reason, is
+/// rolled back and raised as error -2147221504 with the message "Unable to update, record is
+/// locked!"; the reason is the last cause.
 [[nodiscard]] bool update_write(SharedState& state, ado::Recordset& row);
 
 /// UpdateRelease: rolls back, which takes the stamp back too. Always True; throws what the

@@ -6,20 +6,30 @@
 namespace tarnwick {
 namespace {
 
-// Whether the row is there; otherwise a new one was begun in the recordset.
+// Makes sure that the object holds the row. Whether the row is there; otherwise a new one was begun
+// in the recordset.
 bool obtain_row(SharedState& state, RecordLock& lock, const RowUpdate& update) {
   if (lock.holds_row()) {
     // A row that was begun by an update that failed is still in the edit buffer.
     return lock.recordset()->edit_mode() != ado::EditMode::kAdd;
   }
-  const FetchOutcome outcome = lock.fetch(update.key, update.table);
-  if (outcome == FetchOutcome::kCancelled) {
+  RecordLock::Fetch fetch(lock, update.key, update.table);
+  if (fetch.outcome() == FetchOutcome::kCancelled) {
     raise_message(state, u"Record is currently being updated by another process!");
   }
   if (lock.recordset() == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-  if (outcome == FetchOutcome::kFound) return true;
-  lock.recordset()->add_new();
-  return false;
+  const bool found = fetch.outcome() == FetchOutcome::kFound;
+  if (!found) lock.recordset()->add_new();
+  fetch.hold();
+  return found;
+}
+
+[[noreturn]] void refuse_existing(SharedState& state, const RowUpdate& update,
+                                  UpdateErrorEnum& result) {
+  result = RecordChanged_ue;
+  raise_message(state,
+                join({update.changed_opening, update.key, u"' is already on file. Unable to add!"}),
+                ado::FailureKind::kChanged);
 }
 
 void require_unchanged(SharedState& state, ado::Recordset& row, const RowUpdate& update,
@@ -27,8 +37,15 @@ void require_unchanged(SharedState& state, ado::Recordset& row, const RowUpdate&
   if (update.version.empty()) return;
   if (row_version_text(row.field(u"RowVersion").value()) == update.version) return;
   result = RecordChanged_ue;
-  raise_message(state, join({update.changed_opening, update.key,
-                             u"' has changed since it was originally read! Unable to update!"}));
+  raise_message(state,
+                join({update.changed_opening, update.key,
+                      u"' has changed since it was originally read! Unable to update!"}),
+                ado::FailureKind::kChanged);
+}
+
+FailureCause cause_of_missing_row() {
+  const ado::AdoError error(ado::AdoErrorNumber::kNoCurrentRecord);
+  return {error.kind(), error.number(), error.native(), error.description()};
 }
 
 // A commit that is refused and a row that cannot be written end alike.
@@ -45,11 +62,14 @@ bool written(SharedState& state, ado::Recordset& row) {
 void write_row(SharedState& state, RecordLock& lock, const RowUpdate& update,
                UpdateErrorEnum& result) {
   const bool found = obtain_row(state, lock, update);
-  lock.hold();
   ado::Recordset& row = *lock.recordset();
+  if (found && update.existing == Existing::kRefused) refuse_existing(state, update, result);
   if (found) require_unchanged(state, row, update, result);
   update.write_columns(row);
-  if (written(state, row)) return;
+  if (written(state, row)) {
+    if (!found) state.failures.note(cause_of_missing_row());
+    return;
+  }
   state.errors.append_line(update.refused_line);
   raise_message(state, state.errors.message());
 }

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include "records/record_lock.h"
 #include "server/enums.h"
 
 namespace tarnwick {
+
+/// What becomes of a row that is there already.
+enum class Existing : std::uint8_t { kWritten, kRefused };
 
 /// What a record class brings to the update of its row.
 struct RowUpdate {
@@ -20,12 +24,15 @@ struct RowUpdate {
   TextView refused_line;
   /// Assigns the columns of the row that is written.
   std::function<void(ado::Recordset&)> write_columns;
+  Existing existing = Existing::kWritten;
 };
 
 /// The update protocol, one for all record classes: obtains the row (or takes the one that `lock`
 /// holds), adds one where there is none, makes the object the owner, compares row versions, writes,
 /// commits. Throws what the class's own handler records; `result` is set before: RecordChanged_ue
-/// where the row changed since it was loaded (it stays locked), Error_ue otherwise.
+/// where the row changed since it was loaded, or came where there was to be none (it stays locked),
+/// Error_ue otherwise. A row that was not found and was inserted leaves error 3021 as the last
+/// cause: what went through may not be what the client meant.
 void write_row(SharedState& state, RecordLock& lock, const RowUpdate& update,
                UpdateErrorEnum& result);
 

@@ -1,6 +1,7 @@
 #include "reports/report.h"
 
 #include "platform/file_system.h"
+#include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/report_lookup.h"
 #include "records/update_protocol.h"
@@ -47,11 +48,11 @@ ReportTypesEnum Report::get_report_type_from_string(TextView data) const {
 
 bool Report::remove() {
   if (name_.empty()) return true;
-  return quietly([&] {
+  return succeeds(state_, [&] {
     const Text statement = join({u"Delete from dbo.DW_Reports Where ReportName = '", name_, u"'"});
     if (locked()) release_record();
     state_.report_row.reset();
-    state_.require_connection().execute(statement);
+    execute_delete(state_, statement);
     require_store(state_.reports).remove(key());
   });
 }
@@ -77,12 +78,20 @@ bool Report::lock_record() {
 
 bool Report::release_record() {
   bool result = false;
-  if (lock_.locked()) quietly([&] { result = lock_.release(); });
+  if (lock_.locked()) succeeds(state_, [&] { result = lock_.release(); });
   return result;
 }
 
 UpdateErrorEnum Report::update(TextView full_report_name) {
-  return guarded(state_, {u"Report", u"Update"}, Error_ue, [&](UpdateErrorEnum& result) {
+  return write(u"Update", full_report_name, Existing::kWritten);
+}
+
+UpdateErrorEnum Report::insert(TextView full_report_name) {
+  return write(u"Insert", full_report_name, Existing::kRefused);
+}
+
+UpdateErrorEnum Report::write(TextView procedure, TextView full_report_name, Existing existing) {
+  return guarded(state_, {u"Report", procedure}, Error_ue, [&](UpdateErrorEnum& result) {
     const platform::FileSystemObject files = create_file_system_object(state_);
     if (name_.empty()) {
       result = MissRequiredField_ue;
@@ -102,13 +111,14 @@ UpdateErrorEnum Report::update(TextView full_report_name) {
                .version = row_version_,
                .changed_opening = u"The data for '",
                .refused_line = refused,
-               .write_columns = [&](ado::Recordset& row) { write_columns(row, full_report_name); }},
+               .write_columns = [&](ado::Recordset& row) { write_columns(row, full_report_name); },
+               .existing = existing},
               result);
     if (!equals_ignoring_case(name_, initial_name_) && !initial_name_.empty()) {
       // The report was renamed: its row was written under the new name, the old one goes. The table
       // goes by both names.
-      state_.require_connection().execute(
-          join({u"Delete from DW_Report Where ReportName = '", initial_name_, u"'"}));
+      execute_delete(state_,
+                     join({u"Delete from DW_Report Where ReportName = '", initial_name_, u"'"}));
     }
     lock_.finish();
     changed_ = false;

@@ -9,6 +9,8 @@
 
 namespace tarnwick {
 
+enum class Existing : std::uint8_t;
+
 /// One row of DW_Reports: a report of the catalog, with its field definitions (ttx) and, in the
 /// table only, its report file. Errors stay inside: methods return their failure value and leave an
 /// account in the error state. Reference-counted, not thread-safe; `state` must outlive it.
@@ -50,6 +52,10 @@ class Report final {
   /// MissRequiredField_ue without a name; MissReportFile_ue; RecordChanged_ue (the row stays
   /// locked).
   UpdateErrorEnum update(TextView full_report_name = {});
+
+  /// As update, but a row that is there already is refused: RecordChanged_ue, nothing is written,
+  /// and the row stays locked.
+  UpdateErrorEnum insert(TextView full_report_name = {});
 
   /// Takes the file as ttx, every byte one character (ISO-8859-1). Does not mark the report
   /// changed. False, without a message, for an empty path.
@@ -109,6 +115,7 @@ class Report final {
     if (member != value) changed_ = true;
     member = std::move(value);
   }
+  UpdateErrorEnum write(TextView procedure, TextView full_report_name, Existing existing);
   void write_columns(ado::Recordset& row, TextView full_report_name);
 
   SharedState& state_;

@@ -37,18 +37,17 @@ Reports::~Reports() { state_.reports.reset(); }
 
 bool Reports::refresh() {
   LoadProgress progress;
-  try {
+  const auto what_was_read = [&] {
+    return join(
+        {u"Field :     \t", progress.field, kCrLf, u"RegRptName :\t", progress.report_name, kCrLf});
+  };
+  // The account names the component RegisteredPCs; clients know it so.
+  return guarded(state_, {u"RegisteredPCs", u"Refresh"}, false, what_was_read, [&](bool& result) {
     state_.report_row.reset();
     const auto rows = get_recordset(state_, kReportList, ado::LockType::kOptimistic);
     if (rows != nullptr) load_catalog(state_, *rows, progress);
-    return true;
-  } catch (...) {
-    // The account names the component RegisteredPCs; clients know it so.
-    handle_error(state_, {u"RegisteredPCs", u"Refresh"},
-                 join({u"Field :     \t", progress.field, kCrLf, u"RegRptName :\t",
-                       progress.report_name, kCrLf}));
-    return false;
-  }
+    result = true;
+  });
 }
 
 std::shared_ptr<Report> Reports::add(const NewReport& values) {

@@ -1,8 +1,5 @@
 #include "server/guard.h"
 
-#include <exception>
-#include <new>
-
 namespace tarnwick {
 namespace {
 
@@ -13,33 +10,34 @@ void show_to_developer(SharedState& state) {
   state.host.stop_in_debugger();
 }
 
-// Throws what recording throws.
-void record_error(SharedState& state, const Procedure& procedure, TextView extra_lines) {
-  try {
-    throw;
-  } catch (const Error& error) {
-    state.errors.record(procedure, error, extra_lines);
-  } catch (const std::bad_alloc&) {
-    state.errors.record(procedure, Error(ErrorNumber::kOutOfMemory), extra_lines);
-  } catch (const std::exception& exception) {
-    const Error error(static_cast<std::int32_t>(ErrorNumber::kInternalError),
-                      from_stored_utf8(exception.what()));
-    state.errors.record(procedure, error, extra_lines);
-  }
-}
-
 }  // namespace
 
 void handle_error(SharedState& state, const Procedure& procedure, TextView extra_lines) {
   // An account that cannot be kept for want of memory is lost; the procedure fails all the same.
   quietly([&] {
-    record_error(state, procedure, extra_lines);
+    FailureCause cause = current_cause();
+    const Error error(cause.number, cause.text);
+    state.failures.note(std::move(cause));
+    state.errors.record(procedure, error, extra_lines);
     show_to_developer(state);
   });
 }
 
-void raise_message(SharedState& state, Text message) {
+void note_cause(SharedState& state) {
+  quietly([&] { state.failures.note(current_cause()); });
+}
+
+void note_cause_of_commit(SharedState& state) {
+  quietly([&] {
+    FailureCause cause = current_cause();
+    cause.outcome_unknown = cause.kind == ado::FailureKind::kConnectionLost;
+    state.failures.note(std::move(cause));
+  });
+}
+
+void raise_message(SharedState& state, Text message, ado::FailureKind kind) {
   Error error(static_cast<std::int32_t>(ErrorNumber::kUserDefined), message);
+  state.failures.note({kind, error.number(), 0, message});
   state.errors.set_message(std::move(message));
   throw error;
 }

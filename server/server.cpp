@@ -5,6 +5,7 @@
 #include "runtime/case_mapping.h"
 #include "server/connect_string.h"
 #include "server/guard.h"
+#include "server/required_tables.h"
 
 namespace tarnwick {
 namespace {
@@ -39,6 +40,12 @@ std::shared_ptr<Collection> collection(SharedState& state, std::shared_ptr<Colle
   });
 }
 
+template <class Collection>
+Collection& require(const std::shared_ptr<Collection>& collection) {
+  if (collection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+  return *collection;
+}
+
 }  // namespace
 
 Server::Server(SharedState& state) : state_(state) {
@@ -60,7 +67,6 @@ Server::~Server() {
   if (state_.connection == nullptr || state_.server_count >= 1) return;
   state_.report_row.reset();
   quietly([&] {
-    state_.roll_back_ownerless();
     if (state_.connected()) state_.connection->close();
   });
   state_.connection.reset();
@@ -86,10 +92,7 @@ bool Server::set_connection(TextView connect_string, TextView app_role, TextView
       return;
     }
     state_.report_row.reset();
-    if (state_.connected()) {
-      state_.roll_back_ownerless();
-      state_.connection->close();
-    }
+    if (state_.connected()) state_.connection->close();
     const Text normalised = without_ole_db_services(connect_string);
     state_.connection = std::make_shared<ado::Connection>(state_.engines, state_.trace);
     state_.connection->set_connection_string(normalised);
@@ -100,6 +103,7 @@ bool Server::set_connection(TextView connect_string, TextView app_role, TextView
         join({u"EXEC sp_setapprole '", app_role, u"','", app_password, u"'"}));
     state_.connection->execute(u"SET LOCK_TIMEOUT 5000");
     state_.connection->set_cursor_location(ado::CursorLocation::kClient);
+    require_tables(*state_.connection);
     result = true;
   });
 }
@@ -110,15 +114,15 @@ bool Server::refresh() {
       throw Error(static_cast<std::int32_t>(ErrorNumber::kUserDefined),
                   u"Connection object has not been set, unable to refresh!");
     }
-    if (!components()->refresh()) {
+    if (!require(components()).refresh()) {
       state_.errors.prefix(u"Error while refreshing the Component Records!");
       return;
     }
-    if (!registered_pcs()->refresh()) {
+    if (!require(registered_pcs()).refresh()) {
       state_.errors.prefix(u"Error while refreshing the Registered PC Records!");
       return;
     }
-    if (!reports()->refresh()) {
+    if (!require(reports()).refresh()) {
       state_.errors.prefix(u"Error while refreshing the Report Records!");
       return;
     }

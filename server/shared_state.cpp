@@ -18,9 +18,4 @@ ado::Connection& SharedState::require_connection() const {
   return *connection;
 }
 
-void SharedState::roll_back_ownerless() {
-  if (connection == nullptr || !connection->in_transaction() || maintenance_owned) return;
-  connection->rollback_trans();
-}
-
 }  // namespace tarnwick

@@ -9,6 +9,7 @@
 #include "platform/host.h"
 #include "runtime/keyed_list.h"
 #include "server/error_state.h"
+#include "server/failures.h"
 
 namespace tarnwick {
 
@@ -34,6 +35,7 @@ struct SharedState {
   ado::Trace* const trace;
 
   ErrorState errors;
+  Failures failures;
 
   /// Unset until the first connection was asked for; lives while a Server lives.
   std::shared_ptr<ado::Connection> connection;
@@ -50,17 +52,11 @@ struct SharedState {
   /// The report row that was looked up last.
   std::shared_ptr<ado::Recordset> report_row;
 
-  /// Whether an object holds the maintenance transaction that is open on `connection`.
-  bool maintenance_owned = false;
-
   /// Whether the shared connection is set and open.
   [[nodiscard]] bool connected() const;
 
   /// The shared connection, open or not. Error 91 where it is unset.
   [[nodiscard]] ado::Connection& require_connection() const;
-
-  /// Rolls back a maintenance transaction that no object holds; otherwise does nothing.
-  void roll_back_ownerless();
 };
 
 }  // namespace tarnwick

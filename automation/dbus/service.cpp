@@ -187,9 +187,8 @@ int Service::set_lock_prompt(sd_bus_message* message) {
 int Service::reserve(sd_bus_message* message) {
   Call call(*this, message, {});
   const Text wanted = without_ole_db_services(from_utf8(read_text(message, 's')));
-  const bool disturbs =
-      state_.connected() && (state_.connection->connection_string() != wanted ||
-                             (state_.connection->in_transaction() && state_.maintenance_owned));
+  const bool disturbs = state_.connected() && (state_.connection->connection_string() != wanted ||
+                                               state_.connection->in_transaction());
   const bool reserved = !disturbs && clients_.reserve(call.caller());
   return sd_bus_reply_method_return(message, "b", reserved ? 1 : 0);
 }

@@ -239,11 +239,37 @@ TEST_F(ConnectionTest, EveryStepIsTracedBeforeItIsCarriedOut) {
       trace.lines,
       ElementsAre("Connect Provider=Fake;Password=***;Data Source=here", "DefaultDatabase Things",
                   "Execute EXEC sp_setapprole 'role','***'", "Execute SET LOCK_TIMEOUT 5000",
-                  "Begin", "Commit", "Rollback", "Disconnect"));
+                  "Begin", "Commit", "Failed -2147467259 0: failed", "Rollback", "Disconnect"));
   EXPECT_THAT(engine.calls, ElementsAre("connect", "default-database Things",
                                         "execute EXEC sp_setapprole 'role','secret'",
                                         "execute SET LOCK_TIMEOUT 5000", "begin", "commit",
                                         "rollback", "end-session"));
+}
+
+TEST_F(ConnectionTest, ARollbackThatFailsEndsTheTransactionAndIsTriedAgainBeforeTheNextStep) {
+  const auto connection = opened();
+  connection->begin_trans();
+  engine.fail("rollback", AdoErrorNumber::kUnspecified);
+  EXPECT_EQ(error_number_of([&] { connection->rollback_trans(); }), -2147467259);
+  EXPECT_FALSE(connection->in_transaction());
+  engine.calls.clear();
+  EXPECT_EQ(error_number_of([&] { connection->begin_trans(); }), -2147467259);
+  EXPECT_THAT(engine.calls, ElementsAre("rollback")) << "nothing runs inside the leftover";
+  engine.failures.clear();
+  engine.calls.clear();
+  connection->begin_trans();
+  EXPECT_THAT(engine.calls, ElementsAre("rollback", "begin"));
+  connection->commit_trans();
+}
+
+TEST_F(ConnectionTest, ARollbackThatFailsDoesNotKeepTheConnectionFromClosing) {
+  const auto connection = opened();
+  connection->begin_trans();
+  engine.fail("rollback", AdoErrorNumber::kUnspecified);
+  EXPECT_EQ(error_number_of([&] { connection->rollback_trans(); }), -2147467259);
+  connection->close();
+  EXPECT_EQ(connection->state(), ObjectState::kClosed);
+  EXPECT_EQ(engine.live_sessions, 0);
 }
 
 // --- A lost connection -------------------------------------------------------------------------
@@ -320,6 +346,23 @@ TEST_F(ConnectionTest, ALossWhileMovingClosesTheRecordset) {
   EXPECT_EQ(error_description_of([&] { recordset.move_next(); }), u"gone");
   EXPECT_EQ(recordset.state(), ObjectState::kClosed);
   EXPECT_EQ(error_number_of([&] { (void)field.value(); }), 3704);
+}
+
+TEST_F(ConnectionTest, ALostConnectionClosesThoughATransactionWasOpen) {
+  const auto connection = opened();
+  connection->begin_trans();
+  EXPECT_EQ(error_number_of([&] { connection->close(); }), 3246);
+  engine.alive = false;
+  connection->close();
+  EXPECT_EQ(connection->state(), ObjectState::kClosed);
+}
+
+TEST_F(ConnectionTest, ALossIsTracedWithTheEnginesWords) {
+  Connection connection({&engine}, &trace);
+  connection.open(u"Provider=Fake");
+  engine.lose_connection_at("execute");
+  EXPECT_EQ(error_number_of([&] { connection.execute(u"Delete"); }), -2147467259);
+  EXPECT_EQ(trace.lines.back(), "Failed -2147467259 0: gone");
 }
 
 }  // namespace

@@ -95,6 +95,10 @@ class FakeSession final : public EngineSession {
   void begin() override { engine_.record("begin"); }
   void commit() override { engine_.record("commit"); }
   void rollback() override { engine_.record("rollback"); }
+  bool alive() override { return engine_.alive; }
+  std::optional<std::vector<Text>> columns_of(TextView /*table*/) override {
+    return engine_.table_columns;
+  }
   std::vector<HeldRow> held_rows() override {
     engine_.record("held-rows");
     return {{.table = u"Things", .key = u"one", .stamp = u"HOST - now", .process_id = 7}};

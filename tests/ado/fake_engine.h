@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,9 @@ class FakeEngine final : public Engine {
   std::vector<std::string> calls;
   /// Calls, by their first word, that fail: the function throws.
   std::map<std::string, std::function<void()>> failures;
+  /// What a session says of itself, and of the columns of any table.
+  bool alive = true;
+  std::optional<std::vector<Text>> table_columns;
   /// Rowsets that lived when their session died. Has to stay 0.
   int orphaned_rowsets = 0;
   int live_sessions = 0;
