@@ -146,6 +146,47 @@ TEST_F(FailingDatabase, LetsAComponentVanishWhoseRowCannotBeGivenBack) {
   EXPECT_EQ(state_.errors.number(), 0);
 }
 
+TEST_F(FailingDatabase, LeavesNobodyAsOwnerWhenARowCannotBeGivenBack) {
+  ASSERT_TRUE(connect());
+  ASSERT_TRUE(component_.lock_record());
+  engine_.fail("rollback", ado::AdoErrorNumber::kUnspecified);
+  EXPECT_TRUE(component_.release_record()) << "errors of a release are ignored";
+  EXPECT_EQ(state_.failures.last().kind, ado::FailureKind::kOther);
+  engine_.failures.clear();
+  EXPECT_TRUE(component_.lock_record()) << "and the next one works";
+  EXPECT_TRUE(component_.release_record());
+
+  ASSERT_TRUE(component_.lock_record());
+  engine_.fail("rollback", ado::AdoErrorNumber::kUnspecified);
+  EXPECT_TRUE(component_.release_record());
+  EXPECT_TRUE(connect()) << "as does a new connection";
+}
+
+TEST_F(FailingDatabase, KnowsNoOutcomeWhenLostAtACommit) {
+  ASSERT_TRUE(connect());
+  engine_.lose_connection_at("commit");
+  EXPECT_EQ(component_.update(), Error_ue);
+  EXPECT_EQ(state_.failures.last().kind, ado::FailureKind::kConnectionLost);
+  EXPECT_EQ(state_.failures.last().text, u"gone");
+  EXPECT_TRUE(state_.failures.last().outcome_unknown);
+}
+
+TEST_F(FailingDatabase, KnowsTheOutcomeWhenLostBeforeTheCommit) {
+  ASSERT_TRUE(connect());
+  engine_.lose_connection_at("update");
+  EXPECT_EQ(component_.update(), Error_ue);
+  EXPECT_EQ(state_.failures.last().kind, ado::FailureKind::kConnectionLost);
+  EXPECT_FALSE(state_.failures.last().outcome_unknown);
+}
+
+TEST_F(FailingDatabase, KnowsNoOutcomeWhenLostAtADelete) {
+  ASSERT_TRUE(connect());
+  engine_.lose_connection_at("execute");
+  EXPECT_FALSE(component_.remove());
+  EXPECT_EQ(state_.failures.last().kind, ado::FailureKind::kConnectionLost);
+  EXPECT_TRUE(state_.failures.last().outcome_unknown);
+}
+
 TEST_F(FailingDatabase, CanBeConnectedToAgain) {
   ASSERT_TRUE(connect());
   ASSERT_TRUE(component_.lock_record());

@@ -20,8 +20,11 @@ class RecordLocks : public test_support::ConnectedTest {
     ASSERT_NO_FATAL_FAILURE(ConnectedTest::SetUp());
   }
 
-  static FetchOutcome fetch_sales(RecordLock& lock) {
-    return lock.fetch(u"Sales", TableSelector::kReports);
+  /// Fetches the row and keeps it, as an object does whose row could be loaded.
+  static FetchOutcome hold_row(RecordLock& lock, TextView name = u"Sales") {
+    RecordLock::Fetch fetch(lock, name, TableSelector::kReports);
+    if (fetch.outcome() == FetchOutcome::kFound) fetch.hold();
+    return fetch.outcome();
   }
 
   /// What another process is told that wants the row and waits for nothing.
@@ -44,17 +47,17 @@ TEST_F(RecordLocks, BeginUnlockedWithoutARecordset) {
 
 TEST_F(RecordLocks, AreNotLockedByTheFetchAlone) {
   RecordLock lock(state());
-  EXPECT_EQ(fetch_sales(lock), FetchOutcome::kFound);
+  RecordLock::Fetch fetch(lock, u"Sales", TableSelector::kReports);
+  EXPECT_EQ(fetch.outcome(), FetchOutcome::kFound);
   EXPECT_FALSE(lock.locked());
-  lock.hold();
+  fetch.hold();
   EXPECT_TRUE(lock.locked());
   EXPECT_TRUE(lock.holds_row());
 }
 
 TEST_F(RecordLocks, GiveTheRowBackByARollback) {
   RecordLock lock(state());
-  ASSERT_EQ(fetch_sales(lock), FetchOutcome::kFound);
-  lock.hold();
+  ASSERT_EQ(hold_row(lock), FetchOutcome::kFound);
   EXPECT_EQ(outcome_for_another(), FetchOutcome::kCancelled);
   (void)process_.trace();
   EXPECT_TRUE(lock.release());
@@ -67,8 +70,7 @@ TEST_F(RecordLocks, GiveTheRowBackByARollback) {
 TEST_F(RecordLocks, RollBackWhenTheyVanishWithTheRow) {
   {
     RecordLock lock(state());
-    ASSERT_EQ(fetch_sales(lock), FetchOutcome::kFound);
-    lock.hold();
+    ASSERT_EQ(hold_row(lock), FetchOutcome::kFound);
     (void)process_.trace();
   }
   EXPECT_THAT(process_.trace(), ElementsAre(u"Rollback"));
@@ -76,22 +78,24 @@ TEST_F(RecordLocks, RollBackWhenTheyVanishWithTheRow) {
   EXPECT_EQ(outcome_for_another(), FetchOutcome::kFound);
 }
 
-TEST_F(RecordLocks, RollBackWhenTheyVanishBeforeTheyBecameOwners) {
-  {
-    RecordLock lock(state());
-    ASSERT_EQ(lock.fetch(u"Nothing", TableSelector::kReports), FetchOutcome::kMissing);
-    (void)process_.trace();
+TEST_F(RecordLocks, GiveBackWithTheFetchWhatWasNotHeld) {
+  RecordLock lock(state());
+  for (const TextView name : {TextView(u"Sales"), TextView(u"Nothing")}) {
+    { const RecordLock::Fetch fetch(lock, name, TableSelector::kReports); }
+    EXPECT_EQ(process_.trace().back(), u"Rollback");
+    EXPECT_FALSE(state().connection->in_transaction());
+    EXPECT_NE(lock.recordset(), nullptr);
+    EXPECT_FALSE(lock.locked());
   }
-  EXPECT_THAT(process_.trace(), ElementsAre(u"Rollback"));
-  EXPECT_FALSE(state().connection->in_transaction());
+  EXPECT_EQ(outcome_for_another(), FetchOutcome::kFound);
 }
 
 TEST_F(RecordLocks, LeaveTheTransactionAloneThatCameAfterTheirs) {
   auto first = std::make_unique<RecordLock>(state());
-  ASSERT_EQ(first->fetch(u"Nothing", TableSelector::kReports), FetchOutcome::kMissing);
+  ASSERT_EQ(hold_row(*first), FetchOutcome::kFound);
+  state().connection->rollback_trans();
   RecordLock second(state());
-  ASSERT_EQ(fetch_sales(second), FetchOutcome::kFound);
-  second.hold();
+  ASSERT_EQ(hold_row(second), FetchOutcome::kFound);
   (void)process_.trace();
   EXPECT_TRUE(first->release());
   first.reset();
@@ -102,8 +106,7 @@ TEST_F(RecordLocks, LeaveTheTransactionAloneThatCameAfterTheirs) {
 
 TEST_F(RecordLocks, StayLockedButHoldNoRowAfterAnotherEndedTheTransaction) {
   RecordLock lock(state());
-  ASSERT_EQ(fetch_sales(lock), FetchOutcome::kFound);
-  lock.hold();
+  ASSERT_EQ(hold_row(lock), FetchOutcome::kFound);
   state().connection->rollback_trans();
   EXPECT_TRUE(lock.locked());
   EXPECT_FALSE(lock.holds_row());
@@ -115,8 +118,7 @@ TEST_F(RecordLocks, StayLockedButHoldNoRowAfterAnotherEndedTheTransaction) {
 
 TEST_F(RecordLocks, EndWithTheirConnection) {
   RecordLock lock(state());
-  ASSERT_EQ(fetch_sales(lock), FetchOutcome::kFound);
-  lock.hold();
+  ASSERT_EQ(hold_row(lock), FetchOutcome::kFound);
   state().connection->rollback_trans();
   state().connection->close();
   EXPECT_FALSE(lock.locked());
@@ -125,8 +127,7 @@ TEST_F(RecordLocks, EndWithTheirConnection) {
 
 TEST_F(RecordLocks, OutliveTheLastServerAndGiveTheRowBackThen) {
   RecordLock lock(state());
-  ASSERT_EQ(fetch_sales(lock), FetchOutcome::kFound);
-  lock.hold();
+  ASSERT_EQ(hold_row(lock), FetchOutcome::kFound);
   process_.server.reset();
   EXPECT_EQ(state().connection, nullptr);
   EXPECT_TRUE(lock.locked());
@@ -139,15 +140,13 @@ TEST_F(RecordLocks, OutliveTheLastServerAndGiveTheRowBackThen) {
 
 TEST_F(RecordLocks, AreNotTakenForOnesOfANewConnection) {
   RecordLock old_lock(state());
-  ASSERT_EQ(fetch_sales(old_lock), FetchOutcome::kFound);
-  old_lock.hold();
+  ASSERT_EQ(hold_row(old_lock), FetchOutcome::kFound);
   process_.server.reset();
   process_.server = std::make_unique<Server>(state());
   database_.run("INSERT INTO DW_Reports (ReportName) VALUES ('Stock')");
   ASSERT_TRUE(process_.connect());
   RecordLock new_lock(state());
-  ASSERT_EQ(new_lock.fetch(u"Stock", TableSelector::kReports), FetchOutcome::kFound);
-  new_lock.hold();
+  ASSERT_EQ(hold_row(new_lock, u"Stock"), FetchOutcome::kFound);
   EXPECT_TRUE(old_lock.release());
   EXPECT_TRUE(new_lock.holds_row());
   EXPECT_TRUE(state().connection->in_transaction());
@@ -155,8 +154,7 @@ TEST_F(RecordLocks, AreNotTakenForOnesOfANewConnection) {
 
 TEST_F(RecordLocks, FinishByDroppingTheRecordset) {
   RecordLock lock(state());
-  ASSERT_EQ(fetch_sales(lock), FetchOutcome::kFound);
-  lock.hold();
+  ASSERT_EQ(hold_row(lock), FetchOutcome::kFound);
   ASSERT_TRUE(update_write(state(), *lock.recordset()));
   lock.finish();
   EXPECT_FALSE(lock.locked());
@@ -165,8 +163,9 @@ TEST_F(RecordLocks, FinishByDroppingTheRecordset) {
 
 TEST_F(RecordLocks, KeepNoRecordsetOfAFetchThatFailed) {
   RecordLock lock(state());
-  ASSERT_EQ(fetch_sales(lock), FetchOutcome::kFound);
-  EXPECT_EQ(lock.fetch(u"no key of a PC", TableSelector::kPcs), FetchOutcome::kFailed);
+  ASSERT_EQ(hold_row(lock), FetchOutcome::kFound);
+  const RecordLock::Fetch fetch(lock, u"no key of a PC", TableSelector::kPcs);
+  EXPECT_EQ(fetch.outcome(), FetchOutcome::kFailed);
   EXPECT_EQ(lock.recordset(), nullptr);
   EXPECT_FALSE(lock.holds_row());
 }

@@ -32,7 +32,8 @@ class UpdateRead : public test_support::ConnectedTest {
   /// The statement that the key leads to: the first that is opened.
   Text statement_for(TextView key, TableSelector table) {
     (void)process_.trace();
-    (void)update_read(state(), key, table);
+    const FetchedRow fetched = update_read(state(), key, table);
+    if (fetched.recordset != nullptr) update_release(*fetched.recordset);
     constexpr TextView kOpen = u"Open server dynamic pessimistic: ";
     for (const Text& line : process_.trace()) {
       if (line.starts_with(kOpen)) return line.substr(kOpen.size());
@@ -248,25 +249,12 @@ TEST_F(UpdateRead, RecordsThatTheConnectionIsClosed) {
                                u"Operation is not allowed when the object is closed."));
 }
 
-TEST_F(UpdateRead, RefusesASecondTransactionWhileAnObjectOwnsTheFirst) {
+TEST_F(UpdateRead, RefusesASecondTransactionBesideTheFirst) {
   const FetchedRow first = update_read(state(), u"7", TableSelector::kComponents);
-  state().maintenance_owned = true;
   EXPECT_EQ(update_read(state(), u"Sales", TableSelector::kReports).outcome, FetchOutcome::kFailed);
   EXPECT_EQ(message(), account(u"General", u"UpdateRead", -2147168237,
                                u"Only one transaction can be active on this session."));
   EXPECT_TRUE(state().connection->in_transaction());
-}
-
-TEST_F(UpdateRead, RollsATransactionWithoutOwnerBackBeforeItsOwn) {
-  ASSERT_EQ(update_read(state(), u"99", TableSelector::kComponents).outcome,
-            FetchOutcome::kMissing);
-  (void)process_.trace();
-  const FetchedRow fetched = update_read(state(), u"7", TableSelector::kComponents);
-  EXPECT_EQ(fetched.outcome, FetchOutcome::kFound);
-  EXPECT_THAT(
-      process_.trace(),
-      ElementsAre(u"Rollback", u"Begin",
-                  join({u"Open server dynamic pessimistic: ", kComponentRow}), u"Update SoftLock"));
 }
 
 TEST_F(UpdateRead, LeavesNoTransactionBehindWhenTheRowCannotBeStamped) {

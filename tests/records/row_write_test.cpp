@@ -71,7 +71,10 @@ TEST_F(RowWrite, RollsBackAndRaisesWhenTheCommitIsRefused) {
   EXPECT_EQ(message(), u"Unable to update, record is locked!");
   EXPECT_EQ(number(), 0);
   EXPECT_FALSE(state().connection->in_transaction());
-  EXPECT_THAT(process_.trace(), ElementsAre(u"Update Title, SoftLock", u"Commit", u"Rollback"));
+  EXPECT_THAT(
+      process_.trace(),
+      ElementsAre(u"Update Title, SoftLock", u"Commit",
+                  u"Failed -2147467259 1222: Lock request time out period exceeded.", u"Rollback"));
   foreign.run("ROLLBACK");
   EXPECT_EQ(stored("Title"), "Old");
   EXPECT_EQ(stored("SoftLock"), "NULL");

@@ -10,6 +10,7 @@
 namespace tarnwick {
 namespace {
 
+using ado::FailureKind;
 using test_support::account;
 using test_support::ScriptedHost;
 using test_support::ScriptedMessageBox;
@@ -85,6 +86,26 @@ TEST_F(Guard, IgnoresErrorsOfQuietStepsWithoutARecord) {
   EXPECT_FALSE(quietly([] { throw Error(ErrorNumber::kOverflow); }));
   EXPECT_EQ(state_.errors.message(), u"");
   EXPECT_EQ(state_.errors.number(), 0);
+}
+
+TEST_F(Guard, NotesTheCauseOfAStepWithoutAnAccount) {
+  EXPECT_TRUE(succeeds(state_, [] {}));
+  EXPECT_EQ(state_.failures.last().kind, FailureKind::kNone);
+  EXPECT_FALSE(succeeds(state_, [] { throw ado::lock_timeout(); }));
+  EXPECT_EQ(state_.failures.last().kind, FailureKind::kLockTimeout);
+  EXPECT_EQ(state_.errors.message(), u"");
+  EXPECT_EQ(state_.errors.number(), 0);
+}
+
+TEST_F(Guard, PutsFurtherLinesIntoTheAccount) {
+  const auto lines = [] { return Text(u"Field :     \tTitle\r\n"); };
+  EXPECT_FALSE(guarded(state_, kProcedure, false, lines,
+                       [](bool&) { throw Error(ErrorNumber::kOverflow); }));
+  EXPECT_EQ(state_.errors.message(),
+            u"\r\nError in Component: 'Report', Proceedure: 'Update'."
+            u"\r\nField :     \tTitle"
+            u"\r\nError #:    \t6"
+            u"\r\nDescription:\tOverflow");
 }
 
 TEST_F(Guard, EmptiesTheMessageAfterAStepThatSucceeded) {

@@ -334,15 +334,15 @@ TEST_F(ConnectedServer, SharesItsConnectionWithAServerCreatedLater) {
   EXPECT_FALSE(server().initialized());
 }
 
-TEST_F(ConnectedServer, ClosesTheConnectionAtItsEndThoughATransactionHasNoOwner) {
+TEST_F(ConnectedServer, ClosesTheConnectionAtItsEndAfterALockThatFoundNoRow) {
   Component absent(state());
   ComponentSetters{absent}.comp_id(99);
   ASSERT_FALSE(absent.lock_record());
-  ASSERT_TRUE(state().connection->in_transaction());
+  EXPECT_FALSE(state().connection->in_transaction());
   const std::shared_ptr<ado::Connection> connection = state().connection;
   (void)process_.trace();
   process_.server.reset();
-  EXPECT_THAT(process_.trace(), ElementsAre(u"Rollback", u"Disconnect"));
+  EXPECT_THAT(process_.trace(), ElementsAre(u"Disconnect"));
   EXPECT_EQ(connection->state(), ado::ObjectState::kClosed);
 }
 
