@@ -25,6 +25,7 @@ constexpr std::array kRooms{
     Room{"engines/sqlite", "engines/sqlite/", 3},
     Room{"engines/odbc", "engines/odbc/", 3},
     Room{"server (upper half)", "server/server.", 7},
+    Room{"server (upper half)", "server/required_tables.", 7},
     Room{"server (lower half)", "server/", 4},
     Room{"records", "records/", 5},
     Room{"components", "components/", 6},
