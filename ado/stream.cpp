@@ -1,20 +1,15 @@
 #include "ado/stream.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <random>
-#include <system_error>
 #include <utility>
 
 #include "ado/error.h"
+#include "ado/stream_file.h"
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::ado {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::byte kUtf8Mark[] = {std::byte{0xEF}, std::byte{0xBB}, std::byte{0xBF}};
 constexpr std::byte kUtf16Mark[] = {std::byte{0xFF}, std::byte{0xFE}};
@@ -70,97 +65,6 @@ std::size_t utf8_sequence_size(std::span<const std::byte> bytes) {
     ++size;
   }
   return size;
-}
-
-AdoError file_error(AdoErrorNumber number, const fs::path& file, const std::error_code& reason) {
-  const std::u8string path = file.u8string();
-  return AdoError(number,
-                  join({description_of(number), u" '",
-                        from_stored_utf8({reinterpret_cast<const char*>(path.data()), path.size()}),
-                        u"': ", from_stored_utf8(reason.message()), u"."}));
-}
-
-std::error_code last_error() { return {errno, std::generic_category()}; }
-
-// The contents are written and read in one piece: a buffer between would only copy them.
-void open_unbuffered(std::filebuf& buffer, const fs::path& file, std::ios::openmode mode,
-                     AdoErrorNumber on_failure) {
-  buffer.pubsetbuf(nullptr, 0);
-  if (buffer.open(file, mode | std::ios::binary) == nullptr) {
-    throw file_error(on_failure, file, last_error());
-  }
-}
-
-Bytes read_file(const fs::path& file) {
-  constexpr std::size_t kPiece = std::size_t{64} << 10;
-  std::error_code ignored;
-  const fs::file_status status = fs::status(file, ignored);
-  if (fs::is_directory(status)) {
-    throw file_error(AdoErrorNumber::kCannotOpenFile, file,
-                     std::make_error_code(std::errc::is_a_directory));
-  }
-  std::filebuf buffer;
-  open_unbuffered(buffer, file, std::ios::in, AdoErrorNumber::kCannotOpenFile);
-  std::size_t expected = 0;
-  if (fs::is_regular_file(status)) {
-    const std::uintmax_t size = fs::file_size(file, ignored);
-    if (!ignored) expected = static_cast<std::size_t>(size);
-  }
-  Bytes content;
-  try {
-    // Pipes and the system's own files do not tell their size: they are read until they end.
-    std::size_t piece = expected != 0 ? expected : kPiece;
-    while (true) {
-      const std::size_t before = content.size();
-      content.resize(before + piece);
-      const auto got = static_cast<std::size_t>(buffer.sgetn(
-          reinterpret_cast<char*>(content.data() + before), static_cast<std::streamsize>(piece)));
-      content.resize(before + got);
-      if (got < piece || expected != 0) return content;
-      piece = std::max(kPiece, content.size());
-    }
-  } catch (const std::ios_base::failure&) {
-    throw file_error(AdoErrorNumber::kCannotReadFile, file, last_error());
-  }
-}
-
-/// `named` is the file that an error speaks of.
-void write_file(const fs::path& file, std::span<const std::byte> content, const fs::path& named) {
-  std::filebuf buffer;
-  buffer.pubsetbuf(nullptr, 0);
-  const auto size = static_cast<std::streamsize>(content.size());
-  const bool written =
-      buffer.open(file, std::ios::out | std::ios::trunc | std::ios::binary) != nullptr &&
-      buffer.sputn(reinterpret_cast<const char*>(content.data()), size) == size &&
-      buffer.close() != nullptr;
-  if (!written) throw file_error(AdoErrorNumber::kCannotWriteFile, named, last_error());
-}
-
-// A name of its own, not one made from the file's: that may already be as long as names can be.
-fs::path temporary_beside(const fs::path& file) {
-  std::random_device random;
-  return file.parent_path() /
-         (".tarnwick-" + std::to_string(random()) + "-" + std::to_string(random()) + ".tmp");
-}
-
-void replace_file(const fs::path& file, const fs::file_status& present,
-                  std::span<const std::byte> content) {
-  const fs::path temporary = temporary_beside(file);
-  std::error_code error;
-  try {
-    if (fs::exists(present)) {
-      // The rename asks for rights on the folder only; a file that is protected has to stay.
-      std::filebuf probe;
-      open_unbuffered(probe, file, std::ios::in | std::ios::out, AdoErrorNumber::kCannotWriteFile);
-    }
-    write_file(temporary, content, file);
-    if (fs::exists(present)) fs::permissions(temporary, present.permissions(), error);
-    if (!error) fs::rename(temporary, file, error);
-    if (error) throw file_error(AdoErrorNumber::kCannotWriteFile, file, error);
-  } catch (const AdoError&) {
-    fs::remove(temporary, error);
-    throw;
-  }
 }
 
 }  // namespace
@@ -300,28 +204,15 @@ void Stream::copy_to(Stream& target, std::int64_t count) {
   position_ += bytes.size();
 }
 
-void Stream::load_from_file(const fs::path& file) {
+void Stream::load_from_file(const std::filesystem::path& file) {
   require_open();
   content_ = read_file(file);
   position_ = 0;
 }
 
-void Stream::save_to_file(const fs::path& file, SaveOption option) {
+void Stream::save_to_file(const std::filesystem::path& file, SaveOption option) {
   require_open();
-  std::error_code ignored;
-  const fs::file_status link = fs::symlink_status(file, ignored);
-  const bool is_link = fs::is_symlink(link);
-  const fs::file_status present = is_link ? fs::status(file, ignored) : link;
-  if (fs::exists(present) && option == SaveOption::kCreateNotExist) {
-    throw file_error(AdoErrorNumber::kCannotWriteFile, file,
-                     std::make_error_code(std::errc::file_exists));
-  }
-  const bool replaceable = fs::exists(present) ? fs::is_regular_file(present) : !is_link;
-  if (replaceable) {
-    replace_file(is_link ? fs::canonical(file) : file, present, content_);
-  } else {
-    write_file(file, content_, file);
-  }
+  write_file(file, content_, option);
   position_ = 0;
 }
 

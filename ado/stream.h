@@ -62,13 +62,14 @@ class Stream final {
   /// target, and for a stream with itself.
   void copy_to(Stream& target, std::int64_t count = kReadAll);
 
-  /// Replaces the content by the file's; position 0. Error 3002 when the file cannot be opened,
-  /// 3003 when it cannot be read; the content is unchanged then.
+  /// Replaces the content by the file's; position 0. Error 3002 when the file cannot be opened or
+  /// is no regular file (a pipe, a device, a folder), 3003 when it cannot be read or is larger than
+  /// kMostFileBytes (ado/stream_file.h); the content is unchanged then.
   void load_from_file(const std::filesystem::path& file);
   /// Writes the whole content; the position goes to 0. kCreateNotExist: error 3004 when the file is
-  /// there. Error 3004 when it cannot be written: a regular file that was there keeps its content
-  /// (the new content goes to a file beside it first, which then takes its place and its
-  /// permissions). What is there and is not a regular file, such as a pipe, is written to directly.
+  /// there. Error 3004 when it cannot be written, or when what is there is no regular file, which a
+  /// symbolic link is not either. A file that was there keeps its content until the new one is
+  /// whole, and its permissions for good.
   void save_to_file(const std::filesystem::path& file,
                     SaveOption option = SaveOption::kCreateNotExist);
 

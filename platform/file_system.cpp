@@ -36,8 +36,7 @@ std::filesystem::file_status status_of(TextView path) {
 }  // namespace
 
 bool FileSystemObject::file_exists(TextView path) const {
-  const std::filesystem::file_status status = status_of(path);
-  return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+  return std::filesystem::is_regular_file(status_of(path));
 }
 
 bool FileSystemObject::folder_exists(TextView path) const {

@@ -12,7 +12,8 @@ namespace tarnwick::platform {
 /// False.
 class FileSystemObject {
  public:
-  /// A file, not a folder.
+  /// A regular file, or a link to one: neither a folder nor a pipe, socket or device, which could
+  /// keep whoever reads them waiting, or never end.
   [[nodiscard]] bool file_exists(TextView path) const;
   [[nodiscard]] bool folder_exists(TextView path) const;
   /// All before the last component, without the separator (but "/" of "/x"); "" when there is none.

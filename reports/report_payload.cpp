@@ -37,6 +37,9 @@ void prepare_stream(std::shared_ptr<ado::Stream>& stream) {
 
 Text ttx_from_bytes(SharedState& state, Bytes bytes) {
   const std::filesystem::path file = state.host.folder() / "TTX.bin";
+  // The file is this program's own: nobody's link leads elsewhere.
+  std::error_code ignored;
+  if (std::filesystem::is_symlink(file, ignored)) std::filesystem::remove(file, ignored);
   ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
   binary.write(std::move(bytes));
   binary.save_to_file(file, ado::SaveOption::kCreateOverWrite);

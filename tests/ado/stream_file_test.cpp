@@ -86,5 +86,15 @@ TEST_F(StreamFileTest, AFileThatCannotBeOpenedOrReadLeavesTheContent) {
   EXPECT_EQ(stream.size(), 7);
 }
 
+TEST_F(StreamFileTest, AFileThatIsLargerThanAColumnHoldsIsRefusedBeforeItIsRead) {
+  folder.write("file.bin", "");
+  fs::resize_file(file, 1'000'000'001);  // of which the disk keeps nothing
+  Stream stream = binary(bytes("content"));
+  EXPECT_EQ(error_description_of([&] { stream.load_from_file(file); }),
+            u"File could not be read. '" + text_of(file) + u"': File too large.");
+  EXPECT_EQ(error_number_of([&] { stream.load_from_file(file); }), 3003);
+  EXPECT_EQ(stream.size(), 7);
+}
+
 }  // namespace
 }  // namespace tarnwick::ado
