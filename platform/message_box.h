@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "runtime/text.h"
 
 namespace tarnwick::platform {
@@ -11,7 +13,9 @@ enum class Answer { kOk, kRetry, kCancel };
 class MessageBox {
  public:
   virtual ~MessageBox() = default;
-  [[nodiscard]] virtual Answer retry_or_cancel(TextView text, TextView title) = 0;
+  /// `retried`: how often this very question was answered Retry before, as it is asked again.
+  [[nodiscard]] virtual Answer retry_or_cancel(TextView text, TextView title,
+                                               std::uint32_t retried) = 0;
   virtual void inform(TextView text, TextView title) = 0;
 };
 

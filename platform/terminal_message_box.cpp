@@ -16,7 +16,7 @@ TerminalMessageBox::TerminalMessageBox(std::istream& input, std::ostream& output
       patience_(patience),
       wait_for_line_(std::move(wait_for_line)) {}
 
-Answer TerminalMessageBox::retry_or_cancel(TextView text, TextView title) {
+Answer TerminalMessageBox::retry_or_cancel(TextView text, TextView title, std::uint32_t) {
   inform(text, title);
   const Time until = std::chrono::steady_clock::now() + patience_;
   for (;;) {

@@ -19,7 +19,7 @@ class TerminalMessageBox final : public MessageBox {
   /// A question that is open for `patience` is answered Cancel. The streams must outlive this.
   TerminalMessageBox(std::istream& input, std::ostream& output, std::chrono::seconds patience,
                      WaitForLine wait_for_line);
-  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title) override;
+  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title, std::uint32_t) override;
   void inform(TextView text, TextView title) override;
 
  private:

@@ -31,15 +31,13 @@ std::optional<WhenLocked> WhenLocked::parse(std::string_view text) {
 UnattendedMessageBox::UnattendedMessageBox(WhenLocked when_locked, Log log)
     : when_locked_(when_locked), log_(std::move(log)) {}
 
-Answer UnattendedMessageBox::retry_or_cancel(TextView text, TextView title) {
-  if (when_locked_.kind == WhenLocked::Kind::kRetry && retried_ < when_locked_.retries) {
-    ++retried_;
+Answer UnattendedMessageBox::retry_or_cancel(TextView text, TextView title, std::uint32_t retried) {
+  if (when_locked_.kind == WhenLocked::Kind::kRetry && retried < when_locked_.retries) {
     log_(log_line(title, text,
-                  join({u" Answered: Retry (", decimal(retried_), u" of ",
+                  join({u" Answered: Retry (", decimal(retried + 1), u" of ",
                         decimal(when_locked_.retries), u")."})));
     return Answer::kRetry;
   }
-  retried_ = 0;
   log_(log_line(title, text, u" Answered: Cancel."));
   return Answer::kCancel;
 }

@@ -11,7 +11,8 @@ namespace tarnwick::platform {
 
 /// What answers the Retry/Cancel box where nobody can: the switch --when-locked.
 struct WhenLocked {
-  /// "ask": as cancel where there is nobody to ask. "cancel". "retry:N": Retry N times in a row.
+  /// "ask": as cancel where there is nobody to ask. "cancel". "retry:N": Retry N times for one
+  /// question.
   enum class Kind { kAsk, kCancel, kRetry };
   Kind kind = Kind::kAsk;
   std::uint32_t retries = 0;
@@ -20,19 +21,19 @@ struct WhenLocked {
   [[nodiscard]] static std::optional<WhenLocked> parse(std::string_view text);
 };
 
-/// Answers at once by a WhenLocked, with a line in the log. After N Retry answers in a row comes
-/// one Cancel, and the count begins anew.
+/// Answers at once by a WhenLocked, with a line in the log: a question that was answered Retry N
+/// times is cancelled.
 class UnattendedMessageBox final : public MessageBox {
  public:
   using Log = std::function<void(TextView)>;
   UnattendedMessageBox(WhenLocked when_locked, Log log);
-  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title) override;
+  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title,
+                                       std::uint32_t retried) override;
   void inform(TextView text, TextView title) override;
 
  private:
   WhenLocked when_locked_;
   Log log_;
-  std::uint32_t retried_ = 0;
 };
 
 }  // namespace tarnwick::platform

@@ -170,8 +170,11 @@ class RowFetch {
     } catch (const Error&) {
       refusal_ = current_cause();
     }
-    return state_.host.message_box().retry_or_cancel(
-        u"Record is currently being updated by another process!", u"Record Lock Encountered");
+    const Answer answer = state_.host.message_box().retry_or_cancel(
+        u"Record is currently being updated by another process!", u"Record Lock Encountered",
+        retried_);
+    if (answer == Answer::kRetry) ++retried_;
+    return answer;
   }
 
   void stamp() {
@@ -187,6 +190,7 @@ class RowFetch {
   std::shared_ptr<ado::Recordset> recordset_;
   bool in_transaction_ = false;
   FailureCause refusal_;  // of the open that failed last
+  std::uint32_t retried_ = 0;
 };
 
 bool commits(SharedState& state, ado::Connection& connection) {

@@ -30,8 +30,9 @@ class DesktopOrCancel final : public platform::MessageBox {
   explicit DesktopOrCancel(std::chrono::seconds patience)
       : cancel_(platform::WhenLocked{}, tell),
         desktop_(apps::desktop_program(), patience, cancel_, tell) {}
-  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title) override {
-    return desktop_.retry_or_cancel(text, title);
+  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title,
+                                                 std::uint32_t retried) override {
+    return desktop_.retry_or_cancel(text, title, retried);
   }
   void inform(TextView text, TextView title) override { desktop_.inform(text, title); }
 

@@ -280,14 +280,17 @@ void ServiceClient::open(const Options& options, TextView connect_string) {
 }
 
 void ServiceClient::wait_for_turn(ServiceConnection& service, const std::string& connect_string) {
-  do {
+  for (std::uint32_t retried = 0;; ++retried) {
     const auto deadline = std::chrono::steady_clock::now() + kTurnTime;
     do {
       if (service.reserve(connect_string)) return;
       usleep(kPollTime);
     } while (std::chrono::steady_clock::now() < deadline);
-  } while (message_box_->retry_or_cancel(u"The service is being used by another client!",
-                                         u"Service In Use") == platform::Answer::kRetry);
+    if (message_box_->retry_or_cancel(u"The service is being used by another client!",
+                                      u"Service In Use", retried) != platform::Answer::kRetry) {
+      break;
+    }
+  }
   throw Failure(ExitCode::kLocked,
                 "Another client of the service maintains a record or uses another database. With "
                 "--in-process the service is not needed.");

@@ -71,9 +71,10 @@ void ServiceConnection::answer_question() {
   const char* title = nullptr;
   const char* text = nullptr;
   check(sd_bus_message_read(question.get(), "ss", &title, &text), "reading a question");
-  const auto answer = message_box_.retry_or_cancel(from_stored_utf8(text), from_stored_utf8(title));
-  check(sd_bus_reply_method_return(question.get(), "b", answer == platform::Answer::kRetry ? 1 : 0),
-        "answering a question");
+  const bool retry = message_box_.retry_or_cancel(from_stored_utf8(text), from_stored_utf8(title),
+                                                  retried_) == platform::Answer::kRetry;
+  if (retry) ++retried_;
+  check(sd_bus_reply_method_return(question.get(), "b", retry ? 1 : 0), "answering a question");
 }
 
 // The service may have waited long enough, or be gone.
@@ -94,6 +95,7 @@ Message ServiceConnection::new_call(const std::string& path, const std::string& 
 
 Message ServiceConnection::send(Message message) {
   reply_.reset();
+  retried_ = 0;
   sd_bus_slot* slot = nullptr;
   check(sd_bus_call_async(bus_->get(), &slot, message.get(), &keep_reply, &reply_, UINT64_MAX),
         "calling the service");

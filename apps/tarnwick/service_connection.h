@@ -75,6 +75,8 @@ class ServiceConnection final {
   std::unique_ptr<ServiceBus> bus_;
   automation::dbus::SlotHandle prompt_;
   Message question_;
+  std::uint32_t retried_ =
+      0;           // how often a question of the call that was sent last was answered so
   Message reply_;  // to the call that was sent last
 };
 

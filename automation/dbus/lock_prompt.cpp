@@ -21,9 +21,9 @@ BusMessageBox::BusMessageBox(sd_bus* bus, const Clients& clients, const Caller& 
       otherwise_(otherwise),
       log_(std::move(log)) {}
 
-Answer BusMessageBox::retry_or_cancel(TextView text, TextView title) {
+Answer BusMessageBox::retry_or_cancel(TextView text, TextView title, std::uint32_t retried) {
   const auto prompt = clients_.lock_prompt_of(caller_.name);
-  return prompt ? ask(*prompt, text, title) : otherwise_.retry_or_cancel(text, title);
+  return prompt ? ask(*prompt, text, title) : otherwise_.retry_or_cancel(text, title, retried);
 }
 
 Answer BusMessageBox::ask(const LockPrompt& prompt, TextView text, TextView title) {

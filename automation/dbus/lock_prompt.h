@@ -21,7 +21,8 @@ class BusMessageBox final : public platform::MessageBox {
   BusMessageBox(sd_bus* bus, const Clients& clients, const Caller& caller,
                 std::chrono::seconds patience, platform::MessageBox& otherwise, Log log);
 
-  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title) override;
+  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title,
+                                                 std::uint32_t retried) override;
   void inform(TextView text, TextView title) override;
 
  private:

@@ -146,13 +146,13 @@ std::optional<DesktopMessageBox::Outcome> DesktopMessageBox::run(const char* com
   return outcome;
 }
 
-Answer DesktopMessageBox::retry_or_cancel(TextView text, TextView title) {
+Answer DesktopMessageBox::retry_or_cancel(TextView text, TextView title, std::uint32_t retried) {
   const auto outcome = run("retry-or-cancel", text, title);
   if (outcome && !outcome->in_time) {
     log_(join({title, u": ", text, u" Nobody answered on the desktop. Answered: Cancel."}));
     return Answer::kCancel;
   }
-  if (!outcome || !outcome->shown) return otherwise_.retry_or_cancel(text, title);
+  if (!outcome || !outcome->shown) return otherwise_.retry_or_cancel(text, title, retried);
   return outcome->printed == "retry\n" ? Answer::kRetry : Answer::kCancel;
 }
 

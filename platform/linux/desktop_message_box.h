@@ -22,7 +22,8 @@ class DesktopMessageBox final : public MessageBox {
   DesktopMessageBox(std::filesystem::path program, std::chrono::seconds patience,
                     MessageBox& otherwise, Log log);
 
-  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title) override;
+  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title,
+                                       std::uint32_t retried) override;
   void inform(TextView text, TextView title) override;
 
  private:

@@ -26,9 +26,9 @@ int show(TextView text, TextView title, UINT buttons) {
 DesktopMessageBox::DesktopMessageBox(MessageBox& without_screen)
     : without_screen_(without_screen) {}
 
-Answer DesktopMessageBox::retry_or_cancel(TextView text, TextView title) {
+Answer DesktopMessageBox::retry_or_cancel(TextView text, TextView title, std::uint32_t retried) {
   const int button = show(text, title, MB_RETRYCANCEL);
-  if (button <= 0) return without_screen_.retry_or_cancel(text, title);
+  if (button <= 0) return without_screen_.retry_or_cancel(text, title, retried);
   return button == IDRETRY ? Answer::kRetry : Answer::kCancel;
 }
 

@@ -13,7 +13,8 @@ class DesktopMessageBox final : public MessageBox {
  public:
   /// `without_screen` must outlive this.
   explicit DesktopMessageBox(MessageBox& without_screen);
-  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title) override;
+  [[nodiscard]] Answer retry_or_cancel(TextView text, TextView title,
+                                       std::uint32_t retried) override;
   void inform(TextView text, TextView title) override;
 
  private:

@@ -25,7 +25,7 @@ Asked ask(const std::string& typed) {
   std::istringstream input(typed);
   std::ostringstream output;
   TerminalMessageBox box(input, output, kPatience, at_once);
-  const Answer answer = box.retry_or_cancel(u"The record is locked!", u"Locked");
+  const Answer answer = box.retry_or_cancel(u"The record is locked!", u"Locked", 0);
   return {answer, output.str()};
 }
 
@@ -65,7 +65,7 @@ TEST(TerminalMessageBox, TakesNoAnswerInTimeAsCancel) {
     waits.push_back(until);
     return waits.size() == 1;
   });
-  EXPECT_EQ(box.retry_or_cancel(u"The record is locked!", u"Locked"), Answer::kCancel);
+  EXPECT_EQ(box.retry_or_cancel(u"The record is locked!", u"Locked", 0), Answer::kCancel);
   EXPECT_EQ(output.str(),
             "Locked: The record is locked!\n"
             "Retry or cancel? [r/c] Retry or cancel? [r/c] \n"

@@ -53,7 +53,7 @@ void stop_at(std::string_view what) {
 
 class AskingMessageBox final : public platform::MessageBox {
  public:
-  platform::Answer retry_or_cancel(TextView text, TextView title) override {
+  platform::Answer retry_or_cancel(TextView text, TextView title, std::uint32_t) override {
     say("? " + escaped(title) + ": " + escaped(text));
     return hear() == "retry" ? platform::Answer::kRetry : platform::Answer::kCancel;
   }

@@ -75,6 +75,19 @@ TEST_F(LockedRow, IsAskedAboutAgainAtEachRetryThatFindsItLocked) {
   EXPECT_THAT(process_.host.box.questions, ElementsAre(locked_box(), locked_box(), locked_box()));
 }
 
+TEST_F(LockedRow, CountsTheRetriesOfEachFetchByItself) {
+  process_.host.box.will_answer(Answer::kRetry);
+  process_.host.box.will_answer(Answer::kRetry, [&] { commit_theirs(); });
+  const FetchedRow fetched = fetch();
+  ASSERT_EQ(fetched.outcome, FetchOutcome::kFound);
+  update_release(*fetched.recordset);
+  theirs_ = update_read(other_.state, u"Sales", TableSelector::kReports);
+  process_.host.box.will_answer(Answer::kRetry);
+  process_.host.box.will_answer(Answer::kCancel);
+  EXPECT_EQ(fetch().outcome, FetchOutcome::kCancelled);
+  EXPECT_THAT(process_.host.box.retried, ElementsAre(0u, 1u, 0u, 1u));
+}
+
 TEST_F(LockedRow, CanBeGivenUpAfterARetry) {
   process_.host.box.will_answer(Answer::kRetry);
   process_.host.box.will_answer(Answer::kCancel);

@@ -10,8 +10,10 @@ void ScriptedMessageBox::will_answer(platform::Answer answer, std::function<void
   prepared_.push_back({answer, std::move(while_open)});
 }
 
-platform::Answer ScriptedMessageBox::retry_or_cancel(TextView text, TextView title) {
+platform::Answer ScriptedMessageBox::retry_or_cancel(TextView text, TextView title,
+                                                     std::uint32_t earlier) {
   questions.push_back({Text(text), Text(title)});
+  retried.push_back(earlier);
   if (prepared_.empty()) {
     ADD_FAILURE() << "nobody expected the question " << to_display_utf8(text);
     return platform::Answer::kCancel;

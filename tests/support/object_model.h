@@ -32,10 +32,12 @@ class ScriptedMessageBox final : public platform::MessageBox {
   /// The next unanswered question gets `answer`; `while_open` runs before.
   void will_answer(platform::Answer answer, std::function<void()> while_open = {});
 
-  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title) override;
+  [[nodiscard]] platform::Answer retry_or_cancel(TextView text, TextView title,
+                                                 std::uint32_t) override;
   void inform(TextView text, TextView title) override;
 
   std::vector<Box> questions;
+  std::vector<std::uint32_t> retried;  // what each question was told of its earlier answers
   std::vector<Box> notices;
 
  private:

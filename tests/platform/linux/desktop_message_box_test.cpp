@@ -18,7 +18,7 @@ using testing::IsEmpty;
 // What stands behind the desktop: remembers what it was asked, and answers what no desktop does.
 class Fallback final : public MessageBox {
  public:
-  Answer retry_or_cancel(TextView text, TextView) override {
+  Answer retry_or_cancel(TextView text, TextView, std::uint32_t) override {
     asked.emplace_back(text);
     return Answer::kOk;
   }
@@ -40,7 +40,9 @@ class Desktop : public testing::Test {
     return {program, std::chrono::seconds(seconds), fallback,
             [this](TextView line) { log.emplace_back(line); }};
   }
-  Answer ask(DesktopMessageBox asked) { return asked.retry_or_cancel(u"the text", u"a \"title\""); }
+  Answer ask(DesktopMessageBox asked) {
+    return asked.retry_or_cancel(u"the text", u"a \"title\"", 0);
+  }
 
   test_support::TemporaryFolder folder;
   Fallback fallback;

@@ -68,7 +68,7 @@ TEST_F(DesktopMessageBoxTest, AsksRetryOrCancelOnTheScreen) {
   for (const auto& [button, answer] :
        {std::pair{IDRETRY, Answer::kRetry}, std::pair{IDCANCEL, Answer::kCancel}}) {
     User user(button);
-    EXPECT_EQ(box_.retry_or_cancel(u"Once more?", kTitle), answer);
+    EXPECT_EQ(box_.retry_or_cancel(u"Once more?", kTitle, 0), answer);
     const Seen seen = user.seen();
     EXPECT_EQ(seen.text, L"Once more?");
     EXPECT_EQ(seen.buttons, (std::vector<int>{IDCANCEL, IDRETRY}));

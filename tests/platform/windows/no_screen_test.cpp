@@ -13,8 +13,8 @@ TEST(DesktopMessageBox, LeavesTheAnswerToAnotherWhereThereIsNoScreen) {
   UnattendedMessageBox without_screen{{WhenLocked::Kind::kRetry, 1},
                                       [&](TextView line) { logged.emplace_back(line); }};
   DesktopMessageBox box{without_screen};
-  EXPECT_EQ(box.retry_or_cancel(u"Once more?", u"Title"), Answer::kRetry);
-  EXPECT_EQ(box.retry_or_cancel(u"Once more?", u"Title"), Answer::kCancel);
+  EXPECT_EQ(box.retry_or_cancel(u"Once more?", u"Title", 0), Answer::kRetry);
+  EXPECT_EQ(box.retry_or_cancel(u"Once more?", u"Title", 1), Answer::kCancel);
   box.inform(u"It is so.", u"Title");
   EXPECT_EQ(logged,
             (std::vector<Text>{u"Title: Once more? Answered: Retry (1 of 1).",
