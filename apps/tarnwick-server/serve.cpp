@@ -1,8 +1,9 @@
 #include "apps/tarnwick-server/serve.h"
 
 #include <spdlog/spdlog.h>
+#include <sys/epoll.h>
 
-#include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <random>
@@ -11,6 +12,7 @@
 #include "apps/common/desktop_program.h"
 #include "apps/common/engines.h"
 #include "apps/common/trace_file.h"
+#include "apps/tarnwick-server/end_on_signal.h"
 #include "automation/dbus/clients.h"
 #include "automation/dbus/error.h"
 #include "automation/dbus/handles.h"
@@ -30,6 +32,10 @@ namespace dbus = automation::dbus;
 // A process that the bus started for something that made no object ends too; one that was started
 // by hand waits for its first client.
 constexpr std::chrono::seconds kUnused{30};
+
+// How long a call that is under way may take once the process was told to end. A service manager's
+// own patience is longer, and its end of it is the same.
+constexpr std::chrono::seconds kGrace{3};
 
 void warn(TextView text) { spdlog::warn("{}", to_display_utf8(text)); }
 
@@ -67,17 +73,24 @@ std::string run_name() {
   return fmt::format("{:08x}", random());
 }
 
+int end_loop(sd_event_source* source, int, std::uint32_t, void*) {
+  return sd_event_exit(sd_event_source_get_event(source), EXIT_SUCCESS);
+}
+
 dbus::EventHandle new_event_loop() {
   sd_event* event = nullptr;
   dbus::check(sd_event_new(&event), "making an event loop");
-  dbus::EventHandle handle(event);
-  for (const int number : {SIGTERM, SIGINT}) {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, number);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    dbus::check(sd_event_add_signal(event, nullptr, number, nullptr, nullptr), "watching signals");
-  }
+  return dbus::EventHandle(event);
+}
+
+// Before all requests that wait: they are not carried out any more.
+dbus::EventSourceHandle end_when_asked(sd_event* event, const EndOnSignal& ending) {
+  sd_event_source* source = nullptr;
+  dbus::check(sd_event_add_io(event, &source, ending.asked(), EPOLLIN, &end_loop, nullptr),
+              "watching signals");
+  dbus::EventSourceHandle handle(source);
+  dbus::check(sd_event_source_set_priority(source, SD_EVENT_PRIORITY_IMPORTANT),
+              "watching signals");
   return handle;
 }
 
@@ -88,7 +101,9 @@ int serve(const Options& options) {
   std::optional<apps::TraceFile> trace;
   if (!options.trace.empty()) trace.emplace(options.trace);
 
+  const EndOnSignal ending(kGrace);
   const dbus::EventHandle event = new_event_loop();
+  const dbus::EventSourceHandle asked_to_end = end_when_asked(event.get(), ending);
   const dbus::BusHandle bus = open_bus(options);
 
   dbus::Caller caller;
