@@ -116,7 +116,7 @@ int serve(const Options& options) {
   platform::LinuxHost host(message_box, options.folder);
   apps::ProgramEngines engines;
   SharedState state(host, engines.list(), trace ? &*trace : nullptr);
-  const dbus::Service service(bus.get(), state, clients, caller);
+  const dbus::Service service(bus.get(), state, clients, caller, warn);
 
   dbus::NameOwner name(bus.get());
   if (!name.acquire()) {

@@ -138,6 +138,17 @@ std::optional<LockPrompt> Clients::lock_prompt_of(const std::string& name) const
   return LockPrompt{name, known->second->lock_prompt};
 }
 
+void Clients::set_last_cause(const std::string& name, FailureCause cause) {
+  // Nothing need be kept to know that there is nothing.
+  if (cause.kind == ado::FailureKind::kNone && !clients_.contains(name)) return;
+  client(name).last_cause = std::move(cause);
+}
+
+FailureCause Clients::last_cause_of(const std::string& name) const {
+  const auto known = clients_.find(name);
+  return known == clients_.end() ? FailureCause() : known->second->last_cause;
+}
+
 bool Clients::reserve(const std::string& name) {
   // Watched from now on.
   const Client& reserving = client(name);

@@ -12,6 +12,7 @@
 
 #include "automation/dbus/handles.h"
 #include "automation/dbus/object_table.h"
+#include "server/failures.h"
 
 namespace tarnwick::automation::dbus {
 
@@ -64,6 +65,11 @@ class Clients {
   void set_lock_prompt(const std::string& client, std::string path);
   [[nodiscard]] std::optional<LockPrompt> lock_prompt_of(const std::string& client) const;
 
+  /// The cause of the last failure that a call of `client` left; of kind kNone where there is none.
+  /// Setting it throws WireError when `client` has left the bus.
+  void set_last_cause(const std::string& client, FailureCause cause);
+  [[nodiscard]] FailureCause last_cause_of(const std::string& client) const;
+
   /// Lets `client` alone reserve the service until it leaves the bus. False when another one has.
   [[nodiscard]] bool reserve(const std::string& client);
 
@@ -78,6 +84,7 @@ class Clients {
     ObjectTable::Holder holder;
     std::string lock_prompt;
     bool sharing = false;
+    FailureCause last_cause;
   };
 
   struct Lock {

@@ -124,6 +124,21 @@ Interface rows_interface() {
           {method("GetRows", {{"first", "u"}, {"count", "u"}}, {{"rows", "aa{sv}"}})}};
 }
 
+Interface record_interface() {
+  return {kRecordInterface, {method("Insert", {{"sFullReportName", "s"}}, {{"result", "i"}})}};
+}
+
+Interface last_cause_interface() {
+  return {kLastCauseInterface,
+          {method("GetLastCause", {},
+                  {{"kind", "i"},
+                   {"number", "i"},
+                   {"native", "i"},
+                   {"text", "s"},
+                   {"outcomeUnknown", "b"}}),
+           method("ClearLastCause", {}, {})}};
+}
+
 Interface lock_prompt_interface() {
   return {kLockPromptInterface,
           {method("RetryOrCancel", {{"title", "s"}, {"text", "s"}}, {{"retry", "b"}})}};

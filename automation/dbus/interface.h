@@ -50,6 +50,10 @@ struct Interface {
 [[nodiscard]] Interface automation_interface();
 /// Of collections.
 [[nodiscard]] Interface rows_interface();
+/// Of records.
+[[nodiscard]] Interface record_interface();
+/// Of the root object.
+[[nodiscard]] Interface last_cause_interface();
 /// Of clients that answer questions.
 [[nodiscard]] Interface lock_prompt_interface();
 

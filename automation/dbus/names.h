@@ -13,6 +13,8 @@ inline constexpr char kBusName[] = "org.tarnwick.Security1";
 inline constexpr char kInstanceName[] = "org.tarnwick.Security1.Instance";
 inline constexpr char kRootPath[] = "/org/tarnwick/Security1";
 inline constexpr char kAutomationInterface[] = "org.tarnwick.Security1.Automation";
+inline constexpr char kLastCauseInterface[] = "org.tarnwick.Security1.LastCause";
+inline constexpr char kRecordInterface[] = "org.tarnwick.Security1.Record";
 inline constexpr char kRowsInterface[] = "org.tarnwick.Security1.Rows";
 /// Not ours: clients that answer questions export it.
 inline constexpr char kLockPromptInterface[] = "org.tarnwick.Security1.LockPrompt";

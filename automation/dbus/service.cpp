@@ -11,6 +11,7 @@
 #include "automation/dbus/error.h"
 #include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
+#include "automation/insertion.h"
 #include "runtime/error.h"
 #include "server/connect_string.h"
 
@@ -65,6 +66,20 @@ Value read_property(const Object& object, const Member& member) {
   return value;
 }
 
+// Its own errors have positive numbers, and one that the object model shares with its clients.
+bool is_of_an_engine(const FailureCause& cause) {
+  return cause.number < 0 && cause.number != static_cast<std::int32_t>(ErrorNumber::kUserDefined);
+}
+
+Text log_line(const std::string& client, const FailureCause& cause) {
+  Text line = join({u"A call of ", from_stored_utf8(client), u" failed: ", decimal(cause.number),
+                    u" (", decimal(cause.native), u"): ", cause.text});
+  // One failure is one line, whatever the engine says.
+  std::ranges::replace_if(
+      line, [](char16_t unit) { return unit < u' '; }, u' ');
+  return line;
+}
+
 int to_string_list(const std::vector<std::string>& texts, char*** list) {
   auto** made = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
   if (made == nullptr) return -ENOMEM;
@@ -93,8 +108,13 @@ class Service::Call final : public Paths {
       : service_(service), source_(std::move(source)) {
     const char* sender = sd_bus_message_get_sender(message);
     service_.caller_.name = sender == nullptr ? "" : sender;
+    service_.state_.failures.clear();
   }
-  ~Call() override { service_.caller_.name.clear(); }
+  ~Call() override {
+    const FailureCause& cause = service_.state_.failures.last();
+    if (cause.kind != ado::FailureKind::kNone) service_.keep(caller(), cause);
+    service_.caller_.name.clear();
+  }
   Call(const Call&) = delete;
   Call& operator=(const Call&) = delete;
 
@@ -112,8 +132,8 @@ class Service::Call final : public Paths {
   Object source_;  // kept alive: the call may be about its last holder
 };
 
-Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller)
-    : bus_(bus), state_(state), clients_(clients), caller_(caller) {
+Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller, Log log)
+    : bus_(bus), state_(state), clients_(clients), caller_(caller), log_(std::move(log)) {
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_filter(bus_, &slot, &Service::on_message, this), "watching messages");
   slots_.emplace_back(slot);
@@ -121,7 +141,10 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& call
   constexpr auto kRoot = &Service::on_call<&Service::call_root>;
   constexpr auto kMember = &Service::on_call<&Service::call_member>;
   constexpr auto kRows = &Service::on_call<&Service::get_rows>;
+  constexpr auto kLastCause = &Service::on_call<&Service::call_last_cause>;
+  constexpr auto kInsert = &Service::on_call<&Service::insert>;
   export_interface(automation_interface(), &Service::find_root, kRoot);
+  export_interface(last_cause_interface(), &Service::find_root, kLastCause);
   for (std::size_t i = 0; i < kClassCount; ++i) {
     const Class& of = class_of(static_cast<ClassId>(i));
     export_interface(class_interface(of), &Service::find_object, kMember);
@@ -132,6 +155,7 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& call
     }
   }
   export_interface(rows_interface(), &Service::find_object, kRows);
+  export_interface(record_interface(), &Service::find_object, kInsert);
   check(sd_bus_add_node_enumerator(bus_, &slot, kRootPath, &Service::list_children, this),
         "listing objects");
   slots_.emplace_back(slot);
@@ -205,8 +229,8 @@ int Service::call_member(sd_bus_message* message) {
   Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
   const Member& member = member_named(call.source(), sd_bus_message_get_member(message));
   const std::vector<Value> arguments = read_arguments(message, member, call);
-  Value result = locks_record(member) ? call_locking(call, member, arguments)
-                                      : automation::call(call.source(), member, arguments);
+  const auto body = [&] { return automation::call(call.source(), member, arguments); };
+  Value result = locks_record(member) ? call_locking(call, body) : body();
   // Nobody would learn the paths of what is handed out.
   if (sd_bus_message_get_expect_reply(message) == 0) return 1;
   const Outgoing outgoing(member.result, std::move(result), call);
@@ -215,12 +239,40 @@ int Service::call_member(sd_bus_message* message) {
   return send(std::move(reply));
 }
 
-Value Service::call_locking(const Call& call, const Member& member,
-                            const std::vector<Value>& arguments) {
+int Service::insert(sd_bus_message* message) {
+  Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
+  const Text file = from_utf8(read_text(message, 's'));
+  const Value result =
+      call_locking(call, [&] { return std::int32_t{automation::insert(call.source(), file)}; });
+  return sd_bus_reply_method_return(message, "i", std::get<std::int32_t>(result));
+}
+
+int Service::call_last_cause(sd_bus_message* message) {
+  const Call call(*this, message, {});
+  if (std::string_view(sd_bus_message_get_member(message)) == "ClearLastCause") {
+    clients_.set_last_cause(call.caller(), {});
+    return sd_bus_reply_method_return(message, nullptr);
+  }
+  const FailureCause cause = clients_.last_cause_of(call.caller());
+  return sd_bus_reply_method_return(
+      message, "iiisb", static_cast<std::int32_t>(cause.kind), cause.number, cause.native,
+      to_utf8(readable(cause.text)).c_str(), cause.outcome_unknown ? 1 : 0);
+}
+
+void Service::keep(const std::string& client, const FailureCause& cause) noexcept {
+  try {
+    if (is_of_an_engine(cause)) log_(log_line(client, cause));
+    clients_.set_last_cause(client, cause);
+  } catch (...) {
+    // The client has left, or there is no memory: nobody will ask.
+  }
+}
+
+Value Service::call_locking(const Call& call, const std::function<Value()>& body) {
   // First of all: nobody would end the lock of a client that has left.
   clients_.watch(call.caller());
   const bool was_locked = is_locked(call.source());
-  Value result = automation::call(call.source(), member, arguments);
+  Value result = body();
   if (!was_locked && is_locked(call.source())) clients_.set_locker(call.caller(), call.source());
   return result;
 }
@@ -351,13 +403,15 @@ int Service::call_without_interface(sd_bus_message* message) {
                               "The arguments have to be of the types '" + signature + "'");
   };
   if (std::string_view(path) == kRootPath) {
-    return called(automation_interface()) ? call_root(message) : 0;
+    if (called(automation_interface())) return call_root(message);
+    return called(last_cause_interface()) ? call_last_cause(message) : 0;
   }
   const Object& object = clients_.objects().find(path);
   if (!object) return 0;
   const Class& of = class_of(object.class_id);
   if (called(class_interface(of))) return call_member(message);
-  return is_collection(of) && called(rows_interface()) ? get_rows(message) : 0;
+  if (is_collection(of) && called(rows_interface())) return get_rows(message);
+  return is_record(of) && called(record_interface()) ? insert(message) : 0;
 }
 
 int Service::on_get(sd_bus*, const char* path, const char*, const char* property,
@@ -393,10 +447,10 @@ int Service::find_object(sd_bus*, const char* path, const char* interface, void*
   const Object& object = static_cast<Service*>(service)->clients_.objects().find(path);
   if (!object) return 0;
   const Class& of = class_of(object.class_id);
-  if (interface != interface_of(of) &&
-      !(std::string_view(interface) == kRowsInterface && is_collection(of))) {
-    return 0;
-  }
+  const std::string_view wanted = interface;
+  const bool has = wanted == interface_of(of) || (wanted == kRowsInterface && is_collection(of)) ||
+                   (wanted == kRecordInterface && is_record(of));
+  if (!has) return 0;
   *found = service;
   return 1;
 }

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,12 @@ struct Caller {
 
 /// The object model on a bus: exports the root object and whatever clients were handed. Registers
 /// with `bus` when it is made and leaves it when it ends; owns no name. Single-threaded: calls are
-/// carried out one after the other, as they come in. What clients hold ends with it. All arguments
-/// must outlive this.
+/// carried out one after the other, as they come in. What clients hold ends with it. `log` is told
+/// what the engines refused. All other arguments must outlive this.
 class Service {
  public:
-  Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller);
+  using Log = std::function<void(TextView)>;
+  Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller, Log log);
   ~Service() { clients_.release_all(); }
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
@@ -54,12 +56,16 @@ class Service {
   int set_lock_prompt(sd_bus_message* message);
   int reserve(sd_bus_message* message);
   int share(sd_bus_message* message);
+  int call_last_cause(sd_bus_message* message);
   int call_member(sd_bus_message* message);
-  // Calls a member that may lock the record, and notes who locked it.
-  Value call_locking(const Call& call, const Member& member, const std::vector<Value>& arguments);
+  int insert(sd_bus_message* message);
+  // Makes a call that may lock the record, and notes who locked it.
+  Value call_locking(const Call& call, const std::function<Value()>& body);
   int get_rows(sd_bus_message* message);
   int call_without_interface(sd_bus_message* message);
   int get_all(sd_bus_message* message);
+  // What a call of `client` left.
+  void keep(const std::string& client, const FailureCause& cause) noexcept;
   void get(const char* path, const char* property, sd_bus_message* reply);
   void set(const char* path, const char* property, sd_bus_message* value);
 
@@ -85,6 +91,7 @@ class Service {
   SharedState& state_;
   Clients& clients_;
   Caller& caller_;
+  Log log_;
   std::array<std::vector<Property>, kClassCount> properties_;
   std::deque<Vtable> vtables_;
   std::vector<SlotHandle> slots_;

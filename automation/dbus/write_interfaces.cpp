@@ -34,6 +34,8 @@ int main(int argc, char** argv) {
     }
     write(folder, dbus::automation_interface());
     write(folder, dbus::rows_interface());
+    write(folder, dbus::record_interface());
+    write(folder, dbus::last_cause_interface());
     write(folder, dbus::lock_prompt_interface());
     return EXIT_SUCCESS;
   } catch (const std::exception& failure) {

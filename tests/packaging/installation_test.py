@@ -30,7 +30,7 @@ FILES = {
     "lib/sysusers.d/tarnwick.conf",
 } | {f"share/dbus-1/interfaces/{NAME}.{name}.xml" for name in (
     "Server", "Components", "Component", "RegisteredPCs", "RegisteredPC", "Reports", "Report",
-    "Automation", "Rows", "LockPrompt")} | {
+    "Automation", "LastCause", "Record", "Rows", "LockPrompt")} | {
         f"share/tarnwick/samples/{path.relative_to(SAMPLES)}" for pattern in
         ("*.json", "reports/*", "clients/*.*") for path in SAMPLES.glob(pattern)}
 

@@ -23,19 +23,23 @@ class Introspection(BusTest):
     def test_says_what_the_installed_files_say(self):
         client = self.client()
         seen = {each.name: each for each in client.introspect(ROOT).interfaces}
-        self.assertEqual(described(seen[f"{NAME}.Automation"]), described(described_interface("Automation")))
+        for name in ("Automation", "LastCause"):
+            self.assertEqual(described(seen[f"{NAME}.{name}"]), described(described_interface(name)))
         for name in CLASSES:
             thing = client.create(name)
             seen = {each.name: each for each in client.introspect(thing.path).interfaces}
             own = {each for each in seen if each.startswith(NAME)}
             collection = name in ("Components", "RegisteredPCs", "Reports")
-            self.assertEqual(own, {f"{NAME}.{name}"} | ({f"{NAME}.Rows"} if collection else set()))
+            record = name in ("Component", "RegisteredPC", "Report")
+            more = {f"{NAME}.Rows"} if collection else {f"{NAME}.Record"} if record else set()
+            self.assertEqual(own, {f"{NAME}.{name}"} | more)
+            for each in more:
+                self.assertEqual(described(seen[each]),
+                                 described(described_interface(each.removeprefix(f"{NAME}."))))
             self.assertEqual(described(seen[f"{NAME}.{name}"]), described(described_interface(name)))
-            if collection:
-                self.assertEqual(described(seen[f"{NAME}.Rows"]), described(described_interface("Rows")))
 
     def test_names_every_argument(self):
-        for name in (*CLASSES, "Automation", "Rows", "LockPrompt"):
+        for name in (*CLASSES, "Automation", "LastCause", "Record", "Rows", "LockPrompt"):
             for method in described_interface(name).methods:
                 for argument in (*method.in_args, *method.out_args):
                     self.assertTrue(argument.name, method.name)

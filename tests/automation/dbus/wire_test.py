@@ -71,6 +71,10 @@ class Calls(BusTest):
         self.assert_fails(INVALID_ARGS, call, path, "Exists", "i", 1)
         self.assert_fails(INVALID_ARGS, call, path, "GetRows", "ii", 1, 1)
         self.assert_fails(own_error("CannotCreateObject"), call, ROOT, "CreateObject", "s", "x")
+        self.assertEqual(call(ROOT, "GetLastCause", ""), 0)
+        report = call(ROOT, "CreateObject", "s", "Report")
+        self.assertEqual(call(report, "Insert", "s", ""), 2, "a report without a name")
+        self.assert_fails(UNKNOWN_OBJECT, call, path, "Insert", "s", "")
         call(ROOT, "Release", "o", path)
         self.assert_fails(UNKNOWN_OBJECT, call, path, "Exists", "s", "Alpha")
 
