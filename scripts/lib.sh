@@ -78,3 +78,41 @@ sources() {
   find . \( -path ./build -o -path ./var -o -path ./.git \) -prune -o \
     -type f \( -name '*.cpp' -o -name '*.h' \) -print0
 }
+
+passed=0 failed=0 skipped=0
+
+# run_tests REPORT COMMAND...: runs tests and counts what came of them, by the report in JUnit's form
+# that they write. Never fails: whatever failed is counted.
+run_tests() {
+  local report=$1 code=0 before=$failed
+  shift
+  rm -f "$report"
+  "$@" || code=$?
+  local tests failures disabled absent
+  tests=$(counted tests "$report")
+  failures=$(counted failures "$report")
+  disabled=$(counted disabled "$report")
+  absent=$(counted skipped "$report")
+  passed=$((passed + tests - failures - disabled - absent))
+  failed=$((failed + failures))
+  skipped=$((skipped + disabled + absent))
+  # What ended before it had told of a failure, or of anything.
+  if ((code && failed == before)) || [[ ! -s $report ]]; then failed=$((failed + 1)); fi
+}
+
+# counted NAME REPORT: the number under that name in the report's outermost element; 0 if it has none.
+counted() {
+  local number=
+  [[ ! -s $2 ]] || number=$(head -c 4096 "$2" | tr '\n\t' '  ' |
+    grep -oE '<testsuites? [^>]*>' | sed -nE "1s/.* $1=\"([0-9]+)\".*/\\1/p")
+  printf '%d\n' "${number:-0}"
+}
+
+# end_tests WHAT: ends the script; says what came of its tests, here and in the file $TARNWICK_TALLY.
+end_tests() {
+  say "$1: $passed passed, $failed failed, $skipped skipped"
+  [[ -z ${TARNWICK_TALLY:-} ]] ||
+    printf '%s %d %d %d\n' "$1" "$passed" "$failed" "$skipped" >>"$TARNWICK_TALLY"
+  ((failed == 0)) || exit 1
+  exit 0
+}
