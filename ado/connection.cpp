@@ -87,11 +87,15 @@ void Connection::execute(TextView statement, std::int32_t options) {
   engine_step([&](EngineSession& session) { session.execute(statement); });
 }
 
-void Connection::begin_trans() {
+void Connection::begin_trans() { begin_with(&EngineSession::begin); }
+
+void Connection::begin_load() { begin_with(&EngineSession::begin_load); }
+
+void Connection::begin_with(void (EngineSession::*begin)()) {
   require_open();
   if (in_transaction_) throw AdoError(AdoErrorNumber::kOneTransactionOnly);
   trace_line(u"Begin");
-  engine_step([](EngineSession& session) { session.begin(); });
+  engine_step([&](EngineSession& session) { (session.*begin)(); });
   in_transaction_ = true;
   ++transactions_;
 }

@@ -55,10 +55,13 @@ class Connection final {
   void set_cursor_location(CursorLocation value) { cursor_location_ = value; }
   [[nodiscard]] CursorLocation cursor_location() const { return cursor_location_; }
 
-  // These three: error 3704 when closed.
+  // These four: error 3704 when closed.
 
   /// Error -2147168237 inside a transaction: one at a time.
   void begin_trans();
+  /// The same for a transaction that writes very many rows: it may keep all other writers of the
+  /// database waiting until it ends.
+  void begin_load();
   /// Error -2147168242 outside a transaction. A commit that fails leaves the transaction open.
   void commit_trans();
   /// Ends the transaction in any case: where the engine fails, its rollback is tried again before
@@ -97,6 +100,7 @@ class Connection final {
   }
   void finish_rollback();
   void trace_failure(const AdoError& error) const;
+  void begin_with(void (EngineSession::*begin)());
   /// Ends the session, and before it the rowsets that live on it.
   void drop_session();
   template <class... Pieces>

@@ -34,6 +34,9 @@ struct RowsetRequest {
   CursorLocation location = CursorLocation::kServer;
   CursorType type = CursorType::kForwardOnly;
   LockType lock = LockType::kReadOnly;
+  /// Of a read without locks: wait for the rows that other sessions maintain. Otherwise they are
+  /// shown as they stand, with or without what is not committed yet.
+  bool wait_for_rows = true;
 
   /// A pessimistic server cursor locks the row that it fetches; asked for inside a transaction, the
   /// row stays locked until the transaction ends, otherwise until the next fetch or the end of the
@@ -91,6 +94,9 @@ class EngineSession {
   /// is still open, unless the connection was lost. After a rollback that threw nothing else is
   /// called until a further one went through.
   virtual void begin() = 0;
+  /// Begins a transaction that is to write very many rows, in time and memory that grow with their
+  /// number alone. No other session may be able to write anything until it ends.
+  virtual void begin_load() { begin(); }
   virtual void commit() = 0;
   virtual void rollback() = 0;
 

@@ -78,6 +78,11 @@ void Recordset::set_lock_type(LockType value) {
   lock_ = value;
 }
 
+void Recordset::set_wait_for_rows(bool value) {
+  require_closed();
+  wait_for_rows_ = value;
+}
+
 CursorType Recordset::cursor_type() const {
   return location_ == CursorLocation::kClient ? CursorType::kStatic : type_;
 }
@@ -88,8 +93,11 @@ void Recordset::open(TextView statement, std::int32_t options) {
     throw AdoError(AdoErrorNumber::kInvalidConnection);
   }
   Connection::require_command_text(options);
-  const RowsetRequest request{
-      .statement = statement, .location = location_, .type = cursor_type(), .lock = lock_};
+  const RowsetRequest request{.statement = statement,
+                              .location = location_,
+                              .type = cursor_type(),
+                              .lock = lock_,
+                              .wait_for_rows = wait_for_rows_};
   connection_->trace_line(u"Open ", location_word(request.location), u" ", type_word(request.type),
                           u" ", lock_word(request.lock), u": ", statement);
 

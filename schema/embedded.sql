@@ -40,6 +40,8 @@ CREATE TABLE DW_SEC_PC (
   SoftwareVersion NVARCHAR(50),
   PRIMARY KEY (MACNbr, ComputerID, CompID)
 ) WITHOUT ROWID;
+-- A PC is looked up by the name that its user knows.
+CREATE INDEX DW_SEC_PC_ComputerID ON DW_SEC_PC (ComputerID);
 
 CREATE TABLE DW_Reports (
   ReportName NVARCHAR(128) NOT NULL COLLATE NOCASE PRIMARY KEY,

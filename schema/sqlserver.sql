@@ -64,6 +64,11 @@ CREATE TABLE dbo.DW_SEC_PC (
 );
 GO
 
+-- A PC is looked up by the name that its user knows.
+IF INDEXPROPERTY(OBJECT_ID(N'dbo.DW_SEC_PC'), N'IX_DW_SEC_PC_ComputerID', 'IndexID') IS NULL
+CREATE INDEX IX_DW_SEC_PC_ComputerID ON dbo.DW_SEC_PC (ComputerID);
+GO
+
 IF OBJECT_ID(N'dbo.DW_Reports') IS NULL
 CREATE TABLE dbo.DW_Reports (
   ReportName nvarchar(128) NOT NULL,

@@ -77,6 +77,10 @@ class Client {
   virtual std::vector<PcRow> pcs() = 0;
   virtual std::vector<ReportRow> reports() = 0;
 
+  /// The keys of the PCs whose computer id or MAC number is `name`, in the order of the register.
+  /// Loads nothing and waits for nobody. `name` must hold no quote. Throws Failure.
+  virtual std::vector<PcRow> find_pcs(TextView name) = 0;
+
   /// A record object that bears these values: in memory, with no row version. A component's
   /// properties are read-only, so it comes from the Add of a Components object of its own.
   virtual std::unique_ptr<ComponentRecord> new_component(const ComponentRow& row) = 0;

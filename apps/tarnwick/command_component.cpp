@@ -43,7 +43,7 @@ void show_tree(const Options& options) {
 
 void show_component(const Options& options, std::int16_t id, const std::string& field) {
   const auto client = connect(options);
-  const auto record = client->new_component(key(id));
+  const auto record = new_record(*client, key(id));
   load(*client, *record, describe(key(id)));
   show(options, row_of(*record), field);
 }
@@ -52,7 +52,7 @@ void show_component(const Options& options, std::int16_t id, const std::string& 
 // which writes without a comparison of versions: `values` must be fresh.
 void write_component(Client& client, const Options& options, const ComponentRow& before,
                      const ComponentRow& values) {
-  const auto record = client.new_component(values);
+  const auto record = new_record(client, values);
   write(client, options, *record, before, values, [&] { return record->update(); });
   tell_written(client, options, before, values);
 }
@@ -62,7 +62,7 @@ void add_component(const Options& options, std::int16_t id,
   ComponentRow values = key(id);
   given.apply(values);
   const auto client = connect(options);
-  const auto record = client->new_component(key(id));
+  const auto record = new_record(*client, key(id));
   if (load_if_there(*client, *record, describe(values))) {
     throw Failure(ExitCode::kFailed, describe(values) + " exists already.");
   }
@@ -75,7 +75,7 @@ void set_component(const Options& options, std::int16_t id,
   ComponentRow values = key(id);
   given.apply(values);  // what cannot be read is refused before anything is done
   const auto client = connect(options);
-  const auto record = client->new_component(key(id));
+  const auto record = new_record(*client, key(id));
   load(*client, *record, describe(key(id)));
   const ComponentRow before = row_of(*record);
   values = before;

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "ado/connection_string.h"
 #include "apps/common/engines.h"
 #include "apps/common/trace_file.h"
 #include "apps/tarnwick/commands.h"
@@ -16,15 +15,10 @@
 #include "apps/tarnwick/progress.h"
 #include "apps/tarnwick/role_connection.h"
 #include "apps/tarnwick/telling.h"
-#include "runtime/case_mapping.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
 namespace {
-
-// The embedded engine tries every write out on all that its transaction has written before: one
-// transaction for a whole register would take for ever.
-constexpr std::size_t kEmbeddedBatch = 50;
 
 // One end of the copy. What is empty is that of the command line's general switches.
 struct End {
@@ -57,11 +51,6 @@ std::shared_ptr<ado::Connection> open(apps::ProgramEngines& engines, const Login
   }
 }
 
-bool is_embedded(const Login& login) {
-  const auto provider = ado::ConnectionString::parse(login.connect_string).find(u"Provider");
-  return provider && equals_ignoring_case(*provider, u"Tarnwick.Embedded");
-}
-
 void copy(const Options& options, const Arguments& arguments) {
   const Login source = login_of(options, arguments.from);
   const Login target = login_of(options, arguments.to);
@@ -73,12 +62,13 @@ void copy(const Options& options, const Arguments& arguments) {
     const auto from = open(engines, source, trace ? &*trace : nullptr, "source");
     const auto to = open(engines, target, trace ? &*trace : nullptr, "target");
     ProgressBar bar;
-    const std::size_t batch = is_embedded(target) ? kEmbeddedBatch : 0;
-    tables = copy_database(from, to, batch, [&](TextView table, std::size_t done, std::size_t all) {
+    tables = copy_database(from, to, [&](TextView table, std::size_t done, std::size_t all) {
       bar.show(table, done, all);
     });
-  } catch (const RowsLeftBehind& error) {
-    throw Failure(ExitCode::kFailed, "The copy broke off; look what the target holds.",
+  } catch (const OutcomeUnknown& error) {
+    throw Failure(ExitCode::kUnknown,
+                  "The connection was lost at the commit: nobody knows whether the rows were "
+                  "copied. Look whether the target holds them all, or none.",
                   error.description());
   } catch (const Error& error) {
     throw Failure(ExitCode::kFailed, "Nothing was copied.", error.description());

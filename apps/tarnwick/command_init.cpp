@@ -25,14 +25,6 @@ struct Arguments {
   bool sample = false;
 };
 
-// Clients put role and password between quotes as they stand: with a quote in them nobody could
-// ever enter the role.
-void require_no_quote(TextView text, const std::string& what) {
-  if (text.find(u'\'') != TextView::npos) {
-    throw Failure(ExitCode::kUsage, fmt::format("{} must not hold a quote (').", what));
-  }
-}
-
 // `text` as one word of the shell.
 std::string shell_word(const std::string& text) {
   std::string word = "'";

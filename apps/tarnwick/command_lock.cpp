@@ -90,13 +90,14 @@ void add_lock_commands(CLI::App& app, CommandLine& line) {
     };
   });
 
-  const auto finder = std::make_shared<PcFinder>();
+  const auto arguments = std::make_shared<PcArguments>();
   CLI::App* pc = add_command(*holding, "pc", "Holds a PC as a user of a component.");
-  finder->add_options(*pc);
-  pc->callback([&line, finder] {
-    line.chosen = [&line, finder] {
+  arguments->add_options(*pc);
+  pc->callback([&line, arguments] {
+    line.chosen = [&line, arguments] {
+      const WantedPc wanted = arguments->wanted();
       const auto client = connect(line.options);
-      hold(*client, finder->find(*client));
+      hold(*client, find_key(*client, wanted));
     };
   });
 
@@ -107,6 +108,7 @@ void add_lock_commands(CLI::App& app, CommandLine& line) {
     line.chosen = [&line, name] {
       ReportRow key;
       key.name = text_argument(*name);
+      require_plain_key(key);
       hold(*connect(line.options), key);
     };
   });

@@ -17,7 +17,7 @@ namespace {
 
 // What the commands on one PC are given; each uses a part of it.
 struct Arguments {
-  PcFinder finder;
+  PcArguments pc;
   std::string field;
   std::string user;
   std::string software_version;
@@ -50,9 +50,10 @@ void list_pcs(const Options& options, const ListArguments& arguments) {
 }
 
 void show_pc(const Options& options, const Arguments& arguments) {
+  const WantedPc wanted = arguments.pc.wanted();
   const auto client = connect(options);
-  const PcRow key = arguments.finder.find(*client);
-  const auto record = client->new_pc(key);
+  const PcRow key = find_key(*client, wanted);
+  const auto record = new_record(*client, key);
   load(*client, *record, describe(key));
   show(options, row_of(*record), arguments.field);
 }
@@ -60,8 +61,9 @@ void show_pc(const Options& options, const Arguments& arguments) {
 // A change that depends on what is stored holds the row from the reading to the writing.
 void change_locked(const Options& options, const Arguments& arguments,
                    const std::function<void(PcRow&)>& change) {
+  const WantedPc wanted = arguments.pc.wanted();
   const auto client = connect(options);
-  change_record(*client, options, arguments.finder.find(*client), Holding::kLock, change);
+  change_record(*client, options, find_key(*client, wanted), Holding::kLock, change);
 }
 
 void log_in(const Options& options, const Arguments& arguments) {
@@ -96,13 +98,15 @@ void deactivate(const Options& options, const Arguments& arguments) {
 }
 
 void edit_pc(const Options& options, const Arguments& arguments) {
+  const WantedPc wanted = arguments.pc.wanted();
   const auto client = connect(options);
-  edit_record(*client, options, arguments.finder.find(*client));
+  edit_record(*client, options, find_key(*client, wanted));
 }
 
 void delete_pc(const Options& options, const Arguments& arguments) {
+  const WantedPc wanted = arguments.pc.wanted();
   const auto client = connect(options);
-  const PcRow key = arguments.finder.find(*client);
+  const PcRow key = find_key(*client, wanted);
   remove(*client, key);
   fmt::print("{} deleted.\n", describe(key));
 }
@@ -120,6 +124,7 @@ void register_pc(const Options& options, const RegisterArguments& arguments,
   key.mac_number = text_argument(arguments.mac);
   key.computer_id = text_argument(arguments.computer);
   key.comp_id = arguments.component;
+  require_plain_key(key);
   PcRow values = key;
   values.active = true;
   values.activated_by = user_or_own(arguments.user);
@@ -127,11 +132,11 @@ void register_pc(const Options& options, const RegisterArguments& arguments,
   given.apply(values);
 
   const auto client = connect(options);
-  const auto record = client->new_pc(key);
+  const auto record = new_record(*client, key);
   if (load_if_there(*client, *record, describe(key))) {
     throw Failure(ExitCode::kFailed, describe(key) + " is registered already.");
   }
-  const auto written = client->new_pc(values);
+  const auto written = new_record(*client, values);
   write(*client, options, *written, key, values, [&] { return written->update(); });
   tell_written(*client, options, key, values);
 }
@@ -175,13 +180,14 @@ void add_set_command(CLI::App& pcs, CommandLine& line) {
                   "tarnwick pc set VEL-SAL-001 --component 10 --software-version 5.0.1");
   command->alias("update");
   const auto arguments = std::make_shared<Arguments>();
-  arguments->finder.add_options(*command);
+  arguments->pc.add_options(*command);
   command->add_flag("--lock", arguments->lock_first, "hold the row from the reading on");
   const auto given = std::make_shared<FieldOptions<PcRow>>(*command);
   command->callback([&line, arguments, given] {
     line.chosen = [&line, arguments, given] {
+      const WantedPc wanted = arguments->pc.wanted();
       set_fields(line.options, *given, arguments->lock_first ? Holding::kLock : Holding::kNothing,
-                 [&](Client& client) { return arguments->finder.find(client); });
+                 [&](Client& client) { return find_key(client, wanted); });
     };
   });
 }
@@ -197,7 +203,7 @@ void add_pc_commands(CLI::App& app, CommandLine& line) {
                            void (*run)(const Options&, const Arguments&)) {
     CLI::App* command = add_command(*pcs, name, help, example);
     const auto arguments = std::make_shared<Arguments>();
-    arguments->finder.add_options(*command);
+    arguments->pc.add_options(*command);
     command->callback([&line, arguments, run] {
       line.chosen = [&line, arguments, run] { run(line.options, *arguments); };
     });

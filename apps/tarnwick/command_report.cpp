@@ -29,6 +29,7 @@ ReportRow key(const std::string& name) {
   ReportRow row;
   row.name = text_argument(name);
   if (row.name.empty()) throw Failure(ExitCode::kUsage, "The name of the report is empty.");
+  require_plain_key(row);
   return row;
 }
 
@@ -82,7 +83,7 @@ void list_reports(const Options& options) {
 void show_report(const Options& options, const Arguments& arguments) {
   const ReportRow report = key(arguments.name);
   const auto client = connect(options);
-  const auto record = client->new_report(report);
+  const auto record = new_record(*client, report);
   load(*client, *record, describe(report));
   show(options, row_of(*record), arguments.field);
 }
@@ -104,10 +105,10 @@ void add_report(const Options& options, const Arguments& arguments, const Report
   const Text file = arguments.file.empty() ? Text() : file_argument(arguments.file);
 
   const auto client = connect(options);
-  if (load_if_there(*client, *client->new_report(report), describe(report))) {
+  if (load_if_there(*client, *new_record(*client, report), describe(report))) {
     throw Failure(ExitCode::kFailed, describe(report) + " exists already.");
   }
-  const auto record = client->new_report(values);
+  const auto record = new_record(*client, values);
   if (!arguments.ttx_file.empty() && !record->import_ttx(file_argument(arguments.ttx_file))) {
     refuse_file(*client, report);
   }
@@ -127,7 +128,7 @@ void rename_report(const Options& options, const Arguments& arguments) {
   const auto client = connect(options);
   // A report of the new name would be overwritten; its own name in other letters is no other one.
   if (!same_key(report, renamed) &&
-      load_if_there(*client, *client->new_report(renamed), describe(renamed))) {
+      load_if_there(*client, *new_record(*client, renamed), describe(renamed))) {
     throw Failure(ExitCode::kFailed, describe(renamed) + " exists already.");
   }
   const std::function<void(ReportRow&)> rename = [&](ReportRow& row) { row.name = renamed.name; };
@@ -138,7 +139,7 @@ void store_report(const Options& options, const Arguments& arguments) {
   const ReportRow report = key(arguments.name);
   const Text file = file_argument(arguments.file);
   const auto client = connect(options);
-  const auto record = client->new_report(report);
+  const auto record = new_record(*client, report);
   load(*client, *record, describe(report));
   const ReportRow read = row_of(*record);
   write(*client, options, *record, read, read, [&] { return record->update(file); });
@@ -149,7 +150,7 @@ void import_ttx(const Options& options, const Arguments& arguments) {
   const ReportRow report = key(arguments.name);
   const Text file = file_argument(arguments.file);
   const auto client = connect(options);
-  const auto record = client->new_report(report);
+  const auto record = new_record(*client, report);
   load(*client, *record, describe(report));
   const ReportRow read = row_of(*record);
   if (!record->import_ttx(file)) refuse_file(*client, report);
@@ -162,7 +163,7 @@ void extract_report(const Options& options, const Arguments& arguments) {
   const ReportRow report = key(arguments.name);
   const Text file = file_argument(arguments.file);
   const auto client = connect(options);
-  if (!client->new_report(report)->extract_report(file)) refuse_file(*client, report);
+  if (!new_record(*client, report)->extract_report(file)) refuse_file(*client, report);
   fmt::print("Report file of '{}' extracted to {}.\n", shown(report), to_display_utf8(file));
 }
 
@@ -170,7 +171,7 @@ void extract_ttx(const Options& options, const Arguments& arguments) {
   const ReportRow report = key(arguments.name);
   const Text file = file_argument(arguments.file);
   const auto client = connect(options);
-  const auto record = client->new_report(report);
+  const auto record = new_record(*client, report);
   load(*client, *record, describe(report));
   if (!record->extract_ttx(file)) refuse_file(*client, report);
   // Whatever extension was given is replaced.
@@ -249,9 +250,10 @@ class ReportCommands final {
     const auto fields = std::make_shared<ReportFields>(*command);
     command->callback([&line = line_, arguments, fields] {
       line.chosen = [&line, arguments, fields] {
+        const ReportRow report = key(arguments->name);
         set_fields(line.options, *fields,
                    arguments->lock_first ? Holding::kLock : Holding::kNothing,
-                   [&](Client&) { return key(arguments->name); });
+                   [&](Client&) { return report; });
       };
     });
   }

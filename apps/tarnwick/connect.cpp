@@ -78,8 +78,10 @@ Login login_of(const Options& options) {
   if (options.role.empty()) {
     throw Failure(ExitCode::kUsage, "Which application role? Name it by --role or TARNWICK_ROLE.");
   }
+  Text role = text_argument(options.role);
+  require_no_quote(role, "The role");
   return {with_absolute_folder(text_argument(options.connect), std::filesystem::current_path()),
-          text_argument(options.role), read_password(options.password_file, false)};
+          std::move(role), read_password(options.password_file, false)};
 }
 
 std::unique_ptr<Client> connect(const Options& options) {

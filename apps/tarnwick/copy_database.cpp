@@ -89,52 +89,36 @@ Variant value_of(ado::Recordset& source, const ColumnPair& pair) {
   return pair.is_date && !is_null(value) ? Variant(to_date(value)) : value;
 }
 
-/// The target's transactions, one after the other.
-class Batches {
+/// The one transaction of the target: all of the copy or nothing of it. Rolled back at its end.
+class Load {
  public:
-  Batches(ado::Connection& connection, std::size_t rows) : connection_(connection), rows_(rows) {
-    connection_.begin_trans();
-  }
-
-  void count_row() {
-    if (rows_ == 0 || ++in_batch_ < rows_) return;
-    connection_.commit_trans();
-    committed_ = true;
-    in_batch_ = 0;
-    connection_.begin_trans();
-  }
-
-  void finish() {
-    finishing_ = true;
-    connection_.commit_trans();
-  }
-
-  /// Takes back what was written. False where rows stay behind, or may do so.
-  [[nodiscard]] bool give_up() {
-    // A connection that went with the commit does not tell whether the server carried it out.
-    const bool lost = connection_.state() == ado::ObjectState::kClosed;
-    if (lost && finishing_) return false;
+  explicit Load(ado::Connection& connection) : connection_(connection) { connection_.begin_load(); }
+  ~Load() {
+    if (connection_.state() == ado::ObjectState::kClosed || !connection_.in_transaction()) return;
     try {
-      if (connection_.in_transaction()) connection_.rollback_trans();
-      if (!committed_) return true;
-      for (const TextView table : kTables) connection_.execute(join({u"Delete From ", table}));
-      return true;
+      connection_.rollback_trans();
     } catch (const ado::AdoError&) {
-      // A transaction that cannot be rolled back ends with its connection.
-      return !committed_;
+      // It ends with its connection.
+    }
+  }
+  Load(const Load&) = delete;
+  Load& operator=(const Load&) = delete;
+
+  void commit() {
+    try {
+      connection_.commit_trans();
+    } catch (const ado::ConnectionLost& error) {
+      // Nobody tells whether the server has carried it out.
+      throw OutcomeUnknown(error);
     }
   }
 
  private:
   ado::Connection& connection_;
-  std::size_t rows_;
-  std::size_t in_batch_ = 0;
-  bool committed_ = false;
-  bool finishing_ = false;
 };
 
 void copy_rows(ado::Recordset& source, ado::Recordset& target, const CopiedTable& table,
-               Batches& batches, const CopyProgress& progress) {
+               const CopyProgress& progress) {
   const std::vector<ColumnPair> columns = match_columns(source, target, table.name);
   std::size_t done = 0;
   for (; !source.eof(); source.move_next()) {
@@ -143,7 +127,6 @@ void copy_rows(ado::Recordset& source, ado::Recordset& target, const CopiedTable
       target.field(column.target).set_value(value_of(source, column));
     }
     target.update();
-    batches.count_row();
     progress(table.name, ++done, table.rows);
   }
 }
@@ -152,23 +135,17 @@ void copy_rows(ado::Recordset& source, ado::Recordset& target, const CopiedTable
 
 CopiedTables copy_database(const std::shared_ptr<ado::Connection>& from,
                            const std::shared_ptr<ado::Connection>& to,
-                           std::size_t rows_per_transaction, const CopyProgress& progress) {
-  require_empty(to);
+                           const CopyProgress& progress) {
   CopiedTables tables;
-  Batches batches(*to, rows_per_transaction);
-  try {
-    for (std::size_t i = 0; i < kTables.size(); ++i) {
-      tables[i] = {kTables[i], count_rows(from, kTables[i])};
-      const auto source =
-          open(from, join({u"Select * From ", kTables[i]}), ado::LockType::kReadOnly);
-      const auto target = open_target(to, kTables[i]);
-      copy_rows(*source, *target, tables[i], batches, progress);
-    }
-    batches.finish();
-  } catch (const Error& error) {
-    if (!batches.give_up()) throw RowsLeftBehind(error);
-    throw;
+  Load load(*to);
+  require_empty(to);
+  for (std::size_t i = 0; i < kTables.size(); ++i) {
+    tables[i] = {kTables[i], count_rows(from, kTables[i])};
+    const auto source = open(from, join({u"Select * From ", kTables[i]}), ado::LockType::kReadOnly);
+    const auto target = open_target(to, kTables[i]);
+    copy_rows(*source, *target, tables[i], progress);
   }
+  load.commit();
   return tables;
 }
 

@@ -15,6 +15,7 @@ enum class ExitCode : int {
   kChanged = 3,  // the record was changed by someone else since it was read
   kLocked = 4,   // another process has the record, and the wait was given up
   kMissing = 5,  // there is no such record
+  kUnknown = 6,  // the connection was lost while it was written: nobody knows whether it was
 };
 
 /// Ends a command. The text, and below it the account of the object model if there is one, go to

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "apps/tarnwick/failure.h"
+#include "pcs/find_pcs.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -184,6 +185,17 @@ std::vector<ComponentRow> InProcessClient::components() {
 std::vector<PcRow> InProcessClient::pcs() { return rows_of<PcRow>(*server_.registered_pcs()); }
 
 std::vector<ReportRow> InProcessClient::reports() { return rows_of<ReportRow>(*server_.reports()); }
+
+std::vector<PcRow> InProcessClient::find_pcs(TextView name) {
+  std::vector<PcRow> rows;
+  for (PcKey& key : tarnwick::find_pcs(state_, name)) {
+    PcRow& row = rows.emplace_back();
+    row.mac_number = std::move(key.mac_number);
+    row.computer_id = std::move(key.computer_id);
+    row.comp_id = key.comp_id;
+  }
+  return rows;
+}
 
 std::unique_ptr<ComponentRecord> InProcessClient::new_component(const ComponentRow& row) {
   // A list of its own, for the shared one may hold the id already.

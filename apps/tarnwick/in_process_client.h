@@ -33,6 +33,7 @@ class InProcessClient final : public Client {
   std::vector<ComponentRow> components() override;
   std::vector<PcRow> pcs() override;
   std::vector<ReportRow> reports() override;
+  std::vector<PcRow> find_pcs(TextView name) override;
   std::unique_ptr<ComponentRecord> new_component(const ComponentRow& row) override;
   std::unique_ptr<PcRecord> new_pc(const PcRow& row) override;
   std::unique_ptr<ReportRecord> new_report(const ReportRow& row) override;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/table.h"
 #include "runtime/case_mapping.h"
 
@@ -41,6 +42,15 @@ ReportRow key_of(const ReportRow& row) {
   return key;
 }
 
+void require_plain_key_part(const Text& part) {
+  if (part.find(u'\'') == Text::npos) return;
+  throw Failure(ExitCode::kUsage,
+                fmt::format("\"{}\" holds a single quote ('), which would end the text in the "
+                            "statements that find a record: they could reach other rows. A record "
+                            "with a quote in its key can be listed, but not looked up or changed.",
+                            shown(part)));
+}
+
 bool same_key(const ComponentRow& a, const ComponentRow& b) { return a.comp_id == b.comp_id; }
 
 bool same_key(const PcRow& a, const PcRow& b) {
@@ -71,10 +81,12 @@ std::unique_ptr<ComponentRecord> new_record(Client& client, const ComponentRow& 
 }
 
 std::unique_ptr<PcRecord> new_record(Client& client, const PcRow& row) {
+  require_plain_key(row);
   return client.new_pc(row);
 }
 
 std::unique_ptr<ReportRecord> new_record(Client& client, const ReportRow& row) {
+  require_plain_key(row);
   return client.new_report(row);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "apps/tarnwick/client.h"
+#include "apps/tarnwick/fields.h"
 
 namespace tarnwick::cli {
 
@@ -20,6 +21,17 @@ namespace tarnwick::cli {
 [[nodiscard]] PcRow key_of(const PcRow& row);
 [[nodiscard]] ReportRow key_of(const ReportRow& row);
 
+/// Throws Failure (kUsage) when a part of a key holds a single quote. Keys go into statements as
+/// they stand: with a quote they would reach other rows than their own.
+void require_plain_key_part(const Text& part);
+template <class Row>
+void require_plain_key(const Row& row) {
+  for (const auto& field : fields_of(row)) {
+    const FieldValue value = get(row, field);
+    const Text* const text = field.key ? std::get_if<Text>(&value) : nullptr;
+    if (text != nullptr) require_plain_key_part(*text);
+  }
+}
 /// Whether the two are one row of the database, which does not tell letter case apart.
 [[nodiscard]] bool same_key(const ComponentRow& a, const ComponentRow& b);
 [[nodiscard]] bool same_key(const PcRow& a, const PcRow& b);
@@ -30,6 +42,7 @@ namespace tarnwick::cli {
 [[nodiscard]] PcRow row_of(PcRecord& record);
 [[nodiscard]] ReportRow row_of(ReportRecord& record);
 
+/// A record object for maintenance. Throws Failure as require_plain_key.
 [[nodiscard]] std::unique_ptr<ComponentRecord> new_record(Client& client, const ComponentRow& row);
 [[nodiscard]] std::unique_ptr<PcRecord> new_record(Client& client, const PcRow& row);
 [[nodiscard]] std::unique_ptr<ReportRecord> new_record(Client& client, const ReportRow& row);

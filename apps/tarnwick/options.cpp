@@ -197,6 +197,12 @@ Text text_argument(const std::string& argument) {
   }
 }
 
+void require_no_quote(TextView text, const std::string& what) {
+  if (text.find(u'\'') != TextView::npos) {
+    throw Failure(ExitCode::kUsage, fmt::format("{} must not hold a quote (').", what));
+  }
+}
+
 Text file_argument(const std::string& argument) {
   if (argument.empty()) throw Failure(ExitCode::kUsage, "A file name is empty.");
   return text_argument(std::filesystem::absolute(argument).lexically_normal().string());

@@ -46,6 +46,10 @@ void add_options(CLI::App& app, Options& options);
 /// What an argument of the command line stands for. Throws Failure (kUsage) when it is not UTF-8.
 [[nodiscard]] Text text_argument(const std::string& argument);
 
+/// Throws Failure (kUsage) when `text` holds a single quote: roles, passwords and keys go into
+/// statements between quotes, as they stand. `what` begins the sentence: "The role".
+void require_no_quote(TextView text, const std::string& what);
+
 /// A file that an argument names, as an absolute path. An empty argument is a Failure (kUsage).
 [[nodiscard]] Text file_argument(const std::string& argument);
 

@@ -6,14 +6,13 @@
 
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/kinds.h"
-#include "apps/tarnwick/loading.h"
 #include "apps/tarnwick/options.h"
 #include "apps/tarnwick/table.h"
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::cli {
 
-void PcFinder::add_options(CLI::App& command) {
+void PcArguments::add_options(CLI::App& command) {
   command.add_option("COMPUTER", computer_, "the PC's computer id, or its MAC number")->required();
   command.add_option("--component", component_, "the component, where the PC uses several")
       ->type_name("ID")
@@ -22,32 +21,35 @@ void PcFinder::add_options(CLI::App& command) {
       ->type_name("MAC");
 }
 
-PcRow PcFinder::find(Client& client) const {
-  const Text computer = text_argument(computer_);
-  const Text mac = text_argument(mac_);
-  if (!mac.empty() && component_) {
+WantedPc PcArguments::wanted() const {
+  WantedPc wanted{text_argument(computer_), text_argument(mac_), component_};
+  require_plain_key_part(wanted.computer);
+  require_plain_key_part(wanted.mac);
+  return wanted;
+}
+
+PcRow find_key(Client& client, const WantedPc& wanted) {
+  if (!wanted.mac.empty() && wanted.component) {
     PcRow key;
-    key.mac_number = mac;
-    key.computer_id = computer;
-    key.comp_id = *component_;
+    key.mac_number = wanted.mac;
+    key.computer_id = wanted.computer;
+    key.comp_id = *wanted.component;
     return key;
   }
-  auto loaded = load_pcs(client);
-  std::erase_if(loaded.rows, [&](const PcRow& row) {
-    const bool named = equals_ignoring_case(row.computer_id, computer) ||
-                       equals_ignoring_case(row.mac_number, computer);
-    return !named || (component_ && row.comp_id != *component_) ||
-           (!mac.empty() && !equals_ignoring_case(row.mac_number, mac));
+  auto found = client.find_pcs(wanted.computer);
+  std::erase_if(found, [&](const PcRow& row) {
+    return (wanted.component && row.comp_id != *wanted.component) ||
+           (!wanted.mac.empty() && !equals_ignoring_case(row.mac_number, wanted.mac));
   });
-  if (loaded.rows.size() == 1) return key_of(loaded.rows.front());
-  if (loaded.rows.empty()) {
-    require_complete(loaded);
-    throw Failure(ExitCode::kMissing,
-                  fmt::format("No PC '{}'{} is registered.", printable(computer_),
-                              component_ ? fmt::format(" of component {}", *component_) : ""));
+  if (found.size() == 1) return found.front();
+  if (found.empty()) {
+    throw Failure(
+        ExitCode::kMissing,
+        fmt::format("No PC '{}'{} is registered.", printable(to_display_utf8(wanted.computer)),
+                    wanted.component ? fmt::format(" of component {}", *wanted.component) : ""));
   }
   std::string candidates;
-  for (const PcRow& row : loaded.rows) candidates += "\n  " + describe(row);
+  for (const PcRow& row : found) candidates += "\n  " + describe(row);
   throw Failure(ExitCode::kUsage,
                 fmt::format("Which one? Say so by --component or --mac.{}", candidates));
 }

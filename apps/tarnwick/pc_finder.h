@@ -12,20 +12,30 @@ class App;
 
 namespace tarnwick::cli {
 
-/// The arguments by which a command names one row of the register, and how it is found.
-class PcFinder final {
+/// What a command says of the one row of the register that it means.
+struct WantedPc {
+  Text computer;  // a computer id, or a MAC number
+  Text mac;       // empty: any
+  std::optional<std::int16_t> component;
+};
+
+/// The arguments by which a command names one row of the register.
+class PcArguments final {
  public:
   /// Makes the arguments known to `command`; this must outlive it.
   void add_options(CLI::App& command);
 
-  /// The row's key. All three parts of it given, nothing is read; otherwise the register is loaded
-  /// and searched. Throws Failure: kMissing, kUsage when several rows answer.
-  [[nodiscard]] PcRow find(Client& client) const;
+  /// Throws Failure (kUsage) for what can be no part of a key.
+  [[nodiscard]] WantedPc wanted() const;
 
  private:
   std::string computer_;
   std::string mac_;
   std::optional<std::int16_t> component_;
 };
+
+/// The row's key. All three parts of it given, nothing is read. Throws Failure: kMissing, kUsage
+/// when several rows answer.
+[[nodiscard]] PcRow find_key(Client& client, const WantedPc& wanted);
 
 }  // namespace tarnwick::cli

@@ -341,6 +341,22 @@ std::vector<ReportRow> ServiceClient::reports() {
   return rows_of<ReportRow>(*service_, collection("Reports"));
 }
 
+std::vector<PcRow> ServiceClient::find_pcs(TextView name) {
+  const Message reply = service_->call(dbus::kRootPath, dbus::kAutomationInterface, "FindPCs", "s",
+                                       to_utf8(name).c_str());
+  std::vector<PcRow> rows;
+  check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_ARRAY, "(ssn)"), "reading a reply");
+  while (check(sd_bus_message_enter_container(reply.get(), SD_BUS_TYPE_STRUCT, "ssn"),
+               "reading a reply") > 0) {
+    PcRow& row = rows.emplace_back();
+    read_value(reply.get(), row.mac_number);
+    read_value(reply.get(), row.computer_id);
+    read_value(reply.get(), row.comp_id);
+    check(sd_bus_message_exit_container(reply.get()), "reading a reply");
+  }
+  return rows;
+}
+
 std::unique_ptr<ComponentRecord> ServiceClient::new_component(const ComponentRow& row) {
   // A list of its own, for the shared one may hold the id already.
   const RemoteObject list(*service_, "Components");

@@ -116,7 +116,8 @@ Interface automation_interface() {
   return {kAutomationInterface,
           {method("CreateObject", {{"class", "s"}}, {{"object", "o"}}),
            method("Release", {{"object", "o"}}, {}), method("SetLockPrompt", {{"prompt", "o"}}, {}),
-           reserve, method("Share", {{"on", "b"}}, {})}};
+           reserve, method("Share", {{"on", "b"}}, {}),
+           method("FindPCs", {{"computerOrMACNumber", "s"}}, {{"keys", "a(ssn)"}})}};
 }
 
 Interface rows_interface() {

@@ -12,6 +12,7 @@
 #include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
 #include "automation/insertion.h"
+#include "pcs/find_pcs.h"
 #include "runtime/error.h"
 #include "server/connect_string.h"
 
@@ -177,6 +178,7 @@ int Service::call_root(sd_bus_message* message) {
   if (name == "Release") return release(message);
   if (name == "SetLockPrompt") return set_lock_prompt(message);
   if (name == "Reserve") return reserve(message);
+  if (name == "FindPCs") return find_pcs(message);
   return share(message);
 }
 
@@ -223,6 +225,24 @@ int Service::share(sd_bus_message* message) {
   check(sd_bus_message_read_basic(message, 'b', &on), "reading an argument");
   clients_.set_sharing(call.caller(), on != 0);
   return sd_bus_reply_method_return(message, nullptr);
+}
+
+int Service::find_pcs(sd_bus_message* message) {
+  Call call(*this, message, {});
+  const Text name = from_utf8(read_text(message, 's'));
+  MessageHandle reply = new_reply(message);
+  open(reply.get(), SD_BUS_TYPE_ARRAY, "(ssn)");
+  for (const PcKey& key : tarnwick::find_pcs(state_, name)) {
+    const Outgoing mac_number({Kind::kText}, key.mac_number, call);
+    const Outgoing computer_id({Kind::kText}, key.computer_id, call);
+    open(reply.get(), SD_BUS_TYPE_STRUCT, "ssn");
+    mac_number.append_to(reply.get());
+    computer_id.append_to(reply.get());
+    check(sd_bus_message_append(reply.get(), "n", key.comp_id), "making a reply");
+    close(reply.get());
+  }
+  close(reply.get());
+  return send(std::move(reply));
 }
 
 int Service::call_member(sd_bus_message* message) {

@@ -57,6 +57,7 @@ class Service {
   int reserve(sd_bus_message* message);
   int share(sd_bus_message* message);
   int call_last_cause(sd_bus_message* message);
+  int find_pcs(sd_bus_message* message);
   int call_member(sd_bus_message* message);
   int insert(sd_bus_message* message);
   // Makes a call that may lock the record, and notes who locked it.

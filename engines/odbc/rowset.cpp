@@ -24,7 +24,9 @@ OdbcRowset::OdbcRowset(OdbcSession& session, const ado::RowsetRequest& request)
     open_and_lock(request.statement);
     return;
   }
-  result_ = session_.run(request.statement);
+  const bool passes_locks = !request.wait_for_rows && table_ && session_.is_sql_server();
+  result_ = passes_locks ? session_.run(without_waiting(request.statement, *table_))
+                         : session_.run(request.statement);
   columns_ = result_->columns();
   types_ = result_->types();
   if (columns_.empty()) {

@@ -206,6 +206,11 @@ Text with_row_lock(TextView statement, const TableSelect& select) {
                statement.substr(select.hint_at)});
 }
 
+Text without_waiting(TextView statement, const TableSelect& select) {
+  return join(
+      {statement.substr(0, select.hint_at), u" WITH (NOLOCK)", statement.substr(select.hint_at)});
+}
+
 Text columns_only(TextView statement, const TableSelect& select) {
   return join({statement.substr(0, select.hint_at), u" WITH (NOLOCK) WHERE 1 = 0"});
 }

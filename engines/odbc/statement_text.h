@@ -23,6 +23,9 @@ struct TableSelect {
 /// `statement` with a hint on its table that holds the row for this session from the read on.
 [[nodiscard]] Text with_row_lock(TextView statement, const TableSelect& select);
 
+/// `statement` with a hint on its table that shows rows as they stand and waits for no lock.
+[[nodiscard]] Text without_waiting(TextView statement, const TableSelect& select);
+
 /// A statement with the columns of `statement` and no rows, which waits for no lock.
 [[nodiscard]] Text columns_only(TextView statement, const TableSelect& select);
 

@@ -173,7 +173,7 @@ void Database::begin_immediate() {
 void Database::commit() { step(commit_.get()); }
 
 void Database::rollback() noexcept {
-  if (sqlite3_get_autocommit(handle()) != 0) return;
+  if (!in_transaction()) return;
   sqlite3_step(rollback_.get());
   sqlite3_reset(rollback_.get());
 }

@@ -43,6 +43,7 @@ class Database final {
   [[nodiscard]] sqlite3_stmt* client_statement(std::string_view sql);
 
   void begin_immediate();
+  [[nodiscard]] bool in_transaction() const { return sqlite3_get_autocommit(handle()) == 0; }
   void commit();
   /// Does nothing when SQLite has rolled back by itself already. Never throws.
   void rollback() noexcept;

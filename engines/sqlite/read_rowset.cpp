@@ -23,6 +23,7 @@ ado::RowBuffer ReadRowset::read_unlocked_rows() {
   for (;;) {
     ado::RowBuffer rows(columns().size());
     read_all(rows);
+    if (!wait_for_rows_) return rows;
     const auto byte = locked_elsewhere(rows);
     if (!byte) return rows;
     while (database_.locks.is_foreign(*byte)) {

@@ -104,10 +104,16 @@ std::unique_ptr<ado::Rowset> Session::open(const ado::RowsetRequest& request) {
     return std::make_unique<LockingRowset>(admitted(), std::move(prepared->query),
                                            std::move(shape));
   }
-  return std::make_unique<ReadRowset>(admitted(), std::move(prepared->query), std::move(shape));
+  return std::make_unique<ReadRowset>(admitted(), std::move(prepared->query), std::move(shape),
+                                      request.wait_for_rows);
 }
 
 void Session::begin() { database().log.begin(); }
+
+void Session::begin_load() {
+  database().start_wait();
+  database().log.begin_load();
+}
 
 void Session::commit() {
   database().start_wait();

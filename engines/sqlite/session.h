@@ -21,6 +21,7 @@ class Session final : public ado::EngineSession {
   void execute(TextView statement) override;
   [[nodiscard]] std::unique_ptr<ado::Rowset> open(const ado::RowsetRequest& request) override;
   void begin() override;
+  void begin_load() override;
   void commit() override;
   void rollback() override;
   [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;

@@ -67,7 +67,15 @@ void WriteLog::hook() { sqlite3_preupdate_hook(database_.handle(), before_change
 
 void WriteLog::unhook() { sqlite3_preupdate_hook(database_.handle(), nullptr, nullptr); }
 
+void WriteLog::begin_load() {
+  database_.begin_immediate();
+  in_transaction_ = true;
+  loading_ = true;
+  catalog_.refresh(database_);
+}
+
 void WriteLog::commit() {
+  if (loading_) database_.commit();
   if (!log_.empty()) {
     RowLocks::Set locks(locks_, RowLocks::Set::Listing::kUnlisted);
     in_file_transaction(locks, Ending::kCommit, [&] { return apply_log(); });
@@ -76,6 +84,7 @@ void WriteLog::commit() {
 }
 
 void WriteLog::rollback() noexcept {
+  if (std::exchange(loading_, false)) database_.rollback();
   log_.clear();
   rows_at_hand_.clear();
   locks_of_transaction_.release();
@@ -83,6 +92,7 @@ void WriteLog::rollback() noexcept {
 }
 
 void WriteLog::write(Write write) {
+  if (loading_) return apply_at_once(write);
   using Listing = RowLocks::Set::Listing;
   RowLocks::Set locks(locks_, in_transaction_ ? Listing::kListed : Listing::kUnlisted);
   if (!in_transaction_) {
@@ -96,10 +106,22 @@ void WriteLog::write(Write write) {
   locks_of_transaction_.absorb(locks);
 }
 
+void WriteLog::apply_at_once(const Write& write) {
+  // A full disk has SQLite roll back by itself, as has a row of another session below: what is
+  // written behind that would be committed at once.
+  if (!database_.in_transaction()) {
+    throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
+                        u"The transaction has been rolled back by the database.");
+  }
+  taking_ = &locks_of_transaction_;
+  blocking_byte_.reset();
+  if (!apply(write)) throw ado::lock_timeout();
+}
+
 void WriteLog::add_row_at_hand(const Table& table, std::span<const ado::Cell> key,
                                std::optional<StoredValue> version) {
   const auto byte = lock_byte(table.region, key);
-  if (find_at_hand(byte) != nullptr) return;
+  if (loading_ || find_at_hand(byte) != nullptr) return;
   // Behind entries of the log the version may be one that nobody will ever see in the file.
   if (!log_.empty()) version.reset();
   rows_at_hand_.push_back({byte, std::move(version)});

@@ -39,6 +39,8 @@ struct RowUpdate {
 /// and carried out at the commit, all in one short transaction of SQLite. Until then they are tried
 /// out, and rolled back, as each one arrives and whenever the session reads; so it sees its own
 /// writes, and an error appears where it was made. Every row that is written is locked first.
+/// That costs time with the square of the writes: a transaction that loads very many rows is one of
+/// SQLite from its beginning to its end instead, and keeps all other writers out.
 class WriteLog final {
  public:
   WriteLog(Database& database, Catalog& catalog, RowLocks& locks);
@@ -48,6 +50,7 @@ class WriteLog final {
 
   [[nodiscard]] bool in_transaction() const { return in_transaction_; }
   void begin() { in_transaction_ = true; }
+  void begin_load();
   /// A commit that throws leaves the transaction open.
   void commit();
   void rollback() noexcept;
@@ -77,6 +80,9 @@ class WriteLog final {
   /// Runs `body` in a transaction of SQLite. Where it returns false, another session's row was in
   /// the way: waits for that row and runs it again.
   void in_file_transaction(RowLocks::Set& locks, Ending ending, const std::function<bool()>& body);
+
+  /// Of a load: there is no log, and no way back behind a row of another session.
+  void apply_at_once(const Write& write);
 
   /// False when a row of another session is in the way (see `blocking_byte_`).
   [[nodiscard]] bool apply_log();
@@ -108,6 +114,7 @@ class WriteLog final {
   Catalog& catalog_;
   RowLocks& locks_;
   bool in_transaction_ = false;
+  bool loading_ = false;  // a transaction of SQLite is open throughout
   std::vector<Entry> log_;
   bool last_seen_ = false;  // the session has read since the last entry was made
   RowLocks::Set locks_of_transaction_;

@@ -212,4 +212,18 @@ TEST_P(EngineContract, HeldRowsAreListedWithTheirStampsUntilTheyAreFree) {
   EXPECT_TRUE(other->held_rows().empty());
 }
 
+TEST_P(EngineContract, AReaderThatDoesNotWaitIsShownAHeldRow) {
+  const auto session = open_session();
+  const auto other = open_session();
+  add_reports(*session, {u"Sales", u"Stock"});
+  session->begin();
+  auto held = hold(*session, kSales);
+  held.update({{u"SoftLock", text(u"HOST - now")}});
+  const auto rowset = other->open({.statement = kAllReports, .wait_for_rows = false});
+  ado::RowBuffer rows(rowset->columns().size());
+  rowset->fetch(rows, 10);
+  EXPECT_EQ(rows.rows(), 2u);
+  session->rollback();
+}
+
 }  // namespace tarnwick::engine_contract

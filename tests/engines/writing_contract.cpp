@@ -251,4 +251,41 @@ TEST_P(EngineContract, ARowVersionChangesInsideATransactionAndIsRestoredByItsRol
   EXPECT_EQ(version(), before);
 }
 
+TEST_P(EngineContract, ALoadIsReadByItsSessionAndArrivesAsAWhole) {
+  const auto session = open_session();
+  session->begin_load();
+  add_reports(*session, {u"Sales", u"Stock"});
+  session->execute(u"Update DW_Reports Set Title = 'New' Where ReportName = 'Stock'");
+  EXPECT_EQ(read(*session, kAllReports).size(), 2u);
+  EXPECT_EQ(read(*session, kStock).value(u"Title"), Variant(text(u"New")));
+  session->commit();
+  const auto other = open_session();
+  EXPECT_EQ(read(*other, kAllReports).size(), 2u);
+  add_reports(*session, {u"Orders"});
+  EXPECT_EQ(read(*other, kAllReports).size(), 3u);
+}
+
+TEST_P(EngineContract, ALoadThatIsRolledBackOrLeftLeavesNothing) {
+  auto session = open_session();
+  session->begin_load();
+  add_reports(*session, {u"Sales", u"Stock"});
+  session->rollback();
+  EXPECT_EQ(read(*session, kAllReports).size(), 0u);
+  session->begin_load();
+  add_reports(*session, {u"Sales"});
+  session.reset();
+  EXPECT_EQ(read(*open_session(), kAllReports).size(), 0u);
+}
+
+TEST_P(EngineContract, ALoadGoesOnAfterARowThatWasRefused) {
+  const auto session = open_session();
+  session->begin_load();
+  add_reports(*session, {u"Sales"});
+  EXPECT_EQ(number_of([&] { add_reports(*session, {u"Sales"}); }),
+            static_cast<std::int32_t>(ado::AdoErrorNumber::kIntegrityViolation));
+  add_reports(*session, {u"Stock"});
+  session->commit();
+  EXPECT_EQ(read(*session, kAllReports).size(), 2u);
+}
+
 }  // namespace tarnwick::engine_contract

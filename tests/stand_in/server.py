@@ -372,6 +372,7 @@ ORDERS = [
     (r"IF SUSER_ID|CREATE USER", lambda session, match: None),
     (r"DECLARE @statement.*APPLICATION ROLE.*", Session.make_role),
     (r"(?:IF OBJECT_ID\(N'dbo\.(\w+)'\) IS NULL\s+)?CREATE TABLE .*", Session.make_table),
+    (r"IF INDEXPROPERTY\(.*CREATE INDEX", lambda session, match: None),
     (r"IF OBJECT_ID\(N'dbo\.DW_Report'\) IS NULL\s+CREATE SYNONYM", lambda session, match: None),
     (r"GRANT|DROP TABLE|TRUNCATE TABLE", Session.refuse),
     (r"KILL (\d+)$", Session.kill),

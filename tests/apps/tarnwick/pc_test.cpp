@@ -223,5 +223,49 @@ TEST_F(PcCommands, DeleteOneRowOfAPc) {
               ElementsAre(ElementsAre("100")));
 }
 
+TEST_F(PcCommands, FindAPcWhileAnotherOneIsMaintained) {
+  Program holder(start({"lock", "hold", "pc", "VEL-FIN-005", "--component", "20"}));
+  holder.wait_for(" locked. Press Enter to release it.\n");
+  EXPECT_THAT(say({"pc", "login", "VEL-SAL-012", "--component", "10", "--user", "anna"}),
+              HasSubstr("written."));
+  EXPECT_EQ(say({"pc", "show", "VEL-SAL-012", "--component", "10", "--field", "LastUser"}),
+            "anna\n");
+  EXPECT_THAT(say({"pc", "set", kMac, "--component", "10", "--software-version", "9"}),
+              HasSubstr("written."));
+}
+
+TEST_F(PcCommands, TellThatThePcItselfIsMaintained) {
+  Program holder(start({"lock", "hold", "pc", "VEL-SAL-012", "--component", "10"}));
+  holder.wait_for(" locked. Press Enter to release it.\n");
+  const Ending ending =
+      run({"--when-locked", "cancel", "pc", "login", "VEL-SAL-012", "--component", "10"});
+  EXPECT_EQ(ending.exit_code, 4);
+  EXPECT_THAT(ending.err, HasSubstr(std::string("tarnwick: ") + kName +
+                                    " is being maintained by another process.\n"));
+}
+
+TEST_F(PcCommands, ReadNothingButKeysToFindAPc) {
+  const std::string trace = (folder_.path() / "trace").string();
+  say({"--trace", trace, "pc", "show", "VEL-SAL-012", "--component", "10"});
+  std::vector<std::string> opened;
+  for (const std::string& line : lines_of(content_of(trace))) {
+    if (line.starts_with("Open ")) opened.push_back(line);
+  }
+  EXPECT_THAT(opened,
+              ElementsAre("Open server forward-only read-only: Select MACNbr, ComputerID, CompID "
+                          "From DW_SEC_PC Where ComputerID = 'VEL-SAL-012' Or MACNbr = "
+                          "'VEL-SAL-012' Order By MACNbr, ComputerID, CompID",
+                          "Open server dynamic pessimistic: Select * From DW_SEC_PC Where MACNbr = "
+                          "'02-5A-CD-1D-C9-76' And ComputerID = 'VEL-SAL-012' And CompID = 10"));
+}
+
+TEST_F(PcCommands, FindAPcWhateverTheLetterCaseOfItsName) {
+  sql("Insert Into DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex) "
+      "Values ('M', 'VEL-ÜBUNG', 10, 5, 1, 10)");
+  EXPECT_EQ(say({"pc", "show", "vel-übung", "--field", "MACNumber"}), "M\n");
+  EXPECT_EQ(say({"pc", "show", "vel-sal-012", "--component", "10", "--field", "MACNumber"}),
+            std::string(kMac) + "\n");
+}
+
 }  // namespace
 }  // namespace tarnwick::cli

@@ -247,14 +247,6 @@ TEST_F(ReportCommands, SayThatThereIsNoSuchReport) {
   EXPECT_EQ(value("Select Count(*) From DW_Reports"), "12");
 }
 
-TEST_F(ReportCommands, TellOfAStatementThatAQuoteInANameBreaks) {
-  const Ending ending = run({"report", "show", "O'Brien"});
-  EXPECT_EQ(ending.exit_code, 1);
-  EXPECT_THAT(ending.err,
-              HasSubstr("tarnwick: Report 'O'Brien' cannot be read.\nError Opening Recordset! "
-                        "SQL=Select * From DW_Reports Where ReportName = 'O'Brien'\n"));
-}
-
 TEST_F(ReportCommands, RefuseAnEmptyName) {
   const Ending ending = run({"report", "show", ""});
   EXPECT_EQ(ending.exit_code, 2);
