@@ -11,6 +11,8 @@
 #include <cstring>
 #include <system_error>
 
+#include "apps/tarnwick/process_setup.h"
+
 extern char** environ;
 
 namespace tarnwick::cli {
@@ -56,6 +58,7 @@ ChildProcess::ChildProcess(const Start& start) : ends_with_us_(start.ends_with_u
     } else {
       setsid();
     }
+    restore_signals();
     dup2(input, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "apps/tarnwick/rows.h"
+#include "server/failures.h"
 
 namespace tarnwick::cli {
 
@@ -31,6 +32,8 @@ class ComponentRecord : public Record {
  public:
   virtual ComponentRow row() = 0;
   virtual UpdateErrorEnum update() = 0;
+  /// As update, but refuses a row that is there already: RecordChanged_ue.
+  virtual UpdateErrorEnum insert() = 0;
   /// PCs: reads the register anew.
   virtual std::vector<PcRow> pcs() = 0;
 };
@@ -41,6 +44,8 @@ class PcRecord : public Record {
   /// Sets every property that can be set.
   virtual void assign(const PcRow& row) = 0;
   virtual UpdateErrorEnum update() = 0;
+  /// As update, but refuses a row that is there already: RecordChanged_ue.
+  virtual UpdateErrorEnum insert() = 0;
 };
 
 class ReportRecord : public Record {
@@ -50,6 +55,8 @@ class ReportRecord : public Record {
   virtual void assign(const ReportRow& row) = 0;
   /// `report_file`: what is stored as the report file; empty: the stored one stays.
   virtual UpdateErrorEnum update(TextView report_file) = 0;
+  /// As update, but refuses a row that is there already: RecordChanged_ue.
+  virtual UpdateErrorEnum insert(TextView report_file) = 0;
   virtual bool import_ttx(TextView file) = 0;
   virtual bool extract_ttx(TextView file) = 0;
   virtual bool extract_report(TextView file) = 0;
@@ -61,6 +68,11 @@ class Client {
 
   /// LastErrorMsg, of any object.
   virtual Text last_error_msg() = 0;
+
+  /// The cause of the last failure; kind kNone where there has been none since it was cleared. That
+  /// of a call that went through may be error 3021: an update that found no row and inserted one.
+  virtual FailureCause last_cause() = 0;
+  virtual void clear_last_cause() = 0;
 
   /// Server.SetConnection.
   virtual bool set_connection(TextView connect_string, TextView role, TextView password) = 0;

@@ -20,9 +20,12 @@ struct Counts {
 
 Counts load_all(Client& client) {
   const Progress progress("Loading components, PCs and reports");
+  client.clear_last_cause();
   const bool done = client.refresh();
   const Text account = client.last_error_msg();
-  if (!done || !account.empty()) refuse_load("components, PCs and reports", account);
+  if (!done || !account.empty()) {
+    refuse_load("components, PCs and reports", client.last_cause(), account);
+  }
   return {client.components().size(), client.pcs().size(), client.reports().size()};
 }
 

@@ -49,11 +49,11 @@ void show_component(const Options& options, std::int16_t id, const std::string& 
 }
 
 // A component's properties are read-only, so a change is written by a new object with all values,
-// which writes without a comparison of versions: `values` must be fresh.
+// which writes without a comparison of versions: `values` must be fresh. `step`: how.
 void write_component(Client& client, const Options& options, const ComponentRow& before,
-                     const ComponentRow& values) {
+                     const ComponentRow& values, UpdateErrorEnum (ComponentRecord::*step)()) {
   const auto record = new_record(client, values);
-  write(client, options, *record, before, values, [&] { return record->update(); });
+  write(client, options, *record, before, values, [&] { return (*record.*step)(); });
   tell_written(client, options, before, values);
 }
 
@@ -66,7 +66,7 @@ void add_component(const Options& options, std::int16_t id,
   if (load_if_there(*client, *record, describe(values))) {
     throw Failure(ExitCode::kFailed, describe(values) + " exists already.");
   }
-  write_component(*client, options, key(id), values);
+  write_component(*client, options, key(id), values, &ComponentRecord::insert);
 }
 
 void set_component(const Options& options, std::int16_t id,
@@ -80,7 +80,7 @@ void set_component(const Options& options, std::int16_t id,
   const ComponentRow before = row_of(*record);
   values = before;
   given.apply(values);
-  write_component(*client, options, before, values);
+  write_component(*client, options, before, values, &ComponentRecord::update);
 }
 
 void delete_component(const Options& options, std::int16_t id) {

@@ -137,7 +137,7 @@ void register_pc(const Options& options, const RegisterArguments& arguments,
     throw Failure(ExitCode::kFailed, describe(key) + " is registered already.");
   }
   const auto written = new_record(*client, values);
-  write(*client, options, *written, key, values, [&] { return written->update(); });
+  write(*client, options, *written, key, values, [&] { return written->insert(); });
   tell_written(*client, options, key, values);
 }
 

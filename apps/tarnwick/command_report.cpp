@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 
+#include "apps/tarnwick/cause.h"
 #include "apps/tarnwick/change_record.h"
 #include "apps/tarnwick/commands.h"
 #include "apps/tarnwick/connect.h"
@@ -93,9 +94,15 @@ std::string shown(const ReportRow& report) { return printable(to_display_utf8(re
 // Of a file that a report's method could not handle.
 [[noreturn]] void refuse_file(Client& client, const ReportRow& report) {
   const Text account = client.last_error_msg();
-  const bool missing = account.starts_with(u"Unable to find the report '");
-  throw Failure(missing ? ExitCode::kMissing : ExitCode::kFailed,
-                fmt::format("{}: the file was not handled.", describe(report)), account);
+  const Failure failure = failure_of(
+      client.last_cause(), fmt::format("{}: the file was not handled", describe(report)), account);
+  bool missing = false;
+  try {
+    missing = !load_if_there(client, *new_record(client, report), describe(report));
+  } catch (const Failure&) {
+    // What was wrong with the file counts.
+  }
+  throw missing ? Failure(ExitCode::kMissing, failure.what(), account) : failure;
 }
 
 void add_report(const Options& options, const Arguments& arguments, const ReportFields& given) {
@@ -112,7 +119,7 @@ void add_report(const Options& options, const Arguments& arguments, const Report
   if (!arguments.ttx_file.empty() && !record->import_ttx(file_argument(arguments.ttx_file))) {
     refuse_file(*client, report);
   }
-  write(*client, options, *record, report, row_of(*record), [&] { return record->update(file); });
+  write(*client, options, *record, report, row_of(*record), [&] { return record->insert(file); });
   tell_written(*client, options, report, values);
 }
 
@@ -122,17 +129,64 @@ void edit_report(const Options& options, const Arguments& arguments) {
   edit_record(*client, options, report);
 }
 
+// A rename writes the row under its new name, then deletes the old one; what broke off in between
+// is told as it stands.
+std::string what_stands(Client& client, const Login& login, const ReportRow& report,
+                        const ReportRow& renamed) {
+  connect_again(client, login);
+  const bool old_name = load_if_there(client, *new_record(client, report), describe(report));
+  const bool new_name = load_if_there(client, *new_record(client, renamed), describe(renamed));
+  if (old_name && new_name) {
+    return fmt::format("{} stands under both names now: as '{}' too.", describe(report),
+                       shown(renamed));
+  }
+  if (!old_name && !new_name) return fmt::format("There is neither it nor {}.", describe(renamed));
+  return fmt::format("Only {} is there now.", describe(old_name ? report : renamed));
+}
+
+[[noreturn]] void refuse_rename(const Failure& failure, Client& client, const Login& login,
+                                const ReportRow& report, const ReportRow& renamed) {
+  std::string standing;
+  try {
+    standing = what_stands(client, login, report, renamed);
+  } catch (const Failure&) {
+    throw Failure(
+        failure.code(),
+        fmt::format("{}\nWhether {} stands under its old name, its new one or both cannot "
+                    "be known: the database cannot be asked.",
+                    failure.what(), describe(report)),
+        failure.account());
+  }
+  // Now it is known.
+  const ExitCode code = failure.code() == ExitCode::kUnknown ? ExitCode::kFailed : failure.code();
+  throw Failure(code, fmt::format("{} was not renamed in order. {}", describe(report), standing),
+                failure.account());
+}
+
 void rename_report(const Options& options, const Arguments& arguments) {
   const ReportRow report = key(arguments.name);
   const ReportRow renamed = key(arguments.new_name);
-  const auto client = connect(options);
-  // A report of the new name would be overwritten; its own name in other letters is no other one.
-  if (!same_key(report, renamed) &&
-      load_if_there(*client, *new_record(*client, renamed), describe(renamed))) {
+  const Login login = login_of(options);
+  const auto client = connect(options, login);
+  // Its own name in other letters is no other one.
+  const bool moves = !same_key(report, renamed);
+  if (moves && load_if_there(*client, *new_record(*client, renamed), describe(renamed))) {
     throw Failure(ExitCode::kFailed, describe(renamed) + " exists already.");
   }
-  const std::function<void(ReportRow&)> rename = [&](ReportRow& row) { row.name = renamed.name; };
-  change_record(*client, options, report, Holding::kNothing, rename);
+  const auto record = new_record(*client, report);
+  load(*client, *record, describe(report));
+  const ReportRow read = row_of(*record);
+  ReportRow wanted = read;
+  wanted.name = renamed.name;
+  record->assign(wanted);
+  try {
+    write(*client, options, *record, read, wanted,
+          [&] { return moves ? record->insert({}) : record->update({}); });
+  } catch (const Failure& failure) {
+    if (!moves || failure.code() == ExitCode::kChanged) throw;
+    refuse_rename(failure, *client, login, report, renamed);
+  }
+  tell_written(*client, options, read, wanted);
 }
 
 void store_report(const Options& options, const Arguments& arguments) {

@@ -84,14 +84,21 @@ Login login_of(const Options& options) {
           std::move(role), read_password(options.password_file, false)};
 }
 
-std::unique_ptr<Client> connect(const Options& options) {
-  const Login login = login_of(options);
-  std::unique_ptr<Client> client = make_client(options, login.connect_string);
-  if (!client->set_connection(login.connect_string, login.role, login.password)) {
+void connect_again(Client& client, const Login& login) {
+  if (!client.set_connection(login.connect_string, login.role, login.password)) {
     throw Failure(ExitCode::kFailed, "The database cannot be connected to.",
-                  client->last_error_msg());
+                  client.last_error_msg());
   }
+}
+
+std::unique_ptr<Client> connect(const Options& options, const Login& login) {
+  std::unique_ptr<Client> client = make_client(options, login.connect_string);
+  connect_again(*client, login);
   return client;
+}
+
+std::unique_ptr<Client> connect(const Options& options) {
+  return connect(options, login_of(options));
 }
 
 std::vector<ado::HeldRow> held_rows(const Options& options) {

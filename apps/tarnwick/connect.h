@@ -21,6 +21,10 @@ struct Login {
 
 /// The object model, connected as `options` say. Throws Failure.
 [[nodiscard]] std::unique_ptr<Client> connect(const Options& options);
+/// The same for who has to connect once more.
+[[nodiscard]] std::unique_ptr<Client> connect(const Options& options, const Login& login);
+/// After the connection was lost. Throws Failure.
+void connect_again(Client& client, const Login& login);
 
 /// The rows that any process maintains at the moment, asked of the database itself: the object
 /// model does not tell. Throws Failure.

@@ -1,8 +1,8 @@
 #include "apps/tarnwick/editing.h"
 
 #include <fmt/format.h>
-#include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,9 +13,8 @@
 
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/fields.h"
+#include "apps/tarnwick/process_setup.h"
 #include "apps/tarnwick/scratch_folder.h"
-
-extern char** environ;
 
 namespace tarnwick::cli {
 namespace {
@@ -37,10 +36,14 @@ void run_editor(const std::filesystem::path& file) {
   char shell[] = "sh";
   char command[] = "-c";
   char* const arguments[] = {shell, command, script.data(), shell, path.data(), nullptr};
-  pid_t child = 0;
+  const pid_t child = fork();
+  if (child == 0) {
+    restore_signals();
+    execvp(shell, arguments);
+    _exit(127);
+  }
   int status = 0;
-  const bool ran = posix_spawnp(&child, "sh", nullptr, nullptr, arguments, environ) == 0 &&
-                   waitpid(child, &status, 0) == child;
+  const bool ran = child > 0 && waitpid(child, &status, 0) == child;
   if (!ran || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
     throw Failure(ExitCode::kFailed, fmt::format("The editor '{}' failed.", editor()));
   }

@@ -80,6 +80,7 @@ class InProcessComponent final : public ComponentRecord {
   void remove() override { component_->remove(); }
   ComponentRow row() override { return row_of(*component_); }
   UpdateErrorEnum update() override { return component_->update(); }
+  UpdateErrorEnum insert() override { return component_->insert(); }
   std::vector<PcRow> pcs() override {
     std::vector<PcRow> rows;
     for (const auto& pc : *component_->pcs()) rows.push_back(row_of(*pc));
@@ -120,6 +121,7 @@ class InProcessPc final : public PcRecord {
     pc_->set_software_version(row.software_version);
   }
   UpdateErrorEnum update() override { return pc_->update(); }
+  UpdateErrorEnum insert() override { return pc_->insert(); }
 
  private:
   Server& server_;
@@ -155,6 +157,7 @@ class InProcessReport final : public ReportRecord {
     report_->set_definition(row.definition);
   }
   UpdateErrorEnum update(TextView report_file) override { return report_->update(report_file); }
+  UpdateErrorEnum insert(TextView report_file) override { return report_->insert(report_file); }
   bool import_ttx(TextView file) override { return report_->import_ttx(file); }
   bool extract_ttx(TextView file) override { return report_->extract_ttx(file); }
   bool extract_report(TextView file) override { return report_->extract_report(file); }

@@ -25,6 +25,8 @@ class InProcessClient final : public Client {
                   const std::filesystem::path& trace_file);
 
   Text last_error_msg() override { return state_.errors.message(); }
+  FailureCause last_cause() override { return state_.failures.last(); }
+  void clear_last_cause() override { state_.failures.clear(); }
   bool set_connection(TextView connect_string, TextView role, TextView password) override;
   bool refresh() override { return server_.refresh(); }
   bool refresh_components() override { return server_.components()->refresh(); }
@@ -41,7 +43,7 @@ class InProcessClient final : public Client {
  private:
   std::unique_ptr<platform::MessageBox> message_box_;
   // The intermediate file of field definitions: the program's own folder may not be writable.
-  ScratchFolder scratch_{std::vector<std::string>{"TTX.bin"}};
+  ScratchFolder scratch_;
   platform::LinuxHost host_;
   apps::ProgramEngines engines_;
   std::optional<apps::TraceFile> trace_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "apps/tarnwick/cause.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/kinds.h"
 #include "apps/tarnwick/maintenance.h"
@@ -15,10 +16,12 @@ namespace {
 template <class Load>
 auto load_rows(Client& client, const std::string& what, Load&& load) {
   const Progress progress("Loading " + what);
+  client.clear_last_cause();
   auto loaded = load();
   loaded.account = client.last_error_msg();
+  loaded.cause = client.last_cause();
   loaded.complete = loaded.complete && loaded.account.empty();
-  if (!loaded.complete && loaded.rows.empty()) refuse_load(what, loaded.account);
+  if (!loaded.complete && loaded.rows.empty()) refuse_load(what, loaded.cause, loaded.account);
   return loaded;
 }
 
@@ -64,9 +67,8 @@ Loaded<ReportRow> load_reports(Client& client) {
   });
 }
 
-void refuse_load(const std::string& what, TextView account) {
-  throw Failure(tells_of_lock(account) ? ExitCode::kLocked : ExitCode::kFailed,
-                fmt::format("Cannot load {}.", what), account);
+void refuse_load(const std::string& what, const FailureCause& cause, TextView account) {
+  throw failure_of(cause, fmt::format("Cannot load {}", what), account);
 }
 
 }  // namespace tarnwick::cli

@@ -13,6 +13,7 @@ struct Loaded {
   std::vector<Row> rows;
   bool complete = true;
   Text account;
+  FailureCause cause;
 };
 
 // Each loads its collection, with a progress bar where that takes long. They throw Failure when
@@ -23,13 +24,13 @@ struct Loaded {
 [[nodiscard]] Loaded<PcRow> load_pcs_of(Client& client, std::int16_t comp_id);
 [[nodiscard]] Loaded<ReportRow> load_reports(Client& client);
 
-/// Throws the Failure of a load of `what` ("the components") that left `account`.
-[[noreturn]] void refuse_load(const std::string& what, TextView account);
+/// Throws the Failure of a load of `what` ("the components") that left `cause` and `account`.
+[[noreturn]] void refuse_load(const std::string& what, const FailureCause& cause, TextView account);
 
 /// To be called when all that was loaded has been shown: throws Failure if that was not all.
 template <class Row>
 void require_complete(const Loaded<Row>& loaded) {
-  if (!loaded.complete) refuse_load("some of the rows", loaded.account);
+  if (!loaded.complete) refuse_load("some of the rows", loaded.cause, loaded.account);
 }
 
 }  // namespace tarnwick::cli

@@ -7,9 +7,11 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <system_error>
 
 #include "apps/tarnwick/commands.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/process_setup.h"
 
 namespace tarnwick::cli {
 
@@ -42,7 +44,8 @@ session, or where they would disturb its other clients, they start one of their 
 and lock list always work on the database itself.
 
 Exit codes: 0 done; 1 failed, the account is on standard error; 2 wrong usage; 3 the record was
-changed by someone else since it was read; 4 another process maintains the row; 5 no such record.)";
+changed by someone else since it was read; 4 another process maintains the row; 5 no such record;
+6 the connection was lost while it was written, so that nobody knows whether it was.)";
 
 /// Help that keeps to the width of a page.
 class WrappingFormatter final : public CLI::Formatter {
@@ -91,9 +94,9 @@ std::string account_lines(const Text& account) {
 
 int complain(ExitCode code, std::string_view text, const Text& account = {}) {
   std::fflush(stdout);
-  fmt::print(stderr, "tarnwick: {}\n", text);
+  tell_error(fmt::format("tarnwick: {}", text).c_str());
   const std::string lines = account_lines(account);
-  if (!lines.empty()) fmt::print(stderr, "{}\n", lines);
+  if (!lines.empty()) tell_error(lines.c_str());
   return static_cast<int>(code);
 }
 
@@ -112,13 +115,19 @@ int refuse_usage(const CLI::App& app, std::string_view text) {
   return complain(ExitCode::kUsage, fmt::format("{}\nSee {} --help.", text, path_of(app)));
 }
 
+bool output_is_written() {
+  return std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+int refuse_output() { return complain(ExitCode::kFailed, "The output cannot be written."); }
+
 int run(const CommandLine& line) {
   try {
     line.chosen();
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-      return complain(ExitCode::kFailed, "The output cannot be written.");
-    }
-    return static_cast<int>(ExitCode::kDone);
+    return output_is_written() ? static_cast<int>(ExitCode::kDone) : refuse_output();
+  } catch (const std::system_error& error) {
+    // The library that prints throws where it cannot.
+    return std::ferror(stdout) != 0 ? refuse_output() : complain(ExitCode::kFailed, error.what());
   } catch (const Failure& failure) {
     return complain(failure.code(), failure.what(), failure.account());
   } catch (const std::exception& error) {
@@ -145,7 +154,10 @@ int parse_and_run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error, std::cout, std::cerr);
+    if (error.get_exit_code() == 0) {
+      app.exit(error, std::cout, std::cerr);
+      return output_is_written() ? static_cast<int>(ExitCode::kDone) : refuse_output();
+    }
     return refuse_usage(app, error.what());
   }
   if (!line.chosen) return refuse_usage(app, "Which command?");
@@ -156,6 +168,7 @@ int parse_and_run(int argc, char** argv) {
 }  // namespace tarnwick::cli
 
 int main(int argc, char** argv) {
+  tarnwick::cli::set_up_process();
   tarnwick::cli::use_utf8();
   return tarnwick::cli::parse_and_run(argc, argv);
 }

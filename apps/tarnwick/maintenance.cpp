@@ -1,40 +1,25 @@
 #include "apps/tarnwick/maintenance.h"
 
-#include "ado/error.h"
+#include "apps/tarnwick/cause.h"
 
 namespace tarnwick::cli {
 namespace {
 
-constexpr TextView kNoRecord = u"No Record found for ID: ";
-
 enum class Locking { kDone, kMissing };
 
-// A wait that was given up leaves no message of its own, only the account of the reload that found
-// no row to load from; every other failure says what it is.
-bool wait_given_up(TextView account) {
-  return account.empty() || (account.starts_with(u"\r\nError in Component: 'General'") &&
-                             account.find(u"Error #:    \t3021\r\n") != TextView::npos);
-}
-
 Locking try_lock(Client& client, Record& record, const std::string& what) {
+  client.clear_last_cause();
   if (record.lock_record()) return Locking::kDone;
-  const Text account = client.last_error_msg();
-  if (account.starts_with(kNoRecord)) return Locking::kMissing;
-  if (wait_given_up(account)) {
+  const FailureCause cause = client.last_cause();
+  if (is_missing_row(cause)) return Locking::kMissing;
+  if (cause.kind == ado::FailureKind::kLockTimeout) {
     throw Failure(ExitCode::kLocked,
                   fmt::format("{} is being maintained by another process.", what));
   }
-  throw Failure(tells_of_lock(account) ? ExitCode::kLocked : ExitCode::kFailed,
-                fmt::format("{} cannot be read.", what), account);
+  throw failure_of(cause, fmt::format("{} cannot be read", what), client.last_error_msg());
 }
 
 }  // namespace
-
-bool tells_of_lock(TextView account) {
-  return account.find(u"Record is currently being updated by another process!") != TextView::npos ||
-         account.find(u"Unable to update, record is locked!") != TextView::npos ||
-         account.find(ado::kLockTimeoutText) != TextView::npos;
-}
 
 void lock(Client& client, Record& record, const std::string& what) {
   if (try_lock(client, record, what) == Locking::kMissing) {
@@ -53,12 +38,31 @@ void load(Client& client, Record& record, const std::string& what) {
   record.release_record();
 }
 
-void refuse_update(UpdateErrorEnum result, const std::string& what, TextView account) {
-  const bool locked = result == Locked_ue || tells_of_lock(account);
-  throw Failure(locked ? ExitCode::kLocked : ExitCode::kFailed,
-                fmt::format("{} was not written.", what), account);
+void remove_locked(Client& client, Record& record, const std::string& what,
+                   const std::function<bool()>& is_still_there) {
+  client.clear_last_cause();
+  record.remove();
+  const FailureCause cause = client.last_cause();
+  if (cause.outcome_unknown) {
+    throw failure_of(cause,
+                     fmt::format("The connection was lost while {} was deleted: nobody knows "
+                                 "whether it was",
+                                 what),
+                     client.last_error_msg());
+  }
+  if (is_still_there()) {
+    throw failure_of(cause, fmt::format("{} could not be deleted", what), {});
+  }
 }
 
-bool inserted_row(Client& client) { return client.last_error_msg().starts_with(kNoRecord); }
+void refuse_write(const FailureCause& cause, const std::string& what, TextView account) {
+  throw failure_of(cause,
+                   cause.outcome_unknown
+                       ? fmt::format("The connection was lost while {} was written: nobody knows "
+                                     "whether it was. Look at it before you write it again",
+                                     what)
+                       : fmt::format("{} was not written", what),
+                   account);
+}
 
 }  // namespace tarnwick::cli

@@ -182,6 +182,9 @@ Text embedded_connect_string(TextView folder) {
 Text read_password(const std::string& file, bool confirm) {
   const std::string password = file.empty() ? ask_password(confirm) : password_in(file);
   if (password.empty()) throw Failure(ExitCode::kUsage, "The password is empty.");
+  if (password.find('\0') != std::string::npos) {
+    throw Failure(ExitCode::kUsage, "The password holds a NUL character.");
+  }
   try {
     return from_utf8(password);
   } catch (const Error&) {

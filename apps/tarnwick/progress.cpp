@@ -47,17 +47,17 @@ void Progress::draw_until_done() {
   do {
     const auto seconds =
         std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start).count();
-    fmt::print(stderr, "\r{} {} {} s", task_, bar(step++), seconds);
+    std::fputs(fmt::format("\r{} {} {} s", task_, bar(step++), seconds).c_str(), stderr);
     std::fflush(stderr);
   } while (!wake_.wait_for(lock, std::chrono::milliseconds(80), [this] { return done_; }));
-  fmt::print(stderr, "\r\x1b[K");
+  std::fputs("\r\x1b[K", stderr);
   std::fflush(stderr);
 }
 
 ProgressBar::ProgressBar() : on_terminal_(isatty(STDERR_FILENO) != 0) {}
 
 ProgressBar::~ProgressBar() {
-  if (drawn_) fmt::print(stderr, "\r\x1b[K");
+  if (drawn_) std::fputs("\r\x1b[K", stderr);
 }
 
 void ProgressBar::show(TextView what, std::size_t done, std::size_t all) {
@@ -66,8 +66,10 @@ void ProgressBar::show(TextView what, std::size_t done, std::size_t all) {
   if (now < next_) return;
   next_ = now + std::chrono::milliseconds(80);
   const std::size_t filled = std::min<std::size_t>(kWidth * done / all, kWidth);
-  fmt::print(stderr, "\r\x1b[K{} [{:=<{}}{:{}}] {} of {}", to_display_utf8(what), "", filled, "",
-             kWidth - filled, done, all);
+  std::fputs(fmt::format("\r\x1b[K{} [{:=<{}}{:{}}] {} of {}", to_display_utf8(what), "", filled,
+                         "", kWidth - filled, done, all)
+                 .c_str(),
+             stderr);
   std::fflush(stderr);
   drawn_ = true;
 }

@@ -2,67 +2,57 @@
 
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
+#include <mutex>
+#include <set>
 #include <string>
 #include <system_error>
-#include <utility>
 
 namespace tarnwick::cli {
 namespace {
 
-// For the signal handler, which nothing else can be handed to.
-struct Doomed {
-  std::vector<std::string> files;
-  std::string folder;
+// A signal is the whole process's; what it has to remove is known here. Never destroyed: the thread
+// that waits for signals lives as long as the process.
+struct Registry {
+  std::mutex mutex;
+  std::set<std::filesystem::path> folders;
 };
-std::atomic<const Doomed*> doomed;
-
-// Calls only what a handler may call. It is a handler for one time: the second signal ends the
-// process.
-void remove_doomed(int signal_number) {
-  if (const Doomed* const all = doomed.exchange(nullptr)) {
-    for (const std::string& file : all->files) unlink(file.c_str());
-    rmdir(all->folder.c_str());
-  }
-  raise(signal_number);
-}
-
-void handle(int signal_number) {
-  struct sigaction before = {};
-  sigaction(signal_number, nullptr, &before);
-  if (before.sa_handler == SIG_IGN) return;
-  struct sigaction action = {};
-  action.sa_handler = &remove_doomed;
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(signal_number, &action, nullptr);
+Registry& registry() {
+  static auto* const all = new Registry;
+  return *all;
 }
 
 }  // namespace
 
 ScratchFolder::ScratchFolder() {
   std::string name = (std::filesystem::temp_directory_path() / "tarnwick-XXXXXX").string();
+  const std::lock_guard lock(registry().mutex);
   if (mkdtemp(name.data()) == nullptr) {
     throw std::system_error(errno, std::generic_category(),
                             "cannot make a folder for temporary files");
   }
   path_ = name;
-}
-
-ScratchFolder::ScratchFolder(std::vector<std::string> files) : ScratchFolder() {
-  auto* all = new Doomed{std::move(files), path_.string()};
-  for (std::string& file : all->files) file = (path_ / file).string();
-  doomed = all;
-  goes_by_signal_ = true;
-  for (const int number : {SIGHUP, SIGINT, SIGTERM}) handle(number);
+  registry().folders.insert(path_);
 }
 
 ScratchFolder::~ScratchFolder() {
-  if (goes_by_signal_) delete doomed.exchange(nullptr);
+  const std::lock_guard lock(registry().mutex);
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
+  registry().folders.erase(path_);
+}
+
+void ScratchFolder::remove_all_for_good() {
+  registry().mutex.lock();
+  for (const auto& folder : registry().folders) {
+    // Other threads, and the programs that this one has started, may put something into it
+    // meanwhile.
+    std::error_code error;
+    do {
+      std::filesystem::remove_all(folder, error);
+    } while (error == std::errc::directory_not_empty);
+  }
 }
 
 }  // namespace tarnwick::cli

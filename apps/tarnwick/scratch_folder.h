@@ -1,18 +1,14 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
-#include <vector>
 
 namespace tarnwick::cli {
 
-/// A folder of its own under the system's folder for temporary files; goes with everything in it.
+/// A folder of its own under the system's folder for temporary files; goes with everything in it,
+/// also where a signal ends this process (see set_up_process).
 class ScratchFolder final {
  public:
-  /// Signals that end this process end the folder too, if it holds nothing but these files. At most
-  /// one such folder at a time. Throws std::system_error.
-  explicit ScratchFolder(std::vector<std::string> files);
-  /// A signal leaves the folder behind. Throws std::system_error.
+  /// Throws std::system_error.
   ScratchFolder();
   ~ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;
@@ -20,9 +16,12 @@ class ScratchFolder final {
 
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
+  /// Removes all that there are. Whoever makes or ends one from then on waits for the end of the
+  /// process.
+  static void remove_all_for_good();
+
  private:
   std::filesystem::path path_;
-  bool goes_by_signal_ = false;
 };
 
 }  // namespace tarnwick::cli

@@ -157,8 +157,7 @@ std::unique_ptr<ServiceBus> ServiceBus::make(const Options& options) {
 }
 
 void ServiceBus::open_own(const Options& options) {
-  scratch_ = std::make_unique<ScratchFolder>(
-      std::vector<std::string>{"bus", "bus.conf", "log", "TTX.bin"});
+  scratch_ = std::make_unique<ScratchFolder>();
   const std::filesystem::path socket = scratch_->path() / "bus";
   if (socket.native().size() >= sizeof(sockaddr_un::sun_path)) {
     refuse("the name of the folder for temporary files (TMPDIR) is too long for a socket");

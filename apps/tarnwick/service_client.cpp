@@ -13,6 +13,7 @@
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/fields.h"
 #include "apps/tarnwick/kinds.h"
+#include "apps/tarnwick/process_setup.h"
 #include "automation/dbus/names.h"
 
 namespace tarnwick::cli {
@@ -125,10 +126,10 @@ std::size_t append_rows(const Message& reply, std::vector<Row>& rows) {
   while (check(sd_bus_message_at_end(reply.get(), 0), "reading a reply") == 0) {
     Row& row = rows.emplace_back();
     if (!read_row(reply.get(), row)) {
-      fmt::print(stderr,
-                 "{} has a text that the bus cannot carry; it is shown as empty. With --in-process "
-                 "the service is not needed.\n",
-                 describe(row));
+      tell_error(fmt::format("{} has a text that the bus cannot carry; it is shown as empty. With "
+                             "--in-process the service is not needed.",
+                             describe(row))
+                     .c_str());
     }
   }
   return rows.size() - before;
@@ -183,8 +184,18 @@ class RemoteRecord : public Base {
   RemoteObject object_;
 };
 
-UpdateErrorEnum update_result(const Message& reply) {
-  return static_cast<UpdateErrorEnum>(number_result(reply));
+// Of a call that writes. A service that goes meanwhile tells nobody whether it has written.
+template <class... Arguments>
+UpdateErrorEnum write_by(const RemoteObject& object, const std::string& interface,
+                         const char* member, const char* types = "", Arguments... arguments) {
+  try {
+    return static_cast<UpdateErrorEnum>(number_result(
+        object.service().call(object.path(), interface, member, types, arguments...)));
+  } catch (const Refusal& refusal) {
+    if (refusal.name() != SD_BUS_ERROR_NO_REPLY) throw;
+    throw Failure(ExitCode::kUnknown,
+                  "The service ended while it was writing: nobody knows whether it has written.");
+  }
 }
 
 class RemoteComponent final : public RemoteRecord<ComponentRecord> {
@@ -194,7 +205,10 @@ class RemoteComponent final : public RemoteRecord<ComponentRecord> {
         register_path_(std::move(register_path)) {}
 
   ComponentRow row() override { return row_of<ComponentRow>(object()); }
-  UpdateErrorEnum update() override { return update_result(object().call("Update")); }
+  UpdateErrorEnum update() override { return write_by(object(), object().interface(), "Update"); }
+  UpdateErrorEnum insert() override {
+    return write_by(object(), dbus::kRecordInterface, "Insert", "s", "");
+  }
   std::vector<PcRow> pcs() override {
     // What PCs hands out, without an object for each PC.
     const std::int16_t comp_id = row().comp_id;
@@ -222,7 +236,10 @@ class RemotePc final : public RemoteRecord<PcRecord> {
   }
   PcRow row() override { return row_of<PcRow>(object()); }
   void assign(const PcRow& row) override { assign_row(object(), row); }
-  UpdateErrorEnum update() override { return update_result(object().call("Update")); }
+  UpdateErrorEnum update() override { return write_by(object(), object().interface(), "Update"); }
+  UpdateErrorEnum insert() override {
+    return write_by(object(), dbus::kRecordInterface, "Insert", "s", "");
+  }
 
  private:
   std::string register_path_;
@@ -242,7 +259,10 @@ class RemoteReport final : public RemoteRecord<ReportRecord> {
   ReportRow row() override { return row_of<ReportRow>(object()); }
   void assign(const ReportRow& row) override { assign_row(object(), row); }
   UpdateErrorEnum update(TextView report_file) override {
-    return update_result(object().call("Update", "s", to_utf8(report_file).c_str()));
+    return write_by(object(), object().interface(), "Update", "s", to_utf8(report_file).c_str());
+  }
+  UpdateErrorEnum insert(TextView report_file) override {
+    return write_by(object(), dbus::kRecordInterface, "Insert", "s", to_utf8(report_file).c_str());
   }
   bool import_ttx(TextView file) override { return call_with_file("ImportTTX", file); }
   bool extract_ttx(TextView file) override { return call_with_file("ExtractTTX", file); }
@@ -298,6 +318,21 @@ void ServiceClient::wait_for_turn(ServiceConnection& service, const std::string&
 
 Text ServiceClient::last_error_msg() {
   return from_utf8(text_result(server_->get("LastErrorMsg", "s"), 's'));
+}
+
+FailureCause ServiceClient::last_cause() {
+  const Message reply = service_->call(dbus::kRootPath, dbus::kLastCauseInterface, "GetLastCause");
+  FailureCause cause;
+  read_value(reply.get(), cause.kind);
+  read_value(reply.get(), cause.number);
+  read_value(reply.get(), cause.native);
+  read_value(reply.get(), cause.text);
+  read_value(reply.get(), cause.outcome_unknown);
+  return cause;
+}
+
+void ServiceClient::clear_last_cause() {
+  service_->call(dbus::kRootPath, dbus::kLastCauseInterface, "ClearLastCause");
 }
 
 bool ServiceClient::set_connection(TextView connect_string, TextView role, TextView password) {

@@ -27,6 +27,8 @@ class ServiceClient final : public Client {
   void open(const Options& options, TextView connect_string);
 
   Text last_error_msg() override;
+  FailureCause last_cause() override;
+  void clear_last_cause() override;
   bool set_connection(TextView connect_string, TextView role, TextView password) override;
   bool refresh() override;
   bool refresh_components() override;
