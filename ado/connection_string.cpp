@@ -1,5 +1,7 @@
 #include "ado/connection_string.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "ado/error.h"
@@ -157,6 +159,13 @@ void ConnectionString::set(TextView name, Text value) {
     }
   }
   items_.push_back({Text(name), std::move(value)});
+}
+
+bool ConnectionString::is_for_ole_db(TextView name) {
+  constexpr TextView kNames[] = {u"OLE DB Services", u"Persist Security Info", u"Prompt",
+                                 u"Window Handle", u"Locale Identifier"};
+  return std::any_of(std::begin(kNames), std::end(kNames),
+                     [&](TextView known) { return equals_ignoring_case(name, known); });
 }
 
 Text ConnectionString::without_passwords(TextView text) {

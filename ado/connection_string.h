@@ -32,6 +32,10 @@ class ConnectionString {
   /// Each name once.
   [[nodiscard]] const std::vector<Item>& items() const { return items_; }
 
+  /// Whether an item speaks to the OLE DB run-time alone ("OLE DB Services", "Persist Security
+  /// Info", "Prompt", ...), which has no part here: every engine passes over it.
+  [[nodiscard]] static bool is_for_ole_db(TextView name);
+
   /// The string with the value of every item whose name or value speaks of a password ("Password",
   /// "PWD") replaced by ***; of a malformed string all from the first malformed item on is *** too.
   /// For logs.

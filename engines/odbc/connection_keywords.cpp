@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ado/error.h"
+#include "engines/odbc/ole_db_items.h"
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::odbc {
@@ -27,40 +28,6 @@ constexpr std::array<Driver, 4> kDrivers{{
     {DriverKind::kFreeTds, u"FreeTDS"},
 }};
 
-enum class Encryption { kOptional, kMandatory, kStrict };
-
-constexpr std::uint32_t kLongestTimeout = 32767;
-constexpr std::uint32_t kLastPort = 65535;
-
-[[noreturn]] void refuse(TextView item, TextView why) {
-  throw AdoError(AdoErrorNumber::kInvalidArgument,
-                 join({u"The connection string item \"", item, u"\" ", why}));
-}
-
-bool is_one_of(TextView value, std::initializer_list<TextView> words) {
-  for (const TextView word : words) {
-    if (equals_ignoring_case(value, word)) return true;
-  }
-  return false;
-}
-
-std::optional<bool> flag(TextView value) {
-  if (is_one_of(value, {u"yes", u"true", u"1"})) return true;
-  if (is_one_of(value, {u"no", u"false", u"0"})) return false;
-  return std::nullopt;
-}
-
-std::optional<std::uint32_t> number(TextView value, std::uint32_t last) {
-  std::uint32_t result = 0;
-  for (const char16_t c : value) {
-    if (c < u'0' || c > u'9') return std::nullopt;
-    result = result * 10 + static_cast<std::uint32_t>(c - u'0');
-    if (result > last) return std::nullopt;
-  }
-  if (value.empty()) return std::nullopt;
-  return result;
-}
-
 const Driver& choose_driver(std::span<const Text> installed) {
   for (const Driver& driver : kDrivers) {
     for (const Text& name : installed) {
@@ -72,112 +39,9 @@ const Driver& choose_driver(std::span<const Text> installed) {
                  u"Server\", \"ODBC Driver 17 for SQL Server\", \"SQL Server\" and \"FreeTDS\".");
 }
 
-/// "host", "host,port", "host\instance", with or without "tcp:" in front.
-struct Server {
-  Text host;
-  Text instance;
-  std::optional<std::uint32_t> port;
-};
-
-Server read_server(TextView item, TextView value) {
-  Server server;
-  if (value.size() >= 4 && equals_ignoring_case(value.substr(0, 4), u"tcp:")) {
-    value.remove_prefix(4);
-  }
-  const std::size_t comma = value.find(u',');
-  if (comma != TextView::npos) {
-    server.port = number(trim(value.substr(comma + 1)), kLastPort);
-    if (!server.port || *server.port == 0) refuse(item, u"has no valid port behind its comma.");
-    value = value.substr(0, comma);
-  }
-  const std::size_t backslash = value.find(u'\\');
-  if (backslash != TextView::npos) {
-    server.instance = trim(value.substr(backslash + 1));
-    value = value.substr(0, backslash);
-  }
-  server.host = trim(value);
-  if (server.host == u"." || equals_ignoring_case(server.host, u"(local)")) {
-    server.host = u"localhost";
-  }
-  // Other protocols than TCP are written "np:" or "lpc:"; an IPv6 address has several colons.
-  const Text host = fold(server.host);
-  const bool other_protocol = host.starts_with(u"np:") || host.starts_with(u"lpc:");
-  if (server.host.empty() || other_protocol) refuse(item, u"names no server to reach by TCP/IP.");
-  return server;
-}
-
-/// The OLE DB items, read and checked.
-struct Items {
-  Text provider;
-  std::optional<Server> server;
-  std::optional<Text> database;
-  std::optional<Text> user;
-  std::optional<Text> password;
-  std::optional<Text> application;
-  bool integrated = false;
-  std::optional<Encryption> encryption;
-  Text encryption_item;
-  std::optional<bool> trust_certificate;
-  Text trust_item;
-  std::optional<std::uint32_t> timeout;
-};
-
-Encryption read_encryption(const ConnectionString::Item& item) {
-  if (is_one_of(item.value, {u"mandatory"})) return Encryption::kMandatory;
-  if (is_one_of(item.value, {u"optional"})) return Encryption::kOptional;
-  if (is_one_of(item.value, {u"strict"})) return Encryption::kStrict;
-  const std::optional<bool> on = flag(item.value);
-  if (!on) refuse(item.name, u"has a value that is not known.");
-  return *on ? Encryption::kMandatory : Encryption::kOptional;
-}
-
-bool read_flag(const ConnectionString::Item& item) {
-  const std::optional<bool> value = flag(item.value);
-  if (!value) refuse(item.name, u"has a value that is not known.");
-  return *value;
-}
-
-std::uint32_t read_timeout(const ConnectionString::Item& item) {
-  const std::optional<std::uint32_t> seconds = number(item.value, kLongestTimeout);
-  if (!seconds) refuse(item.name, u"is no number of seconds.");
-  return *seconds;
-}
-
-void read_item(Items& items, const ConnectionString::Item& item) {
-  const auto is = [&](TextView name) { return equals_ignoring_case(item.name, name); };
-  if (is(u"Provider")) {
-    items.provider = item.value;
-  } else if (is(u"OLE DB Services")) {
-    // Switches services of the OLE DB run-time, which has no part in an ODBC connection.
-  } else if (is(u"Data Source")) {
-    items.server = read_server(item.name, item.value);
-  } else if (is(u"Initial Catalog")) {
-    items.database = item.value;
-  } else if (is(u"User ID")) {
-    items.user = item.value;
-  } else if (is(u"Password")) {
-    items.password = item.value;
-  } else if (is(u"Application Name")) {
-    items.application = item.value;
-  } else if (is(u"Integrated Security")) {
-    items.integrated = equals_ignoring_case(item.value, u"SSPI") || read_flag(item);
-  } else if (is(u"Encrypt") || is(u"Use Encryption for Data")) {
-    if (items.encryption) refuse(item.name, u"is given twice under two names.");
-    items.encryption = read_encryption(item);
-    items.encryption_item = item.name;
-  } else if (is(u"Trust Server Certificate")) {
-    items.trust_certificate = read_flag(item);
-    items.trust_item = item.name;
-  } else if (is(u"Connect Timeout")) {
-    items.timeout = read_timeout(item);
-  } else {
-    refuse(item.name, u"is not known.");
-  }
-}
-
 /// The encryption in force: without an item that of the provider that was asked for, whatever the
 /// default of the driver that serves it here.
-Encryption encryption_of(const Items& items) {
+Encryption encryption_of(const OleDbItems& items) {
   if (items.encryption) return *items.encryption;
   return fold(items.provider).starts_with(u"msoledbsql19") ? Encryption::kMandatory
                                                            : Encryption::kOptional;
@@ -190,7 +54,7 @@ Text free_tds_value(TextView item, TextView value) {
                      !value.starts_with(u' ') && !value.ends_with(u' ');
   if (plain) return Text(value);
   if (value.find(u"};") != TextView::npos) {
-    refuse(item, u"holds \"};\", which the installed ODBC driver cannot be given.");
+    refuse_item(item, u"holds \"};\", which the installed ODBC driver cannot be given.");
   }
   return join({u"{", value, u"}"});
 }
@@ -232,10 +96,10 @@ void add_free_tds_server(ConnectText& text, const Server& server) {
   if (!by_name) text.add(u"Port", decimal(server.port.value_or(kDefaultPort)));
 }
 
-void add_microsoft_encryption(ConnectText& text, const Items& items, DriverKind kind) {
+void add_microsoft_encryption(ConnectText& text, const OleDbItems& items, DriverKind kind) {
   const Encryption encryption = encryption_of(items);
   if (encryption == Encryption::kStrict && kind != DriverKind::kMicrosoft18) {
-    refuse(items.encryption_item, u"asks for what the installed ODBC driver cannot do.");
+    refuse_item(items.encryption_item, u"asks for what the installed ODBC driver cannot do.");
   }
   switch (encryption) {
     case Encryption::kOptional:
@@ -251,32 +115,41 @@ void add_microsoft_encryption(ConnectText& text, const Items& items, DriverKind 
   const bool trust = items.trust_certificate.value_or(false);
   if (kind == DriverKind::kMicrosoftOld) {
     // It always checks the certificate and does not know the keyword.
-    if (trust) refuse(items.trust_item, u"asks for what the installed ODBC driver cannot do.");
+    if (trust) refuse_item(items.trust_item, u"asks for what the installed ODBC driver cannot do.");
     return;
   }
   if (trust) text.add(u"TrustServerCertificate", u"yes");
 }
 
-void add_free_tds_encryption(ConnectText& text, const Items& items) {
+void add_free_tds_encryption(ConnectText& text, const OleDbItems& items) {
   const Encryption encryption = encryption_of(items);
   const bool check_certificate = !items.trust_certificate.value_or(true);
   if (encryption == Encryption::kStrict) {
-    refuse(items.encryption_item, u"asks for what the installed ODBC driver cannot do.");
+    refuse_item(items.encryption_item, u"asks for what the installed ODBC driver cannot do.");
   }
   if (check_certificate) {
-    refuse(items.trust_item, u"asks for what the installed ODBC driver cannot do.");
+    refuse_item(items.trust_item, u"asks for what the installed ODBC driver cannot do.");
   }
   // "request" encrypts the login wherever the server can, as Microsoft's drivers do without an
   // encryption of the data; "off" would bare the password.
   text.add(u"Encryption", encryption == Encryption::kMandatory ? u"require" : u"request");
 }
 
+void add_intent(ConnectText& text, const OleDbItems& items, DriverKind kind) {
+  const bool is_new = kind == DriverKind::kMicrosoft18 || kind == DriverKind::kMicrosoft17;
+  if (items.reads_only) {
+    if (kind == DriverKind::kMicrosoftOld) {
+      refuse_item(items.intent_item, u"asks for what the installed ODBC driver cannot do.");
+    }
+    text.add(u"ApplicationIntent", u"ReadOnly");
+  }
+  // It only makes a connect quicker, and other drivers do without.
+  if (items.fails_over_by_subnet && is_new) text.add(u"MultiSubnetFailover", u"Yes");
+}
+
 OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
                                     std::span<const Text> installed) {
-  Items items;
-  for (const ConnectionString::Item& item : string.items()) read_item(items, item);
-  if (!items.server) refuse(u"Data Source", u"is missing.");
-
+  const OleDbItems items = read_ole_db_items(string);
   const Driver& driver = choose_driver(installed);
   const bool free_tds = driver.kind == DriverKind::kFreeTds;
   ConnectText text(free_tds);
@@ -288,6 +161,10 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
     add_microsoft_server(text, *items.server);
   }
   if (items.database) text.add(u"Database", *items.database, u"Initial Catalog");
+  if (items.database_file) {
+    text.add(free_tds ? u"AttachDbFilename" : u"AttachDBFileName", *items.database_file,
+             u"Initial File Name");
+  }
   if (items.integrated) {
     text.add(u"Trusted_Connection", u"yes");
   } else {
@@ -295,12 +172,22 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
     text.add(u"PWD", items.password.value_or(Text()), u"Password");
   }
   if (items.application) text.add(u"APP", *items.application, u"Application Name");
+  if (items.workstation) text.add(u"WSID", *items.workstation, u"Workstation ID");
+  if (items.language) text.add(u"Language", *items.language, u"Current Language");
+  add_intent(text, items, driver.kind);
   if (free_tds) {
+    if (items.packet_size) text.add(u"PacketSize", decimal(*items.packet_size));
     add_free_tds_encryption(text, items);
   } else {
     add_microsoft_encryption(text, items, driver.kind);
   }
-  return {text.take(), items.password.value_or(Text()), items.timeout, true};
+  return {.text = text.take(),
+          .password = items.password.value_or(Text()),
+          .connect_timeout = items.connect_timeout,
+          .general_timeout = items.general_timeout,
+          .packet_size = free_tds ? std::nullopt : items.packet_size,
+          .for_sql_server = true,
+          .for_free_tds = free_tds};
 }
 
 bool is_in_braces(TextView value) {
@@ -351,17 +238,43 @@ TextView odbc_name(TextView item) {
   return item;
 }
 
-OdbcConnect connect_by_odbc_items(const ConnectionString& string) {
+/// The items, behind them those in "Extended Properties", which is where the data-link dialog puts
+/// ODBC's own string; what both have counts as the first says it.
+ConnectionString with_extended_properties(const ConnectionString& string) {
+  constexpr TextView kExtended = u"Extended Properties";
+  const std::optional<Text> inner = string.find(kExtended);
+  if (!inner) return string;
+  ConnectionString result;
+  const auto add = [&](const ConnectionString& from) {
+    for (const ConnectionString::Item& item : from.items()) {
+      const TextView name = odbc_name(item.name);
+      const bool is_new = !equals_ignoring_case(name, kExtended) && !result.find(name);
+      if (is_new) result.set(name, item.value);
+    }
+  };
+  add(string);
+  add(ConnectionString::parse(join({u"Provider=MSDASQL;", *inner})));
+  return result;
+}
+
+OdbcConnect connect_by_odbc_items(const ConnectionString& given) {
   OdbcConnect result;
+  const ConnectionString string = with_extended_properties(given);
   const bool free_tds = names_free_tds(string);
+  result.for_free_tds = free_tds;
   for (const ConnectionString::Item& item : string.items()) {
-    if (is_one_of(item.name, {u"Provider", u"OLE DB Services"})) continue;
+    if (ConnectionString::is_for_ole_db(item.name)) continue;
+    if (equals_ignoring_case(item.name, u"Provider")) continue;
     if (equals_ignoring_case(item.name, u"Connect Timeout")) {
-      result.timeout = read_timeout(item);
+      result.connect_timeout = read_timeout(item);
+      continue;
+    }
+    if (equals_ignoring_case(item.name, u"General Timeout")) {
+      result.general_timeout = read_timeout(item);
       continue;
     }
     const TextView name = odbc_name(item.name);
-    if (name.find_first_of(u"=;{}") != TextView::npos) refuse(item.name, u"is not known.");
+    if (name.find_first_of(u"=;{}") != TextView::npos) refuse_item(item.name, u"is not known.");
     if (equals_ignoring_case(name, u"PWD")) result.password = without_braces(item.value);
     result.text.append(name).append(u"=").append(passed_on(item, free_tds)).append(u";");
   }
@@ -382,10 +295,14 @@ Text odbc_value(TextView value) {
   return result += u'}';
 }
 
+Text with_free_tds_timeout(TextView text, std::uint32_t seconds) {
+  return join({u"Timeout=", decimal(seconds), u";", text});
+}
+
 OdbcConnect odbc_connect(const ConnectionString& string, std::span<const Text> drivers) {
   for (const ConnectionString::Item& item : string.items()) {
     // ODBC's texts end at a NUL: the rest of the string would be lost.
-    if (item.value.find(u'\0') != Text::npos) refuse(item.name, u"holds a NUL character.");
+    if (item.value.find(u'\0') != Text::npos) refuse_item(item.name, u"holds a NUL character.");
   }
   const Text provider = fold(string.find(u"Provider").value_or(Text()));
   if (provider.starts_with(u"msdasql")) return connect_by_odbc_items(string);

@@ -10,10 +10,14 @@ namespace tarnwick::odbc {
 
 /// What a connection string means to ODBC.
 struct OdbcConnect {
-  Text text;                             // for SQLDriverConnect
-  Text password;                         // which no message may hold; may be empty
-  std::optional<std::uint32_t> timeout;  // for the login, in seconds; 0 waits for ever
-  bool for_sql_server = false;           // the provider serves no other kind of server
+  Text text;      // for SQLDriverConnect
+  Text password;  // which no message may hold; may be empty
+  // Seconds for the login, and for what is no statement; 0 waits for ever.
+  std::optional<std::uint32_t> connect_timeout;
+  std::optional<std::uint32_t> general_timeout;
+  std::optional<std::uint32_t> packet_size;  // where the driver knows no keyword for it
+  bool for_sql_server = false;               // the provider serves no other kind of server
+  bool for_free_tds = false;                 // as far as the string tells
 };
 
 /// Turns an OLE DB connection string for SQL Server into one for the best of the installed
@@ -24,6 +28,10 @@ struct OdbcConnect {
 /// is installed.
 [[nodiscard]] OdbcConnect odbc_connect(const ado::ConnectionString& string,
                                        std::span<const Text> drivers);
+
+/// The words that make FreeTDS end what is no statement after this time, in front of the others;
+/// those of a DSN-less string of ODBC's own items still count more.
+[[nodiscard]] Text with_free_tds_timeout(TextView text, std::uint32_t seconds);
 
 /// `value` as an ODBC connection string can hold it: in braces, a closing one doubled, where it
 /// has characters that mean something there.

@@ -10,6 +10,7 @@ namespace {
 
 using ado::AdoError;
 using ado::AdoErrorNumber;
+using ado::FailureKind;
 
 // SQL Server's own numbers, from its public list of database engine errors.
 constexpr std::array kLoginNatives{4060,  4064,  15161, 18450, 18451, 18452, 18456,
@@ -20,6 +21,10 @@ constexpr std::array kIntegrityNatives{515, 547, 2601, 2627};
 // A session that is being killed, a server that shuts down, a connection dropped for its security
 // context; the last four are FreeTDS's numbers for a socket that broke.
 constexpr std::array kLostNatives{596, 6005, 6006, 18059, 20004, 20006, 20017, 20047};
+
+// No room left: in tempdb, in a file group, in the log, for row versions, on the disk, in an
+// edition's or a subscription's bounds.
+constexpr std::array kDiskFullNatives{1101, 1105, 1827, 3959, 5149, 9002, 40544};
 
 constexpr SQLSMALLINT kLongestText = 16384;  // a longer one is cut
 
@@ -48,6 +53,14 @@ AdoErrorNumber number_of(const Diagnostic& record) {
   return AdoErrorNumber::kUnspecified;
 }
 
+// What the number does not tell. A class that starts with "22" is a value that the server refuses.
+std::optional<FailureKind> kind_of(const Diagnostic& record) {
+  if (record.native == kNativeDeadlock || record.sqlstate == "40001") return FailureKind::kDeadlock;
+  if (holds(kDiskFullNatives, record.native)) return FailureKind::kDiskFull;
+  if (in_class(record, "22")) return FailureKind::kRefused;
+  return std::nullopt;
+}
+
 // A driver may put remarks and its own summary beside what the server said. The server's word
 // counts first, then that of the driver, then a remark.
 Diagnostic most_telling(std::vector<Diagnostic> records) {
@@ -74,6 +87,12 @@ bool tells_of_loss(const Diagnostic& record) {
   // "08004" is the word of a server that is there; FreeTDS says so of an unknown database.
   const bool broken = in_class(record, "08") && record.sqlstate != "08004";
   return broken || holds(kLostNatives, record.native);
+}
+
+// "S1T00" is the word of ODBC 2. Some drivers say so of a lock time-out, too.
+bool tells_of_timeout(const Diagnostic& record) {
+  const bool by_state = in_class(record, "HYT") || record.sqlstate == "S1T00";
+  return by_state && record.native != ado::kNativeLockTimeout;
 }
 
 bool tells_of_lock_timeout(const Diagnostic& record) {
@@ -110,21 +129,42 @@ std::vector<Diagnostic> read_diagnostics(const Handle& handle) {
 
 void raise_diagnostics(const Handle& handle) {
   std::vector<Diagnostic> records = read_diagnostics(handle);
+  const auto first = [&](bool (*tells)(const Diagnostic&)) {
+    return std::find_if(records.begin(), records.end(), tells);
+  };
+  const auto timeout = first(tells_of_timeout);
+  const auto lost = first(tells_of_loss);
   // A connection that is gone outweighs all that was said before it went.
-  const auto lost = std::find_if(records.begin(), records.end(), tells_of_loss);
-  if (lost != records.end()) {
-    throw ado::ConnectionLost(AdoErrorNumber::kUnspecified, lost->text, lost->native,
-                              lost->sqlstate);
+  if (lost != records.end() || connection_dead(handle)) {
+    if (timeout != records.end()) {
+      throw connection_lost(timeout->text, timeout->native, timeout->sqlstate,
+                            AdoErrorNumber::kTimeout);
+    }
+    if (records.empty()) throw connection_lost();
+    const Diagnostic record = lost != records.end() ? *lost : most_telling(std::move(records));
+    throw connection_lost(record.text, record.native, record.sqlstate);
   }
-  const bool timed_out = std::any_of(records.begin(), records.end(), tells_of_lock_timeout);
-  if (timed_out) throw ado::lock_timeout();
+  if (first(tells_of_lock_timeout) != records.end()) throw ado::lock_timeout();
+  if (timeout != records.end()) {
+    throw AdoError(AdoErrorNumber::kTimeout, Text(description_of(AdoErrorNumber::kTimeout)),
+                   timeout->native, timeout->sqlstate);
+  }
   Diagnostic record = most_telling(std::move(records));
-  if (connection_dead(handle)) {
-    throw ado::ConnectionLost(AdoErrorNumber::kUnspecified, std::move(record.text), record.native,
-                              record.sqlstate);
-  }
   const AdoErrorNumber number = number_of(record);
-  throw AdoError(number, std::move(record.text), record.native, record.sqlstate);
+  const std::optional<FailureKind> kind = kind_of(record);
+  throw AdoError(number, std::move(record.text), record.native, record.sqlstate, kind);
+}
+
+ado::ConnectionLost connection_lost(TextView drivers_text, std::int32_t native,
+                                    std::string sqlstate, AdoErrorNumber number) {
+  Text text = u"The connection to the database server is lost.";
+  if (!drivers_text.empty()) text.append(u" ").append(drivers_text);
+  return ado::ConnectionLost(number, std::move(text), native, std::move(sqlstate));
+}
+
+bool is_unclear(const AdoError& error) {
+  // "S1000" is the word of ODBC 2.
+  return error.native() == 0 && (error.sqlstate() == "HY000" || error.sqlstate() == "S1000");
 }
 
 void raise_connect_diagnostics(const Handle& connection, TextView password) {
@@ -134,8 +174,12 @@ void raise_connect_diagnostics(const Handle& connection, TextView password) {
     return number_of(record) == AdoErrorNumber::kAuthenticationFailed;
   });
   Diagnostic record = most_telling(std::move(records));
-  const AdoErrorNumber number =
-      refused ? AdoErrorNumber::kAuthenticationFailed : AdoErrorNumber::kUnspecified;
+  AdoErrorNumber number = AdoErrorNumber::kUnspecified;
+  if (refused) number = AdoErrorNumber::kAuthenticationFailed;
+  if (!refused && tells_of_timeout(record)) {
+    number = AdoErrorNumber::kTimeout;
+    record.text = description_of(number);
+  }
   if (!password.empty() && record.text.find(password) != Text::npos) {
     record.text = u"The connection failed; the driver's text is withheld, it holds the password.";
   }
@@ -152,7 +196,7 @@ AdoError without_statement_text(const AdoError& error) {
   return AdoError(static_cast<AdoErrorNumber>(error.number()),
                   u"The application role could not be entered; the text is withheld, it may hold a "
                   u"part of the password.",
-                  error.native(), error.sqlstate());
+                  error.native(), error.sqlstate(), error.kind());
 }
 
 }  // namespace tarnwick::odbc

@@ -22,12 +22,22 @@ inline constexpr std::int32_t kNativeDeadlock = 1205;
 [[nodiscard]] std::vector<Diagnostic> read_diagnostics(const Handle& handle);
 
 /// Throws what the records of the last call on `handle` mean:
-/// a record with native 1222 is lock_timeout(), whatever its SQLSTATE; a connection that is gone is
-/// ConnectionLost; otherwise an AdoError with the text, native number and SQLSTATE of the most
-/// telling record.
+/// a connection that is gone, by a record or by the driver's own attribute, is ConnectionLost, with
+/// the number of a time-out where that is what ended it; a record with native 1222 is
+/// lock_timeout(), whatever its SQLSTATE; an answer that did not come in time is a time-out;
+/// otherwise an AdoError with the text, native number and SQLSTATE of the most telling record.
 [[noreturn]] void raise_diagnostics(const Handle& handle);
 
-/// As above for a failed connect, where a broken connection is no ConnectionLost. A text that holds
+/// A lost connection: says so, and behind it what the driver says.
+[[nodiscard]] ado::ConnectionLost connection_lost(
+    TextView drivers_text = {}, std::int32_t native = 0, std::string sqlstate = {},
+    ado::AdoErrorNumber number = ado::AdoErrorNumber::kUnspecified);
+
+/// True where the driver alone complains, of nothing in particular: the words in which some tell of
+/// a connection that broke.
+[[nodiscard]] bool is_unclear(const ado::AdoError& error);
+
+/// The same for a failed connect, where a broken connection is no ConnectionLost. A text that holds
 /// `password` is withheld.
 [[noreturn]] void raise_connect_diagnostics(const Handle& connection, TextView password);
 

@@ -15,12 +15,13 @@ constexpr std::array<TextView, 10> kProviders{
 
 }  // namespace
 
-OdbcEngine::OdbcEngine() : api_(&driver_manager()) {}
+OdbcEngine::OdbcEngine(std::uint32_t statement_timeout)
+    : OdbcEngine(driver_manager(), statement_timeout) {}
 
 std::span<const TextView> OdbcEngine::providers() const { return kProviders; }
 
 std::unique_ptr<ado::EngineSession> OdbcEngine::connect(const ado::ConnectionString& string) {
-  return std::make_unique<OdbcSession>(*api_, string);
+  return std::make_unique<OdbcSession>(*api_, string, statement_timeout_);
 }
 
 }  // namespace tarnwick::odbc

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "ado/engine.h"
 
 namespace tarnwick::odbc {
@@ -12,10 +14,14 @@ class OdbcApi;
 /// alone.
 class OdbcEngine final : public ado::Engine {
  public:
+  /// Seconds that a statement may take.
+  static constexpr std::uint32_t kStatementTimeout = 30;
+
   /// On the installed driver manager.
-  OdbcEngine();
+  explicit OdbcEngine(std::uint32_t statement_timeout = kStatementTimeout);
   /// On another one, which must outlive the engine.
-  explicit OdbcEngine(OdbcApi& api) : api_(&api) {}
+  explicit OdbcEngine(OdbcApi& api, std::uint32_t statement_timeout = kStatementTimeout)
+      : api_(&api), statement_timeout_(statement_timeout) {}
 
   [[nodiscard]] std::span<const TextView> providers() const override;
   [[nodiscard]] std::unique_ptr<ado::EngineSession> connect(
@@ -23,6 +29,7 @@ class OdbcEngine final : public ado::Engine {
 
  private:
   OdbcApi* api_;
+  std::uint32_t statement_timeout_;
 };
 
 }  // namespace tarnwick::odbc

@@ -29,6 +29,12 @@ constexpr TextView kMatchIsolation =
     u"SET TRANSACTION ISOLATION LEVEL REPEATABLE READ "
     u"ELSE SET TRANSACTION ISOLATION LEVEL READ COMMITTED";
 
+// Seconds.
+constexpr std::uint32_t kConnectTimeout = 15;
+constexpr std::uint32_t kProbeTimeout = 5;
+
+constexpr std::int32_t kNativeNoSuchObject = 208;
+
 struct MaintainedTable {
   TextView name;
   std::array<TextView, 3> key;  // as many names as are not empty
@@ -92,9 +98,11 @@ void for_each_row(Result& result, F&& visit) {
 
 }  // namespace
 
-OdbcSession::OdbcSession(OdbcApi& api, const ado::ConnectionString& string)
+OdbcSession::OdbcSession(OdbcApi& api, const ado::ConnectionString& string,
+                         std::uint32_t statement_timeout)
     : environment_(Handle::environment(api)),
-      connection_(Handle::make(SQL_HANDLE_DBC, environment_)) {
+      connection_(Handle::make(SQL_HANDLE_DBC, environment_)),
+      statement_timeout_(statement_timeout) {
   const OdbcConnect target = odbc_connect(string, list_drivers(environment_));
   connect(target);
   learn_server(target);
@@ -102,40 +110,64 @@ OdbcSession::OdbcSession(OdbcApi& api, const ado::ConnectionString& string)
 }
 
 OdbcSession::~OdbcSession() {
-  // Some drivers do not disconnect inside a transaction; a failure is the connection's own end.
-  if (in_transaction_ && !lost_) {
-    static_cast<void>(connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
-  }
+  if (!lost_) leave_transaction();
+}
+
+// Some drivers do not disconnect inside a transaction; a failure is the connection's own end.
+void OdbcSession::leave_transaction() {
+  if (!in_transaction_) return;
+  static_cast<void>(connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
 }
 
 void OdbcSession::connect(const OdbcConnect& target) {
-  OdbcApi& api = connection_.api();
-  if (target.text.size() > SQL_MAX_OPTION_STRING_LENGTH * 64) {
+  const auto set = [&](SQLINTEGER attribute, std::uint32_t value) {
+    return connection_.api().set_connect_attr(connection_.get(), attribute,
+                                              reinterpret_cast<SQLPOINTER>(std::uintptr_t{value}),
+                                              SQL_IS_UINTEGER);
+  };
+  // What nobody asked for is not insisted on.
+  const SQLRETURN limited =
+      set(SQL_ATTR_LOGIN_TIMEOUT, target.connect_timeout.value_or(kConnectTimeout));
+  if (target.connect_timeout) connection_.check(limited);
+  if (target.packet_size) {
+    connection_.check(set(SQL_ATTR_PACKET_SIZE, *target.packet_size));
+  }
+  const std::uint32_t general_timeout = target.general_timeout.value_or(statement_timeout_);
+  const Text limited_text = with_free_tds_timeout(target.text, general_timeout);
+  log_in(target.for_free_tds ? limited_text : target.text, target.password);
+  // A data source's name does not tell its driver before.
+  if (!target.for_free_tds &&
+      find_ignoring_case(ask_driver(SQL_DRIVER_NAME), u"tdsodbc") != Text::npos) {
+    connection_.check(connection_.api().disconnect(connection_.get()));
+    log_in(limited_text, target.password);
+  }
+  // FreeTDS passes over this one, which is why it is told in its own words.
+  static_cast<void>(set(SQL_ATTR_CONNECTION_TIMEOUT, general_timeout));
+}
+
+void OdbcSession::log_in(TextView text, TextView password) {
+  if (text.size() > SQL_MAX_OPTION_STRING_LENGTH * 64) {
     throw AdoError(AdoErrorNumber::kInvalidArgument, u"The connection string is too long.");
   }
-  if (target.timeout) {
-    connection_.check(api.set_connect_attr(
-        connection_.get(), SQL_ATTR_LOGIN_TIMEOUT,
-        reinterpret_cast<SQLPOINTER>(std::uintptr_t{*target.timeout}), SQL_IS_UINTEGER));
-  }
-  const SQLRETURN result = api.driver_connect(connection_.get(), nullptr, wide(target.text),
-                                              static_cast<SQLSMALLINT>(target.text.size()), nullptr,
-                                              0, nullptr, SQL_DRIVER_NOPROMPT);
-  if (!SQL_SUCCEEDED(result)) raise_connect_diagnostics(connection_, target.password);
+  const SQLRETURN result = connection_.api().driver_connect(
+      connection_.get(), nullptr, wide(text), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
+      nullptr, SQL_DRIVER_NOPROMPT);
+  if (!SQL_SUCCEEDED(result)) raise_connect_diagnostics(connection_, password);
+}
+
+Text OdbcSession::ask_driver(SQLUSMALLINT what) const {
+  std::array<char16_t, 128> answer{};
+  SQLSMALLINT length = 0;
+  connection_.check(connection_.api().get_info(
+      connection_.get(), what, answer.data(),
+      static_cast<SQLSMALLINT>(sizeof answer - sizeof(char16_t)), &length));
+  return Text(answer.begin(), std::find(answer.begin(), answer.end(), u'\0'));
 }
 
 void OdbcSession::learn_server(const OdbcConnect& target) {
-  const auto ask = [&](SQLUSMALLINT what) {
-    std::array<char16_t, 128> answer{};
-    SQLSMALLINT length = 0;
-    connection_.check(connection_.api().get_info(
-        connection_.get(), what, answer.data(),
-        static_cast<SQLSMALLINT>(sizeof answer - sizeof(char16_t)), &length));
-    return Text(answer.begin(), std::find(answer.begin(), answer.end(), u'\0'));
-  };
-  is_sql_server_ =
-      target.for_sql_server || find_ignoring_case(ask(SQL_DBMS_NAME), u"SQL Server") != Text::npos;
-  if (!is_sql_server_) quote_mark_ = ask(SQL_IDENTIFIER_QUOTE_CHAR);
+  is_sql_server_ = target.for_sql_server ||
+                   find_ignoring_case(ask_driver(SQL_DBMS_NAME), u"SQL Server") != Text::npos;
+  if (!is_sql_server_) quote_mark_ = ask_driver(SQL_IDENTIFIER_QUOTE_CHAR);
 }
 
 void OdbcSession::set_options() {
@@ -174,8 +206,10 @@ void OdbcSession::execute(TextView statement) {
       run(statement)->finish();
       if (!is_set_statement(statement)) touched_data();
     });
-  } catch (const ado::ConnectionLost&) {
-    throw;
+  } catch (const ado::ConnectionLost& error) {
+    if (!holds_password) throw;
+    throw connection_lost({}, error.native(), error.sqlstate(),
+                          static_cast<AdoErrorNumber>(error.number()));
   } catch (const AdoError& error) {
     if (holds_password) throw without_statement_text(error);
     throw;
@@ -212,16 +246,46 @@ void OdbcSession::commit() {
 
 void OdbcSession::rollback() {
   bool gone = std::exchange(rolled_back_, false);
-  step([&] {
-    take_in_rest();
-    gone = std::exchange(rolled_back_, false) || gone;
-    // A driver that has not noticed asks the server to roll back what is no longer there, and
-    // takes its answer for a failure; so there is something to roll back.
-    if (gone) run(u"IF @@TRANCOUNT = 0 BEGIN TRANSACTION")->finish();
-    connection_.check(connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
-    set_auto_commit(true);
-  });
+  try {
+    step([&] {
+      take_in_rest();
+      gone = std::exchange(rolled_back_, false) || gone;
+      // A driver that has not noticed asks the server to roll back what is no longer there, and
+      // takes its answer for a failure; so there is something to roll back.
+      if (gone) run(u"IF @@TRANCOUNT = 0 BEGIN TRANSACTION")->finish();
+      connection_.check(
+          connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_ROLLBACK));
+      set_auto_commit(true);
+    });
+  } catch (const AdoError&) {
+    rolled_back_ = rolled_back_ || gone;
+    throw;
+  }
   in_transaction_ = false;
+}
+
+bool OdbcSession::alive() {
+  if (!lost_) lost_ = !answers();
+  return !lost_;
+}
+
+std::optional<std::vector<Text>> OdbcSession::columns_of(TextView table) {
+  std::vector<Text> names;
+  try {
+    step([&] {
+      const auto described = run(join({u"SELECT * FROM ", quote(table), u" WHERE 1 = 0"}));
+      for (const ado::Column& column : described->columns()) names.push_back(column.name);
+      described->finish();
+    });
+  } catch (const ado::ConnectionLost&) {
+    throw;
+  } catch (const AdoError& error) {
+    if (error.native() == kNativeNoSuchObject) return std::vector<Text>{};
+    // Without a right to read there is nothing to be told.
+    if (error.native() == 0) throw;
+    return std::nullopt;
+  }
+  return names;
 }
 
 std::vector<ado::HeldRow> OdbcSession::held_rows() {
@@ -249,17 +313,25 @@ std::vector<ado::HeldRow> OdbcSession::held_rows() {
 
 Handle OdbcSession::statement() {
   settle();
+  return make_statement(statement_timeout_);
+}
+
+Handle OdbcSession::make_statement(std::uint32_t timeout) {
   Handle statement = Handle::make(SQL_HANDLE_STMT, connection_);
-  // Texts go to the server as they stand; a driver that always looks for ODBC's own escapes in them
-  // may refuse to be told otherwise.
-  static_cast<void>(statement.api().set_stmt_attr(
-      statement.get(), SQL_ATTR_NOSCAN, reinterpret_cast<SQLPOINTER>(std::uintptr_t{SQL_NOSCAN_ON}),
-      SQL_IS_UINTEGER));
+  const auto set = [&](SQLINTEGER attribute, std::uintptr_t value) {
+    // A driver may refuse what it does not know, and is used all the same.
+    static_cast<void>(statement.api().set_stmt_attr(
+        statement.get(), attribute, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER));
+  };
+  // Texts go to the server as they stand; some drivers always look for ODBC's own escapes in them.
+  set(SQL_ATTR_NOSCAN, SQL_NOSCAN_ON);
+  set(SQL_ATTR_QUERY_TIMEOUT, timeout);
   return statement;
 }
 
-std::unique_ptr<Result> OdbcSession::run(TextView text) {
-  Handle handle = statement();
+std::unique_ptr<Result> OdbcSession::run(TextView text) { return run_on(statement(), text); }
+
+std::unique_ptr<Result> OdbcSession::run_on(Handle handle, TextView text) {
   const SQLRETURN result =
       handle.api().exec_direct(handle.get(), wide(text), static_cast<SQLINTEGER>(text.size()));
   // Drivers say "no data" of a delete or update that found no row.
@@ -353,10 +425,7 @@ void OdbcSession::set_auto_commit(bool on) {
 }
 
 void OdbcSession::require_usable() const {
-  if (lost_) {
-    throw ado::ConnectionLost(AdoErrorNumber::kUnspecified,
-                              u"The connection to the database server is lost.");
-  }
+  if (lost_) throw connection_lost();
   if (rolled_back_) {
     throw AdoError(AdoErrorNumber::kUnspecified,
                    u"The database server has rolled the transaction back.");
@@ -373,10 +442,16 @@ void OdbcSession::take_in_rest() {
 }
 
 void OdbcSession::look_after_error(const AdoError& error) {
-  const bool told_by_server = !error.sqlstate().empty();
-  if (!in_transaction_ || !is_sql_server_ || !told_by_server) return;
-  if (error.native() == ado::kNativeLockTimeout) return;  // which never ends a transaction
-  if (error.native() == kNativeDeadlock || !transaction_survived()) rolled_back_ = true;
+  if (error.sqlstate().empty()) return;  // neither the driver's nor the server's
+  if (in_transaction_ && is_sql_server_) {
+    if (error.native() == ado::kNativeLockTimeout) return;  // which never ends a transaction
+    if (error.native() == kNativeDeadlock || !transaction_survived()) rolled_back_ = true;
+  } else if (is_unclear(error) && !answers()) {
+    lost_ = true;
+  }
+  if (lost_ && is_unclear(error)) {
+    throw connection_lost(error.description(), error.native(), error.sqlstate());
+  }
 }
 
 bool OdbcSession::transaction_survived() {
@@ -393,8 +468,28 @@ bool OdbcSession::transaction_survived() {
     return false;
   } catch (const AdoError& error) {
     // A server that does not know the function has not said that the transaction is gone.
-    return error.native() != 0;
+    if (error.native() != 0) return true;
+    lost_ = is_unclear(error);
+    if (lost_) leave_transaction();
+    return false;
   }
+}
+
+// Asked also where the transaction is gone, so no step.
+bool OdbcSession::answers() {
+  try {
+    take_in_rest();
+    const std::uint32_t timeout =
+        statement_timeout_ == 0 ? kProbeTimeout : std::min(kProbeTimeout, statement_timeout_);
+    run_on(make_statement(timeout), u"SELECT 1")->finish();
+  } catch (const ado::ConnectionLost&) {
+    return false;
+  } catch (const AdoError& error) {
+    if (!is_unclear(error)) return true;
+    leave_transaction();
+    return false;
+  }
+  return true;
 }
 
 }  // namespace tarnwick::odbc

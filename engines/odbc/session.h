@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "ado/engine.h"
@@ -24,9 +25,14 @@ class OdbcRowset;
 ///
 /// When the server itself rolls a transaction back (a deadlock's victim above all), the session
 /// does not pretend to hold it: until the rollback is asked for, every further step is refused.
+///
+/// Whatever the server is asked for ends after a time, on FreeTDS too (on others a commit ends when
+/// their network layer gives up). A driver that complains of
+/// nothing in particular is not believed to have a connection until a statement was answered.
 class OdbcSession final : public ado::EngineSession {
  public:
-  OdbcSession(OdbcApi& api, const ado::ConnectionString& string);
+  /// `statement_timeout`: seconds that a statement may take; 0 for ever.
+  OdbcSession(OdbcApi& api, const ado::ConnectionString& string, std::uint32_t statement_timeout);
   ~OdbcSession() override;
   OdbcSession(const OdbcSession&) = delete;
   OdbcSession& operator=(const OdbcSession&) = delete;
@@ -37,6 +43,8 @@ class OdbcSession final : public ado::EngineSession {
   void begin() override;
   void commit() override;
   void rollback() override;
+  [[nodiscard]] bool alive() override;
+  [[nodiscard]] std::optional<std::vector<Text>> columns_of(TextView table) override;
   [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;
 
   // For the session's rowsets.
@@ -55,7 +63,8 @@ class OdbcSession final : public ado::EngineSession {
   /// where it has none. Only inside a step.
   [[nodiscard]] const std::vector<Text>& key_columns(const TableSelect& table);
 
-  /// Takes note where the server has rolled the transaction back. For errors met outside a step.
+  /// Takes note where the server has rolled the transaction back. Throws ConnectionLost where an
+  /// unclear error turns out to be the connection's end. For errors met outside a step.
   void look_after_error(const ado::AdoError& error);
   /// Takes note that the transaction has read or written rows.
   void touched_data() { touched_data_ = true; }
@@ -69,6 +78,8 @@ class OdbcSession final : public ado::EngineSession {
 
  private:
   void connect(const OdbcConnect& target);
+  void log_in(TextView text, TextView password);
+  [[nodiscard]] Text ask_driver(SQLUSMALLINT what) const;
   void learn_server(const OdbcConnect& target);
   void set_options();
   void match_isolation();
@@ -77,7 +88,11 @@ class OdbcSession final : public ado::EngineSession {
   void require_usable() const;
   void take_in_rest();
   void settle();
+  [[nodiscard]] Handle make_statement(std::uint32_t timeout);
+  [[nodiscard]] static std::unique_ptr<Result> run_on(Handle statement, TextView text);
   [[nodiscard]] bool transaction_survived();
+  [[nodiscard]] bool answers();
+  void leave_transaction();
   [[nodiscard]] std::vector<Text> read_key(const TableSelect& table, bool primary);
   [[nodiscard]] std::vector<Text> ask_for_key(const TableSelect& table, bool primary);
 
@@ -85,6 +100,7 @@ class OdbcSession final : public ado::EngineSession {
   Handle connection_;
   bool is_sql_server_ = false;
   Text quote_mark_;
+  std::uint32_t statement_timeout_;
   std::map<Text, std::vector<Text>> keys_;
   OdbcRowset* reading_ = nullptr;
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr TextView kProviders[] = {u"Tarnwick.Embedded"};
 constexpr TextView kFolderItem = u"Data Source";
-constexpr TextView kItems[] = {u"Provider", kFolderItem, u"OLE DB Services"};
+constexpr TextView kItems[] = {u"Provider", kFolderItem};
 
 [[noreturn]] void refuse(Text description) {
   throw ado::AdoError(ado::AdoErrorNumber::kInvalidArgument, std::move(description));
@@ -21,6 +21,7 @@ constexpr TextView kItems[] = {u"Provider", kFolderItem, u"OLE DB Services"};
 
 std::filesystem::path folder_of(const ado::ConnectionString& string) {
   for (const auto& item : string.items()) {
+    if (ado::ConnectionString::is_for_ole_db(item.name)) continue;
     if (std::none_of(std::begin(kItems), std::end(kItems),
                      [&](TextView known) { return equals_ignoring_case(item.name, known); })) {
       refuse(join(

@@ -14,6 +14,15 @@ each for the next request whose line in the log holds TEXT:
   STAND_IN DROP 'TEXT'                        the connection is cut before anything is done
   STAND_IN CUT 'TEXT'                         the connection is cut in the middle of the answer,
                                               among the rows if there are any
+  STAND_IN DONE 'TEXT'                        the connection is cut after all was done
+  STAND_IN RESET 'TEXT'                       the connection is reset before anything is done
+  STAND_IN HALF 'TEXT'                        nothing is done, the server's half is closed and
+                                              what comes over the other one is read and passed over
+  STAND_IN SLOW 'TEXT'                        nothing is done; answered only once it is cancelled
+  STAND_IN SILENT 'TEXT'                      nothing is done or answered on this connection any more
+  STAND_IN STALL 'TEXT'                       silent in the middle of the answer, where CUT cuts
+
+STAND_IN CLIENT answers with what the client said of itself at the login.
 """
 
 import argparse
@@ -68,6 +77,8 @@ class Server:
             self.log.flush()
 
     def take_fault(self, line):
+        if line.startswith("batch STAND_IN"):
+            return None
         for fault in self.faults:
             if fault.text in line:
                 self.faults.remove(fault)
@@ -83,6 +94,7 @@ class Session(Locking):
         self.role = None
         self.database_name = "master"
         self.descriptor = 0
+        self.is_silent = False
         self.notices = b""  # tokens that stand before the next answer
 
     # --- Requests ----------------------------------------------------------------------------------
@@ -104,6 +116,8 @@ class Session(Locking):
             self.sock.close()
 
     def answer(self, kind, content):
+        if self.is_silent:
+            return None
         if kind == wire.PRELOGIN:
             return wire.prelogin_answer()
         if kind == wire.LOGIN:
@@ -117,14 +131,32 @@ class Session(Locking):
         statement = wire.read_batch(content)
         return self.answer_statement("batch " + statement, statement, None)
 
+    def suffer(self, fault):
+        """What a fault does to the connection before anything is done: true where the request stays
+        without an answer."""
+        if fault is None:
+            return False
+        if fault.kind == "RESET":
+            self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        if fault.kind in ("DROP", "RESET"):
+            raise wire.Closed
+        if fault.kind == "HALF":
+            self.end_transaction(commit=False)
+            self.sock.shutdown(socket.SHUT_WR)
+        self.is_silent = fault.kind in ("HALF", "SILENT")
+        return self.is_silent or fault.kind == "SLOW"
+
     def log_in(self, login):
-        self.server.write_log(
-            self, f"login user={login['user']} application={login['application']} "
-                  f"database={login['database']}")
+        line = f"login user={login['user']} application={login['application']} " \
+               f"database={login['database']}"
+        self.server.write_log(self, line)
+        if self.suffer(self.server.take_fault(line)):
+            return None
         if self.server.logins.get(login["user"]) != login["password"]:
             return wire.message(18456, f"Login failed for user '{login['user']}'.", 14) + wire.done(
                 failed=True)
         self.user = login["user"]
+        self.login = login
         self.set_database(login["database"] or "master")
         return wire.login_answer(self.database_name) + wire.done()
 
@@ -162,13 +194,13 @@ class Session(Locking):
     def answer_statement(self, line, statement, bound, in_procedure=False):
         self.server.write_log(self, line)
         fault = self.server.take_fault(line)
+        if self.suffer(fault):
+            return None
         answer, kept = b"", 0
         last = 0xFE if in_procedure else 0xFD
         mark = len(self.undo)
         was_in_transaction = self.in_transaction
         try:
-            if fault and fault.kind == "DROP":
-                raise wire.Closed
             if fault and fault.kind == "ROLL_BACK":
                 self.end_transaction(commit=False)
             if fault and fault.kind in ("FAIL", "ROLL_BACK"):
@@ -195,11 +227,16 @@ class Session(Locking):
             self.end_statement()
             answer += wire.message(error.number, error.text, error.severity)
             answer += wire.done(failed=True, kind=last)
-        if fault and fault.kind == "CUT":
+        if fault and fault.kind == "DONE":
+            raise wire.Closed
+        if fault and fault.kind in ("CUT", "STALL"):
             # Behind the columns: FreeTDS ends the whole program where their description breaks off.
             part = answer[:max(kept, len(answer) // 2)][:wire.PACKET_SIZE - 8]
             self.sock.sendall(struct.pack(">BBHHBB", wire.ANSWER, 0, len(part) + 8, 0, 1, 0) + part)
-            raise wire.Closed
+            if fault.kind == "CUT":
+                raise wire.Closed
+            self.is_silent = True
+            return None
         return answer
 
     @staticmethod
@@ -210,10 +247,10 @@ class Session(Locking):
         line = {5: "begin", 7: "commit", 8: "rollback"}[request]
         self.server.write_log(self, "transaction " + line + (" begin" if begins else ""))
         fault = self.server.take_fault("transaction " + line)
-        if fault and fault.kind == "DROP":
-            raise wire.Closed
+        if self.suffer(fault):
+            return None
         try:
-            if fault:
+            if fault and fault.error:
                 raise fault.error
             if request != 5 and not self.in_transaction:
                 raise SqlError(3902 if request == 7 else 3903,
@@ -230,6 +267,8 @@ class Session(Locking):
             answer += wire.environment(9 if request == 7 else 10, b"\0", old)
             if begins:
                 answer += self.begin()
+        if fault and fault.kind in ("CUT", "DONE"):
+            raise wire.Closed
         return answer + wire.done()
 
     def begin(self):
@@ -340,11 +379,17 @@ class Session(Locking):
                  Type("int"), Type("int"), Type("smallint"), Type("smallint")]
         return list(zip(names, kinds)), []
 
+    def client(self, match):
+        names = ["host", "language", "packet_size", "intent"]
+        return ([(name, Type("nvarchar", 128)) for name in names],
+                [[str(self.login[name]) for name in names]])
+
     def order_fault(self, match):
         self.server.faults.append(Fault(*match.groups()))
 
 
 ORDERS = [
+    (r"STAND_IN CLIENT$", Session.client),
     (r"STAND_IN (\w+) '((?:[^']|'')*)'(?: (\d+) '(.*)')?$", Session.order_fault),
     (r"SET TRANSACTION ISOLATION", lambda session, match: None),
     (r"SET [A-Z_, ]+ [-\w]+(\s*;\s*SET [A-Z_, ]+ [-\w]+)*\s*;?$", Session.set_options),

@@ -61,9 +61,21 @@ StandIn::StandIn() {
 }
 
 StandIn::~StandIn() {
+  end();
   close(input_);
+}
+
+void StandIn::freeze() {
+  kill(process_, SIGSTOP);
+  // It is stopped only once the system says so.
+  waitpid(process_, nullptr, WUNTRACED);
+}
+
+void StandIn::end() {
+  if (process_ < 0) return;
   kill(process_, SIGKILL);
   waitpid(process_, nullptr, 0);
+  process_ = -1;
 }
 
 Text StandIn::data_source() const { return join({u"127.0.0.1,", from_utf8(port_)}); }

@@ -38,6 +38,12 @@ class StandIn {
   void order(TextView fault);
   void run(TextView statement);
 
+  /// From now on the server takes connections and bytes and says nothing, like a machine that
+  /// hangs.
+  void freeze();
+  /// Ends it at once, as when its machine is switched off.
+  void end();
+
   /// What was asked of the server since the last call, the numbers of the sessions left out; what
   /// the administrator asked by `order` and `run` included.
   [[nodiscard]] std::vector<std::string> take_log();

@@ -116,7 +116,8 @@ def read_login(data):
         if name == "password":
             raw = bytes(((b ^ 0xA5) << 4 | (b ^ 0xA5) >> 4) & 0xFF for b in raw)
         fields[name] = "" if name == "extension" else raw.decode("utf-16-le")
-    fields["version"] = struct.unpack_from("<I", data, 4)[0]
+    fields["version"], fields["packet_size"] = struct.unpack_from("<II", data, 4)
+    fields["intent"] = "ReadOnly" if data[26] & 0x20 else "ReadWrite"
     return fields
 
 

@@ -166,21 +166,113 @@ TEST(ConnectionKeywords, RefuseADemandThatTheDriverWouldDropWithoutAWord) {
 }
 
 TEST(ConnectionKeywords, NameAnItemThatTheyDoNotKnowAndNeverItsValue) {
-  for (const TextView item : {u"Packet Size", u"Workstation ID", u"Driver", u"Colour"}) {
+  for (const TextView item : {u"Old Password", u"Server", u"Driver", u"Colour"}) {
     const Text why =
         refusal(join({u"Provider=SQLOLEDB;Data Source=h;", item, u"=seekrit"}), kMicrosoft18);
     EXPECT_EQ(why, join({u"The connection string item \"", item, u"\" is not known."}));
   }
 }
 
+TEST(ConnectionKeywords, PassOverWhatOnlyTheOleDbRunTimeOrAnotherEngineMinds) {
+  const TextView plain = u"Provider=SQLOLEDB.1;Data Source=h;User ID=u";
+  const TextView dialogs =
+      u";Persist Security Info=False;Prompt=4;Window Handle=0;Locale Identifier=1033;"
+      u"Auto Translate=True;Use Procedure for Prepare=1;Tag with column collation when possible="
+      u"False;DataTypeCompatibility=0;MARS Connection=False;MultipleActiveResultSets=True;"
+      u"Mode=ReadWrite;Extended Properties=\"\";Initial File Name=\"\";Network Library=DBMSSOCN;"
+      u"Failover Partner=\"\";Server SPN=\"\";Workstation ID=\"\";Current Language=\"\";"
+      u"Packet Size=0;Application Intent=READWRITE;MultiSubnetFailover=False;"
+      u"Replication server name connect option=\"\"";
+  for (const auto& drivers : {kFreeTds, kMicrosoft18, kMicrosoft17, kMicrosoftOld}) {
+    EXPECT_EQ(text(join({plain, dialogs}), drivers), text(plain, drivers));
+  }
+}
+
+TEST(ConnectionKeywords, UseWhatTheDriverHasAWordFor) {
+  const TextView string =
+      u"Provider=SQLNCLI11;Data Source=h;User ID=u;Workstation ID=DESK-1;Current Language=Deutsch;"
+      u"Packet Size=8192;Application Intent=ReadOnly;MultiSubnetFailover=True;"
+      u"Initial File Name=C:\\dw.mdf";
+  EXPECT_EQ(
+      text(string, kMicrosoft18),
+      u"Driver={ODBC Driver 18 for SQL Server};Server=h;AttachDBFileName=C:\\dw.mdf;UID=u;PWD=;"
+      u"WSID=DESK-1;Language=Deutsch;ApplicationIntent=ReadOnly;MultiSubnetFailover=Yes;"
+      u"Encrypt=no;");
+  EXPECT_EQ(connect(string, kMicrosoft18).packet_size, 8192u);
+  EXPECT_EQ(
+      text(string, kFreeTds),
+      u"Driver={FreeTDS};Server=h;Port=1433;TDS_Version=7.4;AttachDbFilename=C:\\dw.mdf;UID=u;"
+      u"PWD=;WSID=DESK-1;Language=Deutsch;ApplicationIntent=ReadOnly;PacketSize=8192;"
+      u"Encryption=request;");
+  EXPECT_EQ(connect(string, kFreeTds).packet_size, std::nullopt);
+  EXPECT_EQ(refusal(string, kMicrosoftOld),
+            u"The connection string item \"Application Intent\" asks for what the installed ODBC "
+            u"driver cannot do.");
+}
+
+TEST(ConnectionKeywords, LetNoValueSmuggleAnotherWordIn) {
+  for (const TextView item :
+       {u"Workstation ID", u"Current Language", u"Initial File Name", u"Application Name"}) {
+    const Text string =
+        join({u"Provider=SQLOLEDB;Data Source=h;User ID=u;", item, u"=\"a;Server=evil;x={b\""});
+    EXPECT_NE(text(string, kMicrosoft18).find(u"={a;Server=evil;x={b};"), Text::npos);
+    EXPECT_NE(text(string, kFreeTds).find(u"={a;Server=evil;x={b};"), Text::npos);
+    const Text closing =
+        join({u"Provider=SQLOLEDB;Data Source=h;User ID=u;", item, u"=\"a};Server=evil\""});
+    EXPECT_NE(text(closing, kMicrosoft18).find(u"={a}};Server=evil};"), Text::npos);
+    EXPECT_EQ(refusal(closing, kFreeTds),
+              join({u"The connection string item \"", item,
+                    u"\" holds \"};\", which the installed ODBC driver cannot be given."}));
+  }
+  for (const TextView value : {u"8192;Server=evil", u"-1", u"511", u"32768", u"", u"8k"}) {
+    EXPECT_EQ(refusal(join({u"Provider=SQLOLEDB;Data Source=h;Packet Size=\"", value, u"\""}),
+                      kMicrosoft18),
+              u"The connection string item \"Packet Size\" is no size from 512 to 32767.");
+  }
+  EXPECT_EQ(
+      refusal(u"Provider=SQLOLEDB;Data Source=h;Application Intent=\"ReadOnly;x=y\"", kFreeTds),
+      u"The connection string item \"Application Intent\" has a value that is not known.");
+}
+
+TEST(ConnectionKeywords, RefuseADemandThatIsNotServed) {
+  for (const TextView item : {u"Extended Properties", u"Failover Partner", u"Server SPN",
+                              u"Network Address", u"Authentication"}) {
+    EXPECT_EQ(
+        refusal(join({u"Provider=SQLOLEDB;Data Source=h;", item, u"=seekrit"}), kMicrosoft18),
+        join({u"The connection string item \"", item, u"\" asks for what is not supported."}));
+  }
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=h;Network Library=DBNMPNTW", kMicrosoft18),
+            u"The connection string item \"Network Library\" asks for another protocol than "
+            u"TCP/IP.");
+}
+
+TEST(ConnectionKeywords, OfOdbcMayStandInTheDialogsExtendedProperties) {
+  const OdbcConnect target = connect(
+      u"Provider=MSDASQL.1;Persist Security Info=False;User ID=ann;Extended Properties=\"Driver="
+      u"{FreeTDS};Server=h;UID=bob;PWD={a;b};\"",
+      {});
+  EXPECT_EQ(target.text, u"UID=ann;Driver={FreeTDS};Server=h;PWD={a;b};");
+  EXPECT_EQ(target.password, u"a;b");
+  EXPECT_TRUE(target.for_free_tds);
+}
+
+TEST(ConnectionKeywords, TellFreeTdsItsTimeLimitInFrontOfOdbcsOwnItems) {
+  const OdbcConnect target =
+      connect(u"Provider=MSDASQL;Driver={FreeTDS};Server=h;Timeout=9;General Timeout=7", {});
+  EXPECT_EQ(target.text, u"Driver={FreeTDS};Server=h;Timeout=9;");
+  EXPECT_EQ(target.general_timeout, 7u);
+  EXPECT_EQ(with_free_tds_timeout(target.text, 7),
+            u"Timeout=7;Driver={FreeTDS};Server=h;Timeout=9;");
+}
+
 TEST(ConnectionKeywords, TakeATimeoutInSeconds) {
   const auto timeout = [](TextView value) {
     return connect(join({u"Provider=SQLOLEDB;Data Source=h;Connect Timeout=", value}), kFreeTds)
-        .timeout;
+        .connect_timeout;
   };
   EXPECT_EQ(timeout(u"0"), 0u);
   EXPECT_EQ(timeout(u"15"), 15u);
-  EXPECT_EQ(connect(u"Provider=SQLOLEDB;Data Source=h", kFreeTds).timeout, std::nullopt);
+  EXPECT_EQ(connect(u"Provider=SQLOLEDB;Data Source=h", kFreeTds).connect_timeout, std::nullopt);
   for (const TextView value : {u"-1", u"soon", u"32768", u""}) {
     EXPECT_EQ(refusal(join({u"Provider=SQLOLEDB;Data Source=h;Connect Timeout=", value}), kFreeTds),
               u"The connection string item \"Connect Timeout\" is no number of seconds.");
@@ -260,7 +352,7 @@ TEST(ConnectionKeywords, OfOleDbHaveAnotherNameInOdbc) {
       {});
   EXPECT_EQ(target.text, u"DSN=tarnwick;UID=ann;PWD=secret;Database=Velmar_Sec;");
   EXPECT_EQ(target.password, u"secret");
-  EXPECT_EQ(target.timeout, 7u);
+  EXPECT_EQ(target.connect_timeout, 7u);
 }
 
 TEST(ConnectionKeywords, OfOdbcKeepTheirBracesAndGetThemWhereQuotesStoodForThem) {

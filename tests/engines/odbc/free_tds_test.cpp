@@ -4,28 +4,22 @@
 #include <optional>
 
 #include "ado/error.h"
-#include "engines/odbc/result.h"
-#include "tests/engines/fetched_rows.h"
-#include "tests/engines/odbc/errors.h"
 #include "tests/engines/odbc/faulty_odbc.h"
-#include "tests/stand_in/stand_in.h"
+#include "tests/engines/odbc/free_tds_fixture.h"
 
 // The real driver manager and the real FreeTDS on a stand-in for the server: what goes over the
-// wire, and what the driver makes of a server's errors and of its end.
+// wire, and what the driver makes of a server's errors. free_tds_loss_test.cpp: of its end.
 
 namespace tarnwick::odbc_test {
 namespace {
 
 using ado::AdoErrorNumber;
-using engine_contract::FetchedRows;
-using test_support::StandIn;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr TextView kSales = u"Select * From DW_Reports Where ReportName = 'Sales'";
 constexpr const char* kOptions =
     "batch SET TEXTSIZE 2147483647; SET NOCOUNT OFF; SET XACT_ABORT OFF; SET ANSI_NULLS, "
     "ANSI_PADDING, ANSI_WARNINGS, QUOTED_IDENTIFIER ON; SET LOCK_TIMEOUT -1";
@@ -34,53 +28,6 @@ constexpr const char* kIsolation =
     "is_read_committed_snapshot_on = 1) SET TRANSACTION ISOLATION LEVEL REPEATABLE READ ELSE SET "
     "TRANSACTION ISOLATION LEVEL READ COMMITTED";
 
-class FreeTdsTest : public testing::Test {
- protected:
-  FreeTdsTest() { server_.make_database(); }
-
-  std::unique_ptr<ado::EngineSession> connect(TextView more_items = {}) {
-    return engine_.connect(
-        ado::ConnectionString::parse(join({server_.connection_string(), more_items})));
-  }
-
-  /// In the database and the role, with an empty log.
-  std::unique_ptr<ado::EngineSession> open_session() {
-    auto session = connect();
-    session->set_default_database(u"Velmar_Sec");
-    session->execute(
-        join({u"EXEC sp_setapprole '", StandIn::kRole, u"','", StandIn::kRolePassword, u"'"}));
-    session->execute(u"SET LOCK_TIMEOUT 100");
-    (void)server_.take_log();
-    return session;
-  }
-
-  /// The same with the report Sales.
-  std::unique_ptr<ado::EngineSession> session_with_sales() {
-    auto session = open_session();
-    session->execute(u"Insert Into DW_Reports (ReportName, Title) Values ('Sales', 'Old')");
-    (void)server_.take_log();
-    return session;
-  }
-
-  static FetchedRows read(ado::EngineSession& session, TextView statement) {
-    return FetchedRows(session.open({.statement = statement,
-                                     .location = ado::CursorLocation::kClient,
-                                     .type = ado::CursorType::kStatic,
-                                     .lock = ado::LockType::kOptimistic}),
-                       odbc::kAllRows);
-  }
-  static FetchedRows hold(ado::EngineSession& session) {
-    return FetchedRows(session.open({.statement = kSales,
-                                     .location = ado::CursorLocation::kServer,
-                                     .type = ado::CursorType::kDynamic,
-                                     .lock = ado::LockType::kPessimistic}),
-                       1);
-  }
-
-  StandIn server_;
-  odbc::OdbcEngine engine_;
-};
-
 // --- Connecting --------------------------------------------------------------------------------
 
 TEST_F(FreeTdsTest, OleDbItemsArriveAtTheServer) {
@@ -88,6 +35,29 @@ TEST_F(FreeTdsTest, OleDbItemsArriveAtTheServer) {
       u";Initial Catalog=Velmar_Sec;Application Name=Desk;Connect Timeout=5;OLE DB Services=-2");
   EXPECT_THAT(server_.take_log(), ElementsAre("login user=sa application=Desk database=Velmar_Sec",
                                               kOptions, kIsolation));
+}
+
+TEST_F(FreeTdsTest, ItemsThatFreeTdsHasAWordForArriveAtTheServer) {
+  const auto session = connect(
+      u";Workstation ID=DESK-1;Current Language=Deutsch;Packet Size=8192;Application Intent="
+      u"ReadOnly;Persist Security Info=False;Auto Translate=True;MultipleActiveResultSets=False");
+  const auto client = read(*session, u"STAND_IN CLIENT");
+  EXPECT_EQ(client.value(u"host"), Variant(Text(u"DESK-1")));
+  EXPECT_EQ(client.value(u"language"), Variant(Text(u"Deutsch")));
+  EXPECT_EQ(client.value(u"packet_size"), Variant(Text(u"8192")));
+  EXPECT_EQ(client.value(u"intent"), Variant(Text(u"ReadOnly")));
+}
+
+TEST_F(FreeTdsTest, ColumnsAreThoseThatTheServerShows) {
+  const auto session = connect();
+  session->set_default_database(u"Velmar_Sec");
+  EXPECT_EQ(session->columns_of(u"No_Such_Table"), std::vector<Text>{});
+  const auto columns = session->columns_of(u"DW_Reports");
+  ASSERT_TRUE(columns);
+  EXPECT_EQ(columns->size(), 16u);
+  EXPECT_THAT(*columns, Contains(Text(u"Version")));
+  server_.order(u"FAIL 'WHERE 1 = 0' 229 'The SELECT permission was denied'");
+  EXPECT_EQ(session->columns_of(u"DW_Reports"), std::nullopt);
 }
 
 TEST_F(FreeTdsTest, APasswordMayHoldWhatMeansSomethingInAConnectionString) {
@@ -308,91 +278,6 @@ TEST_F(FreeTdsTest, ACommitThatTheServerRefusesLeavesTheTransactionToBeRolledBac
   EXPECT_EQ(read(*session, kSales).value(u"Title"), Variant(Text(u"Newer")));
 }
 
-// --- The server's end --------------------------------------------------------------------------
-
-struct LostCase {
-  TextView fault;
-  void (*step)(ado::EngineSession&, FetchedRows&);
-};
-
-TEST_F(FreeTdsTest, AConnectionThatIsCutInATransactionIsLostWhereverItIsCut) {
-  const LostCase cases[] = {
-      {u"DROP 'SET [Title]'",
-       [](auto&, auto& held) {
-         held.update({{u"Title", Text(u"New")}});
-       }},
-      {u"CUT 'SET [Title]'",
-       [](auto&, auto& held) {
-         held.update({{u"Title", Text(u"New")}});
-       }},
-      {u"DROP 'SET [Report_Binary]'",
-       [](auto&, auto& held) {
-         held.update({{u"Report_Binary", Bytes(5'000'000, std::byte{7})}});
-       }},
-      {u"DROP 'INSERT INTO'",
-       [](auto&, auto& held) {
-         held.insert({{u"ReportName", Text(u"Stock")}});
-       }},
-      {u"DROP 'Delete'", [](auto& session, auto&) { session.execute(u"Delete From DW_Reports"); }},
-      {u"DROP 'Select'", [](auto& session, auto&) { (void)read(session, kSales); }},
-      {u"CUT 'Select'", [](auto& session, auto&) { (void)read(session, kSales); }},
-      {u"DROP 'transaction commit'", [](auto& session, auto&) { session.commit(); }},
-      {u"DROP 'transaction rollback'", [](auto& session, auto&) { session.rollback(); }},
-  };
-  (void)session_with_sales();
-  for (const LostCase& lost : cases) {
-    SCOPED_TRACE(to_utf8(lost.fault));
-    auto session = open_session();
-    session->begin();
-    std::optional<FetchedRows> held(hold(*session));
-    held->update({{u"Author", Text(u"Ann")}});
-    server_.order(lost.fault);
-    EXPECT_THROW(lost.step(*session, *held), ado::ConnectionLost);
-    (void)server_.take_log();
-    EXPECT_THROW(held->update({{u"Title", Text(u"New")}}), ado::ConnectionLost);
-    EXPECT_THROW(session->execute(u"SET LOCK_TIMEOUT 100"), ado::ConnectionLost);
-    EXPECT_THROW(session->commit(), ado::ConnectionLost);
-    held.reset();
-    session.reset();
-    EXPECT_THAT(server_.take_log(), IsEmpty());
-    // Nothing is held, and nothing was written.
-    const auto other = open_session();
-    other->begin();
-    const auto row = hold(*other);
-    ASSERT_EQ(row.size(), 1u);
-    EXPECT_EQ(row.value(u"Title"), Variant(Text(u"Old")));
-    EXPECT_TRUE(is_null(row.value(u"Author")));
-    other->rollback();
-  }
-}
-
-TEST_F(FreeTdsTest, AConnectionThatIsCutAtTheBeginIsLost) {
-  const auto session = session_with_sales();
-  server_.order(u"DROP 'transaction begin'");
-  EXPECT_THROW(session->begin(), ado::ConnectionLost);
-}
-
-TEST_F(FreeTdsTest, AConnectionThatIsCutAmongTheRowsIsLostAndNoShortResult) {
-  const auto session = open_session();
-  auto rows = read(*session, u"Select * From DW_SEC_PC");
-  session->begin();
-  for (std::int16_t i = 1; i <= 400; ++i) {
-    rows.insert({{u"MACNbr", Text(50, u'm')},
-                 {u"ComputerID", Text(u"P")},
-                 {u"CompID", i},
-                 {u"MaintType", std::int32_t{5}},
-                 {u"ActiveStatus", true},
-                 {u"ImageIndex", i}});
-  }
-  session->commit();
-  server_.order(u"CUT 'From DW_SEC_PC'");
-  EXPECT_THROW((void)read(*session, u"Select * From DW_SEC_PC"), ado::ConnectionLost);
-}
-
-// --- Calls that fail ---------------------------------------------------------------------------
-
-// Without long values: this driver cannot cancel a statement that waits for one, and a call that
-// never reaches it leaves it waiting.
 TEST_F(FreeTdsTest, WhicheverCallFailsARowIsMaintainedAsAWholeOrNotAtAll) {
   const auto observer = session_with_sales();
   observer->execute(u"SET LOCK_TIMEOUT 10000");

@@ -310,7 +310,7 @@ TEST_F(OdbcRowsetTest, LongValuesGoOutInPieces) {
 TEST_F(OdbcRowsetTest, AStatementThatFailsAmongItsPiecesIsCancelled) {
   const auto rowset = read();
   const Variant file = Bytes(2'500'000);
-  odbc_.put_error = Diagnostic{"HY000", 0, u"no room"};
+  odbc_.put_error = Diagnostic{"HY001", 0, u"no room"};
   (void)odbc_.take_log();
   EXPECT_EQ(error_of([&] { rowset->insert({{{3, &file}}}); }).description(), u"no room");
   EXPECT_THAT(odbc_.take_log(), ElementsAre(u"cancel"));

@@ -135,6 +135,12 @@ SQLRETURN ScriptedOdbc::set_connect_attr(SQLHDBC dbc, SQLINTEGER attribute, SQLP
     case SQL_ATTR_LOGIN_TIMEOUT:
       log(join({u"login timeout ", decimal(static_cast<std::int64_t>(number))}));
       break;
+    case SQL_ATTR_CONNECTION_TIMEOUT:
+      log(join({u"general timeout ", decimal(static_cast<std::int64_t>(number))}));
+      break;
+    case SQL_ATTR_PACKET_SIZE:
+      log(join({u"packet size ", decimal(static_cast<std::int64_t>(number))}));
+      break;
     default:
       break;
   }
@@ -165,7 +171,9 @@ SQLRETURN ScriptedOdbc::disconnect(SQLHDBC /*dbc*/) {
 
 SQLRETURN ScriptedOdbc::get_info(SQLHDBC /*dbc*/, SQLUSMALLINT type, SQLPOINTER value,
                                  SQLSMALLINT capacity, SQLSMALLINT* length) {
-  const Text answer = type == SQL_DBMS_NAME ? dbms : Text(u"\"");
+  Text answer = u"\"";
+  if (type == SQL_DBMS_NAME) answer = dbms;
+  if (type == SQL_DRIVER_NAME) answer = driver_file;
   copy_text(answer, static_cast<SQLWCHAR*>(value),
             static_cast<SQLSMALLINT>(static_cast<std::size_t>(capacity) / sizeof(char16_t)),
             length);

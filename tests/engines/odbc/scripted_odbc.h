@@ -64,6 +64,7 @@ class ScriptedOdbc final : public odbc::OdbcApi {
   // How the driver behaves.
   std::vector<Text> installed{u"FreeTDS"};
   Text dbms = u"Microsoft SQL Server";
+  Text driver_file = u"libodbc_driver.so";
   bool logs_options = false;
   std::vector<odbc::Diagnostic> connect_errors;
   std::optional<odbc::Diagnostic> database_error;

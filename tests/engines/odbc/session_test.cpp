@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "engines/odbc/engine.h"
 #include "tests/engines/odbc/errors.h"
 #include "tests/engines/odbc/scripted_odbc.h"
@@ -39,8 +41,10 @@ TEST_F(OdbcSessionTest, APoolIsSwitchedOffBeforeTheConnectionIsMade) {
       log_of_connect_,
       ElementsAre(
           u"pooling off", u"login timeout 9",
-          u"connect Driver={FreeTDS};Server=h;Port=1433;TDS_Version=7.4;UID=ann;PWD=opensesame;"
+          u"connect "
+          u"Timeout=30;Driver={FreeTDS};Server=h;Port=1433;TDS_Version=7.4;UID=ann;PWD=opensesame;"
           u"Encryption=request;",
+          u"general timeout 30",
           u"exec SET TEXTSIZE 2147483647; SET NOCOUNT OFF; SET XACT_ABORT OFF; SET ANSI_NULLS, "
           u"ANSI_PADDING, ANSI_WARNINGS, QUOTED_IDENTIFIER ON; SET LOCK_TIMEOUT -1",
           u"exec IF EXISTS (SELECT 1 FROM sys.databases WHERE database_id = DB_ID() AND "
@@ -52,7 +56,8 @@ TEST_F(OdbcSessionTest, AnotherServersOptionsAreNotTouched) {
   odbc_.dbms = u"SQLite";
   odbc_.logs_options = true;
   const auto session = connect(u"Provider=MSDASQL;DSN=x");
-  EXPECT_THAT(log_of_connect_, ElementsAre(u"pooling off", u"connect DSN=x;"));
+  EXPECT_THAT(log_of_connect_, ElementsAre(u"pooling off", u"login timeout 15", u"connect DSN=x;",
+                                           u"general timeout 30"));
 }
 
 TEST_F(OdbcSessionTest, AProviderForSqlServerNeedsNoNameOfTheServerToLockRows) {
@@ -174,6 +179,31 @@ TEST_F(OdbcSessionTest, EveryKindOfErrorHasItsNumber) {
     EXPECT_EQ(error.native(), expected.native);
     EXPECT_EQ(error.sqlstate(), expected.sqlstate);
     EXPECT_EQ(error.description(), u"the driver's text");
+  }
+}
+
+TEST_F(OdbcSessionTest, EveryErrorIsOfAKind) {
+  using ado::FailureKind;
+  const auto session = connect();
+  for (const auto& [state, native, kind] : {std::tuple{"40001", 1205, FailureKind::kDeadlock},
+                                            std::tuple{"42000", 9002, FailureKind::kDiskFull},
+                                            std::tuple{"42000", 1105, FailureKind::kDiskFull},
+                                            std::tuple{"42000", 1101, FailureKind::kDiskFull},
+                                            std::tuple{"23000", 2627, FailureKind::kRefused},
+                                            std::tuple{"42000", 229, FailureKind::kRefused},
+                                            std::tuple{"42000", 102, FailureKind::kRefused},
+                                            std::tuple{"22001", 2628, FailureKind::kRefused},
+                                            std::tuple{"HY000", 823, FailureKind::kOther}}) {
+    odbc_.on(u"EXEC x", {fails(state, native, u"the driver's text")});
+    EXPECT_EQ(error_of([&] { session->execute(u"EXEC x"); }).kind(), kind) << native;
+    session->begin();
+    odbc_.commit_error = Diagnostic{state, native, u"the driver's text"};
+    const auto error = error_of([&] { session->commit(); });
+    EXPECT_EQ(error.kind(), kind) << native;
+    EXPECT_EQ(error.native(), native);
+    EXPECT_EQ(error.sqlstate(), state);
+    EXPECT_EQ(error.description(), u"the driver's text");
+    session->rollback();
   }
 }
 
@@ -373,7 +403,8 @@ TEST_F(OdbcSessionTest, AfterALostConnectionNothingIsSentAnyMore) {
     FAIL();
   } catch (const ado::ConnectionLost& error) {
     EXPECT_EQ(error.native(), 10054);
-    EXPECT_EQ(error.description(), u"[FreeTDS]broken pipe");
+    EXPECT_EQ(error.description(),
+              u"The connection to the database server is lost. [FreeTDS]broken pipe");
   }
   (void)odbc_.take_log();
   EXPECT_THROW(session->execute(u"SELECT 1"), ado::ConnectionLost);
@@ -390,6 +421,167 @@ TEST_F(OdbcSessionTest, AConnectionLostWhileTheRolesPasswordIsSentIsStillLost) {
   const auto session = connect();
   odbc_.on(u"sp_setapprole", {fails("08S01", 0, u"broken pipe")});
   EXPECT_THROW(session->execute(u"EXEC sp_setapprole 'r','p'"), ado::ConnectionLost);
+}
+
+TEST_F(OdbcSessionTest, ALossIsToldInOneSentenceWithTheDriversTextBehindIt) {
+  const auto session = connect();
+  odbc_.on(u"EXEC x", {fails("HY000", 0, u"[FreeTDS][SQL Server]Unknown error")});
+  odbc_.dead = true;
+  const auto error = error_of([&] { session->execute(u"EXEC x"); });
+  EXPECT_EQ(error.description(),
+            u"The connection to the database server is lost. [FreeTDS][SQL Server]Unknown error");
+  EXPECT_EQ(error.sqlstate(), "HY000");
+  EXPECT_EQ(error.kind(), ado::FailureKind::kConnectionLost);
+}
+
+TEST_F(OdbcSessionTest, AnUnclearComplaintIsALossWhereNothingIsAnsweredAnyMore) {
+  for (const TextView step : {u"EXEC x", u"commit"}) {
+    const auto session = connect();
+    if (step == u"commit") session->begin();
+    odbc_.on(u"EXEC x", {fails("HY000", 0, u"Unknown error")});
+    odbc_.commit_error = Diagnostic{"HY000", 0, u"Unknown error"};
+    for (const TextView probe : {u"SELECT 1", u"XACT_STATE"}) {
+      odbc_.on(probe, {fails("HY000", 0, u"Unknown error")});
+    }
+    odbc_.on(u"sys.databases", {{}});
+    const auto run = [&] { step == u"commit" ? session->commit() : session->execute(step); };
+    EXPECT_THROW(run(), ado::ConnectionLost) << to_utf8(step);
+    EXPECT_FALSE(session->alive());
+    EXPECT_THROW((void)session->held_rows(), ado::ConnectionLost);
+  }
+}
+
+TEST_F(OdbcSessionTest, AnUnclearComplaintOfAConnectionThatAnswersIsNoLoss) {
+  const auto session = connect();
+  odbc_.on(u"EXEC x", {fails("HY000", 0, u"Unknown error")});
+  (void)odbc_.take_log();
+  EXPECT_EQ(error_of([&] { session->execute(u"EXEC x"); }).description(), u"Unknown error");
+  EXPECT_THAT(odbc_.take_log(), ElementsAre(u"exec EXEC x", u"exec SELECT 1"));
+  session->begin();
+  session->execute(u"DELETE FROM T");
+  EXPECT_EQ(error_of([&] { session->execute(u"EXEC x"); }).description(), u"Unknown error");
+  session->commit();
+  EXPECT_TRUE(session->alive());
+}
+
+TEST_F(OdbcSessionTest, WhetherItIsAliveIsAskedOfTheServerEvenWhereTheTransactionIsGone) {
+  const auto session = connect();
+  session->begin();
+  odbc_.on(u"UPDATE", {fails("40001", 1205, u"chosen as the deadlock victim")});
+  EXPECT_EQ(error_of([&] { session->execute(u"UPDATE T SET a = 1"); }).native(), 1205);
+  EXPECT_TRUE(session->alive());
+  // Busy, or without a right, or whatever: it answers.
+  odbc_.on(u"SELECT 1", {fails("HYT00", 0, u"Timeout expired"), fails("42000", 102, u"what?"),
+                         fails("08S01", 0, u"broken pipe")});
+  EXPECT_TRUE(session->alive());
+  EXPECT_TRUE(session->alive());
+  EXPECT_FALSE(session->alive());
+  (void)odbc_.take_log();
+  EXPECT_FALSE(session->alive());
+  EXPECT_THAT(odbc_.take_log(), IsEmpty());
+}
+
+TEST_F(OdbcSessionTest, ALossWhileTheRolesPasswordIsSentQuotesNothing) {
+  const auto session = connect();
+  odbc_.on(u"sp_setapprole", {fails("42000", 102, u"Incorrect syntax near 'secret'.")});
+  odbc_.dead = true;
+  const auto error = error_of([&] { session->execute(u"EXEC sp_setapprole 'r','it'secret'"); });
+  EXPECT_EQ(error.description(), u"The connection to the database server is lost.");
+  EXPECT_EQ(error.native(), 102);
+}
+
+TEST_F(OdbcSessionTest, ARollbackThatFailedKnowsAtTheNextTryThatTheTransactionIsGone) {
+  const auto session = connect();
+  session->begin();
+  odbc_.on(u"UPDATE", {fails("40001", 1205, u"chosen as the deadlock victim")});
+  EXPECT_EQ(error_of([&] { session->execute(u"UPDATE T SET a = 1"); }).native(), 1205);
+  odbc_.on(u"@@TRANCOUNT", {fails("42000", 701, u"no memory"), {}});
+  EXPECT_EQ(error_of([&] { session->rollback(); }).native(), 701);
+  (void)odbc_.take_log();
+  session->rollback();
+  EXPECT_THAT(odbc_.take_log(), ElementsAre(u"exec IF @@TRANCOUNT = 0 BEGIN TRANSACTION",
+                                            u"rollback", u"autocommit on"));
+}
+
+// --- Time limits -------------------------------------------------------------------------------
+
+TEST_F(OdbcSessionTest, TheTimesOfTheConnectionStringAreTheDrivers) {
+  odbc_.installed = {u"ODBC Driver 18 for SQL Server"};
+  const auto session = connect(
+      u"Provider=SQLOLEDB;Data Source=h;User ID=ann;Connect Timeout=4;General Timeout=0;Packet "
+      u"Size=8192");
+  EXPECT_THAT(log_of_connect_,
+              ElementsAre(u"pooling off", u"login timeout 4", u"packet size 8192",
+                          u"connect Driver={ODBC Driver 18 for SQL Server};Server=h;UID=ann;PWD=;"
+                          u"Encrypt=no;",
+                          u"general timeout 0"));
+}
+
+TEST_F(OdbcSessionTest, ADataSourceThatTurnsOutToBeFreeTdssIsConnectedToWithItsTimeLimit) {
+  odbc_.driver_file = u"libtdsodbc.so";
+  const auto session = connect(u"Provider=MSDASQL;DSN=x;PWD=p");
+  EXPECT_THAT(
+      log_of_connect_,
+      ElementsAre(u"pooling off", u"login timeout 15", u"connect DSN=x;PWD=p;", u"disconnect",
+                  u"connect Timeout=30;DSN=x;PWD=p;", u"general timeout 30"));
+}
+
+TEST_F(OdbcSessionTest, AStatementThatIsNotAnsweredInTimeIsATimeoutAndNoLockTimeout) {
+  const auto session = connect();
+  for (const auto* state : {"HYT00", "HYT01", "S1T00"}) {
+    odbc_.on(u"EXEC x", {fails(state, 0, u"[Microsoft]Query timeout expired")});
+    const auto error = error_of([&] { session->execute(u"EXEC x"); });
+    EXPECT_EQ(error.number(), -2147217871) << state;
+    EXPECT_EQ(error.description(), u"Timeout expired");
+    EXPECT_EQ(error.sqlstate(), state);
+    EXPECT_EQ(error.kind(), ado::FailureKind::kTimeout);
+  }
+  odbc_.on(u"EXEC x", {fails("HYT00", 1222, u"Lock request time out period exceeded.")});
+  EXPECT_EQ(error_of([&] { session->execute(u"EXEC x"); }).kind(), ado::FailureKind::kLockTimeout);
+}
+
+TEST_F(OdbcSessionTest, ATimeoutThatTakesTheConnectionWithItIsALoss) {
+  const auto session = connect();
+  session->begin();
+  odbc_.commit_error = Diagnostic{"HYT00", 0, u"[FreeTDS]Timeout expired"};
+  odbc_.dead = true;
+  try {
+    session->commit();
+    FAIL();
+  } catch (const ado::ConnectionLost& error) {
+    EXPECT_EQ(error.number(), -2147217871);
+    EXPECT_EQ(error.description(),
+              u"The connection to the database server is lost. [FreeTDS]Timeout expired");
+  }
+}
+
+TEST_F(OdbcSessionTest, ALoginThatIsNotAnsweredInTimeIsATimeout) {
+  odbc_.connect_errors = {{"HYT00", 0, u"[FreeTDS]Timeout expired"},
+                          {"08001", 0, u"[FreeTDS]Unable to connect to data source"}};
+  const auto error = error_of([&] { (void)connect(); });
+  EXPECT_EQ(error.number(), -2147217871);
+  EXPECT_EQ(error.description(), u"Timeout expired");
+  // A driver that tries until its time is up has found out more than that.
+  odbc_.connect_errors = {{"08001", 10061, u"TCP Provider: refused"},
+                          {"HYT00", 0, u"Login timeout expired"}};
+  EXPECT_EQ(error_of([&] { (void)connect(); }).description(), u"TCP Provider: refused");
+}
+
+// --- Columns -----------------------------------------------------------------------------------
+
+TEST_F(OdbcSessionTest, ColumnsAreThoseThatTheServerShows) {
+  const auto session = connect();
+  odbc_.on(u"[T]", {{.columns = {{u"a", small_integer()}, {u"b", wide_text(9)}}},
+                    fails("42S02", 208, u"Invalid object name 'T'."),
+                    fails("42000", 229, u"The SELECT permission was denied"),
+                    fails("HYT00", 0, u"Timeout expired"),
+                    fails("08S01", 0, u"broken pipe")});
+  EXPECT_EQ(session->columns_of(u"T"), (std::vector<Text>{u"a", u"b"}));
+  EXPECT_THAT(odbc_.take_log(), ElementsAre(u"exec SELECT * FROM [T] WHERE 1 = 0"));
+  EXPECT_EQ(session->columns_of(u"T"), std::vector<Text>{});
+  EXPECT_EQ(session->columns_of(u"T"), std::nullopt);
+  EXPECT_EQ(error_of([&] { (void)session->columns_of(u"T"); }).number(), -2147217871);
+  EXPECT_THROW((void)session->columns_of(u"T"), ado::ConnectionLost);
 }
 
 // --- Held rows ---------------------------------------------------------------------------------
