@@ -4,7 +4,8 @@
 --
 -- runs it in the database that -d names; RolePassword becomes the role's password and must not hold
 -- a single quote. Running it again changes nothing but that password: tables that are there stay as
--- they are, with their rows. docs/sqlserver.md tells the rest.
+-- they are, with their rows. Column names that some batch tools take for words of the language stand
+-- in brackets. docs/sqlserver.md tells the rest.
 
 IF DB_NAME() IN (N'master', N'model', N'msdb', N'tempdb')
 BEGIN
@@ -27,17 +28,17 @@ CREATE TABLE dbo.DW_SEC_COMP (
   CompID smallint NOT NULL,
   CompName nvarchar(100) NULL,
   ParentID smallint NULL,
-  Priority smallint NULL,
+  [Priority] smallint NULL,
   ImageIndex smallint NULL,
   ForceDisplay bit NOT NULL,
   MaintType int NOT NULL,
   SecGrpID nvarchar(128) NULL,
   RptCode nvarchar(10) NULL,
-  Server nvarchar(128) NULL,
+  [Server] nvarchar(128) NULL,
   MetaID nvarchar(100) NULL,
   AuthorizedRole nvarchar(128) NULL,
   SoftLock nvarchar(100) NULL,
-  RowVersion rowversion NOT NULL,
+  [RowVersion] rowversion NOT NULL,
   CONSTRAINT PK_DW_SEC_COMP PRIMARY KEY CLUSTERED (CompID)
 );
 GO
@@ -58,7 +59,7 @@ CREATE TABLE dbo.DW_SEC_PC (
   DeactivatedBy nvarchar(128) NULL,
   DeactivateDate datetime NULL,
   SoftLock nvarchar(100) NULL,
-  RowVersion rowversion NOT NULL,
+  [RowVersion] rowversion NOT NULL,
   SoftwareVersion nvarchar(50) NULL,
   CONSTRAINT PK_DW_SEC_PC PRIMARY KEY CLUSTERED (MACNbr, ComputerID, CompID)
 );
@@ -75,7 +76,7 @@ CREATE TABLE dbo.DW_Reports (
   Title nvarchar(255) NULL,
   Author nvarchar(128) NULL,
   Created datetime NULL,
-  Version nvarchar(50) NULL,
+  [Version] nvarchar(50) NULL,
   RptGrpID nvarchar(128) NULL,
   ImageIndex smallint NULL,
   SQLStmnt nvarchar(max) NULL,
@@ -83,8 +84,8 @@ CREATE TABLE dbo.DW_Reports (
   ReportDesc nvarchar(max) NULL,
   MaintType smallint NULL,
   SoftLock nvarchar(100) NULL,
-  RowVersion rowversion NOT NULL,
-  Definition nvarchar(max) NULL,
+  [RowVersion] rowversion NOT NULL,
+  [Definition] nvarchar(max) NULL,
   TTX_Binary varbinary(max) NULL,
   Report_Binary varbinary(max) NULL,
   CONSTRAINT PK_DW_Reports PRIMARY KEY CLUSTERED (ReportName)

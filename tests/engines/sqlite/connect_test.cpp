@@ -41,6 +41,13 @@ TEST_F(Connecting, KnowsTheProviderAndTheFolder) {
   EXPECT_EQ(engine_.providers()[0], u"Tarnwick.Embedded");
 }
 
+TEST_F(Connecting, PassesOverWhatOnlyTheOleDbRunTimeMinds) {
+  const auto session = engine_.connect(ado::ConnectionString::parse(
+      join({database_.connection_string(),
+            u";Persist Security Info=False;prompt=4;Window Handle=0;Locale Identifier=1033"})));
+  EXPECT_TRUE(session);
+}
+
 TEST_F(Connecting, NamesTheItemThatItDoesNotKnowButNotItsValue) {
   const auto error = refusal(join({database_.connection_string(), u";User ID=sesame"}));
   EXPECT_EQ(error.number(), 3001);
