@@ -3,6 +3,7 @@
 #include <array>
 #include <unordered_map>
 
+#include "automation/com/last_causes.h"
 #include "automation/com/process_life.h"
 #include "automation/com/type_library.h"
 #include "automation/model.h"
@@ -20,6 +21,7 @@ class Apartment {
   [[nodiscard]] SharedState& state() { return state_; }
   [[nodiscard]] ProcessLife& life() { return life_; }
   [[nodiscard]] const TypeLibrary& types() const { return types_; }
+  [[nodiscard]] LastCauses& causes() { return causes_; }
 
   /// A reference to the COM object of `object`, which is not Nothing.
   [[nodiscard]] ComPtr<IUnknown> reference_to(const Object& object);
@@ -31,6 +33,7 @@ class Apartment {
   SharedState& state_;
   const TypeLibrary& types_;
   ProcessLife& life_;
+  LastCauses causes_;
   std::unordered_map<const void*, IUnknown*> living_;
 };
 

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "automation/com/client_call.h"
 #include "automation/com/dispatch_object.h"
 
 namespace tarnwick::automation::com {
@@ -58,7 +59,7 @@ class AutomationObject : public DispatchObject<typename ComClass<kClass>::Interf
   HRESULT call(Out* value, const In&... in) noexcept {
     if (value == nullptr) return E_POINTER;
     clear(value);
-    return this->reporting([&] {
+    return carrying_out([&] {
       static const Member& member = *find_member(class_of(kClass), kName.view());
       const std::array<Value, sizeof...(In)> arguments =
           convert(member, std::index_sequence_for<In...>(), in...);
@@ -68,13 +69,18 @@ class AutomationObject : public DispatchObject<typename ComClass<kClass>::Interf
 
   template <MemberName kName, class In>
   HRESULT let(const In& in) noexcept {
-    return this->reporting([&] {
+    return carrying_out([&] {
       static const Member& member = *find_member(class_of(kClass), kName.view());
       automation::let(object_, member, to_value(member.result, in));
     });
   }
 
  private:
+  template <class Body>
+  HRESULT carrying_out(Body&& body) noexcept {
+    return this->reporting([&] { carry_out(this->apartment(), body); });
+  }
+
   template <std::size_t... kIndex, class... In>
   static std::array<Value, sizeof...(In)> convert([[maybe_unused]] const Member& member,
                                                   std::index_sequence<kIndex...>, const In&... in) {

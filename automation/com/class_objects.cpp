@@ -33,8 +33,7 @@ class ClassObject final : public IClassFactory {
     *out = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
     try {
-      const Object object = class_of(entry_.class_id).create(apartment_.state());
-      return apartment_.reference_to(object)->QueryInterface(iid, out);
+      return entry_.create(apartment_)->QueryInterface(iid, out);
     } catch (...) {
       return report_exception(entry_.prog_id, IID_IClassFactory);
     }

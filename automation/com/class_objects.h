@@ -2,11 +2,11 @@
 
 #include <array>
 
-#include "automation/com/apartment.h"
+#include "automation/com/class_table.h"
 
 namespace tarnwick::automation::com {
 
-/// The class objects of the seven classes, as COM knows them from construction to destruction:
+/// The class objects of all classes, as COM knows them from construction to destruction:
 /// registered suspended and let go together, for any number of clients (REGCLS_MULTIPLEUSE).
 /// Throws Error.
 class ClassObjects {
@@ -19,7 +19,7 @@ class ClassObjects {
  private:
   void revoke() noexcept;
 
-  std::array<DWORD, kClassCount> cookies_{};
+  std::array<DWORD, kComClassCount> cookies_{};
 };
 
 }  // namespace tarnwick::automation::com

@@ -2,24 +2,43 @@
 
 #include <array>
 
+#include "automation/com/client_call.h"
+#include "automation/com/last_cause_object.h"
+
 namespace tarnwick::automation::com {
 namespace {
 
 template <ClassId kClass>
+ComPtr<IUnknown> create(Apartment& apartment) {
+  ComPtr<IUnknown> created;
+  carry_out(apartment,
+            [&] { created = apartment.reference_to(class_of(kClass).create(apartment.state())); });
+  return created;
+}
+
+ComPtr<IUnknown> create_last_cause(Apartment& apartment) {
+  return adopt((new LastCauseObject(apartment))->identity());
+}
+
+template <class C>
+ClassEntry entry(ComPtr<IUnknown> (*create)(Apartment&)) {
+  return {C::clsid(), __uuidof(typename C::Interface),
+          C::kProgId + std::wstring_view(L"Tarnwick.").size(), C::kProgId, create};
+}
+
+template <ClassId kClass>
 ClassEntry entry() {
-  using C = ComClass<kClass>;
-  return {kClass, C::clsid(), __uuidof(typename C::Interface),
-          C::kProgId + std::wstring_view(L"Tarnwick.").size(), C::kProgId};
+  return entry<ComClass<kClass>>(create<kClass>);
 }
 
 }  // namespace
 
 std::span<const ClassEntry> class_table() {
-  static const std::array<ClassEntry, kClassCount> all{
+  static const std::array<ClassEntry, kComClassCount> all{
       entry<ClassId::kServer>(),       entry<ClassId::kComponents>(),
       entry<ClassId::kComponent>(),    entry<ClassId::kRegisteredPCs>(),
       entry<ClassId::kRegisteredPC>(), entry<ClassId::kReports>(),
-      entry<ClassId::kReport>()};
+      entry<ClassId::kReport>(),       entry<LastCauseClass>(create_last_cause)};
   return all;
 }
 

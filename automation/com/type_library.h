@@ -28,6 +28,13 @@ TARNWICK_COM_CLASS(Reports);
 TARNWICK_COM_CLASS(Report);
 #undef TARNWICK_COM_CLASS
 
+/// The class beside the seven: see last_cause_object.h.
+struct LastCauseClass {
+  using Interface = ::_LastCause;
+  static const CLSID& clsid() { return __uuidof(::LastCause); }
+  static constexpr const wchar_t* kProgId = L"Tarnwick.LastCause";
+};
+
 /// The type library that an executable carries. Throws Error where it has none.
 class TypeLibrary {
  public:

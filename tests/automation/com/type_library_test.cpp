@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "automation/com/class_table.h"
@@ -187,17 +188,27 @@ class TypeLibraryTest : public ::testing::Test {
 };
 
 TEST_F(TypeLibraryTest, HasTheMembersOfEveryClassInTheOrderOfItsTable) {
-  for (const ClassEntry& entry : class_table()) {
-    SCOPED_TRACE(class_of(entry.class_id).name);
-    EXPECT_EQ(slots_in_library(library_, entry.interface_id),
-              slots_in_table(class_of(entry.class_id)));
+  for (std::size_t i = 0; i < kClassCount; ++i) {
+    const Class& expected = class_of(static_cast<ClassId>(i));
+    SCOPED_TRACE(expected.name);
+    EXPECT_EQ(slots_in_library(library_, class_table()[i].interface_id), slots_in_table(expected));
   }
+}
+
+TEST_F(TypeLibraryTest, NamesTheClassesOfTheTablesAndLastCauseBehindThem) {
+  ASSERT_EQ(class_table().size(), kClassCount + 1);
+  for (std::size_t i = 0; i < kClassCount; ++i) {
+    EXPECT_EQ(class_table()[i].name,
+              platform::to_wide(from_utf8(class_of(static_cast<ClassId>(i)).name)));
+  }
+  EXPECT_STREQ(class_table()[kClassCount].name, L"LastCause");
 }
 
 TEST_F(TypeLibraryTest, HasACreatableClassWithItsDefaultInterfaceForEveryClass) {
   for (const ClassEntry& entry : class_table()) {
     const ComPtr<ITypeInfo> info = library_.type_info(entry.clsid);
-    EXPECT_EQ(name_of(*info.Get()), class_of(entry.class_id).name);
+    const std::string name = to_utf8(platform::from_wide(entry.name));
+    EXPECT_EQ(name_of(*info.Get()), name);
     TYPEATTR* attributes = nullptr;
     ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
     EXPECT_EQ(attributes->typekind, TKIND_COCLASS);
@@ -210,36 +221,58 @@ TEST_F(TypeLibraryTest, HasACreatableClassWithItsDefaultInterfaceForEveryClass) 
     ComPtr<ITypeInfo> implemented;
     ASSERT_EQ(info->GetRefTypeOfImplType(0, &reference), S_OK);
     ASSERT_EQ(info->GetRefTypeInfo(reference, &implemented), S_OK);
-    EXPECT_EQ(name_of(*implemented.Get()), "_" + std::string(class_of(entry.class_id).name));
+    EXPECT_EQ(name_of(*implemented.Get()), "_" + name);
   }
+}
+
+/// The names and values of an enumeration of the library, in order.
+std::vector<std::pair<std::string, int>> enumeration_in_library(const TypeLibrary& library,
+                                                                std::string_view name) {
+  std::vector<std::pair<std::string, int>> members;
+  std::wstring wide = platform::to_wide(from_utf8(name));
+  ComPtr<ITypeInfo> info;
+  MEMBERID member = 0;
+  USHORT found = 1;
+  EXPECT_EQ(library.library().FindName(wide.data(), 0, &info, &member, &found), S_OK);
+  if (found != 1) return members;
+  TYPEATTR* attributes = nullptr;
+  EXPECT_EQ(info->GetTypeAttr(&attributes), S_OK);
+  EXPECT_EQ(attributes->typekind, TKIND_ENUM);
+  for (UINT i = 0; i < attributes->cVars; ++i) {
+    VARDESC* variable = nullptr;
+    EXPECT_EQ(info->GetVarDesc(i, &variable), S_OK);
+    BSTR variable_name = nullptr;
+    UINT count = 0;
+    EXPECT_EQ(info->GetNames(variable->memid, &variable_name, 1, &count), S_OK);
+    members.emplace_back(take(variable_name), variable->lpvarValue->lVal);
+    info->ReleaseVarDesc(variable);
+  }
+  info->ReleaseTypeAttr(attributes);
+  return members;
 }
 
 TEST_F(TypeLibraryTest, HasTheEnumerationsWithTheirNamesAndValues) {
   for (const EnumerationId id : {EnumerationId::kUpdateError, EnumerationId::kMaintType,
                                  EnumerationId::kReportCode, EnumerationId::kReportTypes}) {
-    const Enumeration& expected = enumeration_of(id);
-    std::wstring name = platform::to_wide(from_utf8(expected.name));
-    ComPtr<ITypeInfo> info;
-    MEMBERID member = 0;
-    USHORT found = 1;
-    ASSERT_EQ(library_.library().FindName(name.data(), 0, &info, &member, &found), S_OK);
-    ASSERT_EQ(found, 1);
-    TYPEATTR* attributes = nullptr;
-    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    EXPECT_EQ(attributes->typekind, TKIND_ENUM);
-    ASSERT_EQ(attributes->cVars, expected.members.size());
-    for (UINT i = 0; i < attributes->cVars; ++i) {
-      VARDESC* variable = nullptr;
-      ASSERT_EQ(info->GetVarDesc(i, &variable), S_OK);
-      BSTR variable_name = nullptr;
-      UINT count = 0;
-      ASSERT_EQ(info->GetNames(variable->memid, &variable_name, 1, &count), S_OK);
-      EXPECT_EQ(take(variable_name), expected.members[i].name);
-      EXPECT_EQ(variable->lpvarValue->lVal, expected.members[i].value);
-      info->ReleaseVarDesc(variable);
+    std::vector<std::pair<std::string, int>> expected;
+    for (const Enumerand& member : enumeration_of(id).members) {
+      expected.emplace_back(member.name, member.value);
     }
-    info->ReleaseTypeAttr(attributes);
+    EXPECT_EQ(enumeration_in_library(library_, enumeration_of(id).name), expected);
   }
+}
+
+TEST_F(TypeLibraryTest, DescribesTheLastCause) {
+  const std::vector<std::string> expected{
+      "get 1 Kind() FailureKindEnum",        "get 2 Number() long",
+      "get 3 NativeNumber() long",           "get 4 NativeText() BSTR",
+      "get 5 OutcomeUnknown() VARIANT_BOOL", "6 Clear("};
+  EXPECT_EQ(slots_in_library(library_, __uuidof(::_LastCause)), expected);
+  const std::vector<std::pair<std::string, int>> kinds{
+      {"None_fk", 0},     {"Other_fk", 1},          {"LockTimeout_fk", 2},
+      {"Deadlock_fk", 3}, {"ConnectionLost_fk", 4}, {"DiskFull_fk", 5},
+      {"Timeout_fk", 6},  {"Changed_fk", 7},        {"Refused_fk", 8}};
+  EXPECT_EQ(enumeration_in_library(library_, "FailureKindEnum"), kinds);
 }
 
 TEST_F(TypeLibraryTest, DescribesThePlainCollection) {
