@@ -1,11 +1,12 @@
 // A client for the tests of activation. Says on standard error what failed.
-//   once             makes a Server and uses it
-//   again            makes and releases Servers before and after the server has ended
-//   new-components   makes a Components object, which empties the list of the process
+//   once                 makes a Server and uses it
+//   hold READY GO        makes a Server, raises the semaphore READY, and holds the Server until the
+//   event
+//                        GO is set; then writes the last error's number to standard output
+//   new-components       makes a Components object, which empties the list of the process
 
 #include <cstdio>
-#include <cwchar>
-#include <iterator>
+#include <string_view>
 
 #include "automation/com/com.h"
 
@@ -13,27 +14,35 @@ namespace {
 
 using tarnwick::automation::com::ComPtr;
 
-bool use_server() {
-  ComPtr<_Server> server;
-  HRESULT result =
-      CoCreateInstance(__uuidof(Server), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(_Server), &server);
-  VARIANT_BOOL initialized = VARIANT_TRUE;
-  if (SUCCEEDED(result)) result = server->get_Initialized(&initialized);
-  if (FAILED(result)) std::fprintf(stderr, "%08lx ", static_cast<unsigned long>(result));
+bool done(HRESULT result) {
+  if (FAILED(result)) std::fprintf(stderr, "%08lx\n", static_cast<unsigned long>(result));
   return SUCCEEDED(result);
 }
 
-bool use_servers_around_their_end() {
-  // The server lingers for three seconds.
-  constexpr DWORD kPauses[] = {1000, 3200, 5000};
-  for (const DWORD pause : kPauses) {
-    if (!use_server()) {
-      std::fprintf(stderr, "before a pause of %lu ms\n", pause);
-      return false;
-    }
-    Sleep(pause);
-  }
-  return use_server();
+ComPtr<_Server> make_server() {
+  ComPtr<_Server> server;
+  done(
+      CoCreateInstance(__uuidof(Server), nullptr, CLSCTX_LOCAL_SERVER, __uuidof(_Server), &server));
+  return server;
+}
+
+bool use_server() {
+  const ComPtr<_Server> server = make_server();
+  VARIANT_BOOL initialized = VARIANT_TRUE;
+  return server && done(server->get_Initialized(&initialized));
+}
+
+bool hold_server(const wchar_t* ready, const wchar_t* go) {
+  const HANDLE is_ready = OpenSemaphoreW(SEMAPHORE_MODIFY_STATE, FALSE, ready);
+  const HANDLE may_go = OpenEventW(SYNCHRONIZE, FALSE, go);
+  const ComPtr<_Server> server = make_server();
+  // Whatever came of it: the others wait for this one.
+  ReleaseSemaphore(is_ready, 1, nullptr);
+  WaitForSingleObject(may_go, INFINITE);
+  long number = 0;
+  if (!server || !done(server->get_LastErrorNumber(&number))) return false;
+  std::printf("%ld", number);
+  return true;
 }
 
 bool make_components() {
@@ -45,12 +54,13 @@ bool make_components() {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-  if (argc != 2) return 2;
+  if (argc < 2) return 2;
   CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-  bool done = false;
-  if (std::wcscmp(argv[1], L"once") == 0) done = use_server();
-  if (std::wcscmp(argv[1], L"again") == 0) done = use_servers_around_their_end();
-  if (std::wcscmp(argv[1], L"new-components") == 0) done = make_components();
+  const std::wstring_view wish = argv[1];
+  bool succeeded = false;
+  if (wish == L"once") succeeded = use_server();
+  if (wish == L"hold" && argc == 4) succeeded = hold_server(argv[2], argv[3]);
+  if (wish == L"new-components") succeeded = make_components();
   CoUninitialize();
-  return done ? 0 : 1;
+  return succeeded ? 0 : 1;
 }
