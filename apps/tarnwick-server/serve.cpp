@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "apps/common/desktop_program.h"
 #include "apps/common/engines.h"
@@ -44,27 +46,49 @@ bool started_on_demand() {
   return std::getenv("DBUS_STARTER_ADDRESS") != nullptr || std::getenv("INVOCATION_ID") != nullptr;
 }
 
-dbus::BusHandle open_address(const std::string& address) {
+std::string environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+// A path as it stands in an address.
+std::string escaped(const std::string& path) {
+  constexpr std::string_view kPlain = "-_/.\\";
+  std::string text;
+  for (const char each : path) {
+    const bool plain = (each >= '0' && each <= '9') || (each >= 'a' && each <= 'z') ||
+                       (each >= 'A' && each <= 'Z') || kPlain.find(each) != std::string_view::npos;
+    text += plain ? std::string(1, each) : fmt::format("%{:02x}", static_cast<unsigned char>(each));
+  }
+  return text;
+}
+
+std::string address_of(const Options& options) {
+  if (!options.address.empty()) return options.address;
+  if (options.system_bus) {
+    const std::string told = environment("DBUS_SYSTEM_BUS_ADDRESS");
+    return told.empty() ? "unix:path=/run/dbus/system_bus_socket" : told;
+  }
+  for (const char* name : {"DBUS_STARTER_ADDRESS", "DBUS_SESSION_BUS_ADDRESS"}) {
+    if (const std::string told = environment(name); !told.empty()) return told;
+  }
+  const std::string folder = environment("XDG_RUNTIME_DIR");
+  if (folder.empty())
+    throw std::runtime_error("no session bus: DBUS_SESSION_BUS_ADDRESS is not set");
+  return "unix:path=" + escaped(folder) + "/bus";
+}
+
+// sd-bus's own ways to these buses start the connection before anything could be said of it.
+dbus::BusHandle open_bus(const std::string& address) {
   sd_bus* bus = nullptr;
   dbus::check(sd_bus_new(&bus), "opening the bus");
   dbus::BusHandle handle(bus);
   dbus::check(sd_bus_set_address(bus, address.c_str()), "opening the bus");
   dbus::check(sd_bus_set_bus_client(bus, 1), "opening the bus");
+  // No call takes a file: whoever sends one has to hear of it, or it would stay open here.
+  dbus::check(sd_bus_negotiate_fds(bus, 0), "opening the bus");
   dbus::check(sd_bus_start(bus), "opening the bus");
   return handle;
-}
-
-dbus::BusHandle open_bus(const Options& options) {
-  if (!options.address.empty()) return open_address(options.address);
-  sd_bus* bus = nullptr;
-  if (options.system_bus) {
-    dbus::check(sd_bus_open_system(&bus), "opening the system bus");
-  } else if (const char* starter = std::getenv("DBUS_STARTER_ADDRESS")) {
-    return open_address(starter);
-  } else {
-    dbus::check(sd_bus_open_user(&bus), "opening the session bus");
-  }
-  return dbus::BusHandle(bus);
 }
 
 // Of this process alone: what it stands in the paths for.
@@ -104,19 +128,22 @@ int serve(const Options& options) {
   const EndOnSignal ending(kGrace);
   const dbus::EventHandle event = new_event_loop();
   const dbus::EventSourceHandle asked_to_end = end_when_asked(event.get(), ending);
-  const dbus::BusHandle bus = open_bus(options);
+  const std::string address = address_of(options);
+  const dbus::BusHandle bus = open_bus(address);
+  const dbus::BusHandle side_bus = open_bus(address);
 
   dbus::Caller caller;
   dbus::Clients clients(bus.get(), run_name(), options.most_objects);
   platform::UnattendedMessageBox unattended(options.when_locked, warn);
   platform::DesktopMessageBox desktop(apps::desktop_program(), options.question_timeout, unattended,
                                       warn);
-  dbus::BusMessageBox message_box(bus.get(), clients, caller, options.question_timeout, desktop,
-                                  warn);
+  dbus::Departures departures(side_bus.get());
+  dbus::BusMessageBox message_box(side_bus.get(), clients, caller, options.question_timeout,
+                                  desktop, warn);
   platform::LinuxHost host(message_box, options.folder);
   apps::ProgramEngines engines;
   SharedState state(host, engines.list(), trace ? &*trace : nullptr);
-  const dbus::Service service(bus.get(), state, clients, caller, warn);
+  const dbus::Service service(bus.get(), state, clients, departures, caller, warn);
 
   dbus::NameOwner name(bus.get());
   if (!name.acquire()) {
@@ -127,6 +154,8 @@ int serve(const Options& options) {
       event.get(), [&] { return clients.idle(); }, options.idle,
       started_on_demand() ? std::optional(kUnused) : std::nullopt);
   dbus::check(sd_bus_attach_event(bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL),
+              "attaching the bus");
+  dbus::check(sd_bus_attach_event(side_bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL),
               "attaching the bus");
   dbus::check(sd_bus_set_exit_on_disconnect(bus.get(), 1), "attaching the bus");
   spdlog::info("Serving");

@@ -28,7 +28,7 @@ Clients::Client& Clients::client(const std::string& name) {
   made->track.reset(track);
   // Asks the bus, which knows when the client has left already.
   if (sd_bus_track_add_name(track, name.c_str()) < 0) {
-    throw WireError::standard(SD_BUS_ERROR_NAME_HAS_NO_OWNER, "The client has left the bus");
+    throw client_has_left();
   }
   return *clients_.emplace(name, std::move(made)).first->second;
 }

@@ -62,6 +62,10 @@ WireError limit_exceeded(std::string text) {
   return WireError::own("LimitExceeded", std::move(text));
 }
 
+WireError client_has_left() {
+  return WireError::standard(SD_BUS_ERROR_NAME_HAS_NO_OWNER, "The client has left the bus");
+}
+
 WireError object_required(const std::string& path) {
   return WireError::own("ObjectRequired",
                         "Run-time error 424: Object required (there is none at " + path + ")");

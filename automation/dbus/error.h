@@ -28,6 +28,7 @@ class WireError : public std::exception {
 [[nodiscard]] WireError limit_exceeded(std::string text);
 /// There is no object at `path`, which an argument named.
 [[nodiscard]] WireError object_required(const std::string& path);
+[[nodiscard]] WireError client_has_left();
 
 /// Throws std::system_error for a negative result of libsystemd; returns any other.
 int check(int result, const char* what);

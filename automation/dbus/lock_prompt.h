@@ -12,9 +12,10 @@
 namespace tarnwick::automation::dbus {
 
 /// Asks the client whose call is running, if that client said that it answers questions, and
-/// otherwise `otherwise`. While a question is open nothing else is read from the bus: the calls of
-/// other clients wait, in their order. A client that leaves, that answers with an error or not at
-/// all within `patience` has answered Cancel. All arguments must outlive this.
+/// otherwise `otherwise`. A client that leaves, that answers with an error or not at all within
+/// `patience` has answered Cancel. `bus` is a connection that takes no calls: while a question is
+/// open nothing is read from the one that does, so that what waits there waits, in its order, with
+/// the bus, which bounds it. All arguments must outlive this.
 class BusMessageBox final : public platform::MessageBox {
  public:
   using Log = std::function<void(TextView)>;

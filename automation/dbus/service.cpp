@@ -22,6 +22,9 @@ namespace {
 
 constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
 
+// Answers that the bus has not taken yet: each may have kMostBytes.
+constexpr std::uint64_t kMostUnsent = 3;
+
 // A listing of a class shows that many of its objects; a tool that asks each of them what it is
 // would not come to an end with a whole register.
 constexpr std::size_t kMostListed = 1000;
@@ -108,7 +111,10 @@ class Service::Call final : public Paths {
   Call(Service& service, sd_bus_message* message, Object source)
       : service_(service), source_(std::move(source)) {
     const char* sender = sd_bus_message_get_sender(message);
-    service_.caller_.name = sender == nullptr ? "" : sender;
+    std::string name = sender == nullptr ? "" : sender;
+    if (service_.departures_.has_left(name)) throw client_has_left();
+    service_.wait_for_readers();
+    service_.caller_.name = std::move(name);
     service_.state_.failures.clear();
   }
   ~Call() override {
@@ -133,8 +139,14 @@ class Service::Call final : public Paths {
   Object source_;  // kept alive: the call may be about its last holder
 };
 
-Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller, Log log)
-    : bus_(bus), state_(state), clients_(clients), caller_(caller), log_(std::move(log)) {
+Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& departures,
+                 Caller& caller, Log log)
+    : bus_(bus),
+      state_(state),
+      clients_(clients),
+      departures_(departures),
+      caller_(caller),
+      log_(std::move(log)) {
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_filter(bus_, &slot, &Service::on_message, this), "watching messages");
   slots_.emplace_back(slot);
@@ -277,6 +289,14 @@ int Service::call_last_cause(sd_bus_message* message) {
   return sd_bus_reply_method_return(
       message, "iiisb", static_cast<std::int32_t>(cause.kind), cause.number, cause.native,
       to_utf8(readable(cause.text)).c_str(), cause.outcome_unknown ? 1 : 0);
+}
+
+// Answers to whoever reads slowly stay here once the bus takes no more: no further one is made as
+// long as there are some.
+void Service::wait_for_readers() {
+  std::uint64_t unsent = 0;
+  check(sd_bus_get_n_queued_write(bus_, &unsent), "looking at what is unsent");
+  if (unsent > kMostUnsent) check(sd_bus_flush(bus_), "sending replies");
 }
 
 void Service::keep(const std::string& client, const FailureCause& cause) noexcept {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "automation/dbus/clients.h"
+#include "automation/dbus/departures.h"
 #include "automation/dbus/handles.h"
 #include "automation/dbus/interface.h"
 #include "automation/dbus/vtable.h"
@@ -25,11 +26,13 @@ struct Caller {
 /// The object model on a bus: exports the root object and whatever clients were handed. Registers
 /// with `bus` when it is made and leaves it when it ends; owns no name. Single-threaded: calls are
 /// carried out one after the other, as they come in. What clients hold ends with it. `log` is told
-/// what the engines refused. All other arguments must outlive this.
+/// what the engines refused. Calls of clients that have left are not carried out. All other
+/// arguments must outlive this.
 class Service {
  public:
   using Log = std::function<void(TextView)>;
-  Service(sd_bus* bus, SharedState& state, Clients& clients, Caller& caller, Log log);
+  Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& departures, Caller& caller,
+          Log log);
   ~Service() { clients_.release_all(); }
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
@@ -65,6 +68,7 @@ class Service {
   int get_rows(sd_bus_message* message);
   int call_without_interface(sd_bus_message* message);
   int get_all(sd_bus_message* message);
+  void wait_for_readers();
   // What a call of `client` left.
   void keep(const std::string& client, const FailureCause& cause) noexcept;
   void get(const char* path, const char* property, sd_bus_message* reply);
@@ -91,6 +95,7 @@ class Service {
   sd_bus* bus_;
   SharedState& state_;
   Clients& clients_;
+  Departures& departures_;
   Caller& caller_;
   Log log_;
   std::array<std::vector<Property>, kClassCount> properties_;

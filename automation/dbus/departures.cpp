@@ -1,0 +1,54 @@
+#include "automation/dbus/departures.h"
+
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include "automation/dbus/error.h"
+
+namespace tarnwick::automation::dbus {
+namespace {
+
+// Calls wait for seconds; a bus does not see that many clients off meanwhile.
+constexpr std::size_t kMostRemembered = 16384;
+
+}  // namespace
+
+Departures::Departures(sd_bus* bus) : bus_(bus) {
+  sd_bus_slot* slot = nullptr;
+  check(sd_bus_add_match(bus_, &slot,
+                         "type='signal',sender='org.freedesktop.DBus',"
+                         "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''",
+                         &Departures::on_left, this),
+        "watching clients");
+  slot_.reset(slot);
+}
+
+bool Departures::has_left(const std::string& client) {
+  while (sd_bus_process(bus_, nullptr) > 0) {
+  }
+  return left_.contains(client);
+}
+
+int Departures::on_left(sd_bus_message* message, void* departures, sd_bus_error*) {
+  const char* name = nullptr;
+  const int result = sd_bus_message_read(message, "s", &name);
+  if (result < 0 || *name != ':') return result;
+  try {
+    static_cast<Departures*>(departures)->add(name);
+    return 0;
+  } catch (const std::bad_alloc&) {
+    return -ENOMEM;
+  }
+}
+
+void Departures::add(std::string client) {
+  const auto [entry, added] = left_.insert(std::move(client));
+  if (!added) return;
+  order_.push_back(&*entry);
+  if (order_.size() <= kMostRemembered) return;
+  left_.erase(*order_.front());
+  order_.pop_front();
+}
+
+}  // namespace tarnwick::automation::dbus
