@@ -25,6 +25,11 @@ std::span<const Member> members() {
 LastCauseObject::LastCauseObject(Apartment& apartment)
     : DispatchObject(apartment, members(), LastCauseClass::kProgId) {}
 
+void* LastCauseObject::find_interface(REFIID iid) {
+  if (iid == IID_IProvideClassInfo) return static_cast<IProvideClassInfo*>(this);
+  return DispatchObject::find_interface(iid);
+}
+
 template <class Out, class Read>
 HRESULT LastCauseObject::tell(Out* value, Read read) noexcept {
   if (value == nullptr) return E_POINTER;

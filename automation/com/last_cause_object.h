@@ -18,6 +18,9 @@ class LastCauseObject final : public DispatchObject<::_LastCause> {
   STDMETHODIMP Clear() override;
   STDMETHODIMP GetClassInfo(ITypeInfo** info) override;
 
+ protected:
+  void* find_interface(REFIID iid) override;
+
  private:
   /// Hands out what `read` finds in the calling client's cause.
   template <class Out, class Read>
