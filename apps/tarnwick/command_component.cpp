@@ -132,13 +132,13 @@ void add_component_commands(CLI::App& app, CommandLine& line) {
              "--report-code PC --maintenance-type ComponentWithPCs",
              add_component);
   add_change("set", "Changes fields of a component; those that are not named stay.",
-             "tarnwick component set 103 --priority 15 --force-display yes", set_component)
+             "tarnwick component set 102 --priority 15 --force-display yes", set_component)
       ->alias("update");
 
   const auto deleted = std::make_shared<IdArguments>();
   CLI::App* delete_command = add_command(
       *components, "delete", "Deletes a component. Its PCs and its children stay as they are.",
-      "tarnwick component delete 103");
+      "tarnwick component delete 102");
   add_id(*delete_command, deleted->id);
   delete_command->callback([&line, deleted] {
     line.chosen = [&line, deleted] { delete_component(line.options, deleted->id); };

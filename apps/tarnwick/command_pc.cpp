@@ -144,7 +144,7 @@ void register_pc(const Options& options, const RegisterArguments& arguments,
 void add_register_command(CLI::App& pcs, CommandLine& line) {
   CLI::App* command = add_command(
       pcs, "register", "Registers a PC as a user of a component; active unless told otherwise.",
-      "tarnwick pc register 02-5A-10-00-00-01 VEL-SAL-014 --component 10 --user ewatts");
+      "tarnwick pc register 02-5A-10-00-00-01 VEL-SAL-099 --component 10 --user ewatts");
   const auto arguments = std::make_shared<RegisterArguments>();
   command->add_option("MAC", arguments->mac, "MAC number of its network adapter")->required();
   command->add_option("COMPUTER", arguments->computer, "its computer id")->required();
@@ -177,7 +177,7 @@ void add_list_command(CLI::App& pcs, CommandLine& line) {
 void add_set_command(CLI::App& pcs, CommandLine& line) {
   CLI::App* command =
       add_command(pcs, "set", "Changes fields of a PC, unless somebody else changes it meanwhile.",
-                  "tarnwick pc set VEL-SAL-001 --component 10 --software-version 5.0.1");
+                  "tarnwick pc set VEL-SAL-012 --component 10 --software-version 5.0.1");
   command->alias("update");
   const auto arguments = std::make_shared<Arguments>();
   arguments->pc.add_options(*command);
@@ -215,26 +215,26 @@ void add_pc_commands(CLI::App& app, CommandLine& line) {
   };
 
   const auto shown = add_one("show", "One PC as a user of a component.",
-                             "tarnwick pc show VEL-SAL-001 --component 10", show_pc);
+                             "tarnwick pc show VEL-SAL-012 --component 10", show_pc);
   shown.first->add_option("--field", shown.second->field, "this field's value alone");
   add_register_command(*pcs, line);
   const auto login = add_one("login", "Records a login: who, when, and one more.",
-                             "tarnwick pc login VEL-SAL-001 --component 10 --user bjensen", log_in);
+                             "tarnwick pc login VEL-SAL-012 --component 10 --user bjensen", log_in);
   add_user(login, "who logs in");
   login.first
       ->add_option("--software-version", login.second->software_version, "the version that it runs")
       ->type_name("TEXT");
-  add_user(add_one("activate", "Lets a PC in.", "tarnwick pc activate VEL-SAL-001 --component 10",
+  add_user(add_one("activate", "Lets a PC in.", "tarnwick pc activate VEL-SAL-012 --component 10",
                    activate),
            "who lets it in");
   add_user(add_one("deactivate", "Shuts a PC out; it stays registered.",
-                   "tarnwick pc deactivate VEL-SAL-001 --component 10", deactivate),
+                   "tarnwick pc deactivate VEL-SAL-012 --component 10", deactivate),
            "who shuts it out");
   add_set_command(*pcs, line);
   add_one("edit", "Opens the fields of a PC in $VISUAL or $EDITOR and writes what was changed.",
-          "tarnwick pc edit VEL-SAL-001 --component 10", edit_pc);
+          "tarnwick pc edit VEL-SAL-012 --component 10", edit_pc);
   add_one("delete", "Takes a PC out of the register.",
-          "tarnwick pc delete VEL-SAL-001 --component 10", delete_pc);
+          "tarnwick pc delete VEL-SAL-012 --component 10", delete_pc);
 }
 
 }  // namespace tarnwick::cli

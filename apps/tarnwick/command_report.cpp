@@ -92,17 +92,10 @@ void show_report(const Options& options, const Arguments& arguments) {
 std::string shown(const ReportRow& report) { return printable(to_display_utf8(report.name)); }
 
 // Of a file that a report's method could not handle.
-[[noreturn]] void refuse_file(Client& client, const ReportRow& report) {
-  const Text account = client.last_error_msg();
-  const Failure failure = failure_of(
-      client.last_cause(), fmt::format("{}: the file was not handled", describe(report)), account);
-  bool missing = false;
-  try {
-    missing = !load_if_there(client, *new_record(client, report), describe(report));
-  } catch (const Failure&) {
-    // What was wrong with the file counts.
-  }
-  throw missing ? Failure(ExitCode::kMissing, failure.what(), account) : failure;
+Failure file_failure(Client& client, const ReportRow& report) {
+  return failure_of(client.last_cause(),
+                    fmt::format("{}: the file was not handled", describe(report)),
+                    client.last_error_msg());
 }
 
 void add_report(const Options& options, const Arguments& arguments, const ReportFields& given) {
@@ -117,7 +110,7 @@ void add_report(const Options& options, const Arguments& arguments, const Report
   }
   const auto record = new_record(*client, values);
   if (!arguments.ttx_file.empty() && !record->import_ttx(file_argument(arguments.ttx_file))) {
-    refuse_file(*client, report);
+    throw file_failure(*client, report);
   }
   write(*client, options, *record, report, row_of(*record), [&] { return record->insert(file); });
   tell_written(*client, options, report, values);
@@ -207,7 +200,7 @@ void import_ttx(const Options& options, const Arguments& arguments) {
   const auto record = new_record(*client, report);
   load(*client, *record, describe(report));
   const ReportRow read = row_of(*record);
-  if (!record->import_ttx(file)) refuse_file(*client, report);
+  if (!record->import_ttx(file)) throw file_failure(*client, report);
   const ReportRow wanted = row_of(*record);
   write(*client, options, *record, read, wanted, [&] { return record->update({}); });
   tell_written(*client, options, read, wanted);
@@ -217,7 +210,17 @@ void extract_report(const Options& options, const Arguments& arguments) {
   const ReportRow report = key(arguments.name);
   const Text file = file_argument(arguments.file);
   const auto client = connect(options);
-  if (!new_record(*client, report)->extract_report(file)) refuse_file(*client, report);
+  const auto record = new_record(*client, report);
+  if (!record->extract_report(file)) {
+    const Failure failure = file_failure(*client, report);
+    bool missing = false;
+    try {
+      missing = !load_if_there(*client, *record, describe(report));
+    } catch (const Failure&) {
+      // What was wrong with the file counts.
+    }
+    throw missing ? Failure(ExitCode::kMissing, failure.what(), failure.account()) : failure;
+  }
   fmt::print("Report file of '{}' extracted to {}.\n", shown(report), to_display_utf8(file));
 }
 
@@ -227,7 +230,7 @@ void extract_ttx(const Options& options, const Arguments& arguments) {
   const auto client = connect(options);
   const auto record = new_record(*client, report);
   load(*client, *record, describe(report));
-  if (!record->extract_ttx(file)) refuse_file(*client, report);
+  if (!record->extract_ttx(file)) throw file_failure(*client, report);
   // Whatever extension was given is replaced.
   const auto target = std::filesystem::path(to_display_utf8(file)).replace_extension(".ttx");
   fmt::print("Field definitions of '{}' extracted to {}.\n", shown(report), target.string());
@@ -342,7 +345,7 @@ void add_report_commands(CLI::App& app, CommandLine& line) {
                              "tarnwick report store 'Open Orders' open-orders.rpt", store_report);
   commands.add_one_with_file("extract", "Writes the report file that is stored to disk.",
                              "the file to write; one that is there is overwritten",
-                             "tarnwick report extract 'Open Orders' /tmp/open-orders.rpt",
+                             "tarnwick report extract 'Open Orders' ./open-orders.rpt",
                              extract_report);
   commands.add_one_with_file("import-ttx", "Takes the field definitions of a report from a file.",
                              "the file to read, ISO-8859-1",
@@ -350,7 +353,7 @@ void add_report_commands(CLI::App& app, CommandLine& line) {
                              import_ttx);
   commands.add_one_with_file("extract-ttx", "Writes the field definitions of a report to a file.",
                              "the file to write; its extension becomes .ttx",
-                             "tarnwick report extract-ttx 'Open Orders' /tmp/open-orders.ttx",
+                             "tarnwick report extract-ttx 'Open Orders' ./open-orders.ttx",
                              extract_ttx);
   commands.add_one("delete", "Deletes a report.", "tarnwick report delete 'Open Orders'",
                    delete_report);

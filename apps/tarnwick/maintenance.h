@@ -70,13 +70,17 @@ void write(Client& client, const Options& options, RecordOfRow& record, const Ro
   }
   const Text account = client.last_error_msg();
   record.release_record();
-  if (cause.kind != ado::FailureKind::kChanged) refuse_write(cause, what, account);
-
+  // A row that came in the very moment is refused by the table's key.
+  const bool came = read.row_version.empty() || !same_key(read, wanted);
+  const bool changed = cause.kind == ado::FailureKind::kChanged;
+  if (!changed && !(came && cause.kind == ado::FailureKind::kRefused)) {
+    refuse_write(cause, what, account);
+  }
   const auto now = new_record(client, key_of(wanted));
   std::optional<Row> stored;
   if (load_if_there(client, *now, describe(wanted))) stored = row_of(*now);
+  if (!changed && !stored) refuse_write(cause, what, account);
   explain_conflict(options, read, stored, wanted);
-  const bool came = read.row_version.empty() || !same_key(read, wanted);
   throw Failure(ExitCode::kChanged,
                 came ? fmt::format("{} was added by someone else meanwhile; nothing was written.",
                                    describe(wanted))

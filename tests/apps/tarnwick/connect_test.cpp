@@ -79,6 +79,13 @@ TEST_F(Connect, TellsOfAPasswordWithAQuoteWithoutShowingIt) {
   EXPECT_THAT(ending.err, Not(HasSubstr("secret")));
 }
 
+TEST_F(Connect, RefusesAPasswordWithANulCharacter) {
+  const auto nul = folder_.write("nul", std::string("open\0sesame\n", 12));
+  const Ending ending = check_with("TARNWICK_PASSWORD_FILE", nul.string());
+  EXPECT_EQ(ending.exit_code, 2);
+  EXPECT_EQ(ending.err, "tarnwick: The password holds a NUL character.\n");
+}
+
 TEST_F(Connect, RefusesStringsThatNameNoDatabase) {
   Ending ending = check_with("TARNWICK_CONNECT", "Data Source=/tmp");
   EXPECT_EQ(ending.exit_code, 1);

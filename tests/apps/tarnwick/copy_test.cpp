@@ -1,9 +1,8 @@
-#include <sys/stat.h>
-
 #include <optional>
 #include <stdexcept>
 
 #include "tests/apps/tarnwick/command_line_test.h"
+#include "tests/apps/tarnwick/trace_lines.h"
 #include "tests/stand_in/stand_in.h"
 
 namespace tarnwick::cli {
@@ -138,30 +137,23 @@ class StoppedCopy {
  public:
   StoppedCopy(Start copy, const Start& hold, const std::filesystem::path& trace,
               const std::string& table)
-      : holder_(hold) {
+      : holder_(hold), trace_(trace) {
     holder_.wait_for(" locked. Press Enter to release it.\n");
-    EXPECT_EQ(mkfifo(trace.c_str(), S_IRUSR | S_IWUSR), 0);
-    copy.arguments.insert(copy.arguments.end(), {"--trace", trace.string()});
+    copy.arguments.insert(copy.arguments.end(), {"--trace", trace_.file()});
     copy_.emplace(copy);
-    lines_.open(trace);
-    for (std::string line; std::getline(lines_, line);) {
-      if (line.ends_with(": Select * From " + table)) return;
-    }
-    ADD_FAILURE() << "it ended before it read " << table;
+    trace_.wait_for_end(": Select * From " + table);
   }
 
   void kill() { copy_->kill(); }
   Ending go_on() {
     holder_.type("\n");
-    for (std::string line; std::getline(lines_, line);) {
-    }
     return copy_->end();
   }
 
  private:
   Program holder_;
+  test_support::TraceLines trace_;
   std::optional<Program> copy_;
-  std::ifstream lines_;
 };
 
 TEST_F(Copy, LeavesNothingBehindWhereItIsKilled) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -44,6 +45,16 @@ struct Pipe {
     } else {
       setenv(name.c_str(), value.c_str(), 1);
     }
+  }
+  for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGPIPE, SIGXFSZ}) signal(number, SIG_DFL);
+  if (!start.output.empty()) {
+    dup2(open(start.output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR),
+         STDOUT_FILENO);
+  }
+  for (const int descriptor : start.closed) close(descriptor);
+  if (start.largest_file != 0) {
+    const rlimit limit{start.largest_file, start.largest_file};
+    setrlimit(RLIMIT_FSIZE, &limit);
   }
   if (!start.folder.empty() && chdir(start.folder.c_str()) != 0) _exit(126);
   execv(TARNWICK, arguments.data());
@@ -135,6 +146,13 @@ void Program::type(const std::string& text) {
   ASSERT_EQ(write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
+void Program::close_output() {
+  close(out_.file);
+  out_.file = -1;
+}
+
+void Program::send_signal(int number) { ASSERT_EQ(::kill(process_, number), 0); }
+
 void Program::kill() {
   if (process_ == -1) return;
   ::kill(process_, SIGKILL);
@@ -152,7 +170,8 @@ Ending Program::end() {
   int status = 0;
   if (waitpid(process_, &status, 0) != process_) fail("waitpid");
   process_ = -1;
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out_.said, err_.said};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+          out_.said, err_.said};
 }
 
 Ending run(const Start& start) { return Program(start).end(); }

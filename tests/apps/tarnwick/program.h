@@ -17,11 +17,18 @@ struct Start {
   std::filesystem::path folder = {};  // where it stands; empty: where the tests stand
   /// On a terminal of its own: its input, its output and its complaints. Otherwise three pipes.
   bool on_terminal = false;
+  /// Where its output goes instead of the pipe.
+  std::filesystem::path output = {};
+  /// Standard descriptors that are closed when it begins.
+  std::vector<int> closed = {};
+  /// The largest file that it may write, in bytes; 0: any.
+  std::size_t largest_file = 0;
 };
 
 /// What a program left behind.
 struct Ending {
   int exit_code = -1;  // -1: it was killed
+  int signal = 0;      // that killed it
   std::string out;     // on a terminal: all that was shown there
   std::string err;
 };
@@ -41,6 +48,11 @@ class Program {
   void wait_for_complaint(const std::string& text);
 
   void type(const std::string& text);
+
+  /// Nobody reads its output any more.
+  void close_output();
+
+  void send_signal(int number);
 
   /// kill -9, and it is gone when this returns.
   void kill();

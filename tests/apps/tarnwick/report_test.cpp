@@ -102,7 +102,7 @@ TEST_F(ReportCommands, DoNotAddOneWhoseFilesAreMissing) {
   EXPECT_EQ(ending.err, "tarnwick: Report 'Returns' was not written.\nUnable to read '" +
                             path("none.rpt") +
                             "' from disk. Unable to update!\n"
-                            "Error in Component: 'Report', Proceedure: 'Update'.\n"
+                            "Error in Component: 'Report', Proceedure: 'Insert'.\n"
                             "Error #:    \t-2147221504\nDescription:\tUnable to read '" +
                             path("none.rpt") + "' from disk. Unable to update!\n");
   ending = run({"report", "add", "Returns", "--ttx-file", path("none.ttx")});
