@@ -3,6 +3,9 @@
 -- no more than DATETIME would have SQLite turn whole days into integers.
 -- Text keys compare without regard to case.
 
+-- The version of all that follows; a program refuses one that is newer than it knows.
+PRAGMA user_version = 1;
+
 CREATE TABLE DW_SEC_COMP (
   CompID SMALLINT NOT NULL PRIMARY KEY,
   CompName NVARCHAR(100),

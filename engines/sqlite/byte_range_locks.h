@@ -27,6 +27,8 @@ struct ByteRange {
 class ByteRangeLocks final {
  public:
   /// Opens `file`; makes it, with owner and permissions of the file `like`, when it is not there.
+  /// Refuses what is no regular file with one name, or belongs to somebody who may not write
+  /// `like`.
   ByteRangeLocks(const std::filesystem::path& file, const std::filesystem::path& like);
   ~ByteRangeLocks();
   ByteRangeLocks(const ByteRangeLocks&) = delete;

@@ -8,6 +8,7 @@
 
 #include "ado/error.h"
 #include "engines/sqlite/byte_range_locks.h"
+#include "engines/sqlite/files.h"
 
 // Open-file-description locks: unlike the older record locks they belong to the open file and not
 // to the process, so they hold between two sessions of one process and are not lost when some other
@@ -26,9 +27,26 @@ struct flock description_of(ByteRange range, short type) {
 }
 
 [[noreturn]] void throw_system_error(TextView what, int code) {
-  throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
-                      join({what, u": ", from_stored_utf8(std::generic_category().message(code))}),
-                      code);
+  throw ado::AdoError(
+      ado::AdoErrorNumber::kUnspecified,
+      join({what, u": ", from_stored_utf8(std::generic_category().message(code))}), code, {},
+      is_disk_full(code) ? std::optional(ado::FailureKind::kDiskFull) : std::nullopt);
+}
+
+[[noreturn]] void refuse(TextView what, TextView why) {
+  throw ado::AdoError(ado::AdoErrorNumber::kPermissionDenied, join({what, u" ", why, u"."}));
+}
+
+/// Whether the owner of the lock file is one of those who could have made it in good faith: whoever
+/// may write the database. In a folder that a group shares it is made by the first of them to come,
+/// and bears their group, as far as that user could give it.
+bool may_own(const struct stat& lock_file, const struct stat& database) {
+  if (lock_file.st_uid == database.st_uid || lock_file.st_uid == 0 ||
+      lock_file.st_uid == ::geteuid()) {
+    return true;
+  }
+  if ((database.st_mode & S_IWOTH) != 0) return true;
+  return (database.st_mode & S_IWGRP) != 0 && lock_file.st_gid == database.st_gid;
 }
 
 }  // namespace
@@ -46,7 +64,10 @@ ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::fil
   if (::stat(like.c_str(), &model) != 0) throw_system_error(u"The database file", errno);
   const Text what = join({u"The lock file '", from_stored_utf8(file.native()), u"'"});
   const mode_t mode = model.st_mode & 0777;
-  system_->file = ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+  // Whoever may write to the folder can put something else here: a link, whose target would be
+  // written to, or a pipe, which would not open before somebody reads from it.
+  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  system_->file = ::open(file.c_str(), kFlags | O_CREAT | O_EXCL, mode);
   if (system_->file >= 0) {
     // Whoever may write the database has to be able to lock its rows: the process's own mask and
     // group must not count.
@@ -55,10 +76,16 @@ ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::fil
       // To give a file away takes root, or membership in the group: so it stays this user's own.
     }
     ::fchmod(system_->file, mode);
-  } else if (errno == EEXIST) {
-    system_->file = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
+    return;
   }
+  if (errno == EEXIST) system_->file = ::open(file.c_str(), kFlags);
+  if (system_->file < 0 && errno == ELOOP) refuse(what, u"is a link");
   if (system_->file < 0) throw_system_error(what, errno);
+  struct stat there {};
+  if (::fstat(system_->file, &there) != 0) throw_system_error(what, errno);
+  if (!S_ISREG(there.st_mode)) refuse(what, u"is no regular file");
+  if (there.st_nlink > 1) refuse(what, u"has a second name");
+  if (!may_own(there, model)) refuse(what, u"belongs to somebody who may not write the database");
 }
 
 ByteRangeLocks::~ByteRangeLocks() = default;

@@ -8,6 +8,7 @@
 #include "ado/error.h"
 #include "engines/sqlite/byte_range_locks.h"
 #include "engines/sqlite/database_file.h"
+#include "engines/sqlite/files.h"
 
 // Windows names nobody's locks: a range is free of others' locks if a shared lock can be had on it,
 // which is given back at once. A lock can only be given back as it was taken, and exclusive locks
@@ -23,9 +24,15 @@ constexpr std::int64_t kLongRun = 64;
 
 [[noreturn]] void throw_system_error(TextView what, DWORD code) {
   const std::string message = std::system_category().message(static_cast<int>(code));
-  throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
-                      join({what, u": ", from_stored_utf8(message)}),
-                      static_cast<std::int32_t>(code));
+  throw ado::AdoError(
+      ado::AdoErrorNumber::kUnspecified, join({what, u": ", from_stored_utf8(message)}),
+      static_cast<std::int32_t>(code), {},
+      is_disk_full(static_cast<int>(code)) ? std::optional(ado::FailureKind::kDiskFull)
+                                           : std::nullopt);
+}
+
+[[noreturn]] void refuse(TextView what, TextView why) {
+  throw ado::AdoError(ado::AdoErrorNumber::kPermissionDenied, join({what, u" ", why, u"."}));
 }
 
 bool is_refusal(DWORD code) { return code == ERROR_LOCK_VIOLATION || code == ERROR_IO_PENDING; }
@@ -204,14 +211,23 @@ struct ByteRangeLocks::System {
 
 ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::filesystem::path&)
     : system_(std::make_unique<System>()) {
-  // Owner and permissions are those of the folder, as the database's are.
-  system_->file = CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (system_->file == INVALID_HANDLE_VALUE) {
-    const DWORD code = GetLastError();
-    throw_system_error(join({u"The lock file ", file_text(file)}), code);
+  // Owner and permissions are those of the folder, as the database's are. A link in the file's
+  // place is opened itself, and refused: whoever may write to the folder can put one there.
+  system_->file =
+      CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE,
+                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  const Text what = join({u"The lock file ", file_text(file)});
+  if (system_->file == INVALID_HANDLE_VALUE) throw_system_error(what, GetLastError());
+  BY_HANDLE_FILE_INFORMATION there{};
+  if (GetFileInformationByHandle(system_->file, &there) == 0) {
+    throw_system_error(what, GetLastError());
   }
+  if (GetFileType(system_->file) != FILE_TYPE_DISK ||
+      (there.dwFileAttributes & (FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY)) != 0) {
+    refuse(what, u"is no regular file");
+  }
+  if (there.nNumberOfLinks > 1) refuse(what, u"has a second name");
 }
 
 ByteRangeLocks::~ByteRangeLocks() = default;

@@ -1,12 +1,14 @@
 #include "engines/sqlite/create_database.h"
 
+#include <optional>
 #include <system_error>
 
 #include "engines/sqlite/application_role.h"
+#include "engines/sqlite/byte_range_locks.h"
 #include "engines/sqlite/database_file.h"
 #include "engines/sqlite/embedded_schema.h"
+#include "engines/sqlite/files.h"
 #include "engines/sqlite/password_hash.h"
-#include "engines/sqlite/private_file.h"
 
 namespace tarnwick::sqlite {
 namespace {
@@ -41,36 +43,89 @@ class NewFolders final {
   std::vector<std::filesystem::path> made_;  // the innermost first
 };
 
-/// A file under a name of its own, removed at the end with all that SQLite has put beside it.
+const char* const kBesides[] = {"", "-wal", "-shm", "-journal"};
+
+/// Removes `file` and all that SQLite puts beside it.
+void remove_with_all(const std::filesystem::path& file) {
+  std::error_code ignored;
+  for (const char* suffix : kBesides) {
+    auto besides = file;
+    std::filesystem::remove(besides += suffix, ignored);
+  }
+}
+
+/// A file under a name of its own, on its way to the name `target`. Locked as long as it is made,
+/// so that one whose maker was killed is known, and removed by the next one.
 class ScratchFile final {
  public:
-  explicit ScratchFile(const std::filesystem::path& target) : path_(target) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string name = ".new-";
-    for (const auto byte : random_bytes(8)) {
-      name += kDigits[std::to_integer<unsigned>(byte) >> 4];
-      name += kDigits[std::to_integer<unsigned>(byte) & 15u];
-    }
-    path_ += name;
+  explicit ScratchFile(const std::filesystem::path& target)
+      : target_(target), path_(with_suffix(target, kMark + hexadecimal(random_bytes(kMarkBytes)))) {
     make_private_file(path_);
+    lock_.emplace(path_, path_);
+    static_cast<void>(lock_->try_lock(kBeingMade));
   }
   ~ScratchFile() {
-    std::error_code ignored;
-    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
-      auto file = path_;
-      std::filesystem::remove(file += suffix, ignored);
-    }
+    lock_.reset();
+    remove_with_all(path_);
   }
   ScratchFile(const ScratchFile&) = delete;
   ScratchFile& operator=(const ScratchFile&) = delete;
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
+  /// Throws where something has the target's name already.
+  void become_target() { rename_to_new(path_, target_); }
+
+  /// Removes what makers of `target` left behind that were killed.
+  static void remove_abandoned(const std::filesystem::path& target) {
+    const auto begin = target.filename().native() + std::filesystem::path(kMark).native();
+    std::vector<std::filesystem::path> abandoned;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator(target.parent_path(), none)) {
+      const auto name = entry.path().filename().native();
+      if (name.starts_with(begin) && name.size() == begin.size() + 2 * kMarkBytes &&
+          entry.symlink_status().type() == std::filesystem::file_type::regular &&
+          is_abandoned(entry.path())) {
+        abandoned.push_back(entry.path());
+      }
+    }
+    for (const auto& file : abandoned) remove_with_all(file);
+  }
+
  private:
+  static constexpr const char* kMark = ".new-";
+  static constexpr std::size_t kMarkBytes = 8;
+  static constexpr ByteRange kBeingMade{std::int64_t{1} << 62, std::int64_t{1} << 62};
+
+  static std::filesystem::path with_suffix(std::filesystem::path file, const std::string& suffix) {
+    return file += suffix;
+  }
+
+  static std::string hexadecimal(const Bytes& bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (const auto byte : bytes) {
+      text += kDigits[std::to_integer<unsigned>(byte) >> 4];
+      text += kDigits[std::to_integer<unsigned>(byte) & 15u];
+    }
+    return text;
+  }
+
+  static bool is_abandoned(const std::filesystem::path& file) {
+    try {
+      return ByteRangeLocks(file, file).try_lock(kBeingMade);
+    } catch (const AdoError&) {
+      return false;  // not one that this user could have left
+    }
+  }
+
+  std::filesystem::path target_;
   std::filesystem::path path_;
+  std::optional<ByteRangeLocks> lock_;
 };
 
 void fill(const std::filesystem::path& file, std::string_view role, std::string_view password) {
   Database database(file);
+  database.use_write_ahead_log();
   database.begin_immediate();
   const int code = sqlite3_exec(database.handle(), kEmbeddedSchema, nullptr, nullptr, nullptr);
   if (code != SQLITE_OK) database.fail(code);
@@ -99,8 +154,9 @@ void create_database(const std::filesystem::path& folder, TextView name, TextVie
     throw AdoError(AdoErrorNumber::kInvalidArgument, u"The application role needs a name.");
   }
   try {
+    ScratchFile::remove_abandoned(file);
     // What an earlier database left behind would be taken for this one's.
-    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+    for (const char* suffix : kBesides) {
       auto present = file;
       present += suffix;
       if (std::filesystem::exists(std::filesystem::symlink_status(present))) {
@@ -108,10 +164,9 @@ void create_database(const std::filesystem::path& folder, TextView name, TextVie
       }
     }
     NewFolders folders(folder);
-    const ScratchFile scratch(file);
+    ScratchFile scratch(file);
     fill(scratch.path(), role_utf8, password_utf8);
-    // Unlike a rename a second link never replaces a file that somebody else has just made.
-    std::filesystem::create_hard_link(scratch.path(), file);
+    scratch.become_target();
     folders.keep();
   } catch (const std::filesystem::filesystem_error& error) {
     fail(file, from_stored_utf8(error.code().message()));

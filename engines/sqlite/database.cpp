@@ -1,17 +1,26 @@
 #include "engines/sqlite/database.h"
 
-#include <algorithm>
+#include <optional>
 #include <system_error>
+
+#include "engines/sqlite/files.h"
 
 namespace tarnwick::sqlite {
 namespace {
 
-constexpr std::size_t kKeptStatements = 48;
 constexpr const char* kSchema = "dbo";
 
-int wait_while_busy(void* wait, int /*times*/) {
-  return static_cast<LockWait*>(wait)->pause() ? 1 : 0;
+/// So many steps of SQLite's machine are done between two looks at the clock: well below a
+/// millisecond of work.
+constexpr int kStepsPerLook = 10'000;
+
+int wait_while_busy(void* time, int /*times*/) {
+  return static_cast<CallTime*>(time)->pause() ? 1 : 0;
 }
+
+int stop_when_over(void* time) { return static_cast<const CallTime*>(time)->is_over() ? 1 : 0; }
+
+void ignore_change(void*, sqlite3*, int, const char*, const char*, sqlite3_int64, sqlite3_int64) {}
 
 ado::AdoErrorNumber number_of(int code) {
   switch (code & 0xff) {
@@ -72,38 +81,76 @@ void throw_sqlite_error(sqlite3* handle, int code) {
   if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED) throw ado::lock_timeout();
   const bool last = handle != nullptr && (sqlite3_errcode(handle) & 0xff) == primary;
   Text text = from_stored_utf8(last ? sqlite3_errmsg(handle) : sqlite3_errstr(code));
-  const int system = handle != nullptr ? sqlite3_system_errno(handle) : 0;
-  if (system != 0 && (primary == SQLITE_IOERR || primary == SQLITE_CANTOPEN)) {
-    text += join({u" (", from_stored_utf8(std::generic_category().message(system)), u")"});
+  const bool by_system = primary == SQLITE_IOERR || primary == SQLITE_CANTOPEN;
+  const int system = handle != nullptr && by_system ? sqlite3_system_errno(handle) : 0;
+  if (system != 0) {
+    text += join({u" (", from_stored_utf8(std::system_category().message(system)), u")"});
   }
-  throw ado::AdoError(number_of(code), std::move(text), code);
+  const bool full = primary == SQLITE_FULL || (system != 0 && is_disk_full(system));
+  throw ado::AdoError(number_of(code), std::move(text), code, {},
+                      full ? std::optional(ado::FailureKind::kDiskFull) : std::nullopt);
 }
 
-Database::Database(const std::filesystem::path& file) {
+Database::Database(const std::filesystem::path& file) : time_(std::make_shared<CallTime>()) {
+  time_->start(kOpeningWait, CallTime::kUnlimited);
+  open(file, nullptr);
+  prepare_transactions();
+  static_cast<void>(
+      schema_version());  // reads the file's first page: fails where it is no database
+  if (sqlite3_db_readonly(handle(), kSchema) != 0) throw_sqlite_error(nullptr, SQLITE_READONLY);
+}
+
+Database::Database(const std::filesystem::path& file, const char* layer,
+                   std::shared_ptr<CallTime> time)
+    : time_(std::move(time)) {
+  open(file, layer);
+  // The first makes SQLite keep the index of the write-ahead log in its own memory, the second keep
+  // every page that was written there, the third leave the file as it is at the end.
+  step(prepare("PRAGMA dbo.locking_mode=EXCLUSIVE").get());
+  step(prepare("PRAGMA dbo.cache_spill=OFF").get());
+  sqlite3_db_config(handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+  prepare_transactions();
+}
+
+void Database::open(const std::filesystem::path& file, const char* layer) {
   sqlite3* handle = nullptr;
   // One thread at a time uses a session: SQLite need not guard the connection.
   const int opened = sqlite3_open_v2(sqlite_file_name(file).c_str(), &handle,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, layer);
   handle_.reset(handle);
   if (opened != SQLITE_OK) throw_sqlite_error(handle, opened);
   sqlite3_extended_result_codes(handle, 1);
-  wait_.start(kOpeningWait);
-  sqlite3_busy_handler(handle, wait_while_busy, &wait_);
+  sqlite3_busy_handler(handle, wait_while_busy, time_.get());
+  sqlite3_progress_handler(handle, kStepsPerLook, stop_when_over, time_.get());
   sqlite3_db_config(handle, SQLITE_DBCONFIG_MAINDBNAME, kSchema);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
   sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
   sqlite3_set_authorizer(handle, ClientRules::authorize, &rules_);
+  hook_changes(nullptr, nullptr);
+}
 
+void Database::prepare_transactions() {
   schema_version_ = prepare("PRAGMA dbo.schema_version");
-  static_cast<void>(
-      schema_version());  // reads the file's first page: fails where it is no database
-  if (sqlite3_db_readonly(handle, kSchema) != 0) throw_sqlite_error(nullptr, SQLITE_READONLY);
-  // Readers and the writer do not wait for each other; a commit is on the disk when it returns.
-  step(prepare("PRAGMA dbo.journal_mode=WAL").get());
-  step(prepare("PRAGMA dbo.synchronous=FULL").get());
+  begin_reading_ = prepare("BEGIN");
   begin_ = prepare("BEGIN IMMEDIATE");
   commit_ = prepare("COMMIT");
   rollback_ = prepare("ROLLBACK");
+}
+
+void Database::use_write_ahead_log() {
+  {
+    const StatementHandle mode = prepare("PRAGMA dbo.journal_mode=WAL");
+    const int code = sqlite3_step(mode.get());
+    if (code != SQLITE_ROW) fail(code);
+    // SQLite says so without an error where the file's place does not allow it.
+    if (sqlite3_stricmp(reinterpret_cast<const char*>(sqlite3_column_text(mode.get(), 0)), "wal") !=
+        0) {
+      throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
+                          u"The database cannot keep a write-ahead log where it lies.");
+    }
+  }
+  step(prepare("PRAGMA dbo.synchronous=FULL").get());
+  static_cast<void>(schema_version());  // opens the log's files, which cannot be had later
 }
 
 StatementHandle Database::prepare(std::string_view sql, const char** tail) {
@@ -114,27 +161,13 @@ StatementHandle Database::prepare(std::string_view sql, const char** tail) {
   return StatementHandle(statement);
 }
 
-sqlite3_stmt* Database::find(std::string_view sql) {
-  const auto kept = std::find_if(kept_.begin(), kept_.end(),
-                                 [&](const Kept& candidate) { return candidate.sql == sql; });
-  if (kept == kept_.end()) return nullptr;
-  std::rotate(kept_.begin(), kept, kept + 1);
-  return kept_.front().statement.get();
-}
-
-sqlite3_stmt* Database::keep(std::string_view sql, StatementHandle statement) {
-  if (kept_.size() == kKeptStatements) kept_.pop_back();
-  kept_.insert(kept_.begin(), Kept{std::string(sql), std::move(statement)});
-  return kept_.front().statement.get();
-}
-
 sqlite3_stmt* Database::statement(std::string_view sql) {
-  if (sqlite3_stmt* kept = find(sql)) return kept;
-  return keep(sql, prepare(sql));
+  if (sqlite3_stmt* kept = own_statements_.find(sql)) return kept;
+  return own_statements_.keep(sql, prepare(sql));
 }
 
 sqlite3_stmt* Database::client_statement(std::string_view sql) {
-  if (sqlite3_stmt* kept = find(sql)) return kept;
+  if (sqlite3_stmt* kept = client_statements_.find(sql)) return kept;
   StatementHandle found;
   const char* rest = sql.data();
   const char* const end = sql.data() + sql.size();
@@ -156,7 +189,12 @@ sqlite3_stmt* Database::client_statement(std::string_view sql) {
   if (found == nullptr) {
     throw ado::AdoError(ado::AdoErrorNumber::kCommandError, u"The statement is empty.");
   }
-  return keep(sql, std::move(found));
+  return client_statements_.keep(sql, std::move(found));
+}
+
+void Database::begin_reading() {
+  step(begin_reading_.get());
+  static_cast<void>(schema_version());  // SQLite begins with the first look at the file
 }
 
 void Database::begin_immediate() {
@@ -178,6 +216,12 @@ void Database::rollback() noexcept {
   sqlite3_reset(rollback_.get());
 }
 
+void Database::hook_changes(ChangeHook hook, void* context) {
+  sqlite3_preupdate_hook(handle(), hook != nullptr ? hook : ignore_change, context);
+}
+
+void Database::unhook_changes() { sqlite3_preupdate_hook(handle(), nullptr, nullptr); }
+
 std::int64_t Database::schema_version() {
   const ResetAtEnd reset(schema_version_.get());
   const int code = sqlite3_step(schema_version_.get());
@@ -192,6 +236,12 @@ void Database::step(sqlite3_stmt* statement) {
   if (code != SQLITE_DONE) fail(code);
 }
 
-void Database::fail(int code) const { throw_sqlite_error(handle(), code); }
+void Database::fail(int code) const {
+  if ((code & 0xff) == SQLITE_INTERRUPT && time_->is_over()) {
+    throw ado::AdoError(ado::AdoErrorNumber::kTimeout,
+                        Text(description_of(ado::AdoErrorNumber::kTimeout)), code);
+  }
+  throw_sqlite_error(handle(), code);
+}
 
 }  // namespace tarnwick::sqlite

@@ -11,7 +11,8 @@ namespace tarnwick::sqlite {
 [[nodiscard]] std::filesystem::path database_file(const std::filesystem::path& folder,
                                                   TextView name);
 
-/// The file beside it that carries the row locks.
+/// The file beside `database` that carries the row locks. To be asked with the database's real
+/// name: whoever reaches one database by different ways has to meet at one lock file.
 [[nodiscard]] std::filesystem::path lock_file(const std::filesystem::path& database);
 
 /// `file` for a description, in quotes.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 namespace tarnwick::sqlite {
 
 /// The statements that make an empty embedded database (schema/embedded.sql).
@@ -8,5 +10,9 @@ extern const char* const kEmbeddedSchema;
 /// Tables of that schema which the engine itself knows.
 inline constexpr const char* kRoleTable = "DW_APP_ROLE";
 inline constexpr const char* kVersionTable = "DW_ROW_VERSION";
+
+/// What that schema writes into user_version. Files that say 0 are older ones, which differ in
+/// nothing else, and tables that were made otherwise.
+inline constexpr std::int32_t kSchemaVersion = 1;
 
 }  // namespace tarnwick::sqlite

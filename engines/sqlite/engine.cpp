@@ -60,7 +60,7 @@ std::unique_ptr<ado::EngineSession> SqliteEngine::connect(const ado::ConnectionS
     throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
                         join({u"The folder ", file_text(folder), u" does not exist."}));
   }
-  return std::make_unique<Session>(std::move(folder));
+  return std::make_unique<Session>(std::move(folder), statement_limit_);
 }
 
 }  // namespace tarnwick::sqlite

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include "ado/engine.h"
 
 namespace tarnwick::sqlite {
@@ -10,9 +12,19 @@ namespace tarnwick::sqlite {
 /// is written only in short transactions.
 class SqliteEngine final : public ado::Engine {
  public:
+  /// How long a statement may work; what it waits for locks comes on top and is limited by the lock
+  /// time-out. The default is that of ADO's CommandTimeout.
+  static constexpr std::chrono::milliseconds kStatementLimit{30'000};
+
+  explicit SqliteEngine(std::chrono::milliseconds statement_limit = kStatementLimit)
+      : statement_limit_(statement_limit) {}
+
   [[nodiscard]] std::span<const TextView> providers() const override;
   [[nodiscard]] std::unique_ptr<ado::EngineSession> connect(
       const ado::ConnectionString& string) override;
+
+ private:
+  std::chrono::milliseconds statement_limit_;
 };
 
 }  // namespace tarnwick::sqlite

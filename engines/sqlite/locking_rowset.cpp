@@ -18,12 +18,14 @@ LockingRowset::LockingRowset(OpenDatabase& database, Query query,
 void LockingRowset::fetch(ado::RowBuffer& rows, std::size_t limit) {
   lock_.release();
   if (at_end_) return;
-  database_.start_wait();
+  database_.start_call();
   const bool first_fetch = !candidates_;
   if (first_fetch) {
     candidates_.emplace(columns().size());
     if (const auto key = key_looked_for()) {
-      const auto outcome = lock_and_read(*key, rows);
+      std::vector<ado::Cell> cells;
+      for (const auto& value : *key) cells.push_back(cell_of(value));
+      const auto outcome = lock_and_read(cells, rows);
       at_end_ = outcome == Outcome::kTimeout;
       if (outcome != Outcome::kGone) return;
     }
@@ -47,7 +49,7 @@ LockingRowset::Outcome LockingRowset::lock_and_read(std::span<const ado::Cell> k
                                                     ado::RowBuffer& rows) {
   RowLocks::Set lock(database_.locks, RowLocks::Set::Listing::kListed);
   while (!database_.locks.try_lock(lock, *shape().table, key)) {
-    if (!database_.database.wait().pause()) return Outcome::kTimeout;
+    if (!database_.database.time().pause()) return Outcome::kTimeout;
   }
   // Only now nobody else changes the row; its last holder may have.
   if (!read_row(key, rows)) return Outcome::kGone;
@@ -67,20 +69,6 @@ std::optional<StoredValue> LockingRowset::version_of_last_row(const ado::RowBuff
   std::vector<ado::Cell> row(columns().size());
   rows.read_row(rows.rows() - 1, row);
   return stored_value(row[static_cast<std::size_t>(version - origins.begin())]);
-}
-
-std::optional<std::vector<ado::Cell>> LockingRowset::key_looked_for() const {
-  if (query_.columns.size() != shape().table->key.size()) return std::nullopt;
-  std::vector<ado::Cell> key;
-  for (const auto& name : shape().table->key) {
-    for (std::size_t i = 0; i < query_.columns.size(); ++i) {
-      if (sqlite3_stricmp(query_.columns[i].c_str(), name.c_str()) != 0) continue;
-      key.push_back(cell_of(query_.values[i]));
-      break;
-    }
-  }
-  if (key.size() != shape().table->key.size()) return std::nullopt;
-  return key;
 }
 
 }  // namespace tarnwick::sqlite

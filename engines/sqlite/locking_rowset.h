@@ -18,8 +18,6 @@ class LockingRowset final : public SqliteRowset {
   /// Locks the row with the key `key` and appends it, as it is then.
   [[nodiscard]] Outcome lock_and_read(std::span<const ado::Cell> key, ado::RowBuffer& rows);
   [[nodiscard]] std::optional<StoredValue> version_of_last_row(const ado::RowBuffer& rows) const;
-  /// The key, where the statement looks for a row by the values of its whole key.
-  [[nodiscard]] std::optional<std::vector<ado::Cell>> key_looked_for() const;
 
   std::optional<ado::RowBuffer> candidates_;  // as they were before they were locked
   std::size_t next_ = 0;

@@ -6,7 +6,7 @@ namespace tarnwick::sqlite {
 
 void ReadRowset::fetch(ado::RowBuffer& rows, std::size_t limit) {
   if (at_end_) return;
-  database_.start_wait();
+  database_.start_call();
   if (!rows_) rows_ = read_unlocked_rows();
   if (next_ == 0 && rows.rows() == 0 && rows_->rows() <= limit) {
     rows = std::move(*rows_);
@@ -27,7 +27,7 @@ ado::RowBuffer ReadRowset::read_unlocked_rows() {
     const auto byte = locked_elsewhere(rows);
     if (!byte) return rows;
     while (database_.locks.is_foreign(*byte)) {
-      if (!database_.database.wait().pause()) throw ado::lock_timeout();
+      if (!database_.database.time().pause()) throw ado::lock_timeout();
     }
   }
 }

@@ -5,6 +5,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "engines/sqlite/key_spelling.h"
+
 namespace tarnwick::sqlite {
 namespace {
 
@@ -20,6 +22,9 @@ class Hash final {
   void add(unsigned char byte) { state_ = (state_ ^ byte) * 0x100000001b3u; }
   void add(std::uint64_t number) {
     for (int shift = 0; shift < 64; shift += 8) add(static_cast<unsigned char>(number >> shift));
+  }
+  void add(std::string_view bytes) {
+    for (const char c : bytes) add(static_cast<unsigned char>(c));
   }
   void add_folded(std::string_view text) {
     for (const char c : text) {
@@ -40,6 +45,11 @@ class Hash final {
 
 std::string_view text_of(const ado::Cell& cell) {
   return {reinterpret_cast<const char*>(cell.data), cell.size};
+}
+
+bool is_ascii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 bool is_integer(const ado::Cell& cell) {
@@ -67,8 +77,15 @@ void add_cell(Hash& hash, const ado::Cell& cell) {
     hash.add(std::bit_cast<std::uint64_t>(cell.real));
   } else {
     hash.add(static_cast<unsigned char>(cell.is_null() ? 'n' : 't'));
-    hash.add(std::uint64_t{cell.size});
-    hash.add_folded(text_of(cell));
+    const auto text = text_of(cell);
+    if (cell.kind == ado::Cell::Kind::kUtf8 && !is_ascii(text)) {
+      const auto folded = folded_key_text(text);
+      hash.add(std::uint64_t{folded.size()});
+      hash.add(std::string_view(folded));
+    } else {
+      hash.add(std::uint64_t{text.size()});
+      hash.add_folded(text);
+    }
   }
 }
 

@@ -13,7 +13,8 @@ namespace tarnwick::sqlite {
 // Where the lock of a row lies in the lock file: a hash of the table's name chooses a region of the
 // upper half of all file offsets, a hash of the key a byte in that region. Rows whose bytes happen
 // to be the same wait for each other without need, which is rare and does no harm. Texts count
-// without regard to the case of ASCII letters, as the key columns compare.
+// without regard to case, by Unicode: all spellings of a record's name are one row
+// (key_spelling.h).
 
 /// The region of `table`: locking it whole locks all of its rows.
 [[nodiscard]] ByteRange lock_region(std::string_view table);

@@ -16,8 +16,9 @@ constexpr std::int32_t kNativePermissionDenied = 229;
 constexpr std::int32_t kNativeUnknownDatabase = 911;
 constexpr std::int32_t kNativeCannotSetRole = 15161;
 
-/// Of look-ups; a program uses a handful of them.
+/// Of look-ups; a program uses a handful of them, none of them long.
 constexpr std::size_t kKnownShapes = 64;
+constexpr std::size_t kLongestKnown = 1024;
 
 std::string utf8_of(TextView statement) {
   if (statement.find(u'\0') != TextView::npos) {
@@ -67,11 +68,7 @@ void Session::set_default_database(TextView name) {
                    kNativeUnknownDatabase);
   }
   try {
-    auto opened = std::make_unique<OpenDatabase>(file, lock_file(file), lock_timeout_);
-    if (!has_roles(opened->database)) {
-      throw AdoError(AdoErrorNumber::kUnspecified,
-                     u"it has no table DW_APP_ROLE and so no application role");
-    }
+    auto opened = std::make_unique<OpenDatabase>(file, lock_timeout_, statement_limit_);
     shapes_.clear();
     database_ = std::move(opened);
     name_ = name;
@@ -80,7 +77,12 @@ void Session::set_default_database(TextView name) {
     throw AdoError(
         static_cast<AdoErrorNumber>(failure.number()),
         join({u"The database ", file_text(file), u" cannot be opened: ", failure.description()}),
-        failure.native());
+        failure.native(), {}, failure.kind());
+  } catch (const std::filesystem::filesystem_error& failure) {
+    throw AdoError(AdoErrorNumber::kUnspecified,
+                   join({u"The database ", file_text(file), u" cannot be opened: ",
+                         from_stored_utf8(failure.code().message())}),
+                   failure.code().value());
   }
 }
 
@@ -111,16 +113,38 @@ std::unique_ptr<ado::Rowset> Session::open(const ado::RowsetRequest& request) {
 void Session::begin() { database().log.begin(); }
 
 void Session::begin_load() {
-  database().start_wait();
+  database().start_call();
   database().log.begin_load();
 }
 
 void Session::commit() {
-  database().start_wait();
+  database().start_call();
   database().log.commit();
 }
 
 void Session::rollback() { database().log.rollback(); }
+
+std::optional<std::vector<Text>> Session::columns_of(TextView table) {
+  auto& open = admitted();
+  open.start_call();
+  const StoredValue name = utf8_of(table);
+  std::vector<Text> columns;
+  open.log.read([&](Database& database) {
+    columns.clear();
+    // The schema's own name is "main" to the function, whatever statements call it.
+    sqlite3_stmt* const statement =
+        database.statement("SELECT name FROM pragma_table_xinfo(?, 'main') WHERE hidden <> 1");
+    const ResetAtEnd reset(statement);
+    bind(statement, 1, name);
+    int code = sqlite3_step(statement);
+    for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+      columns.push_back(
+          from_stored_utf8(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0))));
+    }
+    if (code != SQLITE_DONE) database.fail(code);
+  });
+  return columns;
+}
 
 std::vector<ado::HeldRow> Session::held_rows() { return admitted().locks.held_rows(); }
 
@@ -131,7 +155,7 @@ std::optional<Session::Prepared> Session::prepare(TextView statement) {
     return std::nullopt;
   }
   auto& open = admitted();
-  open.start_wait();
+  open.start_call();
   open.catalog.refresh(open.database);
   if (auto query = parameterized(sql)) {
     try {
@@ -147,16 +171,16 @@ std::optional<Session::Prepared> Session::prepare(TextView statement) {
 void Session::run(const Prepared& prepared) {
   auto& open = admitted();
   if (sqlite3_stmt_readonly(prepared.statement) == 0) {
-    open.log.write({prepared.query.sql, prepared.query.values});
+    open.log.write({Write::Author::kClient, prepared.query.sql, prepared.query.values});
     return;
   }
-  open.log.read([&] {
-    sqlite3_stmt* const statement = open.database.statement(prepared.query.sql);
+  open.log.read([&](Database& database) {
+    sqlite3_stmt* const statement = database.client_statement(prepared.query.sql);
     const ResetAtEnd reset(statement);
     bind_all(statement, prepared.query.values);
     int code = sqlite3_step(statement);
     while (code == SQLITE_ROW) code = sqlite3_step(statement);
-    if (code != SQLITE_DONE) open.database.fail(code);
+    if (code != SQLITE_DONE) database.fail(code);
   });
 }
 
@@ -165,7 +189,7 @@ std::shared_ptr<const Shape> Session::shape_of(const Prepared& prepared) {
   const auto make = [&] {
     return std::make_shared<const Shape>(Shape::of(prepared.statement, catalog));
   };
-  if (prepared.query.values.empty()) return make();
+  if (prepared.query.values.empty() || prepared.query.sql.size() > kLongestKnown) return make();
   if (shapes_.size() > kKnownShapes) shapes_.clear();
   auto& known = shapes_[prepared.query.sql];
   if (known.shape == nullptr || known.schema_version != catalog.version()) {
@@ -192,12 +216,13 @@ void Session::enter_role(const SetAppRole& role) {
     throw AdoError(AdoErrorNumber::kCommandError,
                    u"The session has entered an application role already.");
   }
-  open.database.wait().start(Database::kOpeningWait);
+  open.database.time().start(Database::kOpeningWait, statement_limit_);
   if (!role_admits(open.database, to_utf8(role.role), to_utf8(role.password))) {
     throw AdoError(AdoErrorNumber::kAuthenticationFailed,
                    u"The application role does not exist, or the password is not its password.",
                    kNativeCannotSetRole);
   }
+  open.database.use_write_ahead_log();
   admitted_ = true;
 }
 

@@ -15,7 +15,8 @@ namespace tarnwick::sqlite {
 /// A session on the databases of a folder.
 class Session final : public ado::EngineSession {
  public:
-  explicit Session(std::filesystem::path folder) : folder_(std::move(folder)) {}
+  Session(std::filesystem::path folder, CallTime::Limit statement_limit)
+      : folder_(std::move(folder)), statement_limit_(statement_limit) {}
 
   void set_default_database(TextView name) override;
   void execute(TextView statement) override;
@@ -24,6 +25,7 @@ class Session final : public ado::EngineSession {
   void begin_load() override;
   void commit() override;
   void rollback() override;
+  [[nodiscard]] std::optional<std::vector<Text>> columns_of(TextView table) override;
   [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;
 
  private:
@@ -48,7 +50,8 @@ class Session final : public ado::EngineSession {
   [[nodiscard]] OpenDatabase& admitted();
 
   std::filesystem::path folder_;
-  std::int32_t lock_timeout_ = LockWait::kForEver;
+  CallTime::Limit statement_limit_;
+  std::int32_t lock_timeout_ = CallTime::kForEver;
   std::unique_ptr<OpenDatabase> database_;
   Text name_;
   std::unordered_map<std::string, KnownShape> shapes_;  // by statement, of parameterized look-ups

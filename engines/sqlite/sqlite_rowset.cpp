@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "engines/sqlite/key_spelling.h"
+
 namespace tarnwick::sqlite {
 namespace {
 
@@ -110,25 +112,35 @@ void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) con
 }
 
 template <class TakeRow>
-void SqliteRowset::for_each_row(TakeRow take_row) {
-  sqlite3_stmt* const statement = database_.database.statement(query_.sql);
+bool SqliteRowset::run(Database& database, std::span<const StoredValue> values, TakeRow take_row) {
+  sqlite3_stmt* const statement = database.client_statement(query_.sql);
   const ResetAtEnd reset(statement);
-  bind_all(statement, query_.values);
+  bind_all(statement, values);
   int code = sqlite3_step(statement);
   // SQLite prepares a statement anew when the tables have changed: "*" may mean other columns now.
   if (code == SQLITE_ROW && sqlite3_column_count(statement) != static_cast<int>(columns().size())) {
     throw AdoError(AdoErrorNumber::kUnspecified,
                    u"The table's columns have changed since the statement was opened.");
   }
+  const bool any = code == SQLITE_ROW;
   for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
-    if (!take_row(statement)) return;
+    if (!take_row(statement)) return any;
   }
-  if (code != SQLITE_DONE) database_.database.fail(code);
+  if (code != SQLITE_DONE) database.fail(code);
+  return any;
+}
+
+template <class TakeRow>
+void SqliteRowset::for_each_row(Database& database, TakeRow take_row) {
+  if (run(database, query_.values, take_row)) return;
+  if (const auto values = values_of_other_spelling(database)) {
+    static_cast<void>(run(database, *values, take_row));
+  }
 }
 
 void SqliteRowset::read_all(ado::RowBuffer& rows) {
-  database_.log.read([&] {
-    for_each_row([&](sqlite3_stmt* statement) {
+  database_.log.read([&](Database& database) {
+    for_each_row(database, [&](sqlite3_stmt* statement) {
       append_row(statement, rows);
       return true;
     });
@@ -138,9 +150,9 @@ void SqliteRowset::read_all(ado::RowBuffer& rows) {
 bool SqliteRowset::read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows) {
   const auto byte = lock_byte(shape().table->region, key);
   bool found = false;
-  const auto look_for = [&](auto&& matches) {
+  const auto look_for = [&](Database& database, auto&& matches) {
     std::vector<ado::Cell> candidate(key.size());
-    for_each_row([&](sqlite3_stmt* statement) {
+    for_each_row(database, [&](sqlite3_stmt* statement) {
       std::transform(
           shape().key.begin(), shape().key.end(), candidate.begin(),
           [&](std::size_t column) { return cell_of(statement, static_cast<int>(column)); });
@@ -150,14 +162,53 @@ bool SqliteRowset::read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows
       return false;
     });
   };
-  database_.log.read([&] {
-    look_for([&](const auto& candidate) { return same_key(candidate, key); });
-    // The row that was locked may have got its key in other letters meanwhile.
+  database_.log.read([&](Database& database) {
+    look_for(database, [&](const auto& candidate) { return same_key(candidate, key); });
+    // The row that was locked may have got its key in other letters meanwhile, or have had it in
+    // others all along.
     if (found) return;
-    look_for(
-        [&](const auto& candidate) { return lock_byte(shape().table->region, candidate) == byte; });
+    look_for(database, [&](const auto& candidate) {
+      return lock_byte(shape().table->region, candidate) == byte;
+    });
   });
   return found;
+}
+
+std::vector<std::size_t> SqliteRowset::key_positions() const {
+  if (shape().table == nullptr) return {};
+  const auto& key = shape().table->key;
+  if (query_.columns.size() != key.size()) return {};
+  std::vector<std::size_t> positions;
+  for (const auto& name : key) {
+    const auto found = std::find_if(
+        query_.columns.begin(), query_.columns.end(),
+        [&](const auto& column) { return sqlite3_stricmp(column.c_str(), name.c_str()) == 0; });
+    if (found == query_.columns.end()) return {};
+    positions.push_back(static_cast<std::size_t>(found - query_.columns.begin()));
+  }
+  return positions;
+}
+
+std::optional<std::vector<StoredValue>> SqliteRowset::key_looked_for() const {
+  const auto positions = key_positions();
+  if (positions.empty()) return std::nullopt;
+  std::vector<StoredValue> key;
+  for (const auto position : positions) key.push_back(query_.values[position]);
+  return key;
+}
+
+std::optional<std::vector<StoredValue>> SqliteRowset::values_of_other_spelling(
+    Database& database) const {
+  const auto key = key_looked_for();
+  if (!key) return std::nullopt;
+  auto spelling = other_spelling(database, *shape().table, *key);
+  if (!spelling) return std::nullopt;
+  std::vector<StoredValue> values(key->size());
+  const auto positions = key_positions();
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    values[positions[i]] = std::move((*spelling)[i]);
+  }
+  return values;
 }
 
 std::vector<ado::Cell> SqliteRowset::key_of(std::span<const ado::Cell> row) const {
@@ -185,7 +236,7 @@ void SqliteRowset::update(std::span<const ado::Cell> row,
                    u"primary key of one table.");
   }
   if (assigned.empty()) return;
-  database_.start_wait();
+  database_.start_call();
   RowUpdate update{.table = shape().table, .key = {}, .columns = {}};
   for (const auto column : shape().key) update.key.push_back(stored_value(row[column]));
   for (const auto& assignment : assigned) {
@@ -199,7 +250,7 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
     throw AdoError(AdoErrorNumber::kFeatureNotAvailable,
                    u"No row can be added: the columns that are read are not those of one table.");
   }
-  database_.start_wait();
+  database_.start_call();
   Write write;
   write.one_row = true;
   std::string names;

@@ -43,12 +43,26 @@ class SqliteRowset : public ado::Rowset {
 
   [[nodiscard]] const Shape& shape() const { return *shape_; }
 
+  /// The values of the key, in its order, where the statement looks for a row by its whole key.
+  [[nodiscard]] std::optional<std::vector<StoredValue>> key_looked_for() const;
+
   OpenDatabase& database_;
   const Query query_;
 
  private:
+  /// Hands out the statement's rows, or those of the other spelling of the key that it looks for,
+  /// until `take_row` returns false.
   template <class TakeRow>
-  void for_each_row(TakeRow take_row);
+  void for_each_row(Database& database, TakeRow take_row);
+  /// Whether there was a row.
+  template <class TakeRow>
+  [[nodiscard]] bool run(Database& database, std::span<const StoredValue> values, TakeRow take_row);
+  /// The statement's values with the key in the spelling that a row has.
+  [[nodiscard]] std::optional<std::vector<StoredValue>> values_of_other_spelling(
+      Database& database) const;
+  /// Where among the statement's values that of each key column stands; empty unless it looks for a
+  /// row by its whole key.
+  [[nodiscard]] std::vector<std::size_t> key_positions() const;
   void append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) const;
   [[nodiscard]] const std::string& origin_of(const ado::Assignment& assignment) const;
 

@@ -1,9 +1,10 @@
 #include "engines/sqlite/write_log.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <utility>
+
+#include "engines/sqlite/shadow.h"
 
 namespace tarnwick::sqlite {
 namespace {
@@ -46,6 +47,12 @@ Write write_of(RowUpdate update) {
   return write;
 }
 
+void require_one_row(const Database& database) {
+  if (sqlite3_changes(database.handle()) != 1) {
+    throw ado::AdoError(ado::AdoErrorNumber::kRowNotLocated);
+  }
+}
+
 template <class Container, class Value>
 bool contains(const Container& container, const Value& value) {
   return std::find(container.begin(), container.end(), value) != container.end();
@@ -57,15 +64,7 @@ WriteLog::WriteLog(Database& database, Catalog& catalog, RowLocks& locks)
     : database_(database),
       catalog_(catalog),
       locks_(locks),
-      locks_of_transaction_(locks, RowLocks::Set::Listing::kListed) {
-  hook();
-}
-
-WriteLog::~WriteLog() { unhook(); }
-
-void WriteLog::hook() { sqlite3_preupdate_hook(database_.handle(), before_change, this); }
-
-void WriteLog::unhook() { sqlite3_preupdate_hook(database_.handle(), nullptr, nullptr); }
+      locks_of_transaction_(locks, RowLocks::Set::Listing::kListed) {}
 
 void WriteLog::begin_load() {
   database_.begin_immediate();
@@ -78,7 +77,8 @@ void WriteLog::commit() {
   if (loading_) database_.commit();
   if (!log_.empty()) {
     RowLocks::Set locks(locks_, RowLocks::Set::Listing::kUnlisted);
-    in_file_transaction(locks, Ending::kCommit, [&] { return apply_log(); });
+    in_file_transaction(locks, Ending::kCommit,
+                        [&](RowLocker& locker) { return apply_log(database_, locker); });
   }
   rollback();
 }
@@ -96,10 +96,13 @@ void WriteLog::write(Write write) {
   using Listing = RowLocks::Set::Listing;
   RowLocks::Set locks(locks_, in_transaction_ ? Listing::kListed : Listing::kUnlisted);
   if (!in_transaction_) {
-    in_file_transaction(locks, Ending::kCommit, [&] { return apply(write); });
+    in_file_transaction(locks, Ending::kCommit,
+                        [&](RowLocker& locker) { return apply(write, database_, locker); });
     return;
   }
-  in_file_transaction(locks, Ending::kRollback, [&] { return apply_log() && apply(write); });
+  in_file_transaction(locks, Ending::kRollback, [&](RowLocker& locker) {
+    return apply_log(database_, locker) && apply(write, database_, locker);
+  });
   locks_.publish_stamps();
   log_.emplace_back(std::move(write));
   rows_at_hand_.clear();
@@ -113,9 +116,8 @@ void WriteLog::apply_at_once(const Write& write) {
     throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
                         u"The transaction has been rolled back by the database.");
   }
-  taking_ = &locks_of_transaction_;
-  blocking_byte_.reset();
-  if (!apply(write)) throw ado::lock_timeout();
+  RowLocker locker(database_, catalog_, locks_, locks_of_transaction_);
+  if (!apply(write, database_, locker)) throw ado::lock_timeout();
 }
 
 void WriteLog::add_row_at_hand(const Table& table, std::span<const ado::Cell> key,
@@ -188,131 +190,82 @@ void WriteLog::append(RowUpdate update) {
   }
 }
 
-void WriteLog::read(const std::function<void()>& body) {
-  if (log_.empty()) return body();
+void WriteLog::read(const std::function<void(Database&)>& body) {
+  if (log_.empty()) return body(database_);
   last_seen_ = true;
   RowLocks::Set locks(locks_, RowLocks::Set::Listing::kUnlisted);
-  in_file_transaction(locks, Ending::kRollback, [&] {
-    if (!apply_log()) return false;
-    body();
-    return true;
-  });
+  for (;;) {
+    std::int64_t byte = 0;
+    {
+      Shadow shadow(database_);
+      catalog_.refresh(shadow.database());
+      RowLocker locker(shadow.database(), catalog_, locks_, locks);
+      if (apply_log(shadow.database(), locker)) return body(shadow.database());
+      byte = *locker.blocking_byte();
+    }
+    wait_for(byte, locks);
+  }
 }
 
 void WriteLog::in_file_transaction(RowLocks::Set& locks, Ending ending,
-                                   const std::function<bool()>& body) {
+                                   const std::function<bool(RowLocker&)>& body) {
   for (;;) {
+    std::int64_t byte = 0;
     {
       const FileTransaction transaction(database_);
-      taking_ = &locks;
-      blocking_byte_.reset();
+      RowLocker locker(database_, catalog_, locks_, locks);
       catalog_.refresh(database_);
-      if (body()) {
+      if (body(locker)) {
         if (ending == Ending::kCommit) database_.commit();
         return;
       }
+      byte = *locker.blocking_byte();
     }
-    // Nothing may be held while waiting that was not held before: two sessions would wait for each
-    // other without end.
-    locks.release();
-    wait_for_blocking_row();
+    wait_for(byte, locks);
   }
 }
 
-void WriteLog::wait_for_blocking_row() {
-  while (locks_.is_foreign(*blocking_byte_)) {
-    if (!database_.wait().pause()) throw ado::lock_timeout();
+void WriteLog::wait_for(std::int64_t byte, RowLocks::Set& locks) {
+  // Nothing may be held while waiting that was not held before: two sessions would wait for each
+  // other without end.
+  locks.release();
+  while (locks_.is_foreign(byte)) {
+    if (!database_.time().pause()) throw ado::lock_timeout();
   }
 }
 
-bool WriteLog::apply_log() {
+bool WriteLog::apply_log(Database& database, RowLocker& locker) {
   return std::all_of(log_.begin(), log_.end(), [&](const Entry& entry) {
-    return std::visit([&](const auto& write) { return apply(write); }, entry);
+    return std::visit([&](const auto& write) { return apply(write, database, locker); }, entry);
   });
 }
 
-bool WriteLog::apply(const Write& write) {
-  sqlite3_stmt* const statement = database_.statement(write.statement);
+bool WriteLog::apply(const Write& write, Database& database, RowLocker& locker) {
+  sqlite3_stmt* const statement = write.author == Write::Author::kClient
+                                      ? database.client_statement(write.statement)
+                                      : database.statement(write.statement);
   const ResetAtEnd reset(statement);
   bind_all(statement, write.values);
-  return run(statement, write.one_row);
+  if (!locker.run(statement)) return false;
+  if (write.one_row) {
+    require_one_row(database);
+  } else {
+    catalog_.refresh(database);  // it may have made or changed a table
+  }
+  return true;
 }
 
-bool WriteLog::apply(const RowUpdate& update) {
-  sqlite3_stmt* const statement = database_.statement(statement_of(update));
+bool WriteLog::apply(const RowUpdate& update, Database& database, RowLocker& locker) {
+  sqlite3_stmt* const statement = database.statement(statement_of(update));
   const ResetAtEnd reset(statement);
   int index = 0;
   for (const auto& column : update.columns) bind(statement, ++index, column.value);
   for (const auto& value : update.key) bind(statement, ++index, value);
   if (update.version) bind(statement, ++index, *update.version);
-  if (catalog_.find(update.table->name) != update.table) return run(statement, true);
-  // The one row that this writes is locked: to be told of it costs time and tells nothing.
-  const std::unique_ptr<WriteLog, HookAgain> unhooked(this);
-  unhook();
-  return run(statement, true);
-}
-
-bool WriteLog::run(sqlite3_stmt* statement, bool one_row) {
-  hook_failure_ = nullptr;
-  int code = sqlite3_step(statement);
-  while (code == SQLITE_ROW) code = sqlite3_step(statement);
-  if (hook_failure_) std::rethrow_exception(std::exchange(hook_failure_, nullptr));
-  if (blocking_byte_) return false;
-  if (code != SQLITE_DONE) database_.fail(code);
-  if (!one_row) {
-    catalog_.refresh(database_);  // it may have made or changed a table
-  } else if (sqlite3_changes(database_.handle()) != 1) {
-    throw ado::AdoError(ado::AdoErrorNumber::kRowNotLocated);
-  }
+  const bool locked = catalog_.find(update.table->name) == update.table;
+  if (!(locked ? locker.run_unlocked(statement) : locker.run(statement))) return false;
+  require_one_row(database);
   return true;
-}
-
-void WriteLog::before_change(void* log, sqlite3* handle, int operation, const char* schema,
-                             const char* table, sqlite3_int64 /*old_id*/,
-                             sqlite3_int64 /*new_id*/) {
-  auto& self = *static_cast<WriteLog*>(log);
-  if (self.blocking_byte_ || std::strcmp(schema, "temp") == 0) return;
-  try {
-    self.lock_changed_row(operation, table);
-  } catch (...) {
-    self.hook_failure_ = std::current_exception();
-  }
-  if (self.blocking_byte_ || self.hook_failure_) sqlite3_interrupt(handle);
-}
-
-void WriteLog::lock_changed_row(int operation, const char* table_name) {
-  const auto table = catalog_.find(table_name);
-  if (table == nullptr) return;
-  const auto lock = [&] {
-    if (!locks_.try_lock(*taking_, *table, key_)) {
-      blocking_byte_ = lock_byte(table->region, key_);
-    }
-  };
-  if (operation != SQLITE_INSERT) {
-    read_key(*table, sqlite3_preupdate_old);
-    lock();
-  }
-  if (operation == SQLITE_DELETE || blocking_byte_) return;
-  read_key(*table, sqlite3_preupdate_new);
-  lock();
-  if (table->soft_lock_column < 0 || blocking_byte_) return;
-  const auto stamp = changed_value(table->soft_lock_column, sqlite3_preupdate_new);
-  locks_.set_stamp(*table, key_,
-                   stamp.kind == ado::Cell::Kind::kUtf8
-                       ? std::string_view(reinterpret_cast<const char*>(stamp.data), stamp.size)
-                       : std::string_view());
-}
-
-void WriteLog::read_key(const Table& table, Getter getter) {
-  key_.clear();
-  for (const int column : table.key_columns) key_.push_back(changed_value(column, getter));
-}
-
-ado::Cell WriteLog::changed_value(int column, Getter getter) const {
-  sqlite3_value* value = nullptr;
-  const int code = getter(database_.handle(), column, &value);
-  if (code != SQLITE_OK) database_.fail(code);
-  return cell_of(value);
 }
 
 }  // namespace tarnwick::sqlite

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <exception>
 #include <functional>
 #include <optional>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "engines/sqlite/catalog.h"
 #include "engines/sqlite/database.h"
+#include "engines/sqlite/row_locker.h"
 #include "engines/sqlite/row_locks.h"
 #include "engines/sqlite/stored_value.h"
 
@@ -16,6 +16,8 @@ namespace tarnwick::sqlite {
 
 /// A statement that writes, with its values.
 struct Write {
+  enum class Author { kEngine, kClient };
+  Author author = Author::kEngine;
   std::string statement;
   std::vector<StoredValue> values;
   /// Throw kRowNotLocated unless exactly one row was written.
@@ -37,14 +39,14 @@ struct RowUpdate {
 
 /// What a session writes. Inside a transaction the file stays untouched: writes are gathered here
 /// and carried out at the commit, all in one short transaction of SQLite. Until then they are tried
-/// out, and rolled back, as each one arrives and whenever the session reads; so it sees its own
-/// writes, and an error appears where it was made. Every row that is written is locked first.
+/// out, and rolled back, as each one arrives, so that an error appears where it was made; and
+/// whenever the session reads, in a Shadow, so that it sees its own writes and holds up nobody
+/// else's. Every row that is written is locked first.
 /// That costs time with the square of the writes: a transaction that loads very many rows is one of
 /// SQLite from its beginning to its end instead, and keeps all other writers out.
 class WriteLog final {
  public:
   WriteLog(Database& database, Catalog& catalog, RowLocks& locks);
-  ~WriteLog();
   WriteLog(const WriteLog&) = delete;
   WriteLog& operator=(const WriteLog&) = delete;
 
@@ -70,25 +72,27 @@ class WriteLog final {
   /// tried out where nothing can go wrong, and its updates are joined.
   void update(RowUpdate update, std::span<const ado::Cell> key);
 
-  /// Runs `body` with the file as this session sees it.
-  void read(const std::function<void()>& body);
+  /// Runs `body` on the database as this session sees it.
+  void read(const std::function<void(Database&)>& body);
 
  private:
   enum class Ending { kCommit, kRollback };
   using Entry = std::variant<Write, RowUpdate>;
 
-  /// Runs `body` in a transaction of SQLite. Where it returns false, another session's row was in
-  /// the way: waits for that row and runs it again.
-  void in_file_transaction(RowLocks::Set& locks, Ending ending, const std::function<bool()>& body);
+  /// Runs `body` in a transaction of SQLite, locking for `locks`. Where it returns false, another
+  /// session's row was in the way: waits for that row and runs it again.
+  void in_file_transaction(RowLocks::Set& locks, Ending ending,
+                           const std::function<bool(RowLocker&)>& body);
+  /// Frees `locks` and waits for the row whose byte this is.
+  void wait_for(std::int64_t byte, RowLocks::Set& locks);
 
   /// Of a load: there is no log, and no way back behind a row of another session.
   void apply_at_once(const Write& write);
 
-  /// False when a row of another session is in the way (see `blocking_byte_`).
-  [[nodiscard]] bool apply_log();
-  [[nodiscard]] bool apply(const Write& write);
-  [[nodiscard]] bool apply(const RowUpdate& update);
-  [[nodiscard]] bool run(sqlite3_stmt* statement, bool one_row);
+  /// On `database`; false when a row of another session is in the way.
+  [[nodiscard]] bool apply_log(Database& database, RowLocker& locker);
+  [[nodiscard]] bool apply(const Write& write, Database& database, RowLocker& locker);
+  [[nodiscard]] bool apply(const RowUpdate& update, Database& database, RowLocker& locker);
   struct RowAtHand {
     std::int64_t byte = 0;  // of its lock
     std::optional<StoredValue> version;
@@ -96,19 +100,6 @@ class WriteLog final {
   [[nodiscard]] RowAtHand* find_at_hand(std::int64_t byte);
   [[nodiscard]] static bool cannot_fail(const RowUpdate& update);
   void append(RowUpdate update);
-  void wait_for_blocking_row();
-
-  struct HookAgain {
-    void operator()(WriteLog* log) const { log->hook(); }
-  };
-  void hook();
-  void unhook();
-  static void before_change(void* log, sqlite3* handle, int operation, const char* schema,
-                            const char* table, sqlite3_int64 old_id, sqlite3_int64 new_id);
-  void lock_changed_row(int operation, const char* table_name);
-  using Getter = int (*)(sqlite3*, int, sqlite3_value**);
-  void read_key(const Table& table, Getter getter);
-  [[nodiscard]] ado::Cell changed_value(int column, Getter getter) const;
 
   Database& database_;
   Catalog& catalog_;
@@ -119,12 +110,6 @@ class WriteLog final {
   bool last_seen_ = false;  // the session has read since the last entry was made
   RowLocks::Set locks_of_transaction_;
   std::vector<RowAtHand> rows_at_hand_;  // none of them deleted since
-
-  // Of the statement that runs:
-  RowLocks::Set* taking_ = nullptr;  // where it puts its locks
-  std::optional<std::int64_t> blocking_byte_;
-  std::exception_ptr hook_failure_;
-  std::vector<ado::Cell> key_;
 };
 
 }  // namespace tarnwick::sqlite

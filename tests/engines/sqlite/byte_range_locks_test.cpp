@@ -1,5 +1,3 @@
-#include "tests/engines/sqlite/two_lock_files.h"
-
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -7,6 +5,10 @@
 #include <memory>
 #include <string>
 #include <thread>
+
+#include "ado/error.h"
+#include "tests/engines/sqlite/two_lock_files.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::sqlite {
 namespace {
@@ -84,6 +86,30 @@ TEST_F(TwoLockFiles, ReadWhatWasWrittenAlsoUnderALock) {
   EXPECT_TRUE(second_.read_at(10, text));
   EXPECT_EQ(text, "hello");
   EXPECT_FALSE(second_.read_at(11, text));
+}
+
+TEST(ByteRangeLocks, RefuseAFileThatHasASecondName) {
+  const test_support::TemporaryFolder folder;
+  const auto database = folder.write("data.db", "");
+  const auto victim = folder.write("victim", "precious");
+  const auto file = folder.path() / "locks";
+  std::filesystem::create_hard_link(victim, file);
+  const auto open = [&] {
+    const ByteRangeLocks locks(file, database);
+    return 0;
+  };
+  EXPECT_EQ(test_support::error_number_of(open), -2147217911);
+  EXPECT_NE(test_support::error_description_of(open).value_or(Text()).find(u"has a second name"),
+            Text::npos);
+  EXPECT_EQ(std::filesystem::file_size(victim), 8u);
+}
+
+TEST(ByteRangeLocks, RefuseAFolderInTheirPlace) {
+  const test_support::TemporaryFolder folder;
+  const auto database = folder.write("data.db", "");
+  const auto file = folder.path() / "locks";
+  std::filesystem::create_directory(file);
+  EXPECT_THROW(ByteRangeLocks(file, database), ado::AdoError);
 }
 
 }  // namespace

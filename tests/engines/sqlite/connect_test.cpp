@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <fstream>
 #include <functional>
+#include <set>
 
 #include "tests/engines/sqlite/session_test.h"
 
@@ -24,6 +25,17 @@ class Connecting : public SessionTest {
   }
   Text path_text(const std::string& name) const {
     return from_utf8((database_.folder() / name).string());
+  }
+  static std::string content(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+  std::set<std::string> names_in_folder() const {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(database_.folder())) {
+      names.insert(entry.path().filename().string());
+    }
+    return names;
   }
   void expect_cannot_be_opened(TextView name, TextView why) {
     const auto error = opening(name);
@@ -116,6 +128,64 @@ TEST_F(Connecting, SaysThatAFileIsNoDatabase) {
 TEST_F(Connecting, SaysThatADatabaseIsNotOneOfOurs) {
   std::ofstream(database_.folder() / "Empty.db").close();
   expect_cannot_be_opened(u"Empty", u"it has no table DW_APP_ROLE and so no application role");
+}
+
+TEST_F(Connecting, LeavesAFileThatItRefusesAsItIs) {
+  std::ofstream(database_.folder() / "Empty.db").close();
+  fs::copy_file(database_.file(), database_.folder() / "Other.db");
+  test_support::PlainSqlite(database_.folder() / "Other.db")
+      .run("PRAGMA journal_mode = DELETE; DROP TABLE DW_APP_ROLE");
+  for (const TextView name : {u"Empty", u"Other"}) {
+    const auto file = database_.folder() / (to_utf8(name) + ".db");
+    const auto before = content(file);
+    const auto files = names_in_folder();
+    expect_cannot_be_opened(name, u"it has no table DW_APP_ROLE and so no application role");
+    EXPECT_TRUE(content(file) == before) << file;
+    EXPECT_EQ(names_in_folder(), files);
+  }
+}
+
+TEST_F(Connecting, WritesNothingBeforeTheRoleWasEntered) {
+  database_.run("PRAGMA journal_mode = DELETE");
+  const auto before = content(database_.file());
+  {
+    const auto session = connect();
+    session->set_default_database(u"Velmar_Sec");
+    EXPECT_EQ(error_of([&] {
+                session->execute(u"EXEC sp_setapprole 'Maintainer','wrong'");
+                return 0;
+              }).number(),
+              -2147217843);
+  }
+  EXPECT_TRUE(content(database_.file()) == before);
+}
+
+TEST_F(Connecting, RefusesTablesOfANewerVersion) {
+  database_.run("PRAGMA user_version = 2");
+  const auto before = content(database_.file());
+  expect_cannot_be_opened(u"Velmar_Sec",
+                          u"its tables are of version 2, which is newer than this program; it "
+                          u"knows versions up to 1");
+  EXPECT_TRUE(content(database_.file()) == before);
+}
+
+TEST_F(Connecting, TakesTablesThatBearNoVersion) {
+  EXPECT_EQ(database_.value("PRAGMA user_version"), "1");
+  database_.run("PRAGMA user_version = 0");
+  EXPECT_EQ(read(*open_session(), kAllReports).size(), 0u);
+}
+
+TEST_F(Connecting, TellsTheColumnsOfTables) {
+  database_.run("CREATE TABLE T (a PRIMARY KEY, \"b c\" INT, d AS (a || 'x')) WITHOUT ROWID");
+  const auto session = open_session();
+  using Names = std::vector<Text>;
+  EXPECT_EQ(session->columns_of(u"t"), (Names{u"a", u"b c", u"d"}));
+  EXPECT_EQ(session->columns_of(u"nowhere"), Names{});
+  const auto columns = session->columns_of(u"DW_SEC_COMP");
+  ASSERT_TRUE(columns.has_value());
+  EXPECT_EQ(columns->size(), 14u);
+  EXPECT_EQ(columns->front(), u"CompID");
+  EXPECT_EQ(session->columns_of(u"DW_Report")->size(), 16u);
 }
 
 TEST_F(Connecting, SaysThatADirectoryIsNoDatabase) {

@@ -1,14 +1,66 @@
 #include "engines/sqlite/create_database.h"
 
+#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
+#include <stdexcept>
+
+#include "ado/error.h"
+#include "engines/sqlite/byte_range_locks.h"
+#include "tests/support/forked_process.h"
+#include "tests/support/plain_sqlite.h"
 #include "tests/support/temporary_folder.h"
 
 namespace tarnwick::sqlite {
 namespace {
 
 namespace fs = std::filesystem;
+using test_support::Conversation;
+using test_support::ForkedProcess;
+
+/// Kills this process at its `count`-th call of the system that SQLite makes through its table of
+/// calls to open, write, extend, synchronise or remove a file, or at the end of them.
+int calls_left = 0;
+
+void count_call() {
+  if (--calls_left == 0) ::raise(SIGKILL);
+}
+int counted_open(const char* file, int flags, int mode) {
+  count_call();
+  return ::open(file, flags, static_cast<mode_t>(mode));
+}
+ssize_t counted_pwrite(int file, const void* bytes, std::size_t size, off_t offset) {
+  count_call();
+  return ::pwrite(file, bytes, size, offset);
+}
+int counted_unlink(const char* file) {
+  count_call();
+  return ::unlink(file);
+}
+int counted_ftruncate(int file, off_t size) {
+  count_call();
+  return ::ftruncate(file, size);
+}
+
+void kill_after(int count) {
+  calls_left = count;
+  sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
+  const auto replace = [&](const char* name, auto* call) {
+    if (vfs->xSetSystemCall(vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(call)) != SQLITE_OK) {
+      throw std::runtime_error(name);
+    }
+  };
+  replace("open", counted_open);
+  replace("pwrite", counted_pwrite);
+  replace("pwrite64", counted_pwrite);
+  replace("unlink", counted_unlink);
+  replace("ftruncate", counted_ftruncate);
+}
 
 class CreateDatabaseMode : public ::testing::Test {
  protected:
@@ -29,6 +81,66 @@ TEST_F(CreateDatabaseMode, IsNotWidenedByAWideMask) {
   const fs::perms mode = of_a_new_database();
   ::umask(before);
   EXPECT_EQ(mode, fs::perms{0600});
+}
+
+/// Makers that are killed.
+class CreateDatabaseKilled : public ::testing::Test {
+ protected:
+  std::vector<std::string> files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder_.path())) {
+      names.push_back(entry.path().filename().string());
+    }
+    return names;
+  }
+  void create() const { create_database(folder_.path(), u"Velmar_Sec", u"Admin", u"secret"); }
+  std::string answer(const std::string& sql) const {
+    return test_support::PlainSqlite(folder_.path() / "Velmar_Sec.db").run(sql).at(0).at(0);
+  }
+
+  test_support::TemporaryFolder folder_;
+};
+
+// Every fourth call of the system that opens, writes or removes: a password is hashed for each.
+TEST_F(CreateDatabaseKilled, AtAnyStepLeaveAWholeDatabaseOrNoneAndTheNextOneLeavesNothingElse) {
+  bool whole = false;
+  int kill_at = 1;
+  for (; !whole; kill_at += 4) {
+    ASSERT_LT(kill_at, 1000);
+    ForkedProcess child([&](Conversation&) {
+      kill_after(kill_at);
+      create();
+    });
+    const bool ended_well = child.ended_well();
+    const auto left = files();
+    const bool there = fs::exists(folder_.path() / "Velmar_Sec.db");
+    if (there) {
+      EXPECT_EQ(answer("SELECT RoleName FROM DW_APP_ROLE"), "Admin") << kill_at;
+      EXPECT_EQ(answer("PRAGMA integrity_check"), "ok") << kill_at;
+      EXPECT_EQ(files().size(), left.size()) << kill_at;
+    } else {
+      EXPECT_FALSE(ended_well) << kill_at;
+      create();
+    }
+    whole = ended_well;
+    EXPECT_THAT(files(), ::testing::ElementsAre("Velmar_Sec.db")) << kill_at;
+    fs::remove(folder_.path() / "Velmar_Sec.db");
+  }
+  EXPECT_GT(kill_at, 10);  // or nothing of the making was interrupted
+}
+
+TEST_F(CreateDatabaseKilled, AreToldFromOnesThatAreStillAtWork) {
+  const auto mine = folder_.write("Velmar_Sec.db.new-0123456789abcdef", "half");
+  const auto others = folder_.write("Velmar_Sec.db.new-0123456789abcdeg.txt", "a note");
+  {
+    ByteRangeLocks at_work(mine, mine);
+    ASSERT_TRUE(at_work.try_lock({std::int64_t{1} << 62, std::int64_t{1} << 62}));
+    create();
+    EXPECT_TRUE(fs::exists(mine));
+  }
+  EXPECT_THROW(create(), ado::AdoError);  // there is one; but what was left behind goes
+  EXPECT_FALSE(fs::exists(mine));
+  EXPECT_TRUE(fs::exists(others));
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "engines/sqlite/engine.h"
-#include "engines/sqlite/private_file.h"
+#include "engines/sqlite/files.h"
 #include "tests/support/temporary_folder.h"
 
 namespace tarnwick::sqlite {

@@ -1,11 +1,15 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <functional>
+#include <stdexcept>
 
 #include "tests/engines/sqlite/session_test.h"
+#include "tests/support/forked_process.h"
 
 namespace tarnwick::sqlite {
 namespace {
@@ -45,6 +49,9 @@ class FullDisk : public SessionTest {
     });
     EXPECT_EQ(error.number(), kUnspecified);
     EXPECT_EQ(error.description(), description);
+    EXPECT_EQ(error.kind(),
+              failure == EIO ? ado::FailureKind::kOther : ado::FailureKind::kDiskFull);
+    EXPECT_NE(error.native(), 0);
   }
   std::string title() const { return database_.value("SELECT Title FROM DW_Reports"); }
 
@@ -94,6 +101,34 @@ TEST_F(FullDisk, IsToldFromABrokenOne) {
   expect_failure([&] { session_->execute(u"Delete From DW_Reports"); }, u"disk I/O error");
   failure = 0;
   EXPECT_EQ(title(), "Old");
+}
+
+/// The system's own limit of a file's size, which nobody can tell from a full disk.
+class LargestFile : public SessionTest {};
+
+TEST_F(LargestFile, FailsACommitAsAFullDiskDoesAndTheRowStaysHeld) {
+  database_.run("INSERT INTO DW_Reports (ReportName, Title) VALUES ('Sales', 'Old')");
+  test_support::ForkedProcess child([&](test_support::Conversation& test) {
+    const auto session = open_session();
+    session->begin();
+    hold(*session, kSales).update({{u"Report_Binary", Bytes(5'000'000, std::byte{7})}});
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{1'000'000, 1'000'000};
+    if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) throw std::runtime_error("setrlimit");
+    const auto error = error_of([&] {
+      session->commit();
+      return 0;
+    });
+    test.say(std::to_string(error.number()) + " " + std::to_string(static_cast<int>(error.kind())) +
+             " " + to_utf8(error.description()));
+    test.say(std::to_string(session->held_rows().size()));
+    session->rollback();
+  });
+  EXPECT_EQ(child.hear(), "-2147467259 5 disk I/O error (File too large)");
+  EXPECT_EQ(child.hear(), "1");
+  EXPECT_TRUE(child.ended_well());
+  EXPECT_EQ(database_.value("SELECT Title || ifnull(Report_Binary, '') FROM DW_Reports"), "Old");
+  EXPECT_EQ(database_.value("PRAGMA integrity_check"), "ok");
 }
 
 }  // namespace

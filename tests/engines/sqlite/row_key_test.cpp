@@ -55,8 +55,9 @@ TEST(RowKey, TheBytesOfKeysAreFixed) {
 TEST(RowKey, TheLetterCaseOfTextsDoesNotCount) {
   EXPECT_EQ(byte_of({str("Sales")}), byte_of({str("SALES")}));
   EXPECT_NE(byte_of({str("Sales")}), byte_of({str("Sale")}));
-  // As the columns compare: only ASCII letters are folded.
-  EXPECT_NE(byte_of({str("\u00C4")}), byte_of({str("\u00E4")}));
+  // As names compare: beyond ASCII too.
+  EXPECT_EQ(byte_of({str("\u00C4")}), byte_of({str("\u00E4")}));
+  EXPECT_EQ(byte_of({str("\u1E9E")}), byte_of({str("\u00DF")}));  // of three bytes and of two
 }
 
 TEST(RowKey, WhereAValueEndsCounts) {

@@ -172,5 +172,11 @@ TEST_F(Statements, MakeTablesThatStay) {
   EXPECT_EQ(database_.value("SELECT Note FROM Notes"), "x");
 }
 
+TEST_F(Statements, ThatTheEngineRunsForItselfAreNotOpenToClients) {
+  // The engine has prepared it, word for word, when the role was entered.
+  expect_refused(u"SELECT Salt, Iterations, Hash FROM dbo.DW_APP_ROLE WHERE RoleName = ?",
+                 kPermissionDenied, u"The table DW_APP_ROLE cannot be used by statements.");
+}
+
 }  // namespace
 }  // namespace tarnwick::sqlite

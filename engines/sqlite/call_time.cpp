@@ -1,4 +1,4 @@
-#include "engines/sqlite/lock_wait.h"
+#include "engines/sqlite/call_time.h"
 
 #include <algorithm>
 #include <thread>
@@ -13,22 +13,31 @@ constexpr std::chrono::microseconds kLongest{20'000};
 
 }  // namespace
 
-void LockWait::start(std::int32_t milliseconds) {
-  for_ever_ = milliseconds < 0;
-  if (!for_ever_) end_ = Clock::now() + std::chrono::milliseconds(milliseconds);
+void CallTime::start(std::int32_t lock_timeout, Limit limit) {
+  const auto now = Clock::now();
+  waits_for_ever_ = lock_timeout < 0;
+  if (!waits_for_ever_) end_of_waiting_ = now + std::chrono::milliseconds(lock_timeout);
   next_ = kFirst;
+  limit_ = limit;
+  begin_of_working_ = now;
 }
 
-bool LockWait::pause() {
+bool CallTime::pause() {
+  const auto begin = Clock::now();
   auto length = next_;
-  if (!for_ever_) {
-    const auto left = std::chrono::ceil<std::chrono::microseconds>(end_ - Clock::now());
+  if (!waits_for_ever_) {
+    const auto left = std::chrono::ceil<std::chrono::microseconds>(end_of_waiting_ - begin);
     if (left.count() <= 0) return false;
     length = std::min(length, left);
   }
   std::this_thread::sleep_for(length);
   next_ = std::min(next_ * 2, kLongest);
+  begin_of_working_ += Clock::now() - begin;
   return true;
+}
+
+bool CallTime::is_over() const {
+  return limit_ != kUnlimited && Clock::now() - begin_of_working_ >= limit_;
 }
 
 }  // namespace tarnwick::sqlite
