@@ -332,6 +332,19 @@ TEST_F(PcMaintenance, UpdateAfterAChangeOfCaseAloneDeletesNothing) {
               ElementsAre(ElementsAre("00-aa", "pc1")));
 }
 
+TEST_F(PcMaintenance, UpdateAfterAChangeOfTheCaseOfAccentedLettersStaysOneRow) {
+  database_.run("UPDATE DW_SEC_PC SET MACNbr = 'É-1', ComputerID = 'BÜRO'");
+  EXPECT_TRUE(register_().refresh());
+  const auto pc = register_().item(Text(u"É-1\u00FEBÜRO\u00FE7"));
+  pc->set_mac_number(u"é-1");
+  pc->set_computer_id(u"Büro");
+  EXPECT_EQ(pc->update(), OK_ue) << to_display_utf8(message());
+  EXPECT_THAT(database_.run("SELECT MACNbr, ComputerID, LastUser FROM DW_SEC_PC"),
+              ElementsAre(ElementsAre("é-1", "Büro", "anna")));
+  EXPECT_TRUE(register_().refresh()) << to_display_utf8(message());
+  EXPECT_EQ(register_().count(), 1);
+}
+
 TEST_F(PcMaintenance, UpdateAfterAKeyThatCameAndWentStillKnowsTheFirst) {
   pc_->set_mac_number(u"00-BB");
   pc_->set_mac_number(u"");

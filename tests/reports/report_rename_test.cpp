@@ -8,6 +8,7 @@ namespace {
 
 using test_support::account;
 using test_support::kOpenSales;
+using test_support::ServerProcess;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Not;
@@ -74,6 +75,34 @@ TEST_F(ReportRename, ToAnotherLetterCaseStaysOneRow) {
   EXPECT_FALSE(ran_a_delete());
   EXPECT_THAT(database_.run("SELECT ReportName, Report_Binary FROM DW_Reports ORDER BY 1"),
               ElementsAre(ElementsAre("SALES", "00FF0D0A"), ElementsAre("Stock", "NULL")));
+}
+
+TEST_F(ReportRename, ToAnotherCaseOfAnAccentedLetterStaysOneRow) {
+  database_.run("UPDATE DW_Reports SET ReportName = 'Übersicht' WHERE ReportName = 'Sales'");
+  load();
+  const auto overview = report(u"Übersicht");
+  overview->set_name(u"übersicht");
+  EXPECT_EQ(overview->update(), OK_ue) << to_display_utf8(message());
+  EXPECT_FALSE(ran_a_delete());
+  EXPECT_THAT(database_.run("SELECT ReportName, Report_Binary FROM DW_Reports ORDER BY 1"),
+              ElementsAre(ElementsAre("Stock", "NULL"), ElementsAre("übersicht", "00FF0D0A")));
+  EXPECT_TRUE(reports().refresh()) << to_display_utf8(message());
+  EXPECT_EQ(reports().count(), 2);
+  EXPECT_EQ(report(u"ÜBERSICHT")->name(), u"übersicht");
+}
+
+TEST_F(ReportRename, ToAnotherCaseOfAnAccentedLetterMeetsWhoHoldsTheRow) {
+  database_.run("UPDATE DW_Reports SET ReportName = 'Übersicht' WHERE ReportName = 'Sales'");
+  load();
+  ServerProcess other(database_);
+  ASSERT_TRUE(other.connect());
+  ASSERT_TRUE(other.server->reports()->refresh());
+  ASSERT_TRUE(other.server->reports()->item(Text(u"Übersicht"))->lock_record());
+  process_.host.box.will_answer(platform::Answer::kCancel);
+  const auto overview = report(u"Übersicht");
+  overview->set_name(u"übersicht");
+  EXPECT_NE(overview->update(), OK_ue);
+  EXPECT_THAT(names(), ElementsAre("Stock", "Übersicht"));
 }
 
 TEST_F(ReportRename, IsMeasuredByTheFirstName) {
