@@ -106,7 +106,7 @@ void add_component_commands(CLI::App& app, CommandLine& line) {
   };
   const auto shown = std::make_shared<IdArguments>();
   CLI::App* show_command = add_command(*components, "show", "One component.",
-                                       "tarnwick component show 7 --field SecurityGroup");
+                                       "tarnwick component show 10 --field SecurityGroup");
   add_id(*show_command, shown->id);
   show_command->add_option("--field", shown->field, "this field's value alone");
   show_command->callback([&line, shown] {

@@ -33,7 +33,7 @@ class Examples : public CommandLineTest {
       if (line == "Subcommands:") {
         listed = true;
       } else if (listed && line.starts_with("  ") && !line.starts_with("   ")) {
-        names.push_back(line.substr(2, line.find(' ', 2) - 2));
+        names.push_back(line.substr(2, line.find_first_of(" ,", 2) - 2));
       } else if (listed && !line.starts_with("  ")) {
         break;
       }
