@@ -98,33 +98,43 @@ TEST_F(BadDatabase, WithAPasswordThatNoStatementCanHoldIsRefused) {
                       u"The statement holds an unpaired surrogate.");
 }
 
-TEST_F(BadDatabase, WithoutATableLoadsTheOthersAndNamesIt) {
+TEST_F(BadDatabase, WithoutATableOrAColumnIsNotConnectedTo) {
+  database_.run(
+      "DROP TABLE DW_SEC_PC; DROP VIEW DW_Report; ALTER TABLE DW_Reports DROP COLUMN Author");
+  EXPECT_FALSE(process_.server->set_connection(
+      database_.connection_string(), EmbeddedDatabase::kRole, EmbeddedDatabase::kPassword));
+  EXPECT_EQ(process_.message(),
+            account(u"Server", u"SetConnection", kCommandError,
+                    u"The table DW_SEC_PC is missing. The table DW_Reports lacks: Author."));
+}
+
+TEST_F(BadDatabase, ThatLosesATableLoadsTheOthersAndNamesIt) {
+  ASSERT_TRUE(process_.connect());
   database_.run(
       "DROP TABLE DW_SEC_PC;"
       "INSERT INTO DW_Reports (ReportName) VALUES ('Sales')");
-  ASSERT_TRUE(process_.connect());
   EXPECT_TRUE(process_.server->refresh());
   EXPECT_EQ(process_.server->reports()->count(), 1);
   EXPECT_EQ(process_.message(),
             account(u"General", u"GetRecordset", kCommandError, u"no such table: DW_SEC_PC"));
 }
 
-TEST_F(BadDatabase, WithoutAColumnOfTheReportListLoadsNoReports) {
+TEST_F(BadDatabase, ThatLosesAColumnOfTheReportListLoadsNoReports) {
+  ASSERT_TRUE(process_.connect());
   database_.run(
       "INSERT INTO DW_Reports (ReportName) VALUES ('Sales');"
       "DROP VIEW DW_Report; ALTER TABLE DW_Reports DROP COLUMN Author");
-  ASSERT_TRUE(process_.connect());
   EXPECT_TRUE(process_.server->refresh());
   EXPECT_EQ(process_.server->reports()->count(), 0);
   EXPECT_EQ(process_.message(),
             account(u"General", u"GetRecordset", kCommandError, u"no such column: Author"));
 }
 
-TEST_F(BadDatabase, WithoutAColumnOfTheComponentsLoadsNone) {
+TEST_F(BadDatabase, ThatLosesAColumnOfTheComponentsLoadsNone) {
+  ASSERT_TRUE(process_.connect());
   database_.run(
       "INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType) VALUES (1, 0, 0);"
       "ALTER TABLE DW_SEC_COMP DROP COLUMN Priority");
-  ASSERT_TRUE(process_.connect());
   EXPECT_TRUE(process_.server->refresh());
   EXPECT_EQ(process_.server->components()->count(), 0);
   EXPECT_EQ(process_.message(), account(u"General", u"RefreshComponent", 3265,
