@@ -1,5 +1,7 @@
 #include <fmt/format.h>
 #include <langinfo.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <clocale>
@@ -119,7 +121,16 @@ bool output_is_written() {
   return std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
-int refuse_output() { return complain(ExitCode::kFailed, "The output cannot be written."); }
+// As `head` goes, once it has enough: there is nothing to complain of.
+bool reader_has_gone() {
+  pollfd output{.fd = STDOUT_FILENO, .events = 0, .revents = 0};
+  return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
+int refuse_output() {
+  if (reader_has_gone()) return static_cast<int>(ExitCode::kFailed);
+  return complain(ExitCode::kFailed, "The output cannot be written.");
+}
 
 int run(const CommandLine& line) {
   try {
