@@ -18,10 +18,12 @@ constexpr std::size_t kMostAtOnce = std::size_t{64} << 20;
 constexpr DWORD kHarmless = SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS;
 
 std::error_code last_error() {
+  const DWORD code = GetLastError();
+  // What another program has open and does not share: in the words of the C library's files.
+  if (code == ERROR_SHARING_VIOLATION) return std::make_error_code(std::errc::permission_denied);
   // The system's own words come in the user's language; the standard ones stay the same.
   const std::error_condition condition =
-      std::error_code(static_cast<int>(GetLastError()), std::system_category())
-          .default_error_condition();
+      std::error_code(static_cast<int>(code), std::system_category()).default_error_condition();
   return {condition.value(), condition.category()};
 }
 
