@@ -20,7 +20,8 @@ class Field {
   /// Error 3021 without a current row.
   [[nodiscard]] bool is_null() const;
   /// Puts `value` as it is (Empty as Null) into the edit buffer of the current or new row, for
-  /// Recordset::update. Errors: 3021, 3251 on a read-only recordset.
+  /// Recordset::update. Errors: 3021, 3251 on a read-only recordset, 5 for a date outside the years
+  /// 100 to 9999, which no engine keeps as one.
   void set_value(Variant value);
 
  private:

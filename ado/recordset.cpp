@@ -240,6 +240,9 @@ void Recordset::assign(std::size_t column, Variant value) {
   require_writable();
   require_column(column);
   require_row();
+  if (const Date* date = std::get_if<Date>(&value); date != nullptr && !is_in_calendar(*date)) {
+    throw Error(ErrorNumber::kInvalidProcedureCall);
+  }
   if (edit_mode_ == EditMode::kNone) {
     edit_.assign(cells_.size(), std::nullopt);
     edit_mode_ = EditMode::kInProgress;

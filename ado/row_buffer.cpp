@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <type_traits>
+#include <utility>
 
 namespace tarnwick::ado {
 namespace {
@@ -61,7 +62,7 @@ Cell Cell::of(const Variant& value) {
         } else if constexpr (std::is_same_v<T, Text>) {
           return run(Kind::kUtf16, held.data(), held.size() * sizeof(char16_t));
         } else if constexpr (std::is_same_v<T, Bytes>) {
-          return run(Kind::kBytes, held.data(), held.size());
+          return of(held);
         } else {
           return {};
         }
@@ -90,9 +91,15 @@ Variant Cell::to_variant() const {
     case Kind::kUtf16:
       return text_of(data, size);
     case Kind::kBytes:
-      return Bytes(data, data + size);
+      return bytes();
   }
   return Null{};
+}
+
+void RowBuffer::add_bytes(Bytes bytes) {
+  if (bytes.size() < kShared) return add_run(Cell::Kind::kBytes, bytes.data(), bytes.size());
+  const Bytes* const place = &long_values_.emplace_back(std::move(bytes));
+  add_run(Cell::Kind::kBytes, place->size(), &place, sizeof place);
 }
 
 void RowBuffer::grow(std::size_t size) {
@@ -131,8 +138,9 @@ void RowBuffer::add(const Cell& cell) {
       return add_date(Date{cell.real});
     case Cell::Kind::kUtf8:
     case Cell::Kind::kUtf16:
-    case Cell::Kind::kBytes:
       return add_run(cell.kind, cell.data, cell.size);
+    case Cell::Kind::kBytes:
+      return add_bytes(cell.bytes());
   }
 }
 
@@ -168,10 +176,15 @@ void RowBuffer::read_row(std::size_t row, std::span<Cell> cells) const {
         break;
       case Cell::Kind::kUtf8:
       case Cell::Kind::kUtf16:
-      case Cell::Kind::kBytes:
         cell.size = read_length(from);
         cell.data = from;
         from += cell.size;
+        break;
+      case Cell::Kind::kBytes:
+        cell.size = read_length(from);
+        cell.shared = cell.size < kShared ? nullptr : read_number<const Bytes*>(from);
+        cell.data = cell.shared != nullptr ? cell.shared->data() : from;
+        if (cell.shared == nullptr) from += cell.size;
         break;
     }
   }
@@ -186,6 +199,8 @@ void RowBuffer::clear() {
   chunk_size_ = first_is_small ? kFirstChunk : 0;
   used_ = 0;
   row_begin_ = 0;
+  long_values_.clear();
+  long_values_begin_ = 0;
 }
 
 }  // namespace tarnwick::ado

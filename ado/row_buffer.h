@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -31,9 +32,16 @@ struct Cell {
   double real = 0.0;                // kDouble, kDate
   const std::byte* data = nullptr;  // not aligned
   std::size_t size = 0;             // in bytes: kUtf8, kUtf16, kBytes
+  const Bytes* shared = nullptr;    // kBytes: what `data` points into, where it can be shared
 
   /// A cell that views `value`; Empty becomes null.
   [[nodiscard]] static Cell of(const Variant& value);
+  [[nodiscard]] static Cell of(const Bytes& value) {
+    return {.kind = Kind::kBytes, .data = value.data(), .size = value.size(), .shared = &value};
+  }
+
+  /// Of a kBytes cell; copies only what cannot be shared.
+  [[nodiscard]] Bytes bytes() const { return shared ? *shared : Bytes(data, data + size); }
 
   [[nodiscard]] bool is_null() const { return kind == Kind::kNull; }
   [[nodiscard]] Variant to_variant() const;
@@ -42,7 +50,8 @@ struct Cell {
 /// Rows packed one behind the other, as compact as the engine hands them out: what a cursor has
 /// fetched. An engine appends the values of a row in column order and then calls `end_row`.
 /// A value is its kind in one byte, then a number's bytes, or a length (7 bits a byte, low ones
-/// first, the top bit set in all but the last byte) and as many bytes of text or data.
+/// first, the top bit set in all but the last byte) and as many bytes of text or data; for data of
+/// kShared bytes and more, the place of the Bytes that hold it.
 class RowBuffer {
  public:
   explicit RowBuffer(std::size_t columns) : columns_(columns) {}
@@ -59,22 +68,25 @@ class RowBuffer {
     add_run(Cell::Kind::kUtf16, text.data(), text.size() * sizeof(char16_t));
   }
   void add_bytes(std::span<const std::byte> bytes) {
+    if (bytes.size() >= kShared) return add_bytes(Bytes(bytes.begin(), bytes.end()));
     add_run(Cell::Kind::kBytes, bytes.data(), bytes.size());
   }
-
-  /// For a long value that comes in pieces: room for `size` bytes, to be filled by the caller
-  /// before the next call. `kind` is kUtf8, kUtf16 or kBytes.
-  [[nodiscard]] std::span<std::byte> add_room(Cell::Kind kind, std::size_t size);
+  /// The same; long data is shared with `bytes`.
+  void add_bytes(Bytes bytes);
 
   /// Ends a row. The row must have as many values as the buffer has columns.
   void end_row() {
     row_starts_.push_back(chunk_ + row_begin_);
     row_begin_ = used_;
+    long_values_begin_ = long_values_.size();
   }
   /// Appends row `row` of another buffer, which has as many columns.
   void add_row(const RowBuffer& from, std::size_t row);
   /// Drops the values of a row that was begun and not ended.
-  void abandon_row() { used_ = row_begin_; }
+  void abandon_row() {
+    used_ = row_begin_;
+    long_values_.resize(long_values_begin_);
+  }
 
   [[nodiscard]] std::size_t rows() const { return row_starts_.size(); }
   [[nodiscard]] std::size_t columns() const { return columns_; }
@@ -90,6 +102,7 @@ class RowBuffer {
   void add(const Cell& cell);
 
   static constexpr std::size_t kLongestLength = 10;  // of a 64-bit length, 7 bits a byte
+  static constexpr std::size_t kShared = std::size_t{64} << 10;
 
   /// Room for `size` bytes behind what is there; `used_` moves behind them.
   [[nodiscard]] std::byte* take(std::size_t size) {
@@ -107,9 +120,10 @@ class RowBuffer {
   }
 
   void add_run(Cell::Kind kind, const void* data, std::size_t size) {
-    const std::span<std::byte> room = add_room(kind, size);
-    if (size != 0) std::memcpy(room.data(), data, size);
+    add_run(kind, size, data, size);
   }
+  /// `told`: the length that is written before the `size` bytes at `data`.
+  void add_run(Cell::Kind kind, std::size_t told, const void* data, std::size_t size);
 
   /// Begins a new chunk that has room for `size` bytes behind the open row, and moves that there.
   void grow(std::size_t size);
@@ -127,19 +141,22 @@ class RowBuffer {
   std::size_t chunk_size_ = 0;
   std::size_t used_ = 0;
   std::size_t row_begin_ = 0;
+  std::deque<Bytes> long_values_;  // which stay where they are
+  std::size_t long_values_begin_ = 0;
 };
 
-inline std::span<std::byte> RowBuffer::add_room(Cell::Kind kind, std::size_t size) {
+inline void RowBuffer::add_run(Cell::Kind kind, std::size_t told, const void* data,
+                               std::size_t size) {
   std::byte* place = take(1 + kLongestLength + size);
   *place++ = static_cast<std::byte>(kind);
-  std::size_t rest = size;
+  std::size_t rest = told;
   while (rest >= 0x80) {
     *place++ = static_cast<std::byte>(rest | 0x80);
     rest >>= 7;
   }
   *place++ = static_cast<std::byte>(rest);
   used_ = static_cast<std::size_t>(place - chunk_) + size;
-  return {place, size};
+  if (size != 0) std::memcpy(place, data, size);
 }
 
 }  // namespace tarnwick::ado

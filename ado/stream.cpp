@@ -32,7 +32,7 @@ Bytes to_latin1(TextView text) {
   char16_t all = 0;
   for (const char16_t unit : text) all |= unit;
   if (all > 0xFF) throw not_in_charset(u"iso-8859-1");
-  Bytes bytes(text.size());
+  ByteBuffer bytes(text.size());
   std::transform(text.begin(), text.end(), bytes.begin(),
                  [](char16_t unit) { return static_cast<std::byte>(unit); });
   return bytes;
@@ -137,13 +137,7 @@ Bytes Stream::read(std::int64_t count) {
     bytes = bytes.first(std::min(bytes.size(), static_cast<std::size_t>(count)));
   }
   position_ += bytes.size();
-  return Bytes(bytes.begin(), bytes.end());
-}
-
-Bytes Stream::take_content() {
-  require_type(StreamType::kBinary);
-  position_ = 0;
-  return std::exchange(content_, Bytes());
+  return bytes.size() == content_.size() ? content_ : Bytes(bytes.begin(), bytes.end());
 }
 
 void Stream::write_text(TextView text) {
@@ -265,9 +259,11 @@ std::span<const std::byte> Stream::next_characters(std::int64_t characters) cons
 }
 
 void Stream::put(std::span<const std::byte> bytes) {
-  const std::size_t over = std::min(bytes.size(), content_.size() - position_);
-  std::copy_n(bytes.begin(), over, content_.begin() + static_cast<std::ptrdiff_t>(position_));
-  content_.insert(content_.end(), bytes.begin() + static_cast<std::ptrdiff_t>(over), bytes.end());
+  ByteBuffer content = std::move(content_).release();
+  const std::size_t over = std::min(bytes.size(), content.size() - position_);
+  std::copy_n(bytes.begin(), over, content.begin() + static_cast<std::ptrdiff_t>(position_));
+  content.insert(content.end(), bytes.begin() + static_cast<std::ptrdiff_t>(over), bytes.end());
+  content_ = std::move(content);
   position_ += bytes.size();
 }
 

@@ -38,14 +38,12 @@ class Stream final {
   /// Binary mode only (3219 otherwise): puts `bytes` at the position, over what is there, and moves
   /// behind them.
   void write(std::span<const std::byte> bytes);
-  /// The same; an empty stream takes `bytes` over without copying them.
+  /// The same; an empty stream shares `bytes` and does not copy them.
   void write(Bytes&& bytes);
   /// Binary mode only: up to `count` bytes (kReadAll: the rest) from the position; moves behind
-  /// them. Error 3001 for a negative count other than kReadAll, here and in read_text and copy_to.
+  /// them. The whole content is shared, not copied. Error 3001 for a negative count other than
+  /// kReadAll, here and in read_text and copy_to.
   [[nodiscard]] Bytes read(std::int64_t count = kReadAll);
-  /// Binary mode only: the whole content, without copying it; the stream is empty then.
-  [[nodiscard]] Bytes take_content();
-
   /// Text mode only (3219 otherwise): puts `text` at the position, over what is there, and moves
   /// behind it. The first text of an empty stream gets a byte order mark before it in the Unicode
   /// character sets. Error 3421 for a character that the character set does not have: nothing is

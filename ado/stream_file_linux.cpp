@@ -207,7 +207,7 @@ Bytes read_file(const fs::path& file) {
   const auto told = static_cast<std::uint64_t>(status.st_size);
   if (told > kMostFileBytes) throw too_large();
   constexpr std::size_t kPiece = std::size_t{64} << 10;
-  Bytes content;
+  ByteBuffer content;
   for (std::size_t piece = told != 0 ? told : kPiece;; piece = std::max(kPiece, content.size())) {
     const std::size_t before = content.size();
     content.resize(before + piece);

@@ -150,7 +150,7 @@ Bytes read_file(const fs::path& file) {
     throw file_error(AdoErrorNumber::kCannotReadFile, file,
                      std::make_error_code(std::errc::file_too_large));
   }
-  Bytes content(static_cast<std::size_t>(size.QuadPart));
+  ByteBuffer content(static_cast<std::size_t>(size.QuadPart));
   std::size_t have = 0;
   while (have < content.size()) {
     const auto wanted = static_cast<DWORD>(std::min(content.size() - have, kMostAtOnce));

@@ -54,7 +54,8 @@ Bytes ttx_to_bytes(SharedState& state, TextView ttx) {
   std::shared_ptr<ado::Stream> local;
   ado::Stream& binary = opened(local, ado::StreamType::kBinary);
   text.copy_to(binary, ado::kReadAll);
-  Bytes bytes = binary.take_content();
+  binary.set_position(0);
+  Bytes bytes = binary.read(ado::kReadAll);
   binary.close();
   text.close();
   return bytes;
@@ -76,7 +77,7 @@ void ttx_to_file(SharedState& state, TextView ttx, TextView path) {
 Bytes bytes_from_file(SharedState& state, TextView path) {
   ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
   binary.load_from_file(platform::to_native_path(path));
-  Bytes bytes = binary.take_content();
+  Bytes bytes = binary.read(ado::kReadAll);
   binary.close();
   return bytes;
 }

@@ -205,7 +205,7 @@ Bytes to_bytes(Variant&& value) {
   if (auto* bytes = std::get_if<Bytes>(&value)) return std::move(*bytes);
   const auto* text = std::get_if<Text>(&value);
   if (text == nullptr) raise(ErrorNumber::kTypeMismatch);
-  Bytes bytes;
+  ByteBuffer bytes;
   bytes.reserve(text->size() * 2);
   for (const char16_t unit : *text) {
     bytes.push_back(static_cast<std::byte>(unit & 0xFF));

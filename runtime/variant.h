@@ -1,16 +1,13 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <variant>
-#include <vector>
 
+#include "runtime/bytes.h"
 #include "runtime/date.h"
 #include "runtime/text.h"
 
 namespace tarnwick {
-
-using Bytes = std::vector<std::byte>;
 
 struct Empty {
   friend bool operator==(Empty, Empty) = default;

@@ -37,7 +37,7 @@ std::string content_of(const std::filesystem::path& file) {
 
 Bytes bytes_of(const std::filesystem::path& file) {
   const std::string content = content_of(file);
-  Bytes bytes;
+  ByteBuffer bytes;
   bytes.reserve(content.size());
   for (const char c : content) bytes.push_back(static_cast<std::byte>(c));
   return bytes;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "ado/error.h"
 #include "engines/odbc/diagnostics.h"
@@ -192,7 +193,7 @@ void Result::append_long_text(ado::RowBuffer& rows, std::size_t column) {
 void Result::append_long_bytes(ado::RowBuffer& rows, std::size_t column) {
   SQLLEN length = 0;
   if (!get_part(column, SQL_C_BINARY, part_.data(), kPartBytes, length)) {
-    rows.add_bytes({});
+    rows.add_bytes(Bytes());
   } else if (length == SQL_NULL_DATA) {
     rows.add_null();
   } else if (length < 0) {
@@ -206,7 +207,7 @@ void Result::append_long_bytes(ado::RowBuffer& rows, std::size_t column) {
 
 // The first part is in `part_`; the driver writes the rest to its place.
 void Result::append_bytes_of_size(ado::RowBuffer& rows, std::size_t column, std::size_t size) {
-  const std::span<std::byte> room = rows.add_room(ado::Cell::Kind::kBytes, size);
+  ByteBuffer room(size);
   std::memcpy(room.data(), part_.data(), kPartBytes);
   std::size_t have = kPartBytes;
   while (have < size) {
@@ -221,6 +222,7 @@ void Result::append_bytes_of_size(ado::RowBuffer& rows, std::size_t column, std:
       have += static_cast<std::size_t>(length);
     }
   }
+  rows.add_bytes(Bytes(std::move(room)));
 }
 
 // The first part is in `part_`; the driver does not know how much is left.
@@ -240,7 +242,7 @@ void Result::append_bytes_to_end(ado::RowBuffer& rows, std::size_t column) {
       break;
     }
   }
-  rows.add_bytes(value);
+  rows.add_bytes(Bytes(std::move(value)));
 }
 
 bool Result::get_part(std::size_t column, SQLSMALLINT c_type, void* buffer, std::size_t capacity,

@@ -13,14 +13,10 @@ constexpr std::int64_t kMostIterations = 20'000'000;
 constexpr std::size_t kSaltSize = 16;
 constexpr std::size_t kHashSize = 64;
 
-Bytes bytes_of(const ado::Cell& cell) { return {cell.data, cell.data + cell.size}; }
-
-Blob blob_of(const Bytes& bytes) {
-  return {{reinterpret_cast<const char*>(bytes.data()), bytes.size()}};
-}
+ByteBuffer bytes_of(const ado::Cell& cell) { return {cell.data, cell.data + cell.size}; }
 
 /// Looks at all bytes, so that the time does not tell how many are right.
-bool same_bytes(const Bytes& a, const Bytes& b) {
+bool same_bytes(const ByteBuffer& a, const ByteBuffer& b) {
   if (a.size() != b.size()) return false;
   auto difference = std::byte{0};
   for (std::size_t i = 0; i < a.size(); ++i) difference |= a[i] ^ b[i];
@@ -30,9 +26,9 @@ bool same_bytes(const Bytes& a, const Bytes& b) {
 }  // namespace
 
 void add_role(Database& database, std::string_view name, std::string_view password) {
-  const Bytes salt = random_bytes(kSaltSize);
-  const StoredValue values[] = {std::string(name), blob_of(salt), std::int64_t{kIterations},
-                                blob_of(pbkdf2_sha512(password, salt, kIterations, kHashSize))};
+  const ByteBuffer salt = random_bytes(kSaltSize);
+  const StoredValue values[] = {std::string(name), Blob{salt}, std::int64_t{kIterations},
+                                Blob{pbkdf2_sha512(password, salt, kIterations, kHashSize)}};
   sqlite3_stmt* const statement = database.statement(
       "INSERT INTO dbo.DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES (?, ?, ?, ?)");
   const ResetAtEnd reset(statement);
@@ -42,8 +38,8 @@ void add_role(Database& database, std::string_view name, std::string_view passwo
 }
 
 bool role_admits(Database& database, std::string_view name, std::string_view password) {
-  Bytes salt(kSaltSize);
-  Bytes hash;
+  ByteBuffer salt(kSaltSize);
+  ByteBuffer hash;
   std::int64_t iterations = kIterations;
   {
     const StoredValue role = std::string(name);
@@ -65,7 +61,7 @@ bool role_admits(Database& database, std::string_view name, std::string_view pas
       database.fail(code);
     }
   }
-  const Bytes given =
+  const ByteBuffer given =
       pbkdf2_sha512(password, salt, static_cast<std::uint32_t>(iterations), kHashSize);
   return same_bytes(given, hash);
 }

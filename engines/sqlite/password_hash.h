@@ -11,10 +11,10 @@ namespace tarnwick::sqlite {
 // What is needed of a library for passwords; one source per library.
 
 /// PBKDF2 with HMAC-SHA-512 (RFC 8018), `length` bytes. `iterations` at least 1.
-[[nodiscard]] Bytes pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
-                                  std::uint32_t iterations, std::size_t length);
+[[nodiscard]] ByteBuffer pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
+                                       std::uint32_t iterations, std::size_t length);
 
 /// `count` bytes that nobody can foretell.
-[[nodiscard]] Bytes random_bytes(std::size_t count);
+[[nodiscard]] ByteBuffer random_bytes(std::size_t count);
 
 }  // namespace tarnwick::sqlite

@@ -6,9 +6,9 @@
 
 namespace tarnwick::sqlite {
 
-Bytes pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
-                    std::uint32_t iterations, std::size_t length) {
-  Bytes hash(length);
+ByteBuffer pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
+                         std::uint32_t iterations, std::size_t length) {
+  ByteBuffer hash(length);
   if (PKCS5_PBKDF2_HMAC(password.data(), static_cast<int>(password.size()),
                         reinterpret_cast<const unsigned char*>(salt.data()),
                         static_cast<int>(salt.size()), static_cast<int>(iterations), EVP_sha512(),
@@ -19,8 +19,8 @@ Bytes pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
   return hash;
 }
 
-Bytes random_bytes(std::size_t count) {
-  Bytes bytes(count);
+ByteBuffer random_bytes(std::size_t count) {
+  ByteBuffer bytes(count);
   if (RAND_bytes(reinterpret_cast<unsigned char*>(bytes.data()), static_cast<int>(count)) != 1) {
     throw ado::AdoError(ado::AdoErrorNumber::kUnspecified, u"There are no random numbers.");
   }

@@ -27,10 +27,10 @@ class Algorithm {
 
 }  // namespace
 
-Bytes pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
-                    std::uint32_t iterations, std::size_t length) {
+ByteBuffer pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
+                         std::uint32_t iterations, std::size_t length) {
   const Algorithm sha512(BCRYPT_SHA512_ALGORITHM);
-  Bytes hash(length);
+  ByteBuffer hash(length);
   const auto bytes = [](const void* data) {
     return static_cast<PUCHAR>(const_cast<void*>(data));  // read only, but not declared so
   };
@@ -43,8 +43,8 @@ Bytes pbkdf2_sha512(std::string_view password, std::span<const std::byte> salt,
   return hash;
 }
 
-Bytes random_bytes(std::size_t count) {
-  Bytes bytes(count);
+ByteBuffer random_bytes(std::size_t count) {
+  ByteBuffer bytes(count);
   if (BCryptGenRandom(nullptr, reinterpret_cast<PUCHAR>(bytes.data()),
                       static_cast<ULONG>(bytes.size()), BCRYPT_USE_SYSTEM_PREFERRED_RNG) < 0) {
     throw ado::AdoError(ado::AdoErrorNumber::kUnspecified, u"There are no random numbers.");

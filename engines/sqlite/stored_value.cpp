@@ -20,10 +20,6 @@ std::string stored_text(TextView text) {
   }
 }
 
-std::string bytes_of(const std::byte* data, std::size_t size) {
-  return {reinterpret_cast<const char*>(data), size};
-}
-
 struct ToStored {
   StoredValue operator()(Empty) const { return nullptr; }
   StoredValue operator()(Null) const { return nullptr; }
@@ -34,9 +30,7 @@ struct ToStored {
   StoredValue operator()(double value) const { return value; }
   StoredValue operator()(Date value) const { return value.days; }
   StoredValue operator()(const Text& value) const { return stored_text(value); }
-  StoredValue operator()(const Bytes& value) const {
-    return Blob{bytes_of(value.data(), value.size())};
-  }
+  StoredValue operator()(const Bytes& value) const { return Blob{value}; }
 };
 
 struct Binder {
@@ -51,6 +45,8 @@ struct Binder {
                                SQLITE_UTF8);
   }
   int operator()(const Blob& blob) const {
+    // Without bytes there is no pointer to them, which would stand for null.
+    if (blob.bytes.empty()) return sqlite3_bind_zeroblob(statement, index, 0);
     return sqlite3_bind_blob64(statement, index, blob.bytes.data(), blob.bytes.size(),
                                SQLITE_STATIC);
   }
@@ -74,11 +70,11 @@ StoredValue stored_value(const ado::Cell& cell) {
     case Kind::kDate:
       return cell.real;
     case Kind::kUtf8:
-      return bytes_of(cell.data, cell.size);
+      return std::string(reinterpret_cast<const char*>(cell.data), cell.size);
     case Kind::kUtf16:
       return stored_value(cell.to_variant());
     case Kind::kBytes:
-      return Blob{bytes_of(cell.data, cell.size)};
+      return Blob{cell.bytes()};
   }
   return nullptr;
 }
@@ -99,11 +95,6 @@ void bind_all(sqlite3_stmt* statement, std::span<const StoredValue> values) {
 ado::Cell cell_of(const StoredValue& value) {
   using Kind = ado::Cell::Kind;
   ado::Cell cell;
-  const auto view = [&](Kind kind, const std::string& bytes) {
-    cell.kind = kind;
-    cell.data = reinterpret_cast<const std::byte*>(bytes.data());
-    cell.size = bytes.size();
-  };
   if (const auto* const integer = std::get_if<std::int64_t>(&value)) {
     cell.kind = Kind::kInt64;
     cell.integer = *integer;
@@ -111,9 +102,11 @@ ado::Cell cell_of(const StoredValue& value) {
     cell.kind = Kind::kDouble;
     cell.real = *real;
   } else if (const auto* const text = std::get_if<std::string>(&value)) {
-    view(Kind::kUtf8, *text);
+    cell.kind = Kind::kUtf8;
+    cell.data = reinterpret_cast<const std::byte*>(text->data());
+    cell.size = text->size();
   } else if (const auto* const blob = std::get_if<Blob>(&value)) {
-    view(Kind::kBytes, blob->bytes);
+    cell = ado::Cell::of(blob->bytes);
   }
   return cell;
 }

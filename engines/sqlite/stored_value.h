@@ -12,7 +12,7 @@ namespace tarnwick::sqlite {
 
 /// A value as it is bound to a statement.
 struct Blob {
-  std::string bytes;
+  Bytes bytes;
   friend bool operator==(const Blob&, const Blob&) = default;
 };
 using StoredValue = std::variant<std::nullptr_t, std::int64_t, double, std::string, Blob>;

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "tests/ado/recordset_fixture.h"
 #include "tests/support/thrown_error.h"
 
@@ -41,6 +43,27 @@ TEST_P(AnyCursorTest, WhatWasWrittenReadsBackAsWritten) {
   EXPECT_TRUE(recordset.field(u"Title").is_null());
   recordset.field(u"Title").set_value(Empty{});
   EXPECT_EQ(value(recordset, u"Title"), Variant(Null{}));
+}
+
+TEST_P(AnyCursorTest, ADateOutsideTheCalendarIsRefusedWhereItIsAssigned) {
+  Recordset recordset;
+  open(recordset, LockType::kOptimistic);
+  constexpr double kNoDays[] = {-657'435.0,
+                                2'958'466.0,
+                                1e300,
+                                std::numeric_limits<double>::infinity(),
+                                -std::numeric_limits<double>::infinity(),
+                                std::numeric_limits<double>::quiet_NaN()};
+  for (const double days : kNoDays) {
+    EXPECT_EQ(error_number_of([&] { recordset.field(u"Title").set_value(Date{days}); }), 5) << days;
+  }
+  EXPECT_EQ(recordset.edit_mode(), EditMode::kNone);
+  for (const double days : {-657'434.0, 2'958'465.75}) {
+    recordset.field(u"Title").set_value(Date{days});
+    EXPECT_EQ(value(recordset, u"Title"), Variant(Date{days}));
+  }
+  recordset.cancel_update();
+  EXPECT_THAT(engine.calls, IsEmpty());
 }
 
 TEST_P(AnyCursorTest, WhatWasNotWrittenKeepsTheValueThatWasFetched) {

@@ -11,7 +11,7 @@ using test_support::error_description_of;
 using test_support::error_number_of;
 
 TEST_F(StreamFileTest, WhatWasSavedIsLoadedAgain) {
-  Bytes content;
+  ByteBuffer content;
   for (int i = 0; i < 300'000; ++i) content.push_back(static_cast<std::byte>(i * 7 % 251));
   Stream stream = binary(content);
   stream.save_to_file(file);
@@ -20,7 +20,7 @@ TEST_F(StreamFileTest, WhatWasSavedIsLoadedAgain) {
   Stream other = binary(bytes("old content"));
   other.load_from_file(file);
   EXPECT_EQ(other.position(), 0);
-  EXPECT_EQ(other.read(), content);
+  EXPECT_EQ(other.read(), Bytes(content));
   EXPECT_EQ(files_in_folder(), 1);
 }
 

@@ -60,7 +60,7 @@ TEST(StreamTest, WhatNeedsItOpenIsRefusedWhileClosed) {
   EXPECT_EQ(error_number_of([&] { (void)stream.size(); }), 3704);
   EXPECT_EQ(error_number_of([&] { stream.write(bytes("x")); }), 3704);
   EXPECT_EQ(error_number_of([&] { (void)stream.read(); }), 3704);
-  EXPECT_EQ(error_number_of([&] { (void)stream.take_content(); }), 3704);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read(); }), 3704);
   EXPECT_EQ(error_number_of([&] { stream.write_text(u"x"); }), 3704);
   EXPECT_EQ(error_number_of([&] { (void)stream.read_text(); }), 3704);
   EXPECT_EQ(error_number_of([&] { stream.copy_to(target); }), 3704);
@@ -115,7 +115,7 @@ TEST(StreamTest, EachModeHasItsOwnReadAndWrite) {
   Stream stream = text(u"abc");
   EXPECT_EQ(error_number_of([&] { stream.write(bytes("x")); }), 3219);
   EXPECT_EQ(error_number_of([&] { (void)stream.read(); }), 3219);
-  EXPECT_EQ(error_number_of([&] { (void)stream.take_content(); }), 3219);
+  EXPECT_EQ(error_number_of([&] { (void)stream.read(); }), 3219);
   stream.set_type(StreamType::kBinary);
   EXPECT_EQ(error_number_of([&] { stream.write_text(u"x"); }), 3219);
   EXPECT_EQ(error_number_of([&] { (void)stream.read_text(); }), 3219);
@@ -148,17 +148,25 @@ TEST(StreamTest, BytesAreWrittenOverWhatIsThereAndBehindIt) {
   EXPECT_EQ(stream.read(), bytes("abXY1234"));
 }
 
-TEST(StreamTest, AnEmptyStreamTakesBytesOverAndGivesThemAwayWithoutCopying) {
-  Bytes content(1000, std::byte{7});
-  const std::byte* place = content.data();
+TEST(StreamTest, AnEmptyStreamTakesBytesAndGivesThemWithoutCopying) {
+  const Bytes content(1000, std::byte{7});
   Stream stream = binary();
-  stream.write(std::move(content));
+  stream.write(Bytes(content));
   EXPECT_EQ(stream.position(), 1000);
-  const Bytes taken = stream.take_content();
-  EXPECT_EQ(taken.data(), place);
-  EXPECT_EQ(taken.size(), 1000u);
-  EXPECT_EQ(stream.size(), 0);
-  EXPECT_EQ(stream.position(), 0);
+  stream.set_position(0);
+  EXPECT_EQ(stream.read().data(), content.data());
+  EXPECT_EQ(stream.position(), 1000);
+}
+
+TEST(StreamTest, BytesThatOthersShareAreNotWrittenOver) {
+  const Bytes content(4, std::byte{7});
+  Stream stream = binary();
+  stream.write(Bytes(content));
+  stream.set_position(1);
+  stream.write(bytes("XY"));
+  stream.set_position(0);
+  EXPECT_EQ(stream.read(), bytes("\x07XY\x07"));
+  EXPECT_EQ(content, Bytes(4, std::byte{7}));
 }
 
 // --- Text --------------------------------------------------------------------------------------

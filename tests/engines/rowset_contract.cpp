@@ -9,7 +9,7 @@ using ado::RowsetRequest;
 namespace {
 
 Bytes bytes_of(std::size_t size) {
-  Bytes bytes(size);
+  ByteBuffer bytes(size);
   for (std::size_t i = 0; i < size; ++i)
     bytes[i] = static_cast<std::byte>((i * 7 + i / 251) & 0xFF);
   return bytes;
@@ -176,7 +176,7 @@ TEST_P(EngineContract, LongTextRoundTrips) {
 
 TEST_P(EngineContract, EveryByteValueRoundTrips) {
   const auto session = open_session();
-  Bytes value(256);
+  ByteBuffer value(256);
   for (std::size_t i = 0; i < value.size(); ++i) value[i] = static_cast<std::byte>(i);
   read(*session, kAllReports)
       .insert({{u"ReportName", text(u"Sales")},

@@ -6,7 +6,7 @@ namespace tarnwick {
 namespace {
 
 Bytes bytes(std::initializer_list<unsigned> values) {
-  Bytes result;
+  ByteBuffer result;
   for (const unsigned value : values) result.push_back(static_cast<std::byte>(value));
   return result;
 }

@@ -13,7 +13,7 @@ namespace {
 using test_support::error_number_of;
 
 Bytes bytes(std::initializer_list<int> values) {
-  Bytes result;
+  ByteBuffer result;
   for (const int value : values) result.push_back(static_cast<std::byte>(value));
   return result;
 }

@@ -58,7 +58,7 @@ class SqliteDriverTest : public testing::Test {
 };
 
 Bytes bytes_of(std::size_t size) {
-  Bytes bytes(size);
+  ByteBuffer bytes(size);
   for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::byte>(i * 7 + i / 251);
   return bytes;
 }

@@ -77,7 +77,7 @@ TEST(RowKey, IsReadableAsText) {
   EXPECT_EQ(text_of({str("00-1A"), str("PC1"), std::int64_t{-7}}), "00-1A, PC1, -7");
   EXPECT_EQ(text_of({1.5}), "1.5");
   EXPECT_EQ(text_of({nullptr}), "NULL");
-  EXPECT_EQ(text_of({Blob{"x"}}), "(binary)");
+  EXPECT_EQ(text_of({Blob{Bytes{std::byte{'x'}}}}), "(binary)");
 }
 
 TEST(RowKey, TheSameKeyHasTheSameValues) {
@@ -89,7 +89,7 @@ TEST(RowKey, TheSameKeyHasTheSameValues) {
   EXPECT_TRUE(same(str("Sales"), str("Sales")));
   EXPECT_FALSE(same(str("Sales"), str("SALES")));
   EXPECT_FALSE(same(str("7"), std::int64_t{7}));
-  EXPECT_FALSE(same(str("x"), Blob{"x"}));
+  EXPECT_FALSE(same(str("x"), Blob{Bytes{std::byte{'x'}}}));
   EXPECT_TRUE(same(nullptr, nullptr));
 }
 
