@@ -42,20 +42,24 @@ std::vector<std::shared_ptr<Table>> read_tables(Database& database) {
   return tables;
 }
 
-/// Whether the table, its triggers and its indexes are, word for word, those of the schema.
-bool is_plain(Database& database, const Table& table) {
+/// Looks whether the table, its triggers and its indexes are, word for word, those of the schema.
+void compare_with_schema(Database& database, Table& table) {
   const StoredValue name = table.name;
   sqlite3_stmt* const statement = database.statement(
       "SELECT sql FROM dbo.sqlite_master WHERE tbl_name = ? AND sql IS NOT NULL");
   const ResetAtEnd reset(statement);
   bind(statement, 1, name);
   const std::string_view schema = kEmbeddedSchema;
+  int triggers = 0;
   int code = sqlite3_step(statement);
   for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
-    if (schema.find(text_column(statement, 0)) == std::string_view::npos) return false;
+    const std::string sql = text_column(statement, 0);
+    if (schema.find(sql) == std::string_view::npos) return;
+    if (sql.starts_with("CREATE TRIGGER ")) ++triggers;
   }
   if (code != SQLITE_DONE) database.fail(code);
-  return true;
+  table.plain = true;
+  table.versioned = triggers == 2;  // of an insert and of an update
 }
 
 }  // namespace
@@ -64,7 +68,7 @@ void Catalog::refresh(Database& database) {
   const auto version = database.schema_version();
   if (version == version_) return;
   const auto tables = read_tables(database);
-  for (const auto& table : tables) table->plain = is_plain(database, *table);
+  for (const auto& table : tables) compare_with_schema(database, *table);
   tables_.assign(tables.begin(), tables.end());
   version_ = version;
 }

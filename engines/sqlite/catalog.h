@@ -21,6 +21,8 @@ struct Table {
   /// A table of the embedded schema with nothing added to it: an update of a row that is there, and
   /// keeps its key, can fail by nothing but a null where none may be.
   bool plain = false;
+  /// Such a table whose triggers bump the version of a row that is written, unless the writer did.
+  bool versioned = false;
   std::vector<std::string> required;  // names of the columns that refuse a null
 };
 

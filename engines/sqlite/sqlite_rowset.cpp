@@ -255,15 +255,43 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
   write.one_row = true;
   std::string names;
   std::string places;
+  RowUpdate payloads{.table = shape().table, .key = {}, .columns = {}};
+  const bool apart = database_.log.in_transaction() && assigns_key(assigned);
   for (const auto& assignment : assigned) {
-    names += (names.empty() ? "" : ", ") + identifier(origin_of(assignment));
+    const auto& column = origin_of(assignment);
+    StoredValue value = stored_value(*assignment.value);
+    if (apart && payloads.table->versioned && is_payload(value)) {
+      payloads.columns.push_back({column, std::move(value)});
+      continue;
+    }
+    names += (names.empty() ? "" : ", ") + identifier(column);
     places += places.empty() ? "?" : ", ?";
-    write.values.push_back(stored_value(*assignment.value));
+    write.values.push_back(std::move(value));
   }
   write.statement =
       "INSERT INTO dbo." + identifier(shape().base_table) +
       (names.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + places + ")");
   database_.log.write(std::move(write));
+  if (payloads.columns.empty()) return;
+  // The trigger that gives a new row its version writes the whole row again: a payload comes after
+  // it.
+  for (const auto column : shape().key) {
+    const auto assignment = std::find_if(assigned.begin(), assigned.end(),
+                                         [&](const auto& each) { return each.column == column; });
+    payloads.key.push_back(stored_value(*assignment->value));
+  }
+  const std::vector<StoredValue> values = payloads.key;
+  std::vector<ado::Cell> key;
+  for (const auto& value : values) key.push_back(cell_of(value));
+  database_.log.update(std::move(payloads), key);
+}
+
+bool SqliteRowset::assigns_key(std::span<const ado::Assignment> assigned) const {
+  if (shape().table == nullptr) return false;
+  return std::all_of(shape().key.begin(), shape().key.end(), [&](const auto column) {
+    return std::any_of(assigned.begin(), assigned.end(),
+                       [&](const auto& each) { return each.column == column; });
+  });
 }
 
 }  // namespace tarnwick::sqlite

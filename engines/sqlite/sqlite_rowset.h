@@ -40,6 +40,7 @@ class SqliteRowset : public ado::Rowset {
   /// Runs the statement and appends the row with the key `key`, if there is one.
   [[nodiscard]] bool read_row(std::span<const ado::Cell> key, ado::RowBuffer& rows);
   [[nodiscard]] std::vector<ado::Cell> key_of(std::span<const ado::Cell> row) const;
+  [[nodiscard]] bool assigns_key(std::span<const ado::Assignment> assigned) const;
 
   [[nodiscard]] const Shape& shape() const { return *shape_; }
 

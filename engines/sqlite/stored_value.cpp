@@ -79,6 +79,12 @@ StoredValue stored_value(const ado::Cell& cell) {
   return nullptr;
 }
 
+bool is_payload(const StoredValue& value) {
+  constexpr std::size_t kPayload = std::size_t{1} << 20;
+  const auto* const blob = std::get_if<Blob>(&value);
+  return blob != nullptr && blob->bytes.size() >= kPayload;
+}
+
 void bind(sqlite3_stmt* statement, int index, const StoredValue& value) {
   const int code = std::visit(Binder{statement, index}, value);
   if (code != SQLITE_OK) {

@@ -22,6 +22,9 @@ using StoredValue = std::variant<std::nullptr_t, std::int64_t, double, std::stri
 [[nodiscard]] StoredValue stored_value(const Variant& value);
 [[nodiscard]] StoredValue stored_value(const ado::Cell& cell);
 
+/// Whether the value is so long that it is not to be written twice where that can be helped.
+[[nodiscard]] bool is_payload(const StoredValue& value);
+
 /// Binds without copying: `value` must outlive the statement's use. `index` counts from 1.
 void bind(sqlite3_stmt* statement, int index, const StoredValue& value);
 

@@ -23,6 +23,25 @@ class FileTransaction final {
   Database& database_;
 };
 
+constexpr const char* kBumpVersion = "UPDATE dbo.DW_ROW_VERSION SET Counter = Counter + 1";
+
+// The trigger that bumps the row's version would read a whole payload and write it again.
+bool bumps_version(const RowUpdate& update) {
+  if (!update.table->versioned) return false;
+  const auto has_payload = [](const RowUpdate::Column& column) { return is_payload(column.value); };
+  const auto is_version = [](const RowUpdate::Column& column) {
+    return sqlite3_stricmp(column.name.c_str(), "RowVersion") == 0;
+  };
+  return std::any_of(update.columns.begin(), update.columns.end(), has_payload) &&
+         std::none_of(update.columns.begin(), update.columns.end(), is_version);
+}
+
+bool bump_version(Database& database, RowLocker& locker) {
+  sqlite3_stmt* const statement = database.statement(kBumpVersion);
+  const ResetAtEnd reset(statement);
+  return locker.run(statement);
+}
+
 std::string statement_of(const RowUpdate& update) {
   std::string sql;
   sql.reserve(512);
@@ -31,6 +50,7 @@ std::string statement_of(const RowUpdate& update) {
   for (const auto& column : update.columns) {
     sql.append(std::exchange(before, ", ")).append(identifier(column.name)).append(" = ?");
   }
+  if (bumps_version(update)) sql.append(", RowVersion = (SELECT Version FROM dbo.DW_ROW_VERSION)");
   before = " WHERE ";
   for (const auto& column : update.table->key) {
     sql.append(std::exchange(before, " AND ")).append(identifier(column)).append(" IS ?");
@@ -41,6 +61,7 @@ std::string statement_of(const RowUpdate& update) {
 
 Write write_of(RowUpdate update) {
   Write write{.statement = statement_of(update), .values = {}, .one_row = true};
+  write.bumps_version = bumps_version(update);
   for (auto& column : update.columns) write.values.push_back(std::move(column.value));
   std::move(update.key.begin(), update.key.end(), std::back_inserter(write.values));
   if (update.version) write.values.push_back(std::move(*update.version));
@@ -241,6 +262,7 @@ bool WriteLog::apply_log(Database& database, RowLocker& locker) {
 }
 
 bool WriteLog::apply(const Write& write, Database& database, RowLocker& locker) {
+  if (write.bumps_version && !bump_version(database, locker)) return false;
   sqlite3_stmt* const statement = write.author == Write::Author::kClient
                                       ? database.client_statement(write.statement)
                                       : database.statement(write.statement);
@@ -256,6 +278,7 @@ bool WriteLog::apply(const Write& write, Database& database, RowLocker& locker) 
 }
 
 bool WriteLog::apply(const RowUpdate& update, Database& database, RowLocker& locker) {
+  if (bumps_version(update) && !bump_version(database, locker)) return false;
   sqlite3_stmt* const statement = database.statement(statement_of(update));
   const ResetAtEnd reset(statement);
   int index = 0;

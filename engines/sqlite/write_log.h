@@ -22,6 +22,8 @@ struct Write {
   std::vector<StoredValue> values;
   /// Throw kRowNotLocated unless exactly one row was written.
   bool one_row = false;
+  /// The statement gives the row the version that DW_ROW_VERSION is bumped to right before it.
+  bool bumps_version = false;
 };
 
 /// New values for columns of one row.

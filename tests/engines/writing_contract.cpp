@@ -214,16 +214,16 @@ TEST_P(EngineContract, ARowVersionChangesWithEveryUpdateOfItsRowAlone) {
   const auto session = open_session();
   add_reports(*session, {u"Sales", u"Stock"});
   const auto version = [&](TextView statement) {
-    return to_bytes(read(*session, statement).value(u"RowVersion"));
+    return to_bytes(read(*session, statement).value(u"RowVersion")).release();
   };
-  const Bytes stock = version(kStock);
-  Bytes last = version(kSales);
+  const ByteBuffer stock = version(kStock);
+  ByteBuffer last = version(kSales);
   ASSERT_EQ(last.size(), 8u);
   EXPECT_NE(last, stock);
   // Also when the values stay what they are, and whoever writes.
   for (int i = 0; i < 2; ++i) {
     read(*session, kSales).update({{u"Title", text(u"Old")}});
-    Bytes next = version(kSales);
+    ByteBuffer next = version(kSales);
     EXPECT_GT(next, last);
     last = std::exchange(next, {});
     session->execute(u"Update DW_Reports Set Title = 'Old' Where ReportName = 'Sales'");

@@ -50,7 +50,7 @@ Text pattern(std::size_t size) {
 }
 
 Bytes byte_pattern(std::size_t size) {
-  Bytes bytes(size);
+  ByteBuffer bytes(size);
   for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::byte>(i * 7 + i / 251);
   return bytes;
 }
