@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <system_error>
@@ -9,6 +10,7 @@
 #include "apps/common/engines.h"
 #include "apps/tarnwick/commands.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/process_setup.h"
 #include "apps/tarnwick/role_connection.h"
 #include "apps/tarnwick/samples.h"
 #include "engines/sqlite/create_database.h"
@@ -32,13 +34,21 @@ std::string shell_word(const std::string& text) {
   return word + "'";
 }
 
-// Runs a step; an error of the database becomes the Failure `text`.
-template <class Step>
-void explained(const std::string& text, Step&& step) {
+// The database appears with all that is to be in it, or not at all.
+void make_database(const std::filesystem::path& folder, TextView connect_string, TextView role,
+                   TextView password, const std::optional<Samples>& samples) {
+  std::function<void(TextView)> fill;
+  if (samples) {
+    fill = [&](TextView name) {
+      apps::ProgramEngines engines;
+      samples->insert_into(
+          open_in_role(engines.list(), connect_string, role, password, nullptr, name));
+    };
+  }
   try {
-    step();
+    sqlite::create_database(folder, kDatabase, role, password, fill);
   } catch (const Error& error) {
-    throw Failure(ExitCode::kFailed, text, error.description());
+    throw Failure(ExitCode::kFailed, "The database was not made.", error.description());
   }
 }
 
@@ -61,14 +71,7 @@ void init(const Options& options, const Arguments& arguments) {
   const std::filesystem::path native_folder(to_utf8(folder));
   const Text connect_string = embedded_connect_string(folder);
   const auto file = native_folder / (to_utf8(kDatabase) + ".db");
-  explained("The database was not made.",
-            [&] { sqlite::create_database(native_folder, kDatabase, role, password); });
-  if (samples) {
-    explained("The database was made, but not filled.", [&] {
-      apps::ProgramEngines engines;
-      samples->insert_into(open_in_role(engines.list(), connect_string, role, password));
-    });
-  }
+  finish_first([&] { make_database(native_folder, connect_string, role, password, samples); });
   fmt::print("Made the embedded database {}", file.string());
   if (samples) {
     fmt::print(" with {} components, {} PCs and {} reports", samples->components.size(),

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <mutex>
 #include <thread>
 
 #include "apps/tarnwick/scratch_folder.h"
@@ -50,12 +51,19 @@ sigset_t endings() {
   _exit(128 + number);
 }
 
+// Held while a step runs that is to come to its end.
+std::mutex& ending() {
+  static std::mutex mutex;
+  return mutex;
+}
+
 // A thread of its own may do what no signal handler may.
 void watch(sigset_t set) {
   std::thread([set] {
     int number = 0;
     while (sigwait(&set, &number) != 0) {
     }
+    ending().lock();
     ScratchFolder::remove_all_for_good();
     end_by(number);
   }).detach();
@@ -71,6 +79,11 @@ void set_up_process() {
   const sigset_t set = endings();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
   watch(set);
+}
+
+void finish_first(const std::function<void()>& step) {
+  const std::scoped_lock lock(ending());
+  step();
 }
 
 void restore_signals() noexcept {

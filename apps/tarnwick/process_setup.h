@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 namespace tarnwick::cli {
 
 /// To be called first of all, before there is a second thread or an open file.
@@ -9,6 +11,9 @@ namespace tarnwick::cli {
 /// nobody takes (a closed pipe, a file beyond its limit) fails too, instead of ending the process.
 /// A signal that ends the process removes the scratch folders first.
 void set_up_process();
+
+/// Runs `step`, which cleans up behind itself: a signal that ends the process waits for its end.
+void finish_first(const std::function<void()>& step);
 
 /// To be called in a child process, before it becomes another program: takes back what
 /// set_up_process did to signals. Makes system calls only.

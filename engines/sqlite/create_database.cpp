@@ -45,13 +45,14 @@ class NewFolders final {
 
 const char* const kBesides[] = {"", "-wal", "-shm", "-journal"};
 
-/// Removes `file` and all that SQLite puts beside it.
+/// Removes `file` and all that SQLite and sessions put beside it.
 void remove_with_all(const std::filesystem::path& file) {
   std::error_code ignored;
   for (const char* suffix : kBesides) {
     auto besides = file;
     std::filesystem::remove(besides += suffix, ignored);
   }
+  std::filesystem::remove(lock_file(file), ignored);
 }
 
 /// A file under a name of its own, on its way to the name `target`. Locked as long as it is made,
@@ -59,7 +60,7 @@ void remove_with_all(const std::filesystem::path& file) {
 class ScratchFile final {
  public:
   explicit ScratchFile(const std::filesystem::path& target)
-      : target_(target), path_(with_suffix(target, kMark + hexadecimal(random_bytes(kMarkBytes)))) {
+      : target_(target), path_(marked(target, hexadecimal(random_bytes(kMarkBytes)))) {
     make_private_file(path_);
     lock_.emplace(path_, path_);
     static_cast<void>(lock_->try_lock(kBeingMade));
@@ -77,12 +78,14 @@ class ScratchFile final {
 
   /// Removes what makers of `target` left behind that were killed.
   static void remove_abandoned(const std::filesystem::path& target) {
-    const auto begin = target.filename().native() + std::filesystem::path(kMark).native();
+    const auto sample = marked(target, std::string(2 * kMarkBytes, '0')).filename().native();
+    const auto end = target.extension().native();
+    const auto begin = sample.substr(0, sample.size() - 2 * kMarkBytes - end.size());
     std::vector<std::filesystem::path> abandoned;
     std::error_code none;
     for (const auto& entry : std::filesystem::directory_iterator(target.parent_path(), none)) {
       const auto name = entry.path().filename().native();
-      if (name.starts_with(begin) && name.size() == begin.size() + 2 * kMarkBytes &&
+      if (name.starts_with(begin) && name.ends_with(end) && name.size() == sample.size() &&
           entry.symlink_status().type() == std::filesystem::file_type::regular &&
           is_abandoned(entry.path())) {
         abandoned.push_back(entry.path());
@@ -96,8 +99,11 @@ class ScratchFile final {
   static constexpr std::size_t kMarkBytes = 8;
   static constexpr ByteRange kBeingMade{std::int64_t{1} << 62, std::int64_t{1} << 62};
 
-  static std::filesystem::path with_suffix(std::filesystem::path file, const std::string& suffix) {
-    return file += suffix;
+  static std::filesystem::path marked(const std::filesystem::path& target,
+                                      const std::string& mark) {
+    auto name = target.stem();
+    name += kMark + mark;
+    return target.parent_path() / (name += target.extension());
   }
 
   static std::string hexadecimal(const Bytes& bytes) {
@@ -123,7 +129,8 @@ class ScratchFile final {
   std::optional<ByteRangeLocks> lock_;
 };
 
-void fill(const std::filesystem::path& file, std::string_view role, std::string_view password) {
+void make_tables(const std::filesystem::path& file, std::string_view role,
+                 std::string_view password) {
   Database database(file);
   database.use_write_ahead_log();
   database.begin_immediate();
@@ -146,7 +153,7 @@ std::string utf8_of(TextView text, TextView what) {
 }  // namespace
 
 void create_database(const std::filesystem::path& folder, TextView name, TextView role,
-                     TextView password) {
+                     TextView password, const std::function<void(TextView name)>& fill) {
   const auto file = database_file(folder, name);
   const auto role_utf8 = utf8_of(role, u"name of the application role");
   const auto password_utf8 = utf8_of(password, u"password");
@@ -165,7 +172,8 @@ void create_database(const std::filesystem::path& folder, TextView name, TextVie
     }
     NewFolders folders(folder);
     ScratchFile scratch(file);
-    fill(scratch.path(), role_utf8, password_utf8);
+    make_tables(scratch.path(), role_utf8, password_utf8);
+    if (fill) fill(scratch.path().stem().u16string());
     scratch.become_target();
     folders.keep();
   } catch (const std::filesystem::filesystem_error& error) {

@@ -129,9 +129,21 @@ TEST_F(CreateDatabaseKilled, AtAnyStepLeaveAWholeDatabaseOrNoneAndTheNextOneLeav
   EXPECT_GT(kill_at, 10);  // or nothing of the making was interrupted
 }
 
+TEST_F(CreateDatabaseKilled, WhileTheyFillLeaveNoDatabaseAndTheNextOneLeavesNothingElse) {
+  ForkedProcess child([&](Conversation&) {
+    create_database(folder_.path(), u"Velmar_Sec", u"Admin", u"secret",
+                    [](TextView /*name*/) { ::raise(SIGKILL); });
+  });
+  EXPECT_FALSE(child.ended_well());
+  EXPECT_FALSE(fs::exists(folder_.path() / "Velmar_Sec.db"));
+  EXPECT_FALSE(files().empty());
+  create();
+  EXPECT_THAT(files(), ::testing::ElementsAre("Velmar_Sec.db"));
+}
+
 TEST_F(CreateDatabaseKilled, AreToldFromOnesThatAreStillAtWork) {
-  const auto mine = folder_.write("Velmar_Sec.db.new-0123456789abcdef", "half");
-  const auto others = folder_.write("Velmar_Sec.db.new-0123456789abcdeg.txt", "a note");
+  const auto mine = folder_.write("Velmar_Sec.new-0123456789abcdef.db", "half");
+  const auto others = folder_.write("Velmar_Sec.new-0123456789abcdef.txt", "a note");
   {
     ByteRangeLocks at_work(mine, mine);
     ASSERT_TRUE(at_work.try_lock({std::int64_t{1} << 62, std::int64_t{1} << 62}));
