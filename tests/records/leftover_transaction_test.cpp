@@ -36,6 +36,17 @@ class AfterAFailure : public test_support::ConnectedTest {
     return process_.server->reports()->item(position);
   }
 
+  /// Another process, which holds the report Sales.
+  struct Holder {
+    explicit Holder(const test_support::EmbeddedDatabase& database) : process(database) {
+      EXPECT_TRUE(process.connect());
+      report.set_name(u"Sales");
+      EXPECT_TRUE(report.lock_record());
+    }
+    ServerProcess process;
+    Report report{process.state};
+  };
+
   /// A lock of a row that is gone; its object lives on, as a client may keep it.
   void fail_to_lock() {
     vanished_.set_name(u"Nothing");
@@ -92,11 +103,7 @@ TEST_F(AfterAFailure, NoRowIsHeldByALockWhoseLoadFailed) {
 }
 
 TEST_F(AfterAFailure, NoRowIsHeldByAnUpdateThatWasCancelled) {
-  ServerProcess other(database_);
-  ASSERT_TRUE(other.connect());
-  Report theirs(other.state);
-  theirs.set_name(u"Sales");
-  ASSERT_TRUE(theirs.lock_record());
+  const Holder another(database_);
   process_.host.box.will_answer(Answer::kCancel);
   EXPECT_EQ(report(1)->update(), Error_ue);
   EXPECT_FALSE(report(1)->locked());
@@ -149,11 +156,7 @@ TEST_F(AfterAFailure, ADeleteInsideTheTransactionOfAnotherObjectIsPartOfIt) {
 }
 
 TEST_F(AfterAFailure, TheCauseOfADeleteThatMetALockIsKnown) {
-  ServerProcess other(database_);
-  ASSERT_TRUE(other.connect());
-  Report theirs(other.state);
-  theirs.set_name(u"Sales");
-  ASSERT_TRUE(theirs.lock_record());
+  const Holder another(database_);
   EXPECT_FALSE(report(1)->remove());
   EXPECT_EQ(message(), u"");
   EXPECT_EQ(state().failures.last().kind, FailureKind::kLockTimeout);
@@ -161,11 +164,7 @@ TEST_F(AfterAFailure, TheCauseOfADeleteThatMetALockIsKnown) {
 }
 
 TEST_F(AfterAFailure, TheCauseOfALockThatWasGivenUpIsTheLock) {
-  ServerProcess other(database_);
-  ASSERT_TRUE(other.connect());
-  Report theirs(other.state);
-  theirs.set_name(u"Sales");
-  ASSERT_TRUE(theirs.lock_record());
+  const Holder another(database_);
   process_.host.box.will_answer(Answer::kCancel);
   EXPECT_FALSE(report(1)->lock_record());
   EXPECT_EQ(state().failures.last().kind, FailureKind::kLockTimeout);
