@@ -27,9 +27,9 @@ class OutcomeUnknown final : public Error {
 };
 
 /// Copies the rows of all tables from one open database into another, in one transaction there: all
-/// of them arrive, or none. Row versions are the target's own, lock stamps are left behind. Rows
-/// are held in memory one at a time. Throws AdoError, also for a target that holds rows already or
-/// lacks a column, and OutcomeUnknown.
+/// of them arrive, or none. Row versions are the target's own, lock stamps are left behind. An
+/// embedded source is read a table at a time, any other one row by row. Throws AdoError, also for a
+/// target that holds rows already or lacks a column, and OutcomeUnknown.
 CopiedTables copy_database(const std::shared_ptr<ado::Connection>& from,
                            const std::shared_ptr<ado::Connection>& to,
                            const CopyProgress& progress);
