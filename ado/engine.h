@@ -122,7 +122,8 @@ class Engine {
   [[nodiscard]] virtual std::span<const TextView> providers() const = 0;
 
   /// Throws AdoError for items that it does not know (the description names the item, never its
-  /// value) and for a database that it cannot reach. ConnectionString::is_for_ole_db items are accepted.
+  /// value) and for a database that it cannot reach. ConnectionString::is_for_ole_db items are
+  /// accepted.
   [[nodiscard]] virtual std::unique_ptr<EngineSession> connect(const ConnectionString& string) = 0;
 };
 
