@@ -47,7 +47,7 @@ class EndingServer {
 };
 
 // All of them hold their objects until the last one has its own: a server that some were done with
-// may end while others are still on their way to it, and on a busy machine they are seconds apart.
+// may end while others are still on their way to it.
 TEST_F(Activation, OfManyColdClientsAtOnceServesThemAllFromOneProcess) {
   constexpr wchar_t kReady[] = L"Local\\Tarnwick.Test.Ready";
   constexpr wchar_t kGo[] = L"Local\\Tarnwick.Test.Go";
