@@ -14,8 +14,8 @@
 
 #include "automation/model.h"
 #include "runtime/error.h"
-#include "server/enums.h"
 #include "server/server.h"
+#include "state/enums.h"
 
 namespace tarnwick::automation {
 

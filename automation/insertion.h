@@ -1,7 +1,7 @@
 #pragma once
 
 #include "automation/model.h"
-#include "server/enums.h"
+#include "state/enums.h"
 
 namespace tarnwick::automation {
 

@@ -7,7 +7,7 @@
 #include "automation/classes.h"
 #include "runtime/case_mapping.h"
 #include "runtime/error.h"
-#include "server/enums.h"
+#include "state/enums.h"
 
 namespace tarnwick::automation {
 namespace {

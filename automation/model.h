@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "automation/value.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick::automation {
 

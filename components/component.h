@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "records/record_lock.h"
-#include "server/enums.h"
-#include "server/shared_state.h"
+#include "state/enums.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

@@ -1,7 +1,7 @@
 #include "components/component.h"
 #include "pcs/refresh_pcs.h"
 #include "pcs/registered_pc.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

@@ -5,7 +5,7 @@
 #include "components/refresh_component.h"
 #include "records/recordset_access.h"
 #include "runtime/case_mapping.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "components/component.h"
-#include "server/store.h"
+#include "state/store.h"
 
 namespace tarnwick {
 

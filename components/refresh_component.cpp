@@ -4,7 +4,7 @@
 #include "components/report_code.h"
 #include "records/column_values.h"
 #include "records/row_version.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

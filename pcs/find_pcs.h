@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

@@ -5,7 +5,7 @@
 #include "records/column_values.h"
 #include "records/recordset_access.h"
 #include "records/row_version.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 namespace {

@@ -6,8 +6,8 @@
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
 #include "runtime/case_mapping.h"
-#include "server/guard.h"
-#include "server/store.h"
+#include "state/guard.h"
+#include "state/store.h"
 
 namespace tarnwick {
 namespace {

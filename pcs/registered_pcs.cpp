@@ -2,7 +2,7 @@
 
 #include "pcs/refresh_pcs.h"
 #include "pcs/registered_pc_setters.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

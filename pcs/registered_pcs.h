@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "pcs/registered_pc.h"
-#include "server/store.h"
+#include "state/store.h"
 
 namespace tarnwick {
 

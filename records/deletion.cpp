@@ -1,6 +1,6 @@
 #include "records/deletion.h"
 
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ado/enums.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

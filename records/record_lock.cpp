@@ -1,6 +1,6 @@
 #include "records/record_lock.h"
 
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

@@ -1,6 +1,6 @@
 #include "records/recordset_access.h"
 
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

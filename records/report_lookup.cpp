@@ -2,7 +2,7 @@
 
 #include "runtime/case_mapping.h"
 #include "runtime/conversions.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 namespace {

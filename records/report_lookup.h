@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

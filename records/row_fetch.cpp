@@ -6,7 +6,7 @@
 #include "ado/error.h"
 #include "records/computer_name.h"
 #include "runtime/conversions.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 namespace {

@@ -1,7 +1,7 @@
 #include "records/update_protocol.h"
 
 #include "records/row_version.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 namespace {

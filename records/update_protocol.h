@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "records/record_lock.h"
-#include "server/enums.h"
+#include "state/enums.h"
 
 namespace tarnwick {
 

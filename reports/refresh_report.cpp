@@ -5,7 +5,7 @@
 #include "reports/report_payload.h"
 #include "reports/report_setters.h"
 #include "reports/report_type.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 

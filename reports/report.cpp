@@ -11,8 +11,8 @@
 #include "reports/report_type.h"
 #include "runtime/case_mapping.h"
 #include "runtime/conversions.h"
-#include "server/guard.h"
-#include "server/store.h"
+#include "state/guard.h"
+#include "state/store.h"
 
 namespace tarnwick {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/text.h"
-#include "server/enums.h"
+#include "state/enums.h"
 
 namespace tarnwick {
 

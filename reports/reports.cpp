@@ -3,7 +3,7 @@
 #include "records/recordset_access.h"
 #include "reports/refresh_report.h"
 #include "reports/report_list.h"
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 namespace {

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "reports/report.h"
-#include "server/store.h"
+#include "state/store.h"
 
 namespace tarnwick {
 

@@ -4,8 +4,8 @@
 
 #include "runtime/case_mapping.h"
 #include "server/connect_string.h"
-#include "server/guard.h"
 #include "server/required_tables.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 namespace {

@@ -6,7 +6,7 @@
 #include "components/components.h"
 #include "pcs/registered_pcs.h"
 #include "reports/reports.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

@@ -24,7 +24,7 @@
 #include "platform/linux/desktop_message_box.h"
 #include "platform/linux/host.h"
 #include "platform/unattended_message_box.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick::server_app {
 namespace {

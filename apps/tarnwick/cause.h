@@ -3,7 +3,7 @@
 #include <string>
 
 #include "apps/tarnwick/failure.h"
-#include "server/failures.h"
+#include "state/failures.h"
 
 namespace tarnwick::cli {
 

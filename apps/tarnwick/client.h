@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "apps/tarnwick/rows.h"
-#include "server/failures.h"
+#include "state/failures.h"
 
 namespace tarnwick::cli {
 

@@ -13,7 +13,7 @@
 #include "platform/linux/host.h"
 #include "platform/message_box.h"
 #include "server/server.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick::cli {
 

@@ -4,7 +4,7 @@
 
 #include "runtime/date.h"
 #include "runtime/text.h"
-#include "server/enums.h"
+#include "state/enums.h"
 
 namespace tarnwick::cli {
 

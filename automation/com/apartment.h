@@ -7,7 +7,7 @@
 #include "automation/com/process_life.h"
 #include "automation/com/type_library.h"
 #include "automation/model.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick::automation::com {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "automation/com/com.h"
-#include "server/failures.h"
+#include "state/failures.h"
 
 namespace tarnwick::automation::com {
 

@@ -12,7 +12,7 @@
 
 #include "automation/dbus/handles.h"
 #include "automation/dbus/object_table.h"
-#include "server/failures.h"
+#include "state/failures.h"
 
 namespace tarnwick::automation::dbus {
 

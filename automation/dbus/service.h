@@ -14,7 +14,7 @@
 #include "automation/dbus/interface.h"
 #include "automation/dbus/vtable.h"
 #include "automation/dbus/wire.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick::automation::dbus {
 

@@ -24,17 +24,17 @@ constexpr std::array kRooms{
     Room{"ado", "ado/", 2},
     Room{"engines/sqlite", "engines/sqlite/", 3},
     Room{"engines/odbc", "engines/odbc/", 3},
-    Room{"server (upper half)", "server/server.", 7},
-    Room{"server (upper half)", "server/required_tables.", 7},
-    Room{"server (lower half)", "server/", 4},
+    Room{"state", "state/", 4},
     Room{"records", "records/", 5},
     Room{"components", "components/", 6},
     Room{"pcs", "pcs/", 6},
     Room{"reports", "reports/", 6},
+    Room{"server", "server/", 7},
     Room{"automation/com", "automation/com/", 9},
     Room{"automation/dbus", "automation/dbus/", 9},
     Room{"automation", "automation/", 8},
-    Room{"apps", "apps/", 10},
+    Room{"client", "client/", 10},
+    Room{"apps", "apps/", 11},
 };
 
 // Headers of libraries that one room hides from all others.

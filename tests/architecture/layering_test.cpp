@@ -93,17 +93,22 @@ TEST_F(MadeUpTree, LetsComponentsUsePcsAndKeepsTheRecordClassesApartOtherwise) {
               ElementsAre("reports/report.cpp:1: reports may not include pcs/registered_pc.h"));
 }
 
-TEST_F(MadeUpTree, HasTwoHalvesOfTheServer) {
+TEST_F(MadeUpTree, HasTheSharedStateBelowAndTheServerAboveTheRecordClasses) {
   EXPECT_THAT(violations_of("server/server.cpp", "\"reports/reports.h\""), IsEmpty());
-  EXPECT_THAT(violations_of("reports/report.cpp", "\"server/session.h\""), IsEmpty());
-  EXPECT_THAT(violations_of("server/session.h", "\"records/row_lock.h\""),
-              ElementsAre("server/session.h:1: server (lower half) may not include "
-                          "records/row_lock.h"));
-  EXPECT_THAT(violations_of("server/session.h", "\"server/server.h\""),
-              ElementsAre("server/session.h:1: server (lower half) may not include "
-                          "server/server.h"));
+  EXPECT_THAT(violations_of("reports/report.cpp", "\"state/guard.h\""), IsEmpty());
+  EXPECT_THAT(violations_of("state/guard.h", "\"records/row_lock.h\""),
+              ElementsAre("state/guard.h:1: state may not include records/row_lock.h"));
   EXPECT_THAT(violations_of("reports/report.cpp", "\"server/server.h\""),
               ElementsAre("reports/report.cpp:1: reports may not include server/server.h"));
+}
+
+TEST_F(MadeUpTree, HasTheClientAboveItsTransportsAndBelowThePrograms) {
+  EXPECT_THAT(violations_of("client/client.cpp", "\"automation/dbus/wire.h\""), IsEmpty());
+  EXPECT_THAT(violations_of("apps/tarnwick/main.cpp", "\"client/client.h\""), IsEmpty());
+  EXPECT_THAT(violations_of("client/client.h", "\"apps/tarnwick/options.h\""),
+              ElementsAre("client/client.h:1: client may not include apps/tarnwick/options.h"));
+  EXPECT_THAT(violations_of("automation/model.h", "\"client/client.h\""),
+              ElementsAre("automation/model.h:1: automation may not include client/client.h"));
 }
 
 TEST_F(MadeUpTree, LeavesEachLibraryToOneRoom) {

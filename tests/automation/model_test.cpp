@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "runtime/error.h"
-#include "server/enums.h"
+#include "state/enums.h"
 #include "tests/support/object_model.h"
 
 namespace tarnwick::automation {

@@ -13,7 +13,7 @@
 #include "engines/sqlite/engine.h"
 #include "platform/host.h"
 #include "server/server.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 #include "tests/support/embedded_database.h"
 #include "tests/support/temporary_folder.h"
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

@@ -1,8 +1,8 @@
-#include "server/failures.h"
+#include "state/failures.h"
 
 #include <gtest/gtest.h>
 
-#include "server/guard.h"
+#include "state/guard.h"
 #include "tests/support/object_model.h"
 
 namespace tarnwick {

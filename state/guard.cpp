@@ -1,4 +1,4 @@
-#include "server/guard.h"
+#include "state/guard.h"
 
 namespace tarnwick {
 namespace {

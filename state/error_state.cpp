@@ -1,4 +1,4 @@
-#include "server/error_state.h"
+#include "state/error_state.h"
 
 namespace tarnwick {
 

@@ -8,8 +8,8 @@
 #include "ado/stream.h"
 #include "platform/host.h"
 #include "runtime/keyed_list.h"
-#include "server/error_state.h"
-#include "server/failures.h"
+#include "state/error_state.h"
+#include "state/failures.h"
 
 namespace tarnwick {
 

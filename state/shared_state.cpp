@@ -1,4 +1,4 @@
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "server/failures.h"
+#include "state/failures.h"
 
 #include <new>
 #include <utility>

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "runtime/conversions.h"
-#include "server/shared_state.h"
+#include "state/shared_state.h"
 
 namespace tarnwick {
 

@@ -1,4 +1,4 @@
-#include "server/store.h"
+#include "state/store.h"
 
 #include <gtest/gtest.h>
 
