@@ -1,8 +1,10 @@
 #include "components/component.h"
 
 #include "components/component_list.h"
+#include "components/component_properties.h"
 #include "components/refresh_component.h"
 #include "components/report_code.h"
+#include "records/column_values.h"
 #include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
@@ -104,20 +106,10 @@ UpdateErrorEnum Component::write(TextView procedure, Existing existing) {
   });
 }
 
-// MetaID and AuthorizedRole are read but never written.
 void Component::write_columns(ado::Recordset& row) {
   // Image 0 is never written: it stands for the first picture.
   if (image_index_ == 0) image_index_ = 1;
-  row.field(u"CompID").set_value(comp_id_);
-  row.field(u"CompName").set_value(name_);
-  row.field(u"ParentID").set_value(parent_id_);
-  row.field(u"Priority").set_value(priority_);
-  row.field(u"ImageIndex").set_value(image_index_);
-  row.field(u"ForceDisplay").set_value(force_display_);
-  row.field(u"MaintType").set_value(std::int32_t{maintenance_type_});
-  row.field(u"SecGrpID").set_value(security_group_);
-  row.field(u"RptCode").set_value(report_code_to_text(report_code_));
-  row.field(u"Server").set_value(server_name_);
+  for_each_written<Component>([&](const auto& property) { tarnwick::write(row, property, *this); });
 }
 
 bool Component::remove() {

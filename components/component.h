@@ -10,6 +10,9 @@
 namespace tarnwick {
 
 enum class Existing : std::uint8_t;
+struct PropertyAccess;
+template <class Record>
+struct Properties;
 
 /// One row of DW_SEC_COMP: an entry in the tree of product components. Read-only to clients; rows
 /// are maintained through the methods. Errors stay inside: methods return their failure value and
@@ -86,6 +89,8 @@ class Component final {
 
  private:
   friend struct ComponentSetters;
+  friend struct Properties<Component>;
+  friend struct PropertyAccess;
 
   void set_comp_id(std::int16_t value);
   void set_meta_id(TextView value);

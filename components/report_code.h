@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/text.h"
+#include "records/column_values.h"
 #include "state/enums.h"
 
 namespace tarnwick {
@@ -10,5 +10,14 @@ namespace tarnwick {
 
 /// The text code of `code`; "" for None_rc and every other value.
 [[nodiscard]] Text report_code_to_text(ReportCodeEnum code);
+
+/// A column holds the text code.
+template <>
+struct Stored<ReportCodeEnum> {
+  static ReportCodeEnum from(Variant value) {
+    return report_code_from_text(to_text(std::move(value)));
+  }
+  static Text to(ReportCodeEnum code) { return report_code_to_text(code); }
+};
 
 }  // namespace tarnwick

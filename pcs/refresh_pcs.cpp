@@ -1,10 +1,10 @@
 #include "pcs/refresh_pcs.h"
 
 #include "pcs/pc_list.h"
+#include "pcs/registered_pc_properties.h"
 #include "pcs/registered_pc_setters.h"
 #include "records/column_values.h"
 #include "records/recordset_access.h"
-#include "records/row_version.h"
 #include "state/guard.h"
 
 namespace tarnwick {
@@ -27,25 +27,8 @@ bool refresh_pc(SharedState& state, ado::Recordset* rows, RegisteredPC* pc) {
   return guarded(state, {u"General", u"RefreshPC"}, false, [&](bool& result) {
     if (rows == nullptr) raise_message(state, u"Invalid recordset passed to RefreshPC routine!");
     if (pc == nullptr) raise_message(state, u"Invalid PC passed to RefreshPC routine!");
-    ado::Recordset& row = *rows;
-    RegisteredPCSetters set{*pc};
-    pc->set_mac_number(to_text(row.field(u"MACNbr").value()));
-    pc->set_computer_id(to_text(row.field(u"ComputerID").value()));
-    pc->set_comp_id(to_int16(row.field(u"CompID").value()));
-    pc->set_maintenance_type(MaintTypeEnum{to_int32(row.field(u"MaintType").value())});
-    pc->set_active(to_bool(row.field(u"ActiveStatus").value()));
-    pc->set_image_index(to_int16(row.field(u"ImageIndex").value()));
-    pc->set_last_user(text_or_empty(row, u"LastUser"));
-    pc->set_last_login(date_or_zero(row, u"LastLogin"));
-    pc->set_total_logins(int32_or(row, u"TotalLogins", 0));
-    pc->set_activated_by(text_or_empty(row, u"ActivatedBy"));
-    pc->set_activate_date(date_or_zero(row, u"ActivateDate"));
-    pc->set_deactivated_by(text_or_empty(row, u"DeactivatedBy"));
-    pc->set_deactivated_date(date_or_zero(row, u"DeactivateDate"));
-    set.soft_lock(text_or_empty(row, u"SoftLock"));
-    set.row_version(row_version_text(row.field(u"RowVersion").value()));
-    pc->set_software_version(text_or_empty(row, u"SoftwareVersion"));
-    set.clear_changed();
+    load_properties(*rows, *pc);
+    RegisteredPCSetters{*pc}.clear_changed();
     result = true;
   });
 }

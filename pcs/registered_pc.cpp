@@ -2,6 +2,8 @@
 
 #include "pcs/pc_list.h"
 #include "pcs/refresh_pcs.h"
+#include "pcs/registered_pc_properties.h"
+#include "records/column_values.h"
 #include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
@@ -22,11 +24,6 @@ void keep_loaded(std::unique_ptr<const Text>& loaded, const Text& present, const
   if (loaded == nullptr && !present.empty() && present != next) {
     loaded = std::make_unique<const Text>(present);
   }
-}
-
-// A zero date never clears a column that holds a value.
-void write_date(ado::Recordset& row, TextView column, Date value) {
-  if (!value.is_zero()) row.field(column).set_value(value);
 }
 
 }  // namespace
@@ -127,23 +124,17 @@ UpdateErrorEnum RegisteredPC::write(TextView procedure, Existing existing) {
   });
 }
 
-// Some columns are written in another letter case than they are read in; traces show it.
 void RegisteredPC::write_columns(ado::Recordset& row) {
-  row.field(u"MACNbr").set_value(mac_number_);
-  row.field(u"ComputerID").set_value(computer_id_);
-  row.field(u"Compid").set_value(comp_id_);
-  row.field(u"MaintType").set_value(std::int32_t{maintenance_type_});
-  row.field(u"ActiveStatus").set_value(active_);
-  if (image_index_ == 0) image_index_ = 10;
-  row.field(u"ImageIndex").set_value(image_index_);
-  row.field(u"LastUser").set_value(last_user_);
-  write_date(row, u"LastLogin", last_login_);
-  row.field(u"TotalLogins").set_value(total_logins_);
-  row.field(u"ActivatedBy").set_value(activated_by_);
-  write_date(row, u"Activatedate", activate_date_);
-  row.field(u"DeactivatedBy").set_value(deactivated_by_);
-  write_date(row, u"Deactivatedate", deactivated_date_);
-  row.field(u"SoftwareVersion").set_value(software_version_);
+  for_each_written<RegisteredPC>([&](const auto& property) {
+    using T = typename std::remove_cvref_t<decltype(property)>::Value;
+    if constexpr (std::same_as<T, Date>) {
+      // A zero date never clears a column that holds a value.
+      if ((this->*property.kGet)().is_zero()) return;
+    }
+    // Image 0 is never written: it stands for the picture of a PC.
+    if (property.name == "ImageIndex" && image_index_ == 0) image_index_ = 10;
+    tarnwick::write(row, property, *this);
+  });
 }
 
 bool RegisteredPC::remove() {

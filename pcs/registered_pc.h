@@ -10,6 +10,9 @@
 namespace tarnwick {
 
 enum class Existing : std::uint8_t;
+struct PropertyAccess;
+template <class Record>
+struct Properties;
 
 /// One row of DW_SEC_PC: a PC as it uses one component, with its activation and logins. Errors stay
 /// inside: methods return their failure value and leave an account in the error state.
@@ -95,6 +98,8 @@ class RegisteredPC final {
 
  private:
   friend struct RegisteredPCSetters;
+  friend struct Properties<RegisteredPC>;
+  friend struct PropertyAccess;
 
   template <class T>
   void set(T& member, T value) {

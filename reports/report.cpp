@@ -1,6 +1,7 @@
 #include "reports/report.h"
 
 #include "platform/file_system.h"
+#include "records/column_values.h"
 #include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/report_lookup.h"
@@ -8,6 +9,7 @@
 #include "reports/refresh_report.h"
 #include "reports/report_list.h"
 #include "reports/report_payload.h"
+#include "reports/report_properties.h"
 #include "reports/report_type.h"
 #include "runtime/case_mapping.h"
 #include "runtime/conversions.h"
@@ -60,7 +62,7 @@ bool Report::remove() {
 bool Report::refresh() {
   return guarded(state_, {u"Report", u"Refresh"}, false, [&](bool& result) {
     const auto rows =
-        get_recordset(state_, join({kReportList, u" Where ReportName = '", name_, u"'"}),
+        get_recordset(state_, join({report_list(), u" Where ReportName = '", name_, u"'"}),
                       ado::LockType::kOptimistic);
     if (rows == nullptr) return;
     rows->move_first();
@@ -127,21 +129,15 @@ UpdateErrorEnum Report::write(TextView procedure, TextView full_report_name, Exi
 }
 
 void Report::write_columns(ado::Recordset& row, TextView full_report_name) {
-  row.field(u"ReportName").set_value(name_);
-  row.field(u"Title").set_value(title_);
-  row.field(u"Author").set_value(author_);
-  if (created_.is_zero()) created_ = state_.host.now();
-  row.field(u"Created").set_value(created_);
-  if (version_.empty()) version_ = u"1.0.0";
-  row.field(u"Version").set_value(version_);
-  row.field(u"RptGrpID").set_value(report_group_id_);
-  row.field(u"ImageIndex").set_value(image_index_);
-  row.field(u"SQLStmnt").set_value(sql_);
-  if (!ttx_.empty()) row.field(u"TTX_Binary").set_value(ttx_to_bytes(state_, ttx_));
-  row.field(u"ReportType").set_value(report_type_to_code(report_type_));
-  row.field(u"ReportDesc").set_value(description_);
-  row.field(u"MaintType").set_value(std::int32_t{maintenance_type_});
-  row.field(u"Definition").set_value(definition_);
+  for_each_written<Report>([&](const auto& property) {
+    if (property.name == "Created" && created_.is_zero()) created_ = state_.host.now();
+    if (property.name == "Version" && version_.empty()) version_ = u"1.0.0";
+    if (property.name != "TTX") {
+      tarnwick::write(row, property, *this);
+    } else if (!ttx_.empty()) {
+      row.field(property.writing.column).set_value(ttx_to_bytes(state_, ttx_));
+    }
+  });
   if (!full_report_name.empty()) {
     row.field(u"Report_Binary").set_value(bytes_from_file(state_, full_report_name));
   }

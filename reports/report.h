@@ -10,6 +10,9 @@
 namespace tarnwick {
 
 enum class Existing : std::uint8_t;
+struct PropertyAccess;
+template <class Record>
+struct Properties;
 
 /// One row of DW_Reports: a report of the catalog, with its field definitions (ttx) and, in the
 /// table only, its report file. Errors stay inside: methods return their failure value and leave an
@@ -109,6 +112,8 @@ class Report final {
 
  private:
   friend struct ReportSetters;
+  friend struct Properties<Report>;
+  friend struct PropertyAccess;
 
   template <class T>
   void set(T& member, T value) {

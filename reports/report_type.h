@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/text.h"
+#include "records/column_values.h"
 #include "state/enums.h"
 
 namespace tarnwick {
@@ -10,5 +10,14 @@ namespace tarnwick {
 
 /// "CRY", or "" for everything but CrystalReport_rt.
 [[nodiscard]] Text report_type_to_code(ReportTypesEnum type);
+
+/// A column holds the text code.
+template <>
+struct Stored<ReportTypesEnum> {
+  static ReportTypesEnum from(Variant value) {
+    return report_type_from_code(to_text(std::move(value)));
+  }
+  static Text to(ReportTypesEnum type) { return report_type_to_code(type); }
+};
 
 }  // namespace tarnwick

@@ -44,7 +44,7 @@ bool Reports::refresh() {
   // The account names the component RegisteredPCs; clients know it so.
   return guarded(state_, {u"RegisteredPCs", u"Refresh"}, false, what_was_read, [&](bool& result) {
     state_.report_row.reset();
-    const auto rows = get_recordset(state_, kReportList, ado::LockType::kOptimistic);
+    const auto rows = get_recordset(state_, report_list(), ado::LockType::kOptimistic);
     if (rows != nullptr) load_catalog(state_, *rows, progress);
     result = true;
   });

@@ -3,22 +3,13 @@
 #include <algorithm>
 #include <span>
 
-#include "components/component_list.h"
-#include "pcs/pc_list.h"
-#include "reports/report_list.h"
+#include "components/component_properties.h"
+#include "pcs/registered_pc_properties.h"
+#include "reports/report_properties.h"
 #include "runtime/case_mapping.h"
 
 namespace tarnwick {
 namespace {
-
-struct RequiredTable {
-  TextView name;
-  std::span<const TextView> columns;
-};
-
-constexpr RequiredTable kTables[] = {{u"DW_SEC_COMP", kComponentColumns},
-                                     {u"DW_SEC_PC", kPcColumns},
-                                     {u"DW_Reports", kReportColumns}};
 
 Text names_missing_from(const std::vector<Text>& present, std::span<const TextView> required) {
   Text names;
@@ -31,21 +22,23 @@ Text names_missing_from(const std::vector<Text>& present, std::span<const TextVi
 }
 
 // A sentence, or nothing when all is there.
-Text lack_of(ado::Connection& connection, const RequiredTable& table) {
-  const auto present = connection.columns_of(table.name);
+template <class Record>
+Text lack_of(ado::Connection& connection) {
+  constexpr TextView kTable = Properties<Record>::kTable;
+  const auto present = connection.columns_of(kTable);
   if (!present) return {};
-  if (present->empty()) return join({u"The table ", table.name, u" is missing."});
-  const Text names = names_missing_from(*present, table.columns);
+  if (present->empty()) return join({u"The table ", kTable, u" is missing."});
+  const Text names = names_missing_from(*present, required_columns<Record>());
   if (names.empty()) return {};
-  return join({u"The table ", table.name, u" lacks: ", names, u"."});
+  return join({u"The table ", kTable, u" lacks: ", names, u"."});
 }
 
 }  // namespace
 
 void require_tables(ado::Connection& connection) {
   Text lacks;
-  for (const RequiredTable& table : kTables) {
-    const Text lack = lack_of(connection, table);
+  for (const Text& lack : {lack_of<Component>(connection), lack_of<RegisteredPC>(connection),
+                           lack_of<Report>(connection)}) {
     if (!lack.empty()) lacks.append(lacks.empty() ? u"" : u" ").append(lack);
   }
   if (!lacks.empty()) throw ado::AdoError(ado::AdoErrorNumber::kCommandError, std::move(lacks));

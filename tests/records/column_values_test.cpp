@@ -28,29 +28,33 @@ class ColumnValues : public test_support::ConnectedTest {
 
 TEST_F(ColumnValues, StandInForNull) {
   const auto null = row(u"Null");
-  EXPECT_EQ(text_or_empty(*null, u"V"), u"");
-  EXPECT_EQ(int16_or(*null, u"V", 11), 11);
-  EXPECT_EQ(int32_or(*null, u"V", 12), 12);
-  EXPECT_EQ(date_or_zero(*null, u"V"), Date{});
+  EXPECT_EQ(column_value<Text>(*null, u"V", kNullIsEmpty), u"");
+  EXPECT_EQ(column_value<std::int16_t>(*null, u"V", null_is(11)), 11);
+  EXPECT_EQ(column_value<std::int32_t>(*null, u"V", null_is(12)), 12);
+  EXPECT_EQ(column_value<Date>(*null, u"V", kNullIsEmpty), Date{});
 }
 
 TEST_F(ColumnValues, AreConverted) {
-  EXPECT_EQ(text_or_empty(*row(u"'abc'"), u"V"), u"abc");
-  EXPECT_EQ(text_or_empty(*row(u"12"), u"V"), u"12");
-  EXPECT_EQ(int16_or(*row(u"'12'"), u"V", 0), 12);
-  EXPECT_EQ(int16_or(*row(u"2.5"), u"V", 0), 2);
-  EXPECT_EQ(int32_or(*row(u"'70000'"), u"V", 0), 70000);
-  EXPECT_EQ(date_or_zero(*row(u"45284.5"), u"V"), Date{45284.5});
+  EXPECT_EQ(column_value<Text>(*row(u"'abc'"), u"V", kNullIsEmpty), u"abc");
+  EXPECT_EQ(column_value<Text>(*row(u"12"), u"V", kNullIsEmpty), u"12");
+  EXPECT_EQ(column_value<std::int16_t>(*row(u"'12'"), u"V", null_is(0)), 12);
+  EXPECT_EQ(column_value<std::int16_t>(*row(u"2.5"), u"V", null_is(0)), 2);
+  EXPECT_EQ(column_value<std::int32_t>(*row(u"'70000'"), u"V", null_is(0)), 70000);
+  EXPECT_EQ(column_value<Date>(*row(u"45284.5"), u"V", kNullIsEmpty), Date{45284.5});
 }
 
 TEST_F(ColumnValues, ThatDoNotConvertAreErrors) {
-  EXPECT_EQ(error_of([&] { return int16_or(*row(u"40000"), u"V", 0); }), 6);
-  EXPECT_EQ(error_of([&] { return int16_or(*row(u"'abc'"), u"V", 0); }), 13);
-  EXPECT_EQ(error_of([&] { return int32_or(*row(u"3000000000"), u"V", 0); }), 6);
+  EXPECT_EQ(error_of([&] { return column_value<std::int16_t>(*row(u"40000"), u"V", null_is(0)); }),
+            6);
+  EXPECT_EQ(error_of([&] { return column_value<std::int16_t>(*row(u"'abc'"), u"V", null_is(0)); }),
+            13);
+  EXPECT_EQ(
+      error_of([&] { return column_value<std::int32_t>(*row(u"3000000000"), u"V", null_is(0)); }),
+      6);
 }
 
 TEST_F(ColumnValues, OfAMissingColumnAreErrors) {
-  EXPECT_EQ(error_of([&] { return text_or_empty(*row(u"1"), u"W"); }), 3265);
+  EXPECT_EQ(error_of([&] { return column_value<Text>(*row(u"1"), u"W", kNullIsEmpty); }), 3265);
 }
 
 }  // namespace

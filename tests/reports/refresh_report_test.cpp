@@ -266,7 +266,7 @@ TEST_F(RefreshReport, ChecksTheRecordsetBeforeTheReport) {
 }
 
 TEST_F(RefreshReport, ReadsTheCatalogsStatement) {
-  EXPECT_TRUE(load_from(kReportList));
+  EXPECT_TRUE(load_from(report_list()));
   EXPECT_EQ(report_.name(), u"Sales");
   EXPECT_THAT(
       process_.trace(),

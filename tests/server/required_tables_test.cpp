@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "components/component_list.h"
-#include "pcs/pc_list.h"
-#include "reports/report_list.h"
+#include "components/component_properties.h"
+#include "pcs/registered_pc_properties.h"
+#include "reports/report_properties.h"
 #include "tests/ado/fake_engine.h"
 
 namespace tarnwick {
@@ -28,9 +28,9 @@ Text complaint_about(std::optional<std::vector<Text>> columns) {
 
 std::vector<Text> all_columns() {
   std::vector<Text> columns;
-  for (const TextView name : kComponentColumns) columns.emplace_back(name);
-  for (const TextView name : kPcColumns) columns.emplace_back(name);
-  for (const TextView name : kReportColumns) columns.emplace_back(name);
+  for (const TextView name : required_columns<Component>()) columns.emplace_back(name);
+  for (const TextView name : required_columns<RegisteredPC>()) columns.emplace_back(name);
+  for (const TextView name : required_columns<Report>()) columns.emplace_back(name);
   return columns;
 }
 
