@@ -1,18 +1,21 @@
 #pragma once
 
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "automation/model.h"
+#include "records/property.h"
 #include "runtime/error.h"
 #include "server/server.h"
 #include "state/enums.h"
@@ -20,7 +23,8 @@
 namespace tarnwick::automation {
 
 // Makes a member's table entry from the C++ function that does the work: the types in the table
-// are those of the function, so that the two cannot differ.
+// are those of the function, so that the two cannot differ. The entries are known to the compiler,
+// which makes each face's functions from them.
 
 template <class T>
 inline constexpr ClassId kClassOf = [] {
@@ -73,41 +77,41 @@ class RecordCollection final : public Collection {
 
 // How one C++ type stands in the tables and in a Value.
 template <class T>
-struct Wire;
+struct Automated;
 
 template <class T, Kind kKind>
-struct PlainWire {
+struct PlainlyAutomated {
   static constexpr Type kType{kKind, {}, {}};
   static const T& from(const Value& value) { return std::get<T>(value); }
   static Value to(T result) { return result; }
 };
 template <>
-struct Wire<bool> : PlainWire<bool, Kind::kBoolean> {};
+struct Automated<bool> : PlainlyAutomated<bool, Kind::kBoolean> {};
 template <>
-struct Wire<std::int16_t> : PlainWire<std::int16_t, Kind::kInt16> {};
+struct Automated<std::int16_t> : PlainlyAutomated<std::int16_t, Kind::kInt16> {};
 template <>
-struct Wire<std::int32_t> : PlainWire<std::int32_t, Kind::kInt32> {};
+struct Automated<std::int32_t> : PlainlyAutomated<std::int32_t, Kind::kInt32> {};
 template <>
-struct Wire<Date> : PlainWire<Date, Kind::kDate> {};
+struct Automated<Date> : PlainlyAutomated<Date, Kind::kDate> {};
 template <>
-struct Wire<Text> : PlainWire<Text, Kind::kText> {};
+struct Automated<Text> : PlainlyAutomated<Text, Kind::kText> {};
 
 template <>
-struct Wire<TextView> {
+struct Automated<TextView> {
   static constexpr Type kType{Kind::kText, {}, {}};
   static TextView from(const Value& value) { return std::get<Text>(value); }
 };
 
 template <class T>
 requires std::is_enum_v<T>
-struct Wire<T> {
+struct Automated<T> {
   static constexpr Type kType{Kind::kEnumeration, kEnumerationOf<T>, {}};
   static T from(const Value& value) { return static_cast<T>(std::get<std::int32_t>(value)); }
   static Value to(T result) { return static_cast<std::int32_t>(result); }
 };
 
 template <class T>
-struct Wire<std::shared_ptr<T>> {
+struct Automated<std::shared_ptr<T>> {
   static constexpr Type kType{Kind::kObject, {}, kClassOf<T>};
   static std::shared_ptr<T> from(const Value& value) {
     const Object& object = std::get<Object>(value);
@@ -118,7 +122,7 @@ struct Wire<std::shared_ptr<T>> {
 };
 
 template <>
-struct Wire<Variant> {
+struct Automated<Variant> {
   static constexpr Type kType{Kind::kKeyOrPosition, {}, {}};
   static Variant from(const Value& value) {
     return std::visit(
@@ -135,13 +139,13 @@ struct Wire<Variant> {
 
 // No member returns a variant with something in it.
 template <>
-struct Wire<Empty> {
+struct Automated<Empty> {
   static constexpr Type kType{Kind::kEmpty, {}, {}};
   static Value to(Empty result) { return result; }
 };
 
 template <class Record>
-struct Wire<std::shared_ptr<Store<Record>>> {
+struct Automated<std::shared_ptr<Store<Record>>> {
   static constexpr Type kType{Kind::kCollection, {}, kClassOf<Record>};
   static Value to(std::shared_ptr<Store<Record>> result) {
     return std::make_shared<RecordCollection<Record>>(std::move(result));
@@ -149,7 +153,7 @@ struct Wire<std::shared_ptr<Store<Record>>> {
 };
 
 template <class Record>
-struct Wire<StoreEnumerator<Record>> {
+struct Automated<StoreEnumerator<Record>> {
   static constexpr Type kType{Kind::kEnumerator, {}, kClassOf<Record>};
   static Value to(StoreEnumerator<Record> result) {
     return std::make_shared<RecordEnumerator<Record>>(std::move(result));
@@ -157,7 +161,7 @@ struct Wire<StoreEnumerator<Record>> {
 };
 
 template <class T>
-using WireOf = Wire<std::remove_cvref_t<T>>;
+using AutomatedAs = Automated<std::remove_cvref_t<T>>;
 
 // A member function, or a free function whose first parameter is the object.
 template <auto kFunction, class C, class R, class... A>
@@ -165,12 +169,13 @@ struct Bound {
   static Value call(void* instance, std::span<const Value> arguments) {
     return call(*static_cast<C*>(instance), arguments, std::index_sequence_for<A...>());
   }
-  static std::vector<Type> argument_types() { return {WireOf<A>::kType...}; }
+  static constexpr std::size_t kArguments = sizeof...(A);
+  static std::vector<Type> argument_types() { return {AutomatedAs<A>::kType...}; }
   static Type result_type() {
     if constexpr (std::is_void_v<R>)
       return {};
     else
-      return WireOf<R>::kType;
+      return AutomatedAs<R>::kType;
   }
 
  private:
@@ -178,15 +183,16 @@ struct Bound {
   static Value call(C& object, [[maybe_unused]] std::span<const Value> arguments,
                     std::index_sequence<kIndex...>) {
     if constexpr (std::is_void_v<R>) {
-      std::invoke(kFunction, object, WireOf<A>::from(arguments[kIndex])...);
+      std::invoke(kFunction, object, AutomatedAs<A>::from(arguments[kIndex])...);
       return Empty{};
     } else {
-      return WireOf<R>::to(std::invoke(kFunction, object, WireOf<A>::from(arguments[kIndex])...));
+      return AutomatedAs<R>::to(
+          std::invoke(kFunction, object, AutomatedAs<A>::from(arguments[kIndex])...));
     }
   }
 };
 
-template <auto kFunction, class F = decltype(kFunction)>
+template <auto kFunction, class F = std::remove_cv_t<decltype(kFunction)>>
 struct Binding;
 template <auto kFunction, class C, class R, class... A>
 struct Binding<kFunction, R (C::*)(A...)> : Bound<kFunction, C, R, A...> {};
@@ -197,58 +203,139 @@ struct Binding<kFunction, R (*)(C&, A...)> : Bound<kFunction, C, R, A...> {};
 template <auto kFunction, class C, class R, class... A>
 struct Binding<kFunction, R (*)(const C&, A...)> : Bound<kFunction, C, R, A...> {};
 
-/// The name of an argument, and what stands for it where it is left out.
+/// What stands for an argument that a client leaves out: nothing, or a value.
+using Default = std::variant<std::monostate, bool, std::int16_t, std::int32_t, Date, TextView>;
+
 struct ArgumentName {
-  ArgumentName(const char* name_in) : name(name_in) {}
-  ArgumentName(const char* name_in, Value value) : name(name_in), default_value(std::move(value)) {}
+  constexpr ArgumentName(const char* name_in) : name(name_in) {}
+  constexpr ArgumentName(const char* name_in, Default value)
+      : name(name_in), default_value(value) {}
   std::string_view name;
-  std::optional<Value> default_value;
+  Default default_value;
+};
+
+/// One member of a class: the function that reads or calls it, and for a property that can be set
+/// the one that sets it.
+template <auto kFunctionOf, auto kLetOf, std::size_t kArguments>
+struct BoundMember {
+  static constexpr auto kFunction = kFunctionOf;
+  static constexpr auto kLet = kLetOf;
+
+  std::string_view name;
+  Member::Access access;
+  std::array<ArgumentName, kArguments> arguments;
+  bool is_default = false;
+
+  [[nodiscard]] Member to_member() const {
+    using B = Binding<kFunction>;
+    Member member{name, access, B::result_type(), {}, is_default, &B::call, nullptr};
+    if constexpr (!std::is_null_pointer_v<decltype(kLetOf)>) member.let = &Binding<kLet>::call;
+    const std::vector<Type> types = B::argument_types();
+    for (std::size_t i = 0; i < kArguments; ++i) {
+      member.arguments.push_back(
+          {arguments[i].name, types[i], to_value(arguments[i].default_value)});
+    }
+    return member;
+  }
+
+ private:
+  static std::optional<Value> to_value(const Default& value) {
+    return std::visit(
+        []<class T>(const T& held) -> std::optional<Value> {
+          if constexpr (std::same_as<T, std::monostate>) {
+            return std::nullopt;
+          } else if constexpr (std::same_as<T, TextView>) {
+            return Text(held);
+          } else {
+            return held;
+          }
+        },
+        value);
+  }
 };
 
 template <auto kFunction>
-Member bind(std::string_view name, Member::Access access,
-            std::initializer_list<ArgumentName> names) {
-  using B = Binding<kFunction>;
-  Member member{name, access, B::result_type(), {}, false, &B::call, nullptr};
-  const std::vector<Type> types = B::argument_types();
-  if (types.size() != names.size()) throw Error(ErrorNumber::kInternalError);
-  auto type = types.begin();
-  for (const ArgumentName& argument : names) {
-    member.arguments.push_back({argument.name, *type++, argument.default_value});
-  }
-  return member;
+consteval auto method(std::string_view name) {
+  static_assert(Binding<kFunction>::kArguments == 0);
+  return BoundMember<kFunction, nullptr, 0>{name, Member::Access::kMethod, {}};
 }
 
-template <auto kFunction>
-Member method(std::string_view name, std::initializer_list<ArgumentName> names = {}) {
-  return bind<kFunction>(name, Member::Access::kMethod, names);
+template <auto kFunction, std::size_t kArguments>
+consteval auto method(std::string_view name, const ArgumentName (&names)[kArguments]) {
+  static_assert(Binding<kFunction>::kArguments == kArguments);
+  return BoundMember<kFunction, nullptr, kArguments>{name, Member::Access::kMethod,
+                                                     std::to_array(names)};
 }
 
 template <auto kGet>
-Member get(std::string_view name) {
-  return bind<kGet>(name, Member::Access::kGet, {});
-}
-
-template <auto kGet, auto kLet>
-Member get_let(std::string_view name) {
-  Member member = bind<kGet>(name, Member::Access::kGetLet, {});
-  member.let = &Binding<kLet>::call;
-  return member;
+consteval auto get(std::string_view name) {
+  return BoundMember<kGet, nullptr, 0>{name, Member::Access::kGet, {}};
 }
 
 /// Item, the default member of a collection.
 template <auto kItem>
-Member item() {
-  Member member = bind<kItem>("Item", Member::Access::kGet, {"vntIndexKey"});
-  member.is_default = true;
-  return member;
+consteval auto item() {
+  return BoundMember<kItem, nullptr, 1>{"Item", Member::Access::kGet, {"vntIndexKey"}, true};
 }
 
+/// Specialised for each class that clients know: its name, and all members in the order in which
+/// clients know them.
 template <class T>
-Class make_class(std::string_view name, std::vector<Member> members) {
-  return {kClassOf<T>, name, std::move(members), [](SharedState& state) {
-            return Object{kClassOf<T>, std::make_shared<T>(state)};
-          }};
+struct MembersOf;
+
+namespace member_order {
+
+template <class Record, std::size_t kIndex>
+consteval auto property_member() {
+  constexpr auto& kProperty = std::get<kIndex>(Properties<Record>::kAll);
+  if constexpr (kProperty.access == Access::kReadWrite) {
+    return BoundMember<kProperty.kGet, kProperty.kSet, 0>{
+        kProperty.name, Member::Access::kGetLet, {}};
+  } else {
+    return get<kProperty.kGet>(kProperty.name);
+  }
+}
+
+// At each place, which of the properties and then of the other members stands there.
+template <class Record, std::size_t kOthers>
+consteval auto places() {
+  constexpr std::size_t kProperties = std::tuple_size_v<decltype(Properties<Record>::kAll)>;
+  constexpr std::array<int, kProperties> kIds = std::apply(
+      [](const auto&... rows) { return std::array{rows.id...}; }, Properties<Record>::kAll);
+  std::array<std::size_t, kProperties + kOthers> places{};
+  std::size_t taken = 0;
+  std::size_t next_other = kProperties;
+  for (std::size_t place = 0; place < places.size(); ++place) {
+    std::size_t at = places.size();
+    for (std::size_t row = 0; row < kProperties; ++row) {
+      if (kIds[row] == static_cast<int>(place) + 1) {
+        at = row;
+        ++taken;
+      }
+    }
+    places[place] = at < places.size() ? at : next_other++;
+  }
+  if (taken != kProperties || next_other != places.size()) {
+    throw "each property has a dispatch id of its own, and none leaves a gap";
+  }
+  return places;
+}
+
+}  // namespace member_order
+
+/// The properties of a record class at the places that their dispatch ids say, and `others`, in
+/// their order, at those that are left.
+template <class Record, class... Others>
+consteval auto members_with_properties(const Others&... others) {
+  constexpr auto kPlaces = member_order::places<Record, sizeof...(Others)>();
+  const auto all = [&]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+    return std::tuple{member_order::property_member<Record, kIndex>()..., others...};
+  }
+  (std::make_index_sequence<std::tuple_size_v<decltype(Properties<Record>::kAll)>>());
+  return [&]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+    return std::tuple{std::get<kPlaces[kIndex]>(all)...};
+  }
+  (std::make_index_sequence<kPlaces.size()>());
 }
 
 }  // namespace tarnwick::automation

@@ -4,7 +4,7 @@
 #include <array>
 #include <string>
 
-#include "automation/classes.h"
+#include "automation/members.h"
 #include "runtime/case_mapping.h"
 #include "runtime/error.h"
 #include "state/enums.h"
@@ -14,11 +14,21 @@ namespace {
 
 using Classes = std::array<Class, kClassCount>;
 
+template <class T>
+Class make_class() {
+  Class made{kClassOf<T>, MembersOf<T>::kName, {}, [](SharedState& state) {
+               return Object{kClassOf<T>, std::make_shared<T>(state)};
+             }};
+  std::apply([&](const auto&... members) { (made.members.push_back(members.to_member()), ...); },
+             MembersOf<T>::kAll);
+  return made;
+}
+
 const Classes& classes() {
-  static const Classes all{make_server_class(),        make_components_class(),
-                           make_component_class(),     make_registered_pcs_class(),
-                           make_registered_pc_class(), make_reports_class(),
-                           make_report_class()};
+  static const Classes all = []<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+    return Classes{make_class<std::tuple_element_t<kIndex, ClassTypes>>()...};
+  }
+  (std::make_index_sequence<kClassCount>());
   return all;
 }
 
