@@ -57,14 +57,21 @@ class SqliteByOdbc final : public ado::Engine {
 void make_table(const std::filesystem::path& file, const std::filesystem::path& dataset) {
   std::ofstream(file).close();  // an empty file is an empty database
   const Database database = open_database(file);
-  execute(database.get(),
-          "CREATE TABLE DW_SEC_PC (MACNbr nvarchar(50), ComputerID nvarchar(128), CompID smallint, "
-          "MaintType int, ActiveStatus bit, ImageIndex smallint, LastUser nvarchar(128), LastLogin "
-          "float, TotalLogins int, ActivatedBy nvarchar(128), ActivateDate float, DeactivatedBy "
-          "nvarchar(128), DeactivateDate float, SoftLock nvarchar(100), RowVersion varbinary(8), "
-          "SoftwareVersion nvarchar(50)); ATTACH '" +
-              database_file(dataset).string() +
-              "' AS made; INSERT INTO DW_SEC_PC SELECT * FROM made.DW_SEC_PC; DETACH made");
+  execute(database.get(), "ATTACH '" + database_file(dataset).string() + "' AS made");
+  std::string columns;
+  {
+    const Statement described =
+        prepare(database.get(),
+                "SELECT name || ' ' || CASE type WHEN 'DATETIME REAL' THEN 'float' "
+                "WHEN 'BLOB' THEN 'varbinary(8)' ELSE type END "
+                "FROM pragma_table_info('DW_SEC_PC', 'made') ORDER BY cid");
+    while (step(described.get())) {
+      columns.append(columns.empty() ? "" : ", ").append(to_utf8(text_column(described.get(), 0)));
+    }
+  }
+  execute(database.get(), "CREATE TABLE main.DW_SEC_PC (" + columns +
+                              "); INSERT INTO main.DW_SEC_PC SELECT * FROM made.DW_SEC_PC; "
+                              "DETACH made");
 }
 
 void load_by_server(benchmark::State& state, const std::filesystem::path& folder,

@@ -29,11 +29,11 @@ class RefreshComponent : public test_support::ConnectedTest {
 
   /// Loads from a row made up of the columns' values, as SQL.
   bool load_values(const std::string& values) {
-    database_.run("DROP TABLE DW_SEC_COMP");
+    database_.loosen("DW_SEC_COMP");
     database_.run(
-        "CREATE TABLE DW_SEC_COMP (CompID, CompName, ParentID, Priority, ImageIndex, ForceDisplay,"
-        "  MaintType, SecGrpID, RptCode, Server, MetaID, AuthorizedRole, RowVersion)");
-    database_.run("INSERT INTO DW_SEC_COMP VALUES (" + values + ")");
+        "INSERT INTO DW_SEC_COMP (CompID, CompName, ParentID, Priority, ImageIndex, ForceDisplay,"
+        "  MaintType, SecGrpID, RptCode, Server, MetaID, AuthorizedRole, RowVersion) VALUES (" +
+        values + ")");
     return load();
   }
 

@@ -14,12 +14,6 @@ using test_support::account;
 using test_support::raised;
 using ::testing::ElementsAre;
 
-constexpr const char* kLooseTable =
-    "DROP TABLE DW_SEC_PC;"
-    "CREATE TABLE DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex,"
-    "  LastUser, LastLogin, TotalLogins, ActivatedBy, ActivateDate, DeactivatedBy,"
-    "  DeactivateDate, SoftLock, RowVersion, SoftwareVersion);";
-
 class RefreshPc : public test_support::ConnectedTest {
  protected:
   bool load(TextView statement = u"Select * From DW_SEC_PC") {
@@ -30,7 +24,12 @@ class RefreshPc : public test_support::ConnectedTest {
 
   /// Loads from a row made up of the columns' values, as SQL.
   bool load_values(const std::string& values) {
-    database_.run(std::string(kLooseTable) + "INSERT INTO DW_SEC_PC VALUES (" + values + ")");
+    database_.loosen("DW_SEC_PC");
+    database_.run(
+        "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex,"
+        "  LastUser, LastLogin, TotalLogins, ActivatedBy, ActivateDate, DeactivatedBy,"
+        "  DeactivateDate, SoftLock, RowVersion, SoftwareVersion) VALUES (" +
+        values + ")");
     return load();
   }
 
@@ -114,8 +113,8 @@ TEST_F(RefreshPc, StopsAtNumbersOutOfRange) {
 }
 
 TEST_F(RefreshPc, StopsAtAMissingColumn) {
-  database_.run(std::string(kLooseTable) +
-                "INSERT INTO DW_SEC_PC (MACNbr, ComputerID) VALUES ('m', 'c')");
+  database_.loosen("DW_SEC_PC");
+  database_.run("INSERT INTO DW_SEC_PC (MACNbr, ComputerID) VALUES ('m', 'c')");
   EXPECT_FALSE(load(u"Select MACNbr, ComputerID From DW_SEC_PC"));
   EXPECT_EQ(message(), account(u"General", u"RefreshPC", 3265,
                                u"Item cannot be found in the collection that corresponds to the "
@@ -164,9 +163,10 @@ TEST_F(RefreshPcs, LeavesTheStoreAsItIsWhenTheTableCannotBeRead) {
 }
 
 TEST_F(RefreshPcs, StopsAtKeysThatDifferOnlyInCase) {
-  database_.run(std::string(kLooseTable) +
-                "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus,"
-                "  ImageIndex) VALUES ('AA', 'PC', 1, 5, 1, 10), ('aa', 'pc', 1, 5, 1, 10)");
+  database_.loosen("DW_SEC_PC");
+  database_.run(
+      "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus,"
+      "  ImageIndex) VALUES ('AA', 'PC', 1, 5, 1, 10), ('aa', 'pc', 1, 5, 1, 10)");
   EXPECT_FALSE(refresh_pcs(state()));
   EXPECT_THAT(keys(), ElementsAre(u"AA\u00FEPC\u00FE1"));
   EXPECT_EQ(message(),
@@ -179,9 +179,10 @@ TEST_F(RefreshPcs, StopsAtKeysThatDifferOnlyInCase) {
 }
 
 TEST_F(RefreshPcs, ListsARowWhoseLoadFailedUnderWhatItGot) {
-  database_.run(std::string(kLooseTable) +
-                "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus,"
-                "  ImageIndex) VALUES (NULL, 'PC', 1, 5, 1, 10), ('aa', 'pc', NULL, 5, 1, 10)");
+  database_.loosen("DW_SEC_PC");
+  database_.run(
+      "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus,"
+      "  ImageIndex) VALUES (NULL, 'PC', 1, 5, 1, 10), ('aa', 'pc', NULL, 5, 1, 10)");
   EXPECT_TRUE(refresh_pcs(state()));
   EXPECT_THAT(keys(), ElementsAre(u"\u00FE\u00FE-1", u"aa\u00FEpc\u00FE-1"));
   const Text null = account(u"General", u"RefreshPC", 94, u"Invalid use of Null");
@@ -189,9 +190,10 @@ TEST_F(RefreshPcs, ListsARowWhoseLoadFailedUnderWhatItGot) {
 }
 
 TEST_F(RefreshPcs, StopsAtTheSecondNullMacNumber) {
-  database_.run(std::string(kLooseTable) +
-                "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus,"
-                "  ImageIndex) VALUES (NULL, 'PC', 1, 5, 1, 10), (NULL, 'pc2', 2, 5, 1, 10)");
+  database_.loosen("DW_SEC_PC");
+  database_.run(
+      "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus,"
+      "  ImageIndex) VALUES (NULL, 'PC', 1, 5, 1, 10), (NULL, 'pc2', 2, 5, 1, 10)");
   EXPECT_FALSE(refresh_pcs(state()));
   EXPECT_THAT(keys(), ElementsAre(u"\u00FE\u00FE-1"));
   EXPECT_EQ(number(), 94);

@@ -138,12 +138,8 @@ TEST_F(PcMaintenance, LockRecordFailsForAMissingRow) {
 }
 
 TEST_F(PcMaintenance, LockRecordFailsForARowThatCannotBeLoaded) {
+  database_.loosen("DW_SEC_PC", "PRIMARY KEY (MACNbr, ComputerID, CompID)");
   database_.run(
-      "DROP TABLE DW_SEC_PC;"
-      "CREATE TABLE DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex,"
-      "  LastUser, LastLogin, TotalLogins, ActivatedBy, ActivateDate, DeactivatedBy,"
-      "  DeactivateDate, SoftLock, RowVersion, SoftwareVersion,"
-      "  PRIMARY KEY (MACNbr, ComputerID, CompID));"
       "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType) VALUES ('00-AA', 'PC1', 7,"
       "  5)");
   EXPECT_FALSE(pc_->lock_record());

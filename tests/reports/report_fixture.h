@@ -55,12 +55,7 @@ class ReportTest : public ConnectedTest {
   }
 
   /// Puts a table without constraints, triggers and rows in the place of DW_Reports.
-  void make_table_without_rules() const {
-    database_.run(
-        "DROP TABLE DW_Reports; CREATE TABLE DW_Reports (ReportName, Title, Author, Created,"
-        "  Version, RptGrpID, ImageIndex, SQLStmnt, ReportType, ReportDesc, MaintType, SoftLock,"
-        "  RowVersion, Definition, TTX_Binary, Report_Binary)");
-  }
+  void make_table_without_rules() const { database_.loosen("DW_Reports"); }
 
   /// A file in a folder of the test's own, as a path for the object model.
   [[nodiscard]] Text path(std::string_view name) const {

@@ -44,4 +44,12 @@ std::string EmbeddedDatabase::value(const std::string& sql) const {
   return rows.front().front();
 }
 
+void EmbeddedDatabase::loosen(const std::string& table, const std::string& constraint) const {
+  std::string columns =
+      value("SELECT group_concat(name) FROM (SELECT name FROM pragma_table_info('" + table +
+            "') ORDER BY cid)");
+  if (!constraint.empty()) columns.append(", ").append(constraint);
+  run("DROP TABLE " + table + "; CREATE TABLE " + table + " (" + columns + ")");
+}
+
 }  // namespace tarnwick::test_support

@@ -28,6 +28,9 @@ class EmbeddedDatabase {
   PlainSqlite::Rows run(const std::string& sql) const { return open_plainly().run(sql); }
   /// The first value of the first row.
   [[nodiscard]] std::string value(const std::string& sql) const;
+  /// Puts a table of the same columns in the place of `table` that takes anything: without types,
+  /// keys, triggers and rows, but with `constraint` ("PRIMARY KEY (CompID)") where one is given.
+  void loosen(const std::string& table, const std::string& constraint = {}) const;
 
  private:
   TemporaryFolder folder_;
