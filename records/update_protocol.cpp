@@ -8,7 +8,7 @@ namespace {
 
 // Makes sure that the object holds the row. Whether the row is there; otherwise a new one was begun
 // in the recordset.
-bool obtain_row(SharedState& state, RecordLock& lock, const RowUpdate& update) {
+bool obtain_row(SharedState& state, RecordLock& lock, const RecordWrite& update) {
   if (lock.holds_row()) {
     // A row that was begun by an update that failed is still in the edit buffer.
     return lock.recordset()->edit_mode() != ado::EditMode::kAdd;
@@ -24,7 +24,7 @@ bool obtain_row(SharedState& state, RecordLock& lock, const RowUpdate& update) {
   return found;
 }
 
-[[noreturn]] void refuse_existing(SharedState& state, const RowUpdate& update,
+[[noreturn]] void refuse_existing(SharedState& state, const RecordWrite& update,
                                   UpdateErrorEnum& result) {
   result = RecordChanged_ue;
   raise_message(state,
@@ -32,7 +32,7 @@ bool obtain_row(SharedState& state, RecordLock& lock, const RowUpdate& update) {
                 ado::FailureKind::kChanged);
 }
 
-void require_unchanged(SharedState& state, ado::Recordset& row, const RowUpdate& update,
+void require_unchanged(SharedState& state, ado::Recordset& row, const RecordWrite& update,
                        UpdateErrorEnum& result) {
   if (update.version.empty()) return;
   if (row_version_text(row.field(u"RowVersion").value()) == update.version) return;
@@ -59,7 +59,7 @@ bool written(SharedState& state, ado::Recordset& row) {
 
 }  // namespace
 
-void write_row(SharedState& state, RecordLock& lock, const RowUpdate& update,
+void write_row(SharedState& state, RecordLock& lock, const RecordWrite& update,
                UpdateErrorEnum& result) {
   const bool found = obtain_row(state, lock, update);
   ado::Recordset& row = *lock.recordset();

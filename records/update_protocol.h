@@ -12,7 +12,7 @@ namespace tarnwick {
 enum class Existing : std::uint8_t { kWritten, kRefused };
 
 /// What a record class brings to the update of its row.
-struct RowUpdate {
+struct RecordWrite {
   /// The row, as update_read takes it.
   TextView key;
   TableSelector table;
@@ -33,7 +33,7 @@ struct RowUpdate {
 /// where the row changed since it was loaded, or came where there was to be none (it stays locked),
 /// Error_ue otherwise. A row that was not found and was inserted leaves error 3021 as the last
 /// cause: what went through may not be what the client meant.
-void write_row(SharedState& state, RecordLock& lock, const RowUpdate& update,
+void write_row(SharedState& state, RecordLock& lock, const RecordWrite& update,
                UpdateErrorEnum& result);
 
 }  // namespace tarnwick
