@@ -88,7 +88,6 @@ class Component final {
   bool remove();
 
  private:
-  friend struct ComponentSetters;
   friend struct Properties<Component>;
   friend struct PropertyAccess;
 

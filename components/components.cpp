@@ -1,7 +1,7 @@
 #include "components/components.h"
 
 #include "components/component_list.h"
-#include "components/component_setters.h"
+#include "components/component_properties.h"
 #include "components/refresh_component.h"
 #include "records/recordset_access.h"
 #include "runtime/case_mapping.h"
@@ -46,19 +46,18 @@ std::shared_ptr<Component> Components::add(std::int16_t comp_id, TextView compon
       raise_message(state_, u"No ComponentID provided, unable to add component to collection!");
     }
     auto component = std::make_shared<Component>(state_);
-    ComponentSetters set{*component};
-    set.comp_id(comp_id);
-    set.name(Text(component_name));
-    set.parent_id(parent_id);
-    set.priority(priority);
-    set.image_index(image_index);
-    set.force_display(force_display);
-    set.maintenance_type(MaintTypeEnum{maintenance_type});
-    set.report_code(report_code);
-    set.server_name(Text(server_name));
-    set.security_group(Text(sec_grp_id));
-    set.meta_id(meta_id);
-    set.authorized_role(Text(auth_role));
+    set_property<Component, "CompID">(*component, comp_id);
+    set_property<Component, "Name">(*component, Text(component_name));
+    set_property<Component, "ParentID">(*component, parent_id);
+    set_property<Component, "Priority">(*component, priority);
+    set_property<Component, "ImageIndex">(*component, image_index);
+    set_property<Component, "ForceDisplay">(*component, force_display);
+    set_property<Component, "MaintenanceType">(*component, MaintTypeEnum{maintenance_type});
+    set_property<Component, "ReportCode">(*component, report_code);
+    set_property<Component, "ServerName">(*component, Text(server_name));
+    set_property<Component, "SecurityGroup">(*component, Text(sec_grp_id));
+    set_property<Component, "MetaID">(*component, Text(meta_id));
+    set_property<Component, "AuthorizedRole">(*component, Text(auth_role));
     require_store(state_.components).add(component->key(), component);
     result = std::move(component);
   });

@@ -2,7 +2,6 @@
 
 #include "pcs/pc_list.h"
 #include "pcs/registered_pc_properties.h"
-#include "pcs/registered_pc_setters.h"
 #include "records/column_values.h"
 #include "records/recordset_access.h"
 #include "state/guard.h"
@@ -28,7 +27,7 @@ bool refresh_pc(SharedState& state, ado::Recordset* rows, RegisteredPC* pc) {
     if (rows == nullptr) raise_message(state, u"Invalid recordset passed to RefreshPC routine!");
     if (pc == nullptr) raise_message(state, u"Invalid PC passed to RefreshPC routine!");
     load_properties(*rows, *pc);
-    RegisteredPCSetters{*pc}.clear_changed();
+    PropertyAccess::clear_changed(*pc);
     result = true;
   });
 }

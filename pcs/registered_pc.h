@@ -97,7 +97,6 @@ class RegisteredPC final {
   bool remove();
 
  private:
-  friend struct RegisteredPCSetters;
   friend struct Properties<RegisteredPC>;
   friend struct PropertyAccess;
 

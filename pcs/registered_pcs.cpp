@@ -1,7 +1,7 @@
 #include "pcs/registered_pcs.h"
 
 #include "pcs/refresh_pcs.h"
-#include "pcs/registered_pc_setters.h"
+#include "pcs/registered_pc_properties.h"
 #include "state/guard.h"
 
 namespace tarnwick {
@@ -31,7 +31,7 @@ std::shared_ptr<RegisteredPC> RegisteredPCs::add(const NewRegisteredPC& values) 
     pc->set_activate_date(values.activate_date);
     pc->set_deactivated_by(Text(values.deactivated_by));
     pc->set_deactivated_date(values.deactivated_date);
-    RegisteredPCSetters{*pc}.soft_lock(Text(values.soft_lock));
+    set_property<RegisteredPC, "SoftLock">(*pc, Text(values.soft_lock));
     pc->set_software_version(Text(values.software_version));
     require_store(state_.registered_pcs).add(pc->key(), pc);
     result = std::move(pc);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -161,7 +162,8 @@ template <class Record>
       Properties<Record>::kAll);
 }
 
-/// Sets a property of a record on behalf of its loader. A friend of the record classes.
+/// What the object model does with a record's properties beside its clients. A friend of the record
+/// classes.
 struct PropertyAccess {
   template <class Record, auto kGetter, auto kSetter, class Value>
   static void set(Record& record, const Property<kGetter, kSetter>& property, Value value) {
@@ -173,6 +175,42 @@ struct PropertyAccess {
       record.set(record.*kSetter, std::move(value));
     }
   }
+
+  template <class Record>
+  static void clear_changed(Record& record) {
+    record.changed_ = false;
+  }
 };
+
+/// The name of a property as a template argument.
+template <std::size_t kSize>
+struct PropertyName {
+  consteval PropertyName(const char (&text)[kSize]) { std::copy_n(text, kSize, characters); }
+  [[nodiscard]] constexpr std::string_view view() const { return {characters, kSize - 1}; }
+  char characters[kSize]{};
+};
+
+/// The place in the table of the property with this name. Does not compile where there is none.
+template <class Record>
+[[nodiscard]] consteval std::size_t place_of_property(std::string_view name) {
+  std::size_t place = 0;
+  std::size_t found = std::tuple_size_v<decltype(Properties<Record>::kAll)>;
+  for_each_property<Record>([&](const auto& property) {
+    if (property.name == name) found = place;
+    ++place;
+  });
+  if (found == place) throw "the record class has no property of this name";
+  return found;
+}
+
+/// Sets a property by its name, also one that clients can only read.
+template <class Record, PropertyName kName>
+void set_property(Record& record,
+                  typename std::tuple_element_t<place_of_property<Record>(kName.view()),
+                                                decltype(Properties<Record>::kAll)>::Value value) {
+  PropertyAccess::set(record,
+                      std::get<place_of_property<Record>(kName.view())>(Properties<Record>::kAll),
+                      std::move(value));
+}
 
 }  // namespace tarnwick

@@ -3,7 +3,6 @@
 #include "records/column_values.h"
 #include "reports/report_payload.h"
 #include "reports/report_properties.h"
-#include "reports/report_setters.h"
 #include "reports/report_type.h"
 #include "state/guard.h"
 
@@ -24,7 +23,7 @@ bool refresh_report(SharedState& state, Report* report, ado::Recordset* rows) {
     if (!row.field(u"TTX_Binary").is_null()) {
       report->set_ttx(ttx_from_bytes(state, to_bytes(row.field(u"TTX_Binary").value())));
     }
-    ReportSetters{*report}.clear_changed();
+    PropertyAccess::clear_changed(*report);
     result = true;
   });
 }

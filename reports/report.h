@@ -111,7 +111,6 @@ class Report final {
   [[nodiscard]] const Text& row_version() const { return row_version_; }
 
  private:
-  friend struct ReportSetters;
   friend struct Properties<Report>;
   friend struct PropertyAccess;
 

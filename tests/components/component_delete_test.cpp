@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
 #include "components/components.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
 #include "components/components.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {
@@ -48,7 +48,7 @@ class ComponentMaintenance : public test_support::ConnectedTest {
     return process.server->components()->item(Text(u"C7"));
   }
 
-  ComponentSetters set() { return {*component_}; }
+  test_support::ComponentSetters set() { return {*component_}; }
   std::string stored(const std::string& column) const {
     return database_.value("SELECT " + column + " FROM DW_SEC_COMP WHERE CompID = 7");
   }
@@ -418,7 +418,7 @@ TEST_F(LockedComponent, IsNotLockedOnCancel) {
 
 TEST_F(LockedComponent, IsLockedAndReloadedOnRetryAfterTheOtherWrote) {
   process_.host.box.will_answer(Answer::kRetry, [&] {
-    ComponentSetters{*theirs_}.name(u"Theirs");
+    test_support::ComponentSetters{*theirs_}.name(u"Theirs");
     EXPECT_EQ(theirs_->update(), OK_ue);
   });
   EXPECT_TRUE(component_->lock_record());

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
 #include "pcs/registered_pcs.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {
@@ -15,7 +15,7 @@ class ComponentPcs : public test_support::ConnectedTest {
  protected:
   void SetUp() override {
     ASSERT_NO_FATAL_FAILURE(ConnectedTest::SetUp());
-    ComponentSetters{component_}.comp_id(7);
+    test_support::ComponentSetters{component_}.comp_id(7);
   }
 
   void insert(const std::string& mac, int component) {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/object_model.h"
 
 namespace tarnwick {
@@ -14,7 +14,7 @@ class NewComponent : public ::testing::Test {
   test_support::ScriptedHost host_{folder_.path()};
   SharedState state_{host_, {}};
   Component component_{state_};
-  ComponentSetters set_{component_};
+  test_support::ComponentSetters set_{component_};
 };
 
 TEST_F(NewComponent, HasItsDefaults) {
@@ -63,10 +63,10 @@ TEST_F(NewComponent, IsInitializedWithAnIdAndAConnectionThoughClosed) {
 TEST_F(NewComponent, IsChangedByEverySetterWhoseValueDiffers) {
   const auto changed_by = [&](auto setter) {
     Component component(state_);
-    setter(ComponentSetters{component});
+    setter(test_support::ComponentSetters{component});
     return component.changed();
   };
-  using Set = ComponentSetters;
+  using Set = test_support::ComponentSetters;
   EXPECT_TRUE(changed_by([](Set s) { s.comp_id(1); }));
   EXPECT_TRUE(changed_by([](Set s) { s.name(u"n"); }));
   EXPECT_TRUE(changed_by([](Set s) { s.parent_id(1); }));

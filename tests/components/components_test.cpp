@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {
@@ -172,7 +172,7 @@ TEST_F(ComponentsList, AddRecordsThatThereIsNoList) {
 
 TEST_F(ComponentsList, AddCompObjectTakesAComponentOnce) {
   const auto component = std::make_shared<Component>(state());
-  ComponentSetters{*component}.comp_id(7);
+  test_support::ComponentSetters{*component}.comp_id(7);
   EXPECT_TRUE(components().add_comp_object(component));
   EXPECT_EQ(components().item(Text(u"C7")), component);
   state().errors.set_message(u"older");

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
 #include "records/recordset_access.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {
@@ -38,7 +38,7 @@ class RefreshComponent : public test_support::ConnectedTest {
   }
 
   Component component_{state()};
-  ComponentSetters set_{component_};
+  test_support::ComponentSetters set_{component_};
 };
 
 TEST_F(RefreshComponent, CopiesEveryColumn) {

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "pcs/registered_pc_setters.h"
 #include "records/recordset_access.h"
 #include "tests/support/connected_test.h"
+#include "tests/support/registered_pc_setters.h"
 
 namespace tarnwick {
 namespace {

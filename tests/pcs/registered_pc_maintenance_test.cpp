@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "pcs/registered_pc_setters.h"
 #include "pcs/registered_pcs.h"
 #include "tests/support/connected_test.h"
+#include "tests/support/registered_pc_setters.h"
 
 namespace tarnwick {
 namespace {
@@ -312,7 +312,7 @@ TEST_F(PcMaintenance, UpdateAfterAChangeOfKeyWritesTheNewRowAndDeletesTheOld) {
 TEST_F(PcMaintenance, UpdateOnceMoreAfterAChangeOfKeyDeletesTheOldRowAgain) {
   pc_->set_computer_id(u"PC2");
   ASSERT_EQ(pc_->update(), OK_ue);
-  RegisteredPCSetters{*pc_}.row_version({});
+  test_support::RegisteredPCSetters{*pc_}.row_version({});
   ASSERT_EQ(pc_->update(), OK_ue);
   EXPECT_EQ(process_.trace().back(),
             u"Execute Delete from DW_Sec_PC Where MACNbr = '00-AA' AND ComputerID = 'PC1' AND "

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "pcs/registered_pc_setters.h"
 #include "tests/support/object_model.h"
+#include "tests/support/registered_pc_setters.h"
 
 namespace tarnwick {
 namespace {
@@ -73,7 +73,7 @@ TEST_F(NewRegisteredPc, IsChangedByEverySetterWhoseValueDiffers) {
   EXPECT_TRUE(changed_by([](Pc pc) { pc.set_deactivated_by(u"d"); }));
   EXPECT_TRUE(changed_by([](Pc pc) { pc.set_deactivated_date(Date{1}); }));
   EXPECT_TRUE(changed_by([](Pc pc) { pc.set_software_version(u"s"); }));
-  EXPECT_TRUE(changed_by([](Pc pc) { RegisteredPCSetters{pc}.soft_lock(u"l"); }));
+  EXPECT_TRUE(changed_by([](Pc pc) { test_support::RegisteredPCSetters{pc}.soft_lock(u"l"); }));
 }
 
 TEST_F(NewRegisteredPc, IsNotChangedByItsPresentValues) {
@@ -91,13 +91,13 @@ TEST_F(NewRegisteredPc, IsNotChangedByItsPresentValues) {
   pc_.set_deactivated_by(u"");
   pc_.set_deactivated_date(Date{});
   pc_.set_software_version(u"");
-  RegisteredPCSetters{pc_}.soft_lock(u"");
+  test_support::RegisteredPCSetters{pc_}.soft_lock(u"");
   EXPECT_FALSE(pc_.changed());
 }
 
 TEST_F(NewRegisteredPc, ComparesTextsWithRegardToCase) {
   pc_.set_last_user(u"anna");
-  RegisteredPCSetters{pc_}.clear_changed();
+  test_support::RegisteredPCSetters{pc_}.clear_changed();
   pc_.set_last_user(u"anna");
   EXPECT_FALSE(pc_.changed());
   pc_.set_last_user(u"Anna");
@@ -106,7 +106,7 @@ TEST_F(NewRegisteredPc, ComparesTextsWithRegardToCase) {
 }
 
 TEST_F(NewRegisteredPc, IsNeverChangedByItsRowVersion) {
-  RegisteredPCSetters{pc_}.row_version(u"00AB");
+  test_support::RegisteredPCSetters{pc_}.row_version(u"00AB");
   EXPECT_EQ(pc_.row_version(), u"00AB");
   EXPECT_FALSE(pc_.changed());
 }

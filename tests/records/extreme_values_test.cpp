@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "components/component_setters.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "ado/error.h"
-#include "components/component_setters.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {
@@ -205,7 +205,7 @@ class Insert : public AfterAFailure {};
 
 TEST_F(Insert, WritesANewRecordOfEachKind) {
   Component component(state());
-  ComponentSetters{component}.comp_id(3);
+  test_support::ComponentSetters{component}.comp_id(3);
   EXPECT_EQ(component.insert(), OK_ue);
   RegisteredPC pc(state());
   pc.set_mac_number(u"BB");
@@ -235,8 +235,8 @@ TEST_F(Insert, LeavesARowAloneThatIsThere) {
   EXPECT_EQ(database_.value("SELECT Title FROM DW_Reports WHERE ReportName = 'Sales'"), "NULL");
 
   Component component(state());
-  ComponentSetters{component}.comp_id(2);
-  ComponentSetters{component}.name(u"Mine");
+  test_support::ComponentSetters{component}.comp_id(2);
+  test_support::ComponentSetters{component}.name(u"Mine");
   EXPECT_EQ(component.insert(), RecordChanged_ue);
   EXPECT_TRUE(component.release_record());
   EXPECT_EQ(database_.value("SELECT CompName FROM DW_SEC_COMP WHERE CompID = 2"), "NULL");

@@ -1,11 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
 #include "records/recordset_access.h"
 #include "records/row_fetch.h"
 #include "server/server.h"
 #include "tests/ado/fake_engine.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/object_model.h"
 
 namespace tarnwick {
@@ -32,7 +32,7 @@ class FailingDatabase : public ::testing::Test {
     engine_.rows = {{std::int32_t{7}, Text(u"Desk"), std::int32_t{0}, std::int32_t{0},
                      std::int32_t{1}, std::int32_t{0}, std::int32_t{2}, Text(), Text(), Text(),
                      Text(), Text(), Null{}, Text(u"v")}};
-    ComponentSetters{component_}.comp_id(7);
+    test_support::ComponentSetters{component_}.comp_id(7);
   }
 
   bool connect() { return server_.set_connection(u"Provider=Fake", u"role", u"password"); }
@@ -139,7 +139,7 @@ TEST_F(FailingDatabase, LetsAComponentVanishWhoseRowCannotBeGivenBack) {
   engine_.fail("rollback", ado::AdoErrorNumber::kUnspecified);
   {
     Component vanishing(state_);
-    ComponentSetters{vanishing}.comp_id(7);
+    test_support::ComponentSetters{vanishing}.comp_id(7);
     ASSERT_TRUE(vanishing.lock_record());
   }
   EXPECT_EQ(message(), u"");

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {
@@ -92,7 +92,7 @@ TEST_F(VanishingRecord, GivesItsRowBackWithTheLastServer) {
 TEST_F(VanishingRecord, HeldByAClientOutlivesTheLastServerAndStillWrites) {
   const auto held = component();
   ASSERT_TRUE(held->lock_record());
-  ComponentSetters{*held}.name(u"Late");
+  test_support::ComponentSetters{*held}.name(u"Late");
   process_.server.reset();
   EXPECT_TRUE(held->locked());
   EXPECT_EQ(held->update(), OK_ue);
@@ -112,7 +112,7 @@ TEST_F(VanishingRecord, HeldByAClientAfterTheLastServerCannotBeLockedAnew) {
 
 TEST_F(VanishingRecord, ThatWasNeverFoundBlocksNobody) {
   auto absent = std::make_shared<Component>(state());
-  ComponentSetters{*absent}.comp_id(99);
+  test_support::ComponentSetters{*absent}.comp_id(99);
   ASSERT_FALSE(absent->lock_record());
   EXPECT_TRUE(others_get_all());
   EXPECT_TRUE(component()->lock_record()) << "nor this process";

@@ -4,13 +4,13 @@
 #include <functional>
 #include <ostream>
 
-#include "components/component_setters.h"
 #include "pcs/refresh_pcs.h"
-#include "pcs/registered_pc_setters.h"
 #include "records/recordset_access.h"
 #include "records/report_lookup.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/support/registered_pc_setters.h"
 
 namespace tarnwick {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "components/component_setters.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/connected_test.h"
 
 namespace tarnwick {
@@ -332,7 +332,7 @@ TEST_F(ConnectedServer, SharesItsConnectionWithAServerCreatedLater) {
 
 TEST_F(ConnectedServer, ClosesTheConnectionAtItsEndAfterALockThatFoundNoRow) {
   Component absent(state());
-  ComponentSetters{absent}.comp_id(99);
+  test_support::ComponentSetters{absent}.comp_id(99);
   ASSERT_FALSE(absent.lock_record());
   EXPECT_FALSE(state().connection->in_transaction());
   const std::shared_ptr<ado::Connection> connection = state().connection;

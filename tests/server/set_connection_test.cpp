@@ -3,8 +3,8 @@
 
 #include <filesystem>
 
-#include "components/component_setters.h"
 #include "server/server.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/object_model.h"
 
 namespace tarnwick {
@@ -113,7 +113,7 @@ TEST_F(SetConnection, IsRefusedWhileARecordIsLocked) {
   database_.run("INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType) VALUES (1, 0, 2)");
   ASSERT_TRUE(connect());
   Component component(process_.state);
-  ComponentSetters{component}.comp_id(1);
+  test_support::ComponentSetters{component}.comp_id(1);
   ASSERT_TRUE(component.lock_record());
   const std::shared_ptr<ado::Connection> connection = process_.state.connection;
   EXPECT_FALSE(connect());
@@ -127,7 +127,7 @@ TEST_F(SetConnection, IsRefusedWhileARecordIsLocked) {
 TEST_F(SetConnection, WorksAfterALockThatFoundNoRow) {
   ASSERT_TRUE(connect());
   Component absent(process_.state);
-  ComponentSetters{absent}.comp_id(99);
+  test_support::ComponentSetters{absent}.comp_id(99);
   ASSERT_FALSE(absent.lock_record());
   (void)process_.trace();
   EXPECT_TRUE(connect());

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "components/component_setters.h"
+#include "tests/support/component_setters.h"
 #include "tests/support/object_model.h"
 
 namespace tarnwick {
@@ -14,7 +14,7 @@ class StoreOfComponents : public ::testing::Test {
  protected:
   std::shared_ptr<Component> add(std::int16_t id) {
     auto component = std::make_shared<Component>(state_);
-    ComponentSetters{*component}.comp_id(id);
+    test_support::ComponentSetters{*component}.comp_id(id);
     store_->add(component->key(), component);
     return component;
   }
