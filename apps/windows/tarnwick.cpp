@@ -63,6 +63,7 @@ class ComLibrary {
 };
 
 void serve(const Switches& switches) {
+  automation::com::wait_for_desktop();
   const ComLibrary library;
   platform::UnattendedMessageBox unattended(switches.when_locked, log);
   platform::DesktopMessageBox desktop(unattended);

@@ -1,5 +1,7 @@
 #include "automation/com/server_process.h"
 
+#include <thread>
+
 #include "automation/com/class_objects.h"
 #include "automation/com/errors.h"
 
@@ -15,6 +17,20 @@ constexpr UINT kDrainMilliseconds = 500;
 /// How long a second process waits for the first one's end. COM calls a client back with an error
 /// when the process that was started for it ends before any serves.
 constexpr DWORD kSecondProcessMilliseconds = 15'000;
+/// For a desktop that is being made.
+constexpr ULONGLONG kDesktopMilliseconds = 10'000;
+constexpr DWORD kBetweenLooksMilliseconds = 20;
+
+/// On a new thread: one that met a half-made desktop never gets such a window again.
+bool new_thread_gets_message_window() {
+  HWND window = nullptr;
+  std::thread([&] {
+    window = CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                             GetModuleHandleW(nullptr), nullptr);
+    if (window != nullptr) DestroyWindow(window);
+  }).join();
+  return window != nullptr;
+}
 
 bool is_elevated() {
   HANDLE token = nullptr;
@@ -91,6 +107,16 @@ bool stays_idle(const ProcessLife& life, DWORD milliseconds) {
 }
 
 }  // namespace
+
+void wait_for_desktop() {
+  const ULONGLONG end = GetTickCount64() + kDesktopMilliseconds;
+  while (!new_thread_gets_message_window()) {
+    if (GetTickCount64() >= end) {
+      throw Error(E_FAIL, u"No window can be made that clients' calls could come by.");
+    }
+    Sleep(kBetweenLooksMilliseconds);
+  }
+}
 
 void serve(Apartment& apartment) {
   const ServingRight right;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/apps/windows/process.h"
@@ -46,6 +47,42 @@ class EndingServer {
   HANDLE elevated_ = CreateMutexW(nullptr, TRUE, L"Local\\Tarnwick.Server.Elevated");
 };
 
+/// A desktop as it is while Wine's shell makes it: it has its first window, but not the second one,
+/// by which windows that only take messages hang.
+class HalfMadeDesktop {
+ public:
+  static constexpr wchar_t kName[] = L"Tarnwick.Test.HalfMade";
+
+  HalfMadeDesktop() {
+    std::thread([this] {
+      SetThreadDesktop(desktop_);
+      constexpr ATOM kDesktopClass = 32769;
+      made_ = CreateWindowExW(0, MAKEINTATOM(kDesktopClass), nullptr, WS_POPUP, 0, 0, 0, 0, nullptr,
+                              nullptr, nullptr, nullptr) != nullptr;
+    }).join();
+  }
+  ~HalfMadeDesktop() { CloseDesktop(desktop_); }
+  HalfMadeDesktop(const HalfMadeDesktop&) = delete;
+  HalfMadeDesktop& operator=(const HalfMadeDesktop&) = delete;
+
+  [[nodiscard]] bool made() const { return made_; }
+  /// Makes the second window; false if there is one.
+  bool complete() {
+    bool completed = false;
+    std::thread([&] {
+      SetThreadDesktop(desktop_);
+      const HWND window = CreateWindowExW(0, L"Message", nullptr, WS_POPUP, 0, 0, 0, 0, nullptr,
+                                          nullptr, nullptr, nullptr);
+      completed = window != nullptr && GetAncestor(window, GA_PARENT) == nullptr;
+    }).join();
+    return completed;
+  }
+
+ private:
+  HDESK desktop_ = CreateDesktopW(kName, nullptr, nullptr, 0, GENERIC_ALL, nullptr);
+  bool made_ = false;
+};
+
 // All of them hold their objects until the last one has its own: a server that some were done with
 // may end while others are still on their way to it.
 TEST_F(Activation, OfManyColdClientsAtOnceServesThemAllFromOneProcess) {
@@ -74,6 +111,22 @@ TEST_F(Activation, OfManyColdClientsAtOnceServesThemAllFromOneProcess) {
   }
   CloseHandle(go);
   CloseHandle(ready);
+}
+
+// COM would make the server an apartment without the window that calls come by: its first clients
+// would wait for its end.
+TEST_F(Activation, OnADesktopThatIsBeingMadeServesTheClient) {
+  if (GetProcAddress(GetModuleHandleW(L"ntdll"), "wine_get_version") == nullptr) {
+    GTEST_SKIP() << "Only Wine lets a process meet such a desktop.";
+  }
+  HalfMadeDesktop desktop;
+  ASSERT_TRUE(desktop.made());
+  Process client(L"\"" ACTIVATE L"\" once", HalfMadeDesktop::kName);
+  while (running(L"Tarnwick.exe") == 0) Sleep(10);
+  Sleep(1000);  // so that the server has met the desktop as it is
+  EXPECT_TRUE(desktop.complete());
+  EXPECT_EQ(client.output(), "");
+  EXPECT_EQ(client.exit_code(), 0u);
 }
 
 TEST_F(Activation, EndsTheProcessAfterItsLastClient) {

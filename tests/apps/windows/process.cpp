@@ -6,7 +6,7 @@
 
 namespace tarnwick::test_support {
 
-Process::Process(std::wstring command_line) {
+Process::Process(std::wstring command_line, std::wstring desktop) {
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
   HANDLE write_end = nullptr;
   EXPECT_NE(CreatePipe(&read_end_, &write_end, &inherited, 0), 0);
@@ -16,6 +16,7 @@ Process::Process(std::wstring command_line) {
   startup.dwFlags = STARTF_USESTDHANDLES;
   startup.hStdOutput = write_end;
   startup.hStdError = write_end;
+  if (!desktop.empty()) startup.lpDesktop = desktop.data();
   EXPECT_NE(CreateProcessW(nullptr, command_line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                            nullptr, &startup, &process_),
             0)

@@ -11,7 +11,8 @@ namespace tarnwick::test_support {
 class Process {
  public:
   /// `command_line` begins with the quoted program. Its standard streams go where output() reads.
-  explicit Process(std::wstring command_line);
+  /// Without a name of a `desktop` it is started on this process's.
+  explicit Process(std::wstring command_line, std::wstring desktop = {});
   ~Process();
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
