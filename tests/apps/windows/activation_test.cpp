@@ -51,8 +51,6 @@ class EndingServer {
 /// by which windows that only take messages hang.
 class HalfMadeDesktop {
  public:
-  static constexpr wchar_t kName[] = L"Tarnwick.Test.HalfMade";
-
   HalfMadeDesktop() {
     std::thread([this] {
       SetThreadDesktop(desktop_);
@@ -66,6 +64,7 @@ class HalfMadeDesktop {
   HalfMadeDesktop& operator=(const HalfMadeDesktop&) = delete;
 
   [[nodiscard]] bool made() const { return made_; }
+  [[nodiscard]] const std::wstring& name() const { return name_; }
   /// Makes the second window; false if there is one.
   bool complete() {
     bool completed = false;
@@ -79,7 +78,9 @@ class HalfMadeDesktop {
   }
 
  private:
-  HDESK desktop_ = CreateDesktopW(kName, nullptr, nullptr, 0, GENERIC_ALL, nullptr);
+  // No desktop of another run, which lives as long as anybody uses it.
+  std::wstring name_ = L"Tarnwick.Test." + std::to_wstring(GetTickCount64());
+  HDESK desktop_ = CreateDesktopW(name_.c_str(), nullptr, nullptr, 0, GENERIC_ALL, nullptr);
   bool made_ = false;
 };
 
@@ -121,7 +122,7 @@ TEST_F(Activation, OnADesktopThatIsBeingMadeServesTheClient) {
   }
   HalfMadeDesktop desktop;
   ASSERT_TRUE(desktop.made());
-  Process client(L"\"" ACTIVATE L"\" once", HalfMadeDesktop::kName);
+  Process client(L"\"" ACTIVATE L"\" once", desktop.name());
   while (running(L"Tarnwick.exe") == 0) Sleep(10);
   Sleep(1000);  // so that the server has met the desktop as it is
   EXPECT_TRUE(desktop.complete());
