@@ -43,6 +43,7 @@ inline constexpr EnumerationId kEnumerationOf = [] {
   if constexpr (std::same_as<T, MaintTypeEnum>) return EnumerationId::kMaintType;
   if constexpr (std::same_as<T, ReportCodeEnum>) return EnumerationId::kReportCode;
   if constexpr (std::same_as<T, ReportTypesEnum>) return EnumerationId::kReportTypes;
+  if constexpr (std::same_as<T, ado::FailureKind>) return EnumerationId::kFailureKind;
 }();
 
 template <class Record>
@@ -163,20 +164,19 @@ struct Automated<StoreEnumerator<Record>> {
 template <class T>
 using AutomatedAs = Automated<std::remove_cvref_t<T>>;
 
-// A member function, or a free function whose first parameter is the object.
+template <class T>
+inline constexpr Type kAutomatedType = AutomatedAs<T>::kType;
+template <>
+inline constexpr Type kAutomatedType<void>{};
+
+// A member function, a free function whose first parameter is the object, or a data member.
 template <auto kFunction, class C, class R, class... A>
 struct Bound {
   static Value call(void* instance, std::span<const Value> arguments) {
     return call(*static_cast<C*>(instance), arguments, std::index_sequence_for<A...>());
   }
-  static constexpr std::size_t kArguments = sizeof...(A);
-  static std::vector<Type> argument_types() { return {AutomatedAs<A>::kType...}; }
-  static Type result_type() {
-    if constexpr (std::is_void_v<R>)
-      return {};
-    else
-      return AutomatedAs<R>::kType;
-  }
+  static constexpr std::array<Type, sizeof...(A)> kArgumentTypes{kAutomatedType<A>...};
+  static constexpr Type kResultType = kAutomatedType<R>;
 
  private:
   template <std::size_t... kIndex>
@@ -202,6 +202,8 @@ template <auto kFunction, class C, class R, class... A>
 struct Binding<kFunction, R (*)(C&, A...)> : Bound<kFunction, C, R, A...> {};
 template <auto kFunction, class C, class R, class... A>
 struct Binding<kFunction, R (*)(const C&, A...)> : Bound<kFunction, C, R, A...> {};
+template <auto kField, class C, class R>
+struct Binding<kField, R C::*> : Bound<kField, C, R> {};
 
 /// What stands for an argument that a client leaves out: nothing, or a value.
 using Default = std::variant<std::monostate, bool, std::int16_t, std::int32_t, Date, TextView>;
@@ -228,12 +230,11 @@ struct BoundMember {
 
   [[nodiscard]] Member to_member() const {
     using B = Binding<kFunction>;
-    Member member{name, access, B::result_type(), {}, is_default, &B::call, nullptr};
+    Member member{name, access, B::kResultType, {}, is_default, &B::call, nullptr};
     if constexpr (!std::is_null_pointer_v<decltype(kLetOf)>) member.let = &Binding<kLet>::call;
-    const std::vector<Type> types = B::argument_types();
     for (std::size_t i = 0; i < kArguments; ++i) {
       member.arguments.push_back(
-          {arguments[i].name, types[i], to_value(arguments[i].default_value)});
+          {arguments[i].name, B::kArgumentTypes[i], to_value(arguments[i].default_value)});
     }
     return member;
   }
@@ -256,13 +257,13 @@ struct BoundMember {
 
 template <auto kFunction>
 consteval auto method(std::string_view name) {
-  static_assert(Binding<kFunction>::kArguments == 0);
+  static_assert(Binding<kFunction>::kArgumentTypes.empty());
   return BoundMember<kFunction, nullptr, 0>{name, Member::Access::kMethod, {}};
 }
 
 template <auto kFunction, std::size_t kArguments>
 consteval auto method(std::string_view name, const ArgumentName (&names)[kArguments]) {
-  static_assert(Binding<kFunction>::kArguments == kArguments);
+  static_assert(Binding<kFunction>::kArgumentTypes.size() == kArguments);
   return BoundMember<kFunction, nullptr, kArguments>{name, Member::Access::kMethod,
                                                      std::to_array(names)};
 }
@@ -282,6 +283,14 @@ consteval auto item() {
 /// clients know them.
 template <class T>
 struct MembersOf;
+
+/// The table of `T` for whoever looks at it while the program runs.
+template <class T>
+std::vector<Member> members_of() {
+  return std::apply(
+      [](const auto&... members) { return std::vector<Member>{members.to_member()...}; },
+      MembersOf<T>::kAll);
+}
 
 namespace member_order {
 

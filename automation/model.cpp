@@ -4,6 +4,7 @@
 #include <array>
 #include <string>
 
+#include "ado/error.h"
 #include "automation/members.h"
 #include "runtime/case_mapping.h"
 #include "runtime/error.h"
@@ -16,12 +17,9 @@ using Classes = std::array<Class, kClassCount>;
 
 template <class T>
 Class make_class() {
-  Class made{kClassOf<T>, MembersOf<T>::kName, {}, [](SharedState& state) {
-               return Object{kClassOf<T>, std::make_shared<T>(state)};
-             }};
-  std::apply([&](const auto&... members) { (made.members.push_back(members.to_member()), ...); },
-             MembersOf<T>::kAll);
-  return made;
+  return {kClassOf<T>, MembersOf<T>::kName, members_of<T>(), [](SharedState& state) {
+            return Object{kClassOf<T>, std::make_shared<T>(state)};
+          }};
 }
 
 const Classes& classes() {
@@ -58,11 +56,26 @@ constexpr std::array kReportTypes{
     Enumerand{"None_rt", None_rt},
     Enumerand{"CrystalReport_rt", CrystalReport_rt},
 };
+constexpr Enumerand failure_kind(std::string_view name, ado::FailureKind kind) {
+  return {name, static_cast<std::int32_t>(kind)};
+}
+constexpr std::array kFailureKinds{
+    failure_kind("None_fk", ado::FailureKind::kNone),
+    failure_kind("Other_fk", ado::FailureKind::kOther),
+    failure_kind("LockTimeout_fk", ado::FailureKind::kLockTimeout),
+    failure_kind("Deadlock_fk", ado::FailureKind::kDeadlock),
+    failure_kind("ConnectionLost_fk", ado::FailureKind::kConnectionLost),
+    failure_kind("DiskFull_fk", ado::FailureKind::kDiskFull),
+    failure_kind("Timeout_fk", ado::FailureKind::kTimeout),
+    failure_kind("Changed_fk", ado::FailureKind::kChanged),
+    failure_kind("Refused_fk", ado::FailureKind::kRefused),
+};
 constexpr std::array kEnumerations{
     Enumeration{EnumerationId::kUpdateError, "UpdateErrorEnum", kUpdateErrors},
     Enumeration{EnumerationId::kMaintType, "MaintTypeEnum", kMaintTypes},
     Enumeration{EnumerationId::kReportCode, "ReportCodeEnum", kReportCodes},
     Enumeration{EnumerationId::kReportTypes, "ReportTypesEnum", kReportTypes},
+    Enumeration{EnumerationId::kFailureKind, "FailureKindEnum", kFailureKinds},
 };
 
 constexpr std::int32_t kArgumentNotOptional = 449;

@@ -15,6 +15,7 @@ namespace tarnwick::automation {
 // Names and order are what clients were built against.
 
 enum class Kind : std::uint8_t {
+  kNothing,  // no result
   kText,
   kBoolean,
   kInt16,
@@ -23,15 +24,21 @@ enum class Kind : std::uint8_t {
   kDate,
   kObject,         // of the class `class_id`, or Nothing
   kKeyOrPosition,  // a text is a key, a number a position from 1
-  kEmpty,          // a variant that is always empty
+  kEmpty,          // a variant; always empty, but for an item of COM's plain collections
   kCollection,     // of objects of the class `class_id`
   kEnumerator,     // over objects of the class `class_id`
 };
 
-enum class EnumerationId : std::uint8_t { kUpdateError, kMaintType, kReportCode, kReportTypes };
+enum class EnumerationId : std::uint8_t {
+  kUpdateError,
+  kMaintType,
+  kReportCode,
+  kReportTypes,
+  kFailureKind,  // of no member of the classes
+};
 
 struct Type {
-  Kind kind = Kind::kEmpty;
+  Kind kind = Kind::kNothing;
   EnumerationId enumeration{};  // for kEnumeration
   ClassId class_id{};           // for kObject, kCollection and kEnumerator
   friend bool operator==(const Type&, const Type&) = default;

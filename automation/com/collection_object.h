@@ -7,14 +7,11 @@
 namespace tarnwick::automation::com {
 
 /// A plain keyed collection as clients see it.
-class CollectionObject final : public DispatchObject<::_Collection> {
+class CollectionObject final : public DispatchObject {
  public:
   CollectionObject(Apartment& apartment, std::shared_ptr<Collection> collection);
 
-  STDMETHODIMP get_Item(VARIANT vntIndexKey, VARIANT* value) override;
-  STDMETHODIMP get_Count(long* value) override;
-  STDMETHODIMP get_NewEnum(IUnknown** value) override;
-  STDMETHODIMP GetClassInfo(ITypeInfo** info) override;
+  Value call(const Member& member, std::span<const Value> arguments) override;
 
  private:
   std::shared_ptr<Collection> collection_;

@@ -2,8 +2,15 @@
 
 #include <algorithm>
 
-namespace tarnwick::automation::com {
+#include "automation/com/invocation.h"
+#include "automation/com/own_variant.h"
+#include "automation/com/values.h"
 
+namespace tarnwick::automation::com {
+namespace {
+
+/// The member with this dispatch id in the type library: members are counted from 1 in the order of
+/// the table, but Item is the default member and NewEnum has the enumerator's own id.
 const Member* member_with_id(std::span<const Member> members, DISPID id) {
   if (id == DISPID_VALUE) {
     const auto item = std::ranges::find(members, true, &Member::is_default);
@@ -18,10 +25,154 @@ const Member* member_with_id(std::span<const Member> members, DISPID id) {
   return &members[static_cast<std::size_t>(id) - 1];
 }
 
+/// Whether arguments for the member, which takes none itself, are meant for the object that it
+/// gives.
 bool names_an_object(const Member& member) {
   const Kind kind = member.result.kind;
   return member.access == Member::Access::kGet && member.arguments.empty() &&
          (kind == Kind::kObject || kind == Kind::kCollection);
+}
+
+}  // namespace
+
+DispatchObject::DispatchObject(Apartment& apartment, const DualInterface& dual)
+    : apartment_(apartment),
+      dual_(dual),
+      dual_pointer_{dual.slots, this},
+      info_(apartment.types().type_info(dual.iid)) {
+  apartment_.life().hold();
+}
+
+STDMETHODIMP DispatchObject::QueryInterface(REFIID iid, void** out) {
+  if (out == nullptr) return E_POINTER;
+  *out = find_interface(iid);
+  if (*out == nullptr) return E_NOINTERFACE;
+  AddRef();
+  return S_OK;
+}
+
+STDMETHODIMP_(ULONG) DispatchObject::AddRef() {
+  return static_cast<ULONG>(InterlockedIncrement(&references_));
+}
+
+STDMETHODIMP_(ULONG) DispatchObject::Release() {
+  const LONG left = InterlockedDecrement(&references_);
+  if (left == 0) delete this;
+  return static_cast<ULONG>(left);
+}
+
+STDMETHODIMP DispatchObject::GetTypeInfoCount(UINT* count) {
+  if (count == nullptr) return E_POINTER;
+  *count = 1;
+  return S_OK;
+}
+
+STDMETHODIMP DispatchObject::GetTypeInfo(UINT index, LCID, ITypeInfo** info) {
+  if (info == nullptr) return E_POINTER;
+  *info = nullptr;
+  if (index != 0) return DISP_E_BADINDEX;
+  return info_.CopyTo(info);
+}
+
+STDMETHODIMP DispatchObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  return info_->GetIDsOfNames(names, count, ids);
+}
+
+STDMETHODIMP DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
+                                    VARIANT* result, EXCEPINFO* exception, UINT* culprit) {
+  return invoke(id, flags, parameters, result, exception, culprit);
+}
+
+STDMETHODIMP DispatchObject::GetDispID(BSTR name, DWORD, DISPID* id) {
+  LPOLESTR names = name;
+  return info_->GetIDsOfNames(&names, 1, id);
+}
+
+STDMETHODIMP DispatchObject::InvokeEx(DISPID id, LCID, WORD flags, DISPPARAMS* parameters,
+                                      VARIANT* result, EXCEPINFO* exception, IServiceProvider*) {
+  if ((flags & DISPATCH_CONSTRUCT) != 0) return DISP_E_MEMBERNOTFOUND;
+  UINT culprit = 0;
+  return invoke(id, flags, parameters, result, exception, &culprit);
+}
+
+STDMETHODIMP DispatchObject::GetMemberName(DISPID id, BSTR* name) {
+  UINT count = 0;
+  return info_->GetNames(id, name, 1, &count);
+}
+
+STDMETHODIMP DispatchObject::GetNameSpaceParent(IUnknown** parent) {
+  if (parent != nullptr) *parent = nullptr;
+  return E_NOTIMPL;
+}
+
+STDMETHODIMP DispatchObject::GetClassInfo(ITypeInfo** info) {
+  if (info == nullptr) return E_POINTER;
+  *info = nullptr;
+  return apartment_.types().library().GetTypeInfoOfGuid(*dual_.clsid, info);
+}
+
+STDMETHODIMP DispatchObject::InterfaceSupportsErrorInfo(REFIID iid) {
+  return iid == dual_.iid ? S_OK : S_FALSE;
+}
+
+void DispatchObject::let(const Member&, const Value&) {
+  throw Error(ErrorNumber::kInvalidProcedureCall);
+}
+
+void* DispatchObject::find_interface(REFIID iid) {
+  if (iid == IID_IUnknown || iid == IID_IDispatch || iid == dual_.iid) return identity();
+  if (iid == __uuidof(IDispatchEx)) return static_cast<IDispatchEx*>(this);
+  if (iid == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
+  if (iid == IID_IProvideClassInfo && dual_.clsid != nullptr) {
+    return static_cast<IProvideClassInfo*>(this);
+  }
+  return nullptr;
+}
+
+HRESULT DispatchObject::invoke(DISPID id, WORD flags, DISPPARAMS* parameters, VARIANT* result,
+                               EXCEPINFO* exception, UINT* culprit) noexcept try {
+  if (parameters == nullptr) return E_POINTER;
+  const Member* member = member_with_id(dual_.members, id);
+  if (member == nullptr) return DISP_E_MEMBERNOTFOUND;
+  const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+  // Scripts cannot tell a property from a method without arguments.
+  if ((flags & DISPATCH_METHOD) != 0) flags |= DISPATCH_PROPERTYGET;
+  if (!sets && names_an_object(*member) && Invocation::count(*parameters) > 0) {
+    return invoke_default(id, flags, parameters, result, exception, culprit);
+  }
+  Invocation invocation(*member, sets, *parameters);
+  if (FAILED(invocation.result())) return refuse(invocation.result(), exception);
+  const HRESULT done =
+      info_->Invoke(&dual_pointer_, id, flags, invocation.parameters(), result, exception, culprit);
+  // An object of another class as argument; no member answers so.
+  return done == E_NOINTERFACE ? DISP_E_TYPEMISMATCH : done;
+} catch (...) {
+  return report_exception(dual_.source, dual_.iid);
+}
+
+/// `server.Components("C1")`: the arguments are for the default member of what the property holds.
+HRESULT DispatchObject::invoke_default(DISPID id, WORD flags, DISPPARAMS* parameters,
+                                       VARIANT* result, EXCEPINFO* exception,
+                                       UINT* culprit) noexcept {
+  DISPPARAMS none{};
+  OwnVariant held;
+  const HRESULT read = invoke(id, flags, &none, held.get(), exception, culprit);
+  if (FAILED(read)) return read;
+  if (held->vt != VT_DISPATCH || held->pdispVal == nullptr) return DISP_E_BADPARAMCOUNT;
+  return held->pdispVal->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, flags, parameters,
+                                result, exception, culprit);
+}
+
+HRESULT DispatchObject::refuse(HRESULT why, EXCEPINFO* exception) {
+  if (HRESULT_FACILITY(why) != FACILITY_CONTROL) return why;
+  if (exception != nullptr) {
+    *exception = {};
+    exception->scode = why;
+    exception->bstrSource = SysAllocString(dual_.source);
+    exception->bstrDescription =
+        to_bstr(description_of(static_cast<ErrorNumber>(HRESULT_CODE(why))));
+  }
+  return DISP_E_EXCEPTION;
 }
 
 }  // namespace tarnwick::automation::com

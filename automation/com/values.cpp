@@ -111,7 +111,8 @@ void give(Apartment& apartment, Value value, IUnknown** out) {
 
 void give(Apartment& apartment, Value value, ::_Collection** out) {
   auto collection = std::get<std::shared_ptr<Collection>>(std::move(value));
-  *out = new CollectionObject(apartment, std::move(collection));
+  auto* const object = new CollectionObject(apartment, std::move(collection));
+  *out = static_cast<::_Collection*>(object->identity());
 }
 
 ComPtr<IUnknown> reference_to(Apartment& apartment, const Object& object) {

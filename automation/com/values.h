@@ -1,7 +1,6 @@
 #pragma once
 
 #include <concepts>
-#include <type_traits>
 
 #include "automation/com/com.h"
 #include "automation/model.h"
@@ -30,7 +29,8 @@ MIDL_INTERFACE("FF967330-805A-4B81-8B83-DF9088B006C9") LocalObject : public IUnk
 /// or of another program, is Error 13 with a description that says so.
 [[nodiscard]] Value object_of(IUnknown* reference);
 
-// An argument of the type that the table says; a short may be a 16-bit number or a Boolean.
+// An argument of the type that the table says; a short may be a 16-bit number or a Boolean, a long
+// an enumeration's value.
 [[nodiscard]] inline Value to_value(const Type&, BSTR argument) { return text_of(argument); }
 [[nodiscard]] inline Value to_value(const Type& type, SHORT argument) {
   if (type.kind == Kind::kBoolean) return argument != VARIANT_FALSE;
@@ -42,11 +42,6 @@ MIDL_INTERFACE("FF967330-805A-4B81-8B83-DF9088B006C9") LocalObject : public IUnk
 [[nodiscard]] inline Value to_value(const Type&, DATE argument) { return Date{argument}; }
 [[nodiscard]] inline Value to_value(const Type&, const VARIANT& argument) {
   return key_or_position(argument);
-}
-template <class Enumeration>
-requires std::is_enum_v<Enumeration>
-[[nodiscard]] Value to_value(const Type&, Enumeration argument) {
-  return static_cast<std::int32_t>(argument);
 }
 template <std::derived_from<IUnknown> Interface>
 [[nodiscard]] Value to_value(const Type&, Interface* argument) {
@@ -61,11 +56,6 @@ void give(Apartment& apartment, Value value, DATE* out);
 void give(Apartment& apartment, Value value, VARIANT* out);
 void give(Apartment& apartment, Value value, IUnknown** out);
 void give(Apartment& apartment, Value value, ::_Collection** out);
-template <class Enumeration>
-requires std::is_enum_v<Enumeration>
-void give(Apartment&, const Value& value, Enumeration* out) {
-  *out = static_cast<Enumeration>(std::get<std::int32_t>(value));
-}
 
 /// A new reference to the COM object that stands for `object`; null for Nothing.
 [[nodiscard]] ComPtr<IUnknown> reference_to(Apartment& apartment, const Object& object);
@@ -74,12 +64,6 @@ template <std::derived_from<IDispatch> Interface>
 void give(Apartment& apartment, const Value& value, Interface** out) {
   const ComPtr<IUnknown> reference = reference_to(apartment, std::get<Object>(value));
   if (reference) reference->QueryInterface(__uuidof(Interface), reinterpret_cast<void**>(out));
-}
-
-/// What stands in an out argument until there is a result.
-template <class Out>
-void clear(Out* out) {
-  *out = Out{};
 }
 
 }  // namespace tarnwick::automation::com

@@ -87,6 +87,8 @@ const char* signature_of(const Type& type) {
     case Kind::kKeyOrPosition:
     case Kind::kEmpty:
       return "v";
+    case Kind::kNothing:
+      return "";
     case Kind::kCollection:
     case Kind::kEnumerator:
       break;

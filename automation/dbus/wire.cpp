@@ -180,6 +180,7 @@ Value read(sd_bus_message* message, const Type& type, Paths& paths) {
       return read_object(message, paths);
     case Kind::kKeyOrPosition:
       return read_key_or_position(message);
+    case Kind::kNothing:
     case Kind::kEmpty:
     case Kind::kCollection:
     case Kind::kEnumerator:
@@ -256,6 +257,8 @@ void Outgoing::append_to(sd_bus_message* message) const {
       open(message, SD_BUS_TYPE_ARRAY, "o");
       for (const std::string& path : paths_) append_basic(message, 'o', path.c_str());
       close(message);
+      return;
+    case Kind::kNothing:
       return;
   }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 #include "automation/model.h"
@@ -10,29 +11,27 @@ namespace tarnwick::automation::com {
 // What COM knows of the object model beyond its tables. Clients were built against the identifiers.
 
 struct EnumerationIdentity {
-  EnumerationId id;
   std::string_view uuid;
   std::string_view help;
 };
 
-/// A class that clients can create, and its dual interface.
+[[nodiscard]] constexpr EnumerationIdentity identity_of(EnumerationId id) {
+  constexpr std::array<EnumerationIdentity, 5> kAll{{
+      {"5EFBC1AD-20E7-4DA2-862C-B98392AA0EA7", "The result of every Update."},
+      {"6D6D3BB8-9591-4F28-BC8A-8771DE4BB2F3",
+       "Which kind of record maintenance a record stands for."},
+      {"557F4C4E-3AA8-43BA-8882-5AB08CDF964F", "What kind of report a component produces."},
+      {"8820F802-6DF8-4DA6-8C7A-8410B5B5C670", "What kind of report a report is."},
+      {"DDE155CD-123E-412C-81A9-A8F2BE79FC0E", "What kind of failure it was."},
+  }};
+  return kAll[static_cast<std::size_t>(id)];
+}
+
+/// Of a dual interface and the class that has it.
 struct ClassIdentity {
   std::string_view interface_uuid;
-  std::string_view class_uuid;
+  std::string_view class_uuid;  // empty where clients cannot create objects
   std::string_view help;
-};
-
-inline constexpr std::string_view kLibraryUuid = "C6FB57AB-9DF6-4B2C-8254-60FD472EFA72";
-
-inline constexpr std::array kEnumerationIdentities{
-    EnumerationIdentity{EnumerationId::kUpdateError, "5EFBC1AD-20E7-4DA2-862C-B98392AA0EA7",
-                        "The result of every Update."},
-    EnumerationIdentity{EnumerationId::kMaintType, "6D6D3BB8-9591-4F28-BC8A-8771DE4BB2F3",
-                        "Which kind of record maintenance a record stands for."},
-    EnumerationIdentity{EnumerationId::kReportCode, "557F4C4E-3AA8-43BA-8882-5AB08CDF964F",
-                        "What kind of report a component produces."},
-    EnumerationIdentity{EnumerationId::kReportTypes, "8820F802-6DF8-4DA6-8C7A-8410B5B5C670",
-                        "What kind of report a report is."},
 };
 
 /// In the order of ClassId.
@@ -52,5 +51,13 @@ inline constexpr std::array<ClassIdentity, kClassCount> kClassIdentities{{
     {"E64A90AB-D14E-4736-9460-AC76A192E3D0", "A17920E8-0853-47D9-9B76-EF20617FD119",
      "A report of the catalog."},
 }};
+
+inline constexpr ClassIdentity kCollectionIdentity{
+    "320B3851-C2AA-46E4-9C21-0F3AEC346046", "",
+    "Objects under their keys, as a member returned them."};
+
+inline constexpr ClassIdentity kLastCauseIdentity{
+    "A50B127C-4079-423E-A819-E92406846498", "8C89569A-CE89-4ABD-8055-B45C9B8A5D77",
+    "Why the calling thread's last call that failed did so."};
 
 }  // namespace tarnwick::automation::com

@@ -2,11 +2,16 @@
 
 #include <concepts>
 #include <cstddef>
+#include <initializer_list>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <variant>
 #include <vector>
 
 #include "automation/com/idl/identities.h"
+#include "automation/com/other_interfaces.h"
+#include "automation/members.h"
 #include "runtime/error.h"
 
 namespace tarnwick::automation::com {
@@ -25,59 +30,10 @@ constexpr std::string_view kBeginning =
 import "oaidl.idl";
 import "ocidl.idl";
 
-)"sv;
-
-// What is of COM alone and in no table.
-
-constexpr std::string_view kCollection =
-    R"(
-    [object, uuid(320B3851-C2AA-46E4-9C21-0F3AEC346046), dual, oleautomation, nonextensible, hidden,
-     pointer_default(unique), helpstring("Objects under their keys, as a member returned them.")]
-    interface _Collection : IDispatch
-    {
-        [id(DISPID_VALUE), propget] HRESULT Item(
-            [in] VARIANT vntIndexKey,
-            [out, retval] VARIANT* value);
-        [id(2), propget] HRESULT Count([out, retval] long* value);
-        [id(DISPID_NEWENUM), propget, restricted, hidden] HRESULT NewEnum(
-            [out, retval] IUnknown** value);
-    };
-)"sv;
-
-constexpr std::string_view kLastCause =
-    R"(
-    // Beside the object model.
-
-    typedef [uuid(DDE155CD-123E-412C-81A9-A8F2BE79FC0E), helpstring("What kind of failure it was.")]
-    enum FailureKindEnum {
-        None_fk = 0,
-        Other_fk = 1,
-        LockTimeout_fk = 2,
-        Deadlock_fk = 3,
-        ConnectionLost_fk = 4,
-        DiskFull_fk = 5,
-        Timeout_fk = 6,
-        Changed_fk = 7,
-        Refused_fk = 8
-    } FailureKindEnum;
-
-    [object, uuid(A50B127C-4079-423E-A819-E92406846498), dual, oleautomation, nonextensible, hidden,
-     pointer_default(unique), helpstring("Why the calling thread's last call that failed did so.")]
-    interface _LastCause : IDispatch
-    {
-        [id(1), propget] HRESULT Kind([out, retval] FailureKindEnum* value);
-        [id(2), propget] HRESULT Number([out, retval] long* value);
-        [id(3), propget] HRESULT NativeNumber([out, retval] long* value);
-        [id(4), propget] HRESULT NativeText([out, retval] BSTR* value);
-        [id(5), propget] HRESULT OutcomeUnknown([out, retval] VARIANT_BOOL* value);
-        [id(6)] HRESULT Clear();
-    };
-
-    [uuid(8C89569A-CE89-4ABD-8055-B45C9B8A5D77), helpstring("Why the calling thread's last call that failed did so.")]
-    coclass LastCause
-    {
-        [default] interface _LastCause;
-    };
+[uuid(C6FB57AB-9DF6-4B2C-8254-60FD472EFA72), version(1.0), helpstring("Tarnwick 1.0 security object model")]
+library Tarnwick
+{
+    importlib("stdole2.tlb");
 )"sv;
 
 std::string joined(std::initializer_list<std::string_view> parts) {
@@ -109,6 +65,8 @@ std::string spelling(const Type& type) {
       return "_Collection*";
     case Kind::kEnumerator:
       return "IUnknown*";
+    case Kind::kNothing:
+      break;
   }
   throw Error(ErrorNumber::kInternalError);
 }
@@ -163,21 +121,23 @@ std::string slots(const Member& member, std::size_t position) {
                                  : is_enumerator   ? "DISPID_NEWENUM"
                                                    : std::to_string(position),
                                  ")"});
-  const std::string type = spelling(member.result);
   std::vector<std::string> parameters;
   for (const Argument& argument : member.arguments) parameters.push_back(parameter(argument));
-  parameters.push_back(joined({"[out, retval] ", type, "* value"}));
+  if (member.result.kind != Kind::kNothing) {
+    parameters.push_back("[out, retval] " + spelling(member.result) + "* value");
+  }
   if (member.access == Member::Access::kMethod) return slot(id, member.name, parameters);
   std::string text = slot(joined({id, ", propget", is_enumerator ? ", restricted, hidden" : ""}),
                           member.name, parameters);
   if (member.access == Member::Access::kGetLet) {
-    text += slot(id + ", propput", member.name, {joined({"[in] ", type, " value"})});
+    text += slot(id + ", propput", member.name, {"[in] " + spelling(member.result) + " value"});
   }
   return text;
 }
 
-std::string enumeration(const EnumerationIdentity& identity) {
-  const Enumeration& of = enumeration_of(identity.id);
+std::string enumeration(EnumerationId id) {
+  const Enumeration& of = enumeration_of(id);
+  const EnumerationIdentity identity = identity_of(id);
   std::string text = joined({"\n    typedef [uuid(", identity.uuid, "), helpstring(\"",
                              identity.help, "\")]\n    enum ", of.name, " {\n"});
   for (const Enumerand& each : of.members) {
@@ -188,49 +148,58 @@ std::string enumeration(const EnumerationIdentity& identity) {
   return text += joined({"    } ", of.name, ";\n"});
 }
 
-std::string dual_interface(const Class& of, const ClassIdentity& identity) {
-  std::string text =
-      joined({"\n    [object, uuid(", identity.interface_uuid,
-              "), dual, oleautomation, nonextensible, hidden,\n"
-              "     pointer_default(unique), helpstring(\"",
-              identity.help, "\")]\n    interface _", of.name, " : IDispatch\n    {\n"});
+template <class T>
+std::string dual_interface(const ClassIdentity& identity) {
+  std::string text = joined({"\n    [object, uuid(", identity.interface_uuid,
+                             "), dual, oleautomation, nonextensible, hidden,\n"
+                             "     pointer_default(unique), helpstring(\"",
+                             identity.help, "\")]\n    interface _", MembersOf<T>::kName,
+                             " : IDispatch\n    {\n"});
   std::size_t position = 0;
-  for (const Member& member : of.members) text += slots(member, ++position);
+  for (const Member& member : members_of<T>()) text += slots(member, ++position);
   return text + "    };\n";
 }
 
-std::string creatable_class(const Class& of, const ClassIdentity& identity) {
+template <class T>
+std::string creatable_class(const ClassIdentity& identity) {
+  constexpr std::string_view name = MembersOf<T>::kName;
   return joined({"\n    [uuid(", identity.class_uuid, "), helpstring(\"", identity.help,
-                 "\")]\n    coclass ", of.name, "\n    {\n        [default] interface _", of.name,
+                 "\")]\n    coclass ", name, "\n    {\n        [default] interface _", name,
                  ";\n    };\n"});
+}
+
+/// What `describe` says of each of the classes, in their order.
+template <class Describe>
+std::string for_each_class(Describe describe) {
+  return [&]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
+    return joined({describe.template operator()<std::tuple_element_t<kIndex, ClassTypes>>(
+        kClassIdentities[kIndex])...});
+  }
+  (std::make_index_sequence<kClassCount>());
 }
 
 }  // namespace
 
 std::string interface_description() {
   std::string text(kBeginning);
-  text += joined({"[uuid(", kLibraryUuid,
-                  "), version(1.0), helpstring(\"Tarnwick 1.0 security object model\")]\n"
-                  "library Tarnwick\n{\n    importlib(\"stdole2.tlb\");\n"});
-  for (const EnumerationIdentity& identity : kEnumerationIdentities) text += enumeration(identity);
+  for (const EnumerationId id : {EnumerationId::kUpdateError, EnumerationId::kMaintType,
+                                 EnumerationId::kReportCode, EnumerationId::kReportTypes}) {
+    text += enumeration(id);
+  }
   text += "\n";
-  const auto for_each_class = [](auto&& use) {
-    for (std::size_t i = 0; i < kClassCount; ++i) {
-      use(class_of(static_cast<ClassId>(i)), kClassIdentities[i]);
-    }
-  };
-  for_each_class([&](const Class& of, const ClassIdentity&) {
-    text += joined({"    interface _", of.name, ";\n"});
+  text += for_each_class([]<class T>(const ClassIdentity&) {
+    return joined({"    interface _", MembersOf<T>::kName, ";\n"});
   });
   text += "    interface _Collection;\n";
-  for_each_class([&](const Class& of, const ClassIdentity& identity) {
-    text += dual_interface(of, identity);
-  });
-  text += kCollection;
-  for_each_class([&](const Class& of, const ClassIdentity& identity) {
-    text += creatable_class(of, identity);
-  });
-  text += kLastCause;
+  text += for_each_class(
+      []<class T>(const ClassIdentity& identity) { return dual_interface<T>(identity); });
+  text += dual_interface<Collection>(kCollectionIdentity);
+  text += for_each_class(
+      []<class T>(const ClassIdentity& identity) { return creatable_class<T>(identity); });
+  text += "\n    // Beside the object model.\n";
+  text += enumeration(EnumerationId::kFailureKind);
+  text += dual_interface<FailureCause>(kLastCauseIdentity);
+  text += creatable_class<FailureCause>(kLastCauseIdentity);
   return text + "};\n";
 }
 

@@ -82,6 +82,8 @@ std::string expected_spelling(const Type& type) {
       return "_Collection*";
     case Kind::kEnumerator:
       return "IUnknown*";
+    case Kind::kNothing:
+      break;
   }
   return {};
 }
