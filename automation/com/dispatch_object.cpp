@@ -1,7 +1,6 @@
 #include "automation/com/dispatch_object.h"
 
-#include <algorithm>
-
+#include "automation/com/dispatch_id.h"
 #include "automation/com/invocation.h"
 #include "automation/com/own_variant.h"
 #include "automation/com/values.h"
@@ -9,20 +8,11 @@
 namespace tarnwick::automation::com {
 namespace {
 
-/// The member with this dispatch id in the type library: members are counted from 1 in the order of
-/// the table, but Item is the default member and NewEnum has the enumerator's own id.
 const Member* member_with_id(std::span<const Member> members, DISPID id) {
-  if (id == DISPID_VALUE) {
-    const auto item = std::ranges::find(members, true, &Member::is_default);
-    return item == members.end() ? nullptr : &*item;
+  for (std::size_t place = 0; place < members.size(); ++place) {
+    if (dispatch_id(members[place], place) == id) return &members[place];
   }
-  if (id == DISPID_NEWENUM) {
-    const auto new_enum = std::ranges::find(
-        members, Kind::kEnumerator, [](const Member& member) { return member.result.kind; });
-    return new_enum == members.end() ? nullptr : &*new_enum;
-  }
-  if (id < 1 || static_cast<std::size_t>(id) > members.size()) return nullptr;
-  return &members[static_cast<std::size_t>(id) - 1];
+  return nullptr;
 }
 
 /// Whether arguments for the member, which takes none itself, are meant for the object that it

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "automation/com/dispatch_id.h"
 #include "automation/com/idl/identities.h"
 #include "automation/com/other_interfaces.h"
 #include "automation/members.h"
@@ -114,13 +115,17 @@ std::string slot(std::string_view attributes, std::string_view name,
   return (line.size() + 2 <= kLineWidth ? line : lines) + ");\n";
 }
 
-std::string slots(const Member& member, std::size_t position) {
+std::string id_attribute(std::int32_t id) {
+  return joined({"id(",
+                 id == kIdOfDefaultMember ? "DISPID_VALUE"
+                 : id == kIdOfEnumerator  ? "DISPID_NEWENUM"
+                                          : std::to_string(id),
+                 ")"});
+}
+
+std::string slots(const Member& member, std::size_t place) {
   const bool is_enumerator = member.result.kind == Kind::kEnumerator;
-  const std::string id = joined({"id(",
-                                 member.is_default ? "DISPID_VALUE"
-                                 : is_enumerator   ? "DISPID_NEWENUM"
-                                                   : std::to_string(position),
-                                 ")"});
+  const std::string id = id_attribute(dispatch_id(member, place));
   std::vector<std::string> parameters;
   for (const Argument& argument : member.arguments) parameters.push_back(parameter(argument));
   if (member.result.kind != Kind::kNothing) {
@@ -155,8 +160,8 @@ std::string dual_interface(const ClassIdentity& identity) {
                              "     pointer_default(unique), helpstring(\"",
                              identity.help, "\")]\n    interface _", MembersOf<T>::kName,
                              " : IDispatch\n    {\n"});
-  std::size_t position = 0;
-  for (const Member& member : members_of<T>()) text += slots(member, ++position);
+  std::size_t place = 0;
+  for (const Member& member : members_of<T>()) text += slots(member, place++);
   return text + "    };\n";
 }
 
