@@ -172,6 +172,8 @@ inline constexpr Type kAutomatedType<void>{};
 // A member function, a free function whose first parameter is the object, or a data member.
 template <auto kFunction, class C, class R, class... A>
 struct Bound {
+  using Result = R;
+  using Arguments = std::tuple<A...>;
   static Value call(void* instance, std::span<const Value> arguments) {
     return call(*static_cast<C*>(instance), arguments, std::index_sequence_for<A...>());
   }

@@ -113,20 +113,24 @@ const Enumeration& enumeration_of(EnumerationId id) {
   return kEnumerations[static_cast<std::size_t>(id)];
 }
 
-Value call(const Object& object, const Member& member, std::span<const Value> arguments) {
+std::vector<Value> with_defaults(const Member& member, std::span<const Value> arguments) {
   const std::size_t wanted = member.arguments.size();
   if (arguments.size() > wanted) {
     throw Error(kWrongNumberOfArguments,
                 u"Wrong number of arguments or invalid property assignment");
   }
-  if (arguments.size() == wanted) return run(member.call, object, arguments);
   std::vector<Value> all(arguments.begin(), arguments.end());
   while (all.size() < wanted) {
     const Argument& argument = member.arguments[all.size()];
     if (!argument.default_value) throw Error(kArgumentNotOptional, u"Argument not optional");
     all.push_back(*argument.default_value);
   }
-  return run(member.call, object, all);
+  return all;
+}
+
+Value call(const Object& object, const Member& member, std::span<const Value> arguments) {
+  if (arguments.size() == member.arguments.size()) return run(member.call, object, arguments);
+  return run(member.call, object, with_defaults(member, arguments));
 }
 
 void let(const Object& object, const Member& member, const Value& value) {

@@ -97,10 +97,14 @@ struct Enumeration {
 
 [[nodiscard]] const Enumeration& enumeration_of(EnumerationId id);
 
+/// `arguments` and the defaults of those that are missing at the end. Throws Error 449 for a
+/// missing one that has no default and Error 450 for one too many.
+[[nodiscard]] std::vector<Value> with_defaults(const Member& member,
+                                               std::span<const Value> arguments);
+
 /// Calls `member` (reads it, where it is a property) of `object`, which is of the member's class;
 /// arguments that are missing at the end take their defaults. Throws what the member lets through,
-/// Error 13 for an argument of another type than the table says, Error 449 for a missing one and
-/// Error 450 for one too many.
+/// Error 13 for an argument of another type than the table says, and what with_defaults throws.
 Value call(const Object& object, const Member& member, std::span<const Value> arguments = {});
 
 /// Sets the property `member`. Throws Error 13 as `call` does.

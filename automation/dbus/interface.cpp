@@ -1,5 +1,6 @@
 #include "automation/dbus/interface.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -23,13 +24,13 @@ InterfaceMember method(std::string name, std::vector<InterfaceArgument> argument
 
 InterfaceMember to_interface_member(const Member& member) {
   InterfaceMember made{.name = std::string(member.name), .arguments = {}, .results = {}};
+  made.secret = has_secret(member);
   if (is_property(member)) {
     made.kind = member.access == Member::Access::kGetLet ? MemberKind::kProperty
                                                          : MemberKind::kReadOnlyProperty;
   }
   for (const Argument& argument : member.arguments) {
     made.arguments.push_back({std::string(argument.name), signature_of(argument.type)});
-    made.secret = made.secret || argument.name.ends_with("Password");
   }
   made.results.push_back({"result", signature_of(member.result)});
   return made;
@@ -99,6 +100,12 @@ const char* signature_of(const Type& type) {
 bool is_property(const Member& member) {
   return member.access != Member::Access::kMethod && member.arguments.empty() &&
          member.result.kind != Kind::kCollection && member.result.kind != Kind::kEnumerator;
+}
+
+bool has_secret(const Member& member) {
+  return std::ranges::any_of(member.arguments, [](const Argument& argument) {
+    return argument.name.ends_with("Password");
+  });
 }
 
 bool is_collection(const Class& of) { return find_member(of, "Item") != nullptr; }

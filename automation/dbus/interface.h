@@ -42,6 +42,9 @@ struct Interface {
 /// are those that return many objects: reading all properties must not hand out a whole register.
 [[nodiscard]] bool is_property(const Member& member);
 
+/// Whether an argument of the member is a password.
+[[nodiscard]] bool has_secret(const Member& member);
+
 /// Whether the class is a collection, whose objects can be read in bulk.
 [[nodiscard]] bool is_collection(const Class& of);
 

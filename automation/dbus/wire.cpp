@@ -130,6 +130,18 @@ std::vector<Object> objects_of(const Value& value) {
   return objects;
 }
 
+std::int64_t position(const Value& value) {
+  return std::visit(
+      []<class T>(const T& held) -> std::int64_t {
+        if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
+          return held;
+        } else {
+          throw Error(ErrorNumber::kTypeMismatch);
+        }
+      },
+      value);
+}
+
 void append_basic(sd_bus_message* message, char type, const void* value) {
   check(sd_bus_message_append_basic(message, type, value), "writing a value");
 }
@@ -204,6 +216,13 @@ Outgoing::Outgoing(const Type& type, Value value, Paths& paths)
     case Kind::kText:
       text_ = wire_text(std::get<Text>(value_));
       break;
+    case Kind::kKeyOrPosition:
+      if (const Text* key = std::get_if<Text>(&value_)) {
+        text_ = wire_text(*key);
+      } else {
+        value_ = position(value_);
+      }
+      break;
     case Kind::kObject:
       text_ = paths.hand_out(std::get<Object>(value_));
       break;
@@ -247,6 +266,12 @@ void Outgoing::append_to(sd_bus_message* message) const {
       append_basic(message, 'o', text_.c_str());
       return;
     case Kind::kKeyOrPosition:
+      if (const auto* position = std::get_if<std::int64_t>(&value_)) {
+        check(sd_bus_message_append(message, "v", "x", *position), "writing a value");
+      } else {
+        check(sd_bus_message_append(message, "v", "s", text_.c_str()), "writing a value");
+      }
+      return;
     case Kind::kEmpty:
       open(message, SD_BUS_TYPE_VARIANT, "ay");
       check(sd_bus_message_append_array(message, 'y', nullptr, 0), "writing a value");

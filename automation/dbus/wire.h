@@ -46,7 +46,8 @@ class Paths {
 class Outgoing {
  public:
   /// Throws WireError for a text that no message can hold (unpaired surrogates, U+0000, code points
-  /// that are no characters), for one that is too long, and what `paths` throws.
+  /// that are no characters), for one that is too long, Error 13 for a key or position that is
+  /// neither text nor integer, and what `paths` throws.
   Outgoing(const Type& type, Value value, Paths& paths);
 
   void append_to(sd_bus_message* message) const;

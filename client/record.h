@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+
+#include "client/proxy.h"
+
+namespace tarnwick::client {
+
+/// A record object of whichever of the three classes. Must not outlive its transport; all members
+/// throw as those of Transport do.
+class Record final {
+ public:
+  /// A new object that bears the values of `row` that are known: in memory, with no row version. A
+  /// component's properties are read-only for the most part, so it comes from the Add of a
+  /// collection of its own; Nothing where that refuses it.
+  [[nodiscard]] static Record make(Transport& transport, const Row& row);
+
+  template <class T>
+  explicit Record(Transport& transport, const Proxy<T>& proxy)
+      : transport_(&transport), object_(proxy.object()) {}
+
+  /// Whether it is an object at all, and not Nothing.
+  explicit operator bool() const { return static_cast<bool>(object_); }
+
+  /// The record as one of the class T, which it has to be. Throws Error 13.
+  template <class T>
+  [[nodiscard]] Proxy<T> as() const {
+    if (object_.class_id != automation::kClassOf<T>) throw Error(ErrorNumber::kTypeMismatch);
+    return {*transport_, object_};
+  }
+
+  /// LockRecord: opens the row for maintenance and loads the object from it.
+  [[nodiscard]] bool lock() const;
+  /// ReleaseRecord.
+  bool release() const;
+  [[nodiscard]] Row read() const { return transport_->read(object_); }
+  /// Sets every property that clients may set and whose value is known.
+  void assign(const Row& row) const;
+  /// Update; `report_file` is what a report stores as its report file, empty for the one that it
+  /// has, and for the other classes.
+  [[nodiscard]] UpdateErrorEnum update(TextView report_file = {}) const;
+  /// As update, but refuses a row that is there already: RecordChanged_ue.
+  [[nodiscard]] UpdateErrorEnum insert(TextView report_file = {}) const;
+  /// Delete, of a record that stands in the list of its class.
+  bool remove() const;
+
+ private:
+  Record(Transport& transport, automation::Object object)
+      : transport_(&transport), object_(std::move(object)) {}
+
+  // Runs `step` on the proxy of the record's class.
+  template <class Step>
+  auto with_proxy(Step&& step) const {
+    if (object_.class_id == automation::ClassId::kComponent) return step(as<Component>());
+    if (object_.class_id == automation::ClassId::kRegisteredPC) return step(as<RegisteredPC>());
+    return step(as<Report>());
+  }
+
+  Transport* transport_;
+  automation::Object object_;
+};
+
+}  // namespace tarnwick::client
