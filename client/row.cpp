@@ -3,16 +3,26 @@
 #include <algorithm>
 
 namespace tarnwick::client {
+namespace {
 
-bool Row::complete() const {
-  return std::ranges::none_of(
-      values_, [](const AttributeValue& value) { return std::holds_alternative<Empty>(value); });
+bool is_known(const AttributeValue& value) { return !std::holds_alternative<Empty>(value); }
+
+}  // namespace
+
+void Row::overlay(const Row& other) {
+  if (other.class_ != class_) throw Error(ErrorNumber::kTypeMismatch);
+  for (std::size_t place = 0; place < values_.size(); ++place) {
+    if (is_known(other.values_[place])) values_[place] = other.values_[place];
+  }
 }
+
+bool Row::any() const { return std::ranges::any_of(values_, is_known); }
+
+bool Row::complete() const { return std::ranges::all_of(values_, is_known); }
 
 void Row::fill() {
   for (const Attribute& attribute : attributes()) {
-    AttributeValue& value = values_[place_of(attribute)];
-    if (std::holds_alternative<Empty>(value)) value = attribute.zero;
+    if (!is_known((*this)[attribute])) set(attribute, attribute.zero);
   }
 }
 

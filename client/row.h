@@ -50,7 +50,11 @@ class Row final {
     values_[place_of_attribute<Record>(kName)] = std::move(value);
   }
 
-  /// Whether every value is known.
+  /// Takes over every value that is known there. `other` is of the same class.
+  void overlay(const Row& other);
+
+  /// Whether any value is known, and whether every one is.
+  [[nodiscard]] bool any() const;
   [[nodiscard]] bool complete() const;
   /// Sets what is not known: to "", 0, False, or no date.
   void fill();

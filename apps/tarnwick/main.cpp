@@ -11,9 +11,10 @@
 #include <iostream>
 #include <system_error>
 
-#include "apps/tarnwick/commands.h"
+#include "apps/tarnwick/commands/commands.h"
 #include "apps/tarnwick/failure.h"
-#include "apps/tarnwick/process_setup.h"
+#include "apps/tarnwick/maintenance/cause.h"
+#include "apps/tarnwick/terminal/process_setup.h"
 
 namespace tarnwick::cli {
 
@@ -141,6 +142,9 @@ int run(const CommandLine& line) {
     return std::ferror(stdout) != 0 ? refuse_output() : complain(ExitCode::kFailed, error.what());
   } catch (const Failure& failure) {
     return complain(failure.code(), failure.what(), failure.account());
+  } catch (const client::CallError& error) {
+    const Failure failure = failure_of(error);
+    return complain(failure.code(), failure.what());
   } catch (const std::exception& error) {
     return complain(ExitCode::kFailed, error.what());
   }

@@ -1,4 +1,4 @@
-#include "apps/tarnwick/component_tree.h"
+#include "apps/tarnwick/output/component_tree.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

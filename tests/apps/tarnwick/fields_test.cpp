@@ -1,4 +1,4 @@
-#include "apps/tarnwick/fields.h"
+#include "apps/tarnwick/output/values.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "apps/tarnwick/table.h"
+#include "apps/tarnwick/output/table.h"
 
 #include <gtest/gtest.h>
 

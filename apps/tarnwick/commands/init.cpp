@@ -1,0 +1,105 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <system_error>
+
+#include "apps/common/engines.h"
+#include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/database/role_connection.h"
+#include "apps/tarnwick/database/samples.h"
+#include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/terminal/process_setup.h"
+#include "engines/sqlite/create_database.h"
+#include "runtime/error.h"
+
+namespace tarnwick::cli {
+namespace {
+
+constexpr TextView kDatabase = u"Velmar_Sec";
+
+struct Arguments {
+  std::string folder;
+  std::string sample_folder;
+  bool sample = false;
+};
+
+// `text` as one word of the shell.
+std::string shell_word(const std::string& text) {
+  std::string word = "'";
+  for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return word + "'";
+}
+
+// The database appears with all that is to be in it, or not at all.
+void make_database(const std::filesystem::path& folder, TextView connect_string, TextView role,
+                   TextView password, const std::optional<Samples>& samples) {
+  std::function<void(TextView)> fill;
+  if (samples) {
+    fill = [&](TextView name) {
+      apps::ProgramEngines engines;
+      samples->insert_into(
+          open_in_role(engines.list(), connect_string, role, password, nullptr, name));
+    };
+  }
+  try {
+    sqlite::create_database(folder, kDatabase, role, password, fill);
+  } catch (const Error& error) {
+    throw Failure(ExitCode::kFailed, "The database was not made.", error.description());
+  }
+}
+
+void init(const Options& options, const Arguments& arguments) {
+  if (options.role.empty()) {
+    throw Failure(ExitCode::kUsage, "Which application role? Name it by --role.");
+  }
+  const Text role = text_argument(options.role);
+  require_no_quote(role, "The role");
+  const Text folder = file_argument(arguments.folder);
+  std::optional<Samples> samples;
+  if (!arguments.sample_folder.empty()) {
+    samples.emplace(arguments.sample_folder);
+  } else if (arguments.sample) {
+    samples.emplace(samples_folder());
+  }
+  const Text password = read_password(options.password_file, true);
+  require_no_quote(password, "The password");
+
+  const std::filesystem::path native_folder(to_utf8(folder));
+  const Text connect_string = embedded_connect_string(folder);
+  const auto file = native_folder / (to_utf8(kDatabase) + ".db");
+  finish_first([&] { make_database(native_folder, connect_string, role, password, samples); });
+  fmt::print("Made the embedded database {}", file.string());
+  if (samples) {
+    fmt::print(" with {} components, {} PCs and {} reports", samples->components.size(),
+               samples->pcs.size(), samples->reports.size());
+  }
+  fmt::print(".\nTo connect:\n  export TARNWICK_CONNECT={}\n  export TARNWICK_ROLE={}\n",
+             shell_word(to_utf8(connect_string)), shell_word(options.role));
+  if (!options.password_file.empty()) {
+    fmt::print("  export TARNWICK_PASSWORD_FILE={}\n",
+               shell_word(std::filesystem::absolute(options.password_file).string()));
+  }
+}
+
+}  // namespace
+
+void add_init_command(CLI::App& app, CommandLine& line) {
+  CLI::App* command =
+      add_command(app, "init", "Makes an embedded database in a folder; refuses to overwrite one.",
+                  "tarnwick init ./var --role dw_admin --password-file ./password --sample");
+  const auto arguments = std::make_shared<Arguments>();
+  command->add_option("FOLDER", arguments->folder, "where; made if it is not there")->required();
+  command->add_flag("--sample", arguments->sample, "fill it with the sample data");
+  command
+      ->add_option("--sample-folder", arguments->sample_folder,
+                   "fill it with the sample data that lie in this folder")
+      ->type_name("DIR");
+  command->callback(
+      [&line, arguments] { line.chosen = [&line, arguments] { init(line.options, *arguments); }; });
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,69 @@
+#include "apps/tarnwick/maintenance/loading.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/maintenance/cause.h"
+#include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/progress.h"
+#include "apps/tarnwick/terminal/process_setup.h"
+
+namespace tarnwick::cli {
+namespace {
+
+bool keep_all(const Row&) { return true; }
+
+// The rows of the list behind this member of Server, loaded anew.
+template <client::Name kList, class Keep = decltype(&keep_all)>
+Loaded load_rows(const Session& session, const std::string& what, const Keep& keep = keep_all) {
+  const Progress progress("Loading " + what);
+  session.clear_last_cause();
+  const auto list = session.server().get<kList>();
+  Loaded loaded;
+  loaded.complete = list.template call<"Refresh">();
+  loaded.rows = list.rows();
+  for (Row& row : loaded.rows) {
+    if (row.complete()) continue;
+    row.fill();
+    tell_error(fmt::format("{} has a text that the bus cannot carry; it is shown as empty. With "
+                           "--in-process the service is not needed.",
+                           describe(row))
+                   .c_str());
+  }
+  std::erase_if(loaded.rows, [&](const Row& row) { return !keep(row); });
+  loaded.account = session.last_error_msg();
+  loaded.cause = session.last_cause();
+  loaded.complete = loaded.complete && loaded.account.empty();
+  if (!loaded.complete && loaded.rows.empty()) refuse_load(what, loaded.cause, loaded.account);
+  return loaded;
+}
+
+}  // namespace
+
+Loaded load_components(const Session& session) {
+  return load_rows<"Components">(session, "the components");
+}
+
+Loaded load_pcs(const Session& session) { return load_rows<"RegisteredPCs">(session, "the PCs"); }
+
+Loaded load_pcs_of(const Session& session, std::int16_t comp_id) {
+  const auto components = load_components(session).rows;
+  const bool exists = std::ranges::any_of(
+      components, [&](const Row& row) { return row.get<Component, "CompID">() == comp_id; });
+  if (!exists) {
+    throw Failure(ExitCode::kMissing, fmt::format("Component {} does not exist.", comp_id));
+  }
+  return load_rows<"RegisteredPCs">(session, "the PCs", [&](const Row& row) {
+    return row.get<RegisteredPC, "CompID">() == comp_id;
+  });
+}
+
+Loaded load_reports(const Session& session) { return load_rows<"Reports">(session, "the reports"); }
+
+void refuse_load(const std::string& what, const FailureCause& cause, TextView account) {
+  throw failure_of(cause, fmt::format("Cannot load {}", what), account);
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "apps/tarnwick/session/session.h"
+
+namespace tarnwick::cli {
+
+/// The rows of a collection. A load can leave rows out: the account says why.
+struct Loaded {
+  std::vector<Row> rows;
+  bool complete = true;
+  Text account;
+  FailureCause cause;
+};
+
+// Each loads its collection, with a progress bar where that takes long. They throw Failure when
+// there is something wrong and not a single row.
+[[nodiscard]] Loaded load_components(const Session& session);
+[[nodiscard]] Loaded load_pcs(const Session& session);
+/// Those of one component, which must exist (Failure, kMissing).
+[[nodiscard]] Loaded load_pcs_of(const Session& session, std::int16_t comp_id);
+[[nodiscard]] Loaded load_reports(const Session& session);
+
+/// Throws the Failure of a load of `what` ("the components") that left `cause` and `account`.
+[[noreturn]] void refuse_load(const std::string& what, const FailureCause& cause, TextView account);
+
+/// To be called when all that was loaded has been shown: throws Failure if that was not all.
+inline void require_complete(const Loaded& loaded) {
+  if (!loaded.complete) refuse_load("some of the rows", loaded.cause, loaded.account);
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,200 @@
+#include "apps/tarnwick/maintenance/maintenance.h"
+
+#include <fmt/format.h>
+
+#include <optional>
+
+#include "apps/tarnwick/maintenance/cause.h"
+#include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/telling.h"
+#include "apps/tarnwick/terminal/process_setup.h"
+
+namespace tarnwick::cli {
+namespace {
+
+enum class Locking { kDone, kMissing };
+
+Locking try_lock(const Session& session, const Record& record, const std::string& what) {
+  session.clear_last_cause();
+  if (record.lock()) return Locking::kDone;
+  const FailureCause cause = session.last_cause();
+  if (is_missing_row(cause)) return Locking::kMissing;
+  if (cause.kind == ado::FailureKind::kLockTimeout) {
+    throw Failure(ExitCode::kLocked,
+                  fmt::format("{} is being maintained by another process.", what));
+  }
+  throw failure_of(cause, fmt::format("{} cannot be read", what), session.last_error_msg());
+}
+
+// Delete takes the record out of the list of its class too, and calls it a failure if it is not
+// there. What it returns says little otherwise: whether the row is still there does.
+void list_and_delete(const Session& session, const Row& key, const Record& record) {
+  if (key.record_class() == automation::ClassId::kRegisteredPC) {
+    session.server().get<"RegisteredPCs">().call<"AddPCObject">(record.as<RegisteredPC>());
+  } else if (key.record_class() == automation::ClassId::kReport) {
+    session.server().get<"Reports">().call<"AddReportObject">(record.as<Report>());
+  }
+  record.remove();
+}
+
+// A service that goes meanwhile tells nobody whether it has written.
+UpdateErrorEnum carry_out(const std::function<UpdateErrorEnum()>& step) {
+  try {
+    return step();
+  } catch (const client::CallError& error) {
+    if (error.reason() != client::CallError::Reason::kNotAnswered) throw;
+    throw Failure(ExitCode::kUnknown,
+                  "The service ended while it was writing: nobody knows whether it has written.");
+  }
+}
+
+[[noreturn]] void refuse_write(const FailureCause& cause, const std::string& what,
+                               TextView account) {
+  throw failure_of(cause,
+                   cause.outcome_unknown
+                       ? fmt::format("The connection was lost while {} was written: nobody knows "
+                                     "whether it was. Look at it before you write it again",
+                                     what)
+                       : fmt::format("{} was not written", what),
+                   account);
+}
+
+std::optional<Row> stored_row_if_there(const Session& session, const Row& key) {
+  const Record record = make_record(session, key);
+  if (!lock_to_read_if_there(session, record, describe(key))) return std::nullopt;
+  return row_of(record);
+}
+
+}  // namespace
+
+Record make_record(const Session& session, const Row& row) {
+  require_plain_key(row);
+  Record record = Record::make(session.transport(), row);
+  if (!record) {
+    throw Failure(ExitCode::kFailed, "The component cannot be made.", session.last_error_msg());
+  }
+  return record;
+}
+
+Row new_row(const Session& session, const Row& key) {
+  client::Transport& transport = session.transport();
+  Row row = transport.read(transport.create(automation::class_of(key.record_class())));
+  row.overlay(key);
+  return row;
+}
+
+Row row_of(const Record& record) {
+  Row row = record.read();
+  if (!row.complete()) {
+    row.fill();
+    throw Failure(ExitCode::kFailed,
+                  fmt::format("{} has a text that the bus cannot carry. With --in-process the "
+                              "service is not needed.",
+                              describe(row)));
+  }
+  if (const Attribute* stamp = client::find_attribute(row.record_class(), "SoftLock")) {
+    row.set(*stamp, stamp->zero);
+  }
+  return row;
+}
+
+void lock(const Session& session, const Record& record, const std::string& what) {
+  if (try_lock(session, record, what) == Locking::kMissing) {
+    throw Failure(ExitCode::kMissing, fmt::format("{} does not exist.", what));
+  }
+}
+
+bool lock_to_read_if_there(const Session& session, const Record& record, const std::string& what) {
+  if (try_lock(session, record, what) == Locking::kMissing) return false;
+  record.release();
+  return true;
+}
+
+void lock_to_read(const Session& session, const Record& record, const std::string& what) {
+  lock(session, record, what);
+  record.release();
+}
+
+Row stored_row(const Session& session, const Row& key) {
+  const Record record = make_record(session, key);
+  lock_to_read(session, record, describe(key));
+  return row_of(record);
+}
+
+void remove(const Session& session, const Row& key) {
+  const std::string what = describe(key);
+  const Record record = make_record(session, key);
+  lock(session, record, what);
+  session.clear_last_cause();
+  list_and_delete(session, key, record);
+  const FailureCause cause = session.last_cause();
+  if (cause.outcome_unknown) {
+    throw failure_of(cause,
+                     fmt::format("The connection was lost while {} was deleted: nobody knows "
+                                 "whether it was",
+                                 what),
+                     session.last_error_msg());
+  }
+  if (lock_to_read_if_there(session, make_record(session, key), what)) {
+    throw failure_of(cause, fmt::format("{} could not be deleted", what), {});
+  }
+}
+
+void write(const Session& session, const Options& options, const Record& record, const Row& read,
+           const Row& wanted, const std::function<UpdateErrorEnum()>& step) {
+  const std::string what = describe(read);
+  session.clear_last_cause();
+  const UpdateErrorEnum result = carry_out(step);
+  const FailureCause cause = session.last_cause();
+  const bool was_there = !version_of(read).empty();
+  if (result == OK_ue) {
+    if (was_there && same_key(read, wanted) && is_missing_row(cause)) {
+      tell_error(
+          fmt::format("{}: its row had vanished since it was read, and was inserted again.", what)
+              .c_str());
+    }
+    return;
+  }
+  const Text account = session.last_error_msg();
+  record.release();
+  // A row that came in the very moment is refused by the table's key.
+  const bool came = !was_there || !same_key(read, wanted);
+  const bool changed = cause.kind == ado::FailureKind::kChanged;
+  if (!changed && !(came && cause.kind == ado::FailureKind::kRefused)) {
+    refuse_write(cause, what, account);
+  }
+  const std::optional<Row> stored = stored_row_if_there(session, key_of(wanted));
+  if (!changed && !stored) refuse_write(cause, what, account);
+  explain_conflict(options, read, stored, wanted);
+  throw Failure(ExitCode::kChanged,
+                came ? fmt::format("{} was added by someone else meanwhile; nothing was written.",
+                                   describe(wanted))
+                     : fmt::format("{} was changed by someone else since it was read; nothing was "
+                                   "written.",
+                                   what),
+                account);
+}
+
+void tell_written(const Session& session, const Options& options, const Row& before,
+                  const Row& after) {
+  std::optional<Row> stored;
+  if (options.json || options.verbose) stored = stored_row(session, key_of(after));
+  tell_changes(options, before, after, stored);
+}
+
+void add(const Session& session, const Options& options, const Addition& addition) {
+  const std::string what = describe(addition.key);
+  if (lock_to_read_if_there(session, make_record(session, addition.key), what)) {
+    throw Failure(ExitCode::kFailed, fmt::format("{} {}.", what, addition.exists));
+  }
+  const Row before = new_row(session, addition.key);
+  Row values = before;
+  values.overlay(addition.given);
+  const Record record = make_record(session, values);
+  if (addition.prepare) addition.prepare(record);
+  write(session, options, record, before, row_of(record),
+        [&] { return record.insert(addition.report_file); });
+  tell_written(session, options, before, values);
+}
+
+}  // namespace tarnwick::cli

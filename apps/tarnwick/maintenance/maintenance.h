@@ -1,0 +1,65 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "apps/tarnwick/options.h"
+#include "apps/tarnwick/session/session.h"
+
+namespace tarnwick::cli {
+
+// How commands maintain one record.
+
+/// A record object that bears what `row` knows, for maintenance. Throws Failure, also as
+/// require_plain_key.
+[[nodiscard]] Record make_record(const Session& session, const Row& row);
+
+/// What a new object of the class of `key` has, with this key.
+[[nodiscard]] Row new_row(const Session& session, const Row& key);
+
+/// What the record was loaded with while its row was locked, without the stamp of that lock. Throws
+/// Failure for a record with a text that cannot be had: it would be lost if it were written back.
+[[nodiscard]] Row row_of(const Record& record);
+
+/// Locks the record, which loads it from its row. `what` is its name in sentences. Throws Failure:
+/// kMissing, kLocked, kFailed.
+void lock(const Session& session, const Record& record, const std::string& what);
+
+/// Whether the record has a row; if so it was loaded from it. The row is locked for the moment: the
+/// object model has no other way to read one row. Throws Failure: kLocked, kFailed.
+[[nodiscard]] bool lock_to_read_if_there(const Session& session, const Record& record,
+                                         const std::string& what);
+
+/// As lock_to_read_if_there, but a missing row is a Failure (kMissing) too.
+void lock_to_read(const Session& session, const Record& record, const std::string& what);
+
+/// The row of `key` as it is stored. Throws Failure as lock_to_read.
+[[nodiscard]] Row stored_row(const Session& session, const Row& key);
+
+/// Deletes the row and makes sure that it is gone. Takes the lock first, so that a row that another
+/// process maintains is not deleted under its hands. Throws Failure as `lock`, and kUnknown.
+void remove(const Session& session, const Row& key);
+
+/// Runs `step`, which writes `wanted` to the row that `read` was read from (version_of is empty
+/// when there was none), and answers for the result: a refusal because the row changed, or came, is
+/// explained column by column. Throws Failure; the record is unlocked then.
+void write(const Session& session, const Options& options, const Record& record, const Row& read,
+           const Row& wanted, const std::function<UpdateErrorEnum()>& step);
+
+/// Tells what became of `before`: the changed values, and with --verbose or --json the row as it is
+/// stored now, which is read anew.
+void tell_written(const Session& session, const Options& options, const Row& before,
+                  const Row& after);
+
+/// Adds a row with the key `key` and what `given` knows; tells it. `prepare` may do more to the
+/// object before it is written. Throws Failure: `exists` ("exists already") where the row is there.
+struct Addition {
+  const Row& key;
+  const Row& given;
+  std::string exists;
+  TextView report_file = {};
+  std::function<void(const Record&)> prepare = {};
+};
+void add(const Session& session, const Options& options, const Addition& addition);
+
+}  // namespace tarnwick::cli

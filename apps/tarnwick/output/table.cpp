@@ -1,0 +1,88 @@
+#include "apps/tarnwick/output/table.h"
+
+#include <fmt/format.h>
+#include <libsmartcols.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <new>
+
+namespace tarnwick::cli {
+namespace {
+
+void check(int result) {
+  if (result != 0) throw std::bad_alloc();
+}
+
+bool is_control(unsigned char c) { return c < 0x20 || c == 0x7F; }
+
+}  // namespace
+
+std::string printable(std::string_view text, bool keep_lines) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const auto next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
+    if (keep_lines && c == '\r' && next == '\n') continue;
+    if (c == 0xC2 && next >= 0x80 && next < 0xA0) {  // U+0080 to U+009F
+      result += fmt::format("\\x{:02x}", next);
+      ++i;
+    } else if (is_control(c) && !(keep_lines && (c == '\n' || c == '\t'))) {
+      result += fmt::format("\\x{:02x}", c);
+    } else {
+      result += text[i];
+    }
+  }
+  return result;
+}
+
+void Table::Unref::operator()(libscols_table* table) const { scols_unref_table(table); }
+
+Table::Table() : table_(scols_new_table()) {
+  if (table_ == nullptr) throw std::bad_alloc();
+  check(scols_table_set_stream(table_.get(), stdout));
+  // The cells are printable already; the library would turn a backslash that stands before an x.
+  check(scols_table_enable_noencoding(table_.get(), 1));
+  if (isatty(STDOUT_FILENO) == 0) {
+    check(scols_table_set_termforce(table_.get(), SCOLS_TERMFORCE_NEVER));
+  }
+}
+
+void Table::add_column(std::string_view heading, Align align, bool may_be_cut) {
+  new_column(heading,
+             (align == Align::kRight ? SCOLS_FL_RIGHT : 0) | (may_be_cut ? SCOLS_FL_TRUNC : 0));
+}
+
+void Table::add_tree_column(std::string_view heading) { new_column(heading, SCOLS_FL_TREE); }
+
+void Table::new_column(std::string_view heading, int flags) {
+  if (scols_table_new_column(table_.get(), std::string(heading).c_str(), 0, flags) == nullptr) {
+    throw std::bad_alloc();
+  }
+}
+
+std::size_t Table::add_line(const std::vector<std::string>& cells) {
+  return new_line(cells, nullptr);
+}
+
+std::size_t Table::add_line(const std::vector<std::string>& cells, std::size_t parent) {
+  return new_line(cells, lines_.at(parent));
+}
+
+std::size_t Table::new_line(const std::vector<std::string>& cells, libscols_line* parent) {
+  libscols_line* line = scols_table_new_line(table_.get(), parent);
+  if (line == nullptr) throw std::bad_alloc();
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    check(scols_line_set_data(line, i, printable(cells[i]).c_str()));
+  }
+  lines_.push_back(line);
+  return lines_.size() - 1;
+}
+
+void Table::print() {
+  std::fflush(stdout);
+  scols_print_table(table_.get());
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,185 @@
+#include "apps/tarnwick/output/telling.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/table.h"
+#include "apps/tarnwick/output/values.h"
+#include "runtime/case_mapping.h"
+
+namespace tarnwick::cli {
+namespace {
+
+bool is_version(const Attribute& attribute) { return attribute.form == Form::kRowVersion; }
+
+const Attribute& attribute_named(const Row& row, std::string_view name) {
+  const auto all = row.attributes();
+  const auto found = std::ranges::find_if(all, [&](const Attribute& candidate) {
+    return equals_ignoring_case(from_stored_utf8(candidate.name()), from_stored_utf8(name));
+  });
+  if (found == all.end()) {
+    throw Failure(ExitCode::kUsage, fmt::format("There is no field '{}'.", name));
+  }
+  return *found;
+}
+
+bool is_number(const AttributeValue& value) {
+  return std::holds_alternative<std::int16_t>(value) || std::holds_alternative<std::int32_t>(value);
+}
+
+bool holds(const Columns& columns, const Attribute& attribute) {
+  return std::ranges::find(columns, &attribute) != columns.end();
+}
+
+// The lines of a text under one another, those after the first moved to `column`.
+std::string hanging(const std::string& text, std::size_t column) {
+  std::string result;
+  for (const char c : text) {
+    result += c;
+    if (c == '\n') result.append(column, ' ');
+  }
+  return result;
+}
+
+// A value inside a sentence or a table of comparisons: on one line, and no longer than a line.
+std::string brief(const AttributeValue& value) {
+  constexpr std::size_t kLongest = 60;
+  const std::string text = printable(display(value));
+  if (text.size() <= kLongest) return text;
+  std::size_t end = kLongest;
+  while ((static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;  // not inside a character
+  return text.substr(0, end) + "…";
+}
+
+void print_changes(const Row& before, const Row& after) {
+  for (const Attribute& attribute : before.attributes()) {
+    if (is_version(attribute) || before[attribute] == after[attribute]) continue;
+    fmt::print("  {}: '{}' -> '{}'\n", attribute.name(), brief(before[attribute]),
+               brief(after[attribute]));
+  }
+}
+
+}  // namespace
+
+void print_json(const nlohmann::ordered_json& json) {
+  // What is not UTF-8 in a file name or an answer must not end the program.
+  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+void show(const Options& options, const Row& row, const std::string& name) {
+  if (!name.empty()) {
+    const AttributeValue value = row[attribute_named(row, name)];
+    if (options.json) return print_json(to_json(value));
+    fmt::print("{}\n", display(value));
+    return;
+  }
+  if (options.json) return print_json(to_json(row));
+  std::size_t width = 0;
+  for (const Attribute& attribute : row.attributes())
+    width = std::max(width, attribute.name().size());
+  for (const Attribute& attribute : row.attributes()) {
+    std::string text = printable(display(row[attribute]), true);
+    while (text.ends_with('\n')) text.pop_back();
+    if (text.empty()) {
+      fmt::print("{}\n", attribute.name());
+    } else {
+      fmt::print("{:<{}}  {}\n", attribute.name(), width, hanging(text, width + 2));
+    }
+  }
+}
+
+void list(const Options& options, const std::vector<Row>& rows, const Columns& first,
+          const Columns& without) {
+  if (options.json) {
+    nlohmann::ordered_json array = nlohmann::ordered_json::array();
+    for (const Row& row : rows) array.push_back(to_json(row));
+    return print_json(array);
+  }
+  if (rows.empty()) {
+    fmt::print("None.\n");
+    return;
+  }
+  Columns columns = first;
+  for (const Attribute& attribute : rows.front().attributes()) {
+    if (!holds(first, attribute) && !holds(without, attribute)) columns.push_back(&attribute);
+  }
+  Table table;
+  for (const Attribute* attribute : columns) {
+    table.add_column(attribute->name(),
+                     is_number(attribute->zero) ? Table::Align::kRight : Table::Align::kLeft,
+                     std::holds_alternative<Text>(attribute->zero) && !attribute->key);
+  }
+  for (const Row& row : rows) {
+    std::vector<std::string> cells;
+    cells.reserve(columns.size());
+    for (const Attribute* attribute : columns) cells.push_back(display(row[*attribute]));
+    table.add_line(cells);
+  }
+  table.print();
+}
+
+void tell_locked(const Row& row) {
+  fmt::print("{} locked.\n  row version {}\n", describe(row), display(version_of(row)));
+}
+
+void tell_changes(const Options& options, const Row& before, const Row& after,
+                  const std::optional<Row>& stored) {
+  if (options.json) {
+    if (stored) print_json(to_json(*stored));
+    return;
+  }
+  fmt::print("{} written.\n", describe(after));
+  if (!version_of(before).empty()) print_changes(before, after);
+  if (!stored) return;
+  if (version_of(before).empty()) {
+    fmt::print("  row version {}\n", display(version_of(*stored)));
+  } else {
+    fmt::print("  row version {} -> {}\n", display(version_of(before)),
+               display(version_of(*stored)));
+  }
+}
+
+void explain_conflict(const Options& options, const Row& read, const std::optional<Row>& stored,
+                      const Row& to_write) {
+  struct Column {
+    std::string_view name;
+    AttributeValue read, stored, to_write;
+  };
+  std::vector<Column> columns;
+  for (const Attribute& attribute : read.attributes()) {
+    // What was to be written never holds a version of its own.
+    const bool version = is_version(attribute);
+    Column column{attribute.name(), read[attribute], stored ? (*stored)[attribute] : Text(),
+                  version ? Text() : to_write[attribute]};
+    const bool alike =
+        stored && column.read == column.stored && (version || column.read == column.to_write);
+    if (!alike) columns.push_back(std::move(column));
+  }
+  if (options.json) {
+    nlohmann::ordered_json array = nlohmann::ordered_json::array();
+    for (const Column& column : columns) {
+      array.push_back({{"Field", column.name},
+                       {"Read", to_json(column.read)},
+                       {"Stored", stored ? to_json(column.stored) : nullptr},
+                       {"ToWrite", to_json(column.to_write)}});
+    }
+    return print_json({{"Conflict", array}, {"RowIsThere", stored.has_value()}});
+  }
+  if (!stored) fmt::print("The row is no longer there.\n");
+  Table table;
+  for (const std::string_view heading : {"Field", "Read", "Stored", "ToWrite"}) {
+    table.add_column(heading);
+  }
+  for (const Column& column : columns) {
+    table.add_line({std::string(column.name), brief(column.read), brief(column.stored),
+                    brief(column.to_write)});
+  }
+  table.print();
+}
+
+}  // namespace tarnwick::cli
