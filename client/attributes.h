@@ -9,7 +9,6 @@
 #include <variant>
 
 #include "automation/members.h"
-#include "client/name.h"
 
 namespace tarnwick::client {
 
@@ -80,14 +79,14 @@ consteval std::size_t place_of_attribute(std::string_view name) {
 }
 
 template <class Record, Name kName>
-concept HasAttribute = place_of_attribute<Record>(kName)
+concept HasAttribute = place_of_attribute<Record>(kName.view())
 < attribute_rows<Record>().size();
 
 /// The C++ type of an attribute.
 template <class Record, Name kName>
 requires HasAttribute<Record, kName>
-using AttributeType =
-    typename std::tuple_element_t<attribute_rows<Record>()[place_of_attribute<Record>(kName)],
-                                  std::remove_cv_t<decltype(Properties<Record>::kAll)>>::Value;
+using AttributeType = typename std::tuple_element_t<
+    attribute_rows<Record>()[place_of_attribute<Record>(kName.view())],
+    std::remove_cv_t<decltype(Properties<Record>::kAll)>>::Value;
 
 }  // namespace tarnwick::client

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "automation/members.h"
-#include "client/name.h"
 #include "client/transport.h"
 
 namespace tarnwick::client {
@@ -15,15 +14,15 @@ template <class T>
 class Proxy;
 
 template <class T, Name kName>
-concept HasMember = std::apply(
-    [](const auto&... members) { return ((members.name == std::string_view(kName)) || ...); },
-    automation::MembersOf<T>::kAll);
+concept HasMember =
+    std::apply([](const auto&... members) { return ((members.name == kName.view()) || ...); },
+               automation::MembersOf<T>::kAll);
 
 /// The entry of the member in the table of its class.
 template <class T, Name kName>
 requires HasMember<T, kName>
 inline constexpr auto& kMemberOf =
-    std::get<automation::place_of_member<T>(kName)>(automation::MembersOf<T>::kAll);
+    std::get<automation::place_of_member<T>(kName.view())>(automation::MembersOf<T>::kAll);
 
 template <class T, Name kName>
 using MemberBinding =
@@ -154,7 +153,7 @@ class Proxy final {
   template <Name kName>
   static const automation::Member& member() {
     return automation::class_of(automation::kClassOf<T>)
-        .members[automation::place_of_member<T>(kName)];
+        .members[automation::place_of_member<T>(kName.view())];
   }
 
   template <class Arguments, std::size_t... kIndex, class... A>

@@ -6,7 +6,7 @@ namespace {
 // What an argument of Add is where the row does not tell.
 template <Name kName>
 AttributeType<Component, kName> value_or_zero(const Row& row) {
-  const auto& value = row[row.attributes()[place_of_attribute<Component>(kName)]];
+  const auto& value = row[row.attributes()[place_of_attribute<Component>(kName.view())]];
   const auto* held = std::get_if<AttributeType<Component, kName>>(&value);
   return held == nullptr ? AttributeType<Component, kName>() : *held;
 }

@@ -38,8 +38,8 @@ class Row final {
   requires HasAttribute<Record, kName>
   [[nodiscard]] const AttributeType<Record, kName>& get() const {
     require_class<Record>();
-    const auto* value =
-        std::get_if<AttributeType<Record, kName>>(&values_[place_of_attribute<Record>(kName)]);
+    const auto* value = std::get_if<AttributeType<Record, kName>>(
+        &values_[place_of_attribute<Record>(kName.view())]);
     if (value == nullptr) throw Error(ErrorNumber::kTypeMismatch);
     return *value;
   }
@@ -47,7 +47,7 @@ class Row final {
   requires HasAttribute<Record, kName>
   void set(AttributeType<Record, kName> value) {
     require_class<Record>();
-    values_[place_of_attribute<Record>(kName)] = std::move(value);
+    values_[place_of_attribute<Record>(kName.view())] = std::move(value);
   }
 
   /// Takes over every value that is known there. `other` is of the same class.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "runtime/name.h"
 #include "runtime/text.h"
 
 namespace tarnwick {
@@ -182,14 +182,6 @@ struct PropertyAccess {
   }
 };
 
-/// The name of a property as a template argument.
-template <std::size_t kSize>
-struct PropertyName {
-  consteval PropertyName(const char (&text)[kSize]) { std::copy_n(text, kSize, characters); }
-  [[nodiscard]] constexpr std::string_view view() const { return {characters, kSize - 1}; }
-  char characters[kSize]{};
-};
-
 /// The place in the table of the property with this name. Does not compile where there is none.
 template <class Record>
 [[nodiscard]] consteval std::size_t place_of_property(std::string_view name) {
@@ -204,7 +196,7 @@ template <class Record>
 }
 
 /// Sets a property by its name, also one that clients can only read.
-template <class Record, PropertyName kName>
+template <class Record, Name kName>
 void set_property(Record& record,
                   typename std::tuple_element_t<place_of_property<Record>(kName.view()),
                                                 decltype(Properties<Record>::kAll)>::Value value) {

@@ -70,6 +70,31 @@ Value key_or_position(const VARIANT& variant) {
   throw Error(ErrorNumber::kTypeMismatch);
 }
 
+void put(VARIANT& variant, const Value& value) {
+  std::visit(
+      [&]<class T>(const T& held) {
+        if constexpr (std::same_as<T, bool>) {
+          variant.vt = VT_BOOL;
+          variant.boolVal = held ? VARIANT_TRUE : VARIANT_FALSE;
+        } else if constexpr (std::same_as<T, std::int16_t>) {
+          variant.vt = VT_I2;
+          variant.iVal = held;
+        } else if constexpr (std::same_as<T, std::int32_t>) {
+          variant.vt = VT_I4;
+          variant.lVal = held;
+        } else if constexpr (std::same_as<T, Date>) {
+          variant.vt = VT_DATE;
+          variant.date = held.days;
+        } else if constexpr (std::same_as<T, Text>) {
+          variant.bstrVal = to_bstr(held);
+          variant.vt = VT_BSTR;
+        } else {
+          throw Error(ErrorNumber::kInternalError);
+        }
+      },
+      value);
+}
+
 Value object_of(IUnknown* reference) {
   if (reference == nullptr) return Object{};
   ComPtr<LocalObject> local;

@@ -21,6 +21,9 @@ MIDL_INTERFACE("FF967330-805A-4B81-8B83-DF9088B006C9") LocalObject : public IUnk
 /// A new BSTR, which the caller owns.
 [[nodiscard]] BSTR to_bstr(TextView text);
 
+/// Puts a value that is no object into an empty variant, whose owner clears it.
+void put(VARIANT& variant, const Value& value);
+
 /// A key or a position: a text, a number, a Boolean, Empty or Null, by value or by reference; what
 /// else a variant may hold is Error 13.
 [[nodiscard]] Value key_or_position(const VARIANT& variant);

@@ -16,7 +16,7 @@ namespace {
 bool keep_all(const Row&) { return true; }
 
 // The rows of the list behind this member of Server, loaded anew.
-template <client::Name kList, class Keep = decltype(&keep_all)>
+template <Name kList, class Keep = decltype(&keep_all)>
 Loaded load_rows(const Session& session, const std::string& what, const Keep& keep = keep_all) {
   const Progress progress("Loading " + what);
   session.clear_last_cause();

@@ -21,10 +21,10 @@ void show(const Options& options, const Row& row, const std::string& name);
 
 /// The attributes with these names.
 using Columns = std::vector<const Attribute*>;
-template <class T, client::Name... kNames>
+template <class T, Name... kNames>
 requires(client::HasAttribute<T, kNames>&&...) [[nodiscard]] Columns columns() {
   const auto all = client::attributes_of(automation::kClassOf<T>);
-  return {&all[client::place_of_attribute<T>(kNames)]...};
+  return {&all[client::place_of_attribute<T>(kNames.view())]...};
 }
 
 /// A table with the columns `first` and then those that are not in `without` either, or a JSON

@@ -20,16 +20,16 @@ struct Entry {
 
 /// Ids and depths in tree order.
 std::vector<std::pair<std::int16_t, std::size_t>> order(const std::vector<Entry>& entries) {
-  std::vector<ComponentRow> rows;
+  std::vector<Row> rows;
   for (const Entry& entry : entries) {
-    ComponentRow& row = rows.emplace_back();
-    row.comp_id = entry.id;
-    row.parent_id = entry.parent;
-    row.priority = entry.priority;
+    Row& row = rows.emplace_back(Row::of<Component>());
+    row.set<Component, "CompID">(entry.id);
+    row.set<Component, "ParentID">(entry.parent);
+    row.set<Component, "Priority">(entry.priority);
   }
   std::vector<std::pair<std::int16_t, std::size_t>> result;
   for (const TreeNode& node : in_tree_order(rows)) {
-    result.emplace_back(node.component->comp_id, node.depth);
+    result.emplace_back(node.component->get<Component, "CompID">(), node.depth);
   }
   return result;
 }

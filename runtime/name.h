@@ -4,14 +4,14 @@
 #include <cstddef>
 #include <string_view>
 
-namespace tarnwick::client {
+namespace tarnwick {
 
 /// A name as a template argument: the "Refresh" of call<"Refresh">().
 template <std::size_t kSize>
 struct Name {
   consteval Name(const char (&text)[kSize]) { std::copy_n(text, kSize, characters); }
-  constexpr operator std::string_view() const { return {characters, kSize - 1}; }
-  char characters[kSize];
+  [[nodiscard]] constexpr std::string_view view() const { return {characters, kSize - 1}; }
+  char characters[kSize]{};
 };
 
-}  // namespace tarnwick::client
+}  // namespace tarnwick

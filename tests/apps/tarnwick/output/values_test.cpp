@@ -12,7 +12,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string complaint(std::string_view text, const FieldValue& like) {
+std::string complaint(std::string_view text, const AttributeValue& like) {
   try {
     static_cast<void>(parse("--it", text, like));
   } catch (const Failure& failure) {
@@ -51,15 +51,15 @@ TEST(FieldValues, HaveAFormForMachines) {
 }
 
 TEST(FieldValues, AreReadByTheirType) {
-  EXPECT_EQ(parse("", "", Text()), FieldValue(Text()));
-  EXPECT_EQ(parse("", "-32768", std::int16_t{}), FieldValue(std::int16_t{-32768}));
-  EXPECT_EQ(parse("", "2147483647", std::int32_t{}), FieldValue(std::int32_t{2147483647}));
-  EXPECT_EQ(parse("", "YES", false), FieldValue(true));
-  EXPECT_EQ(parse("", "0", true), FieldValue(false));
-  EXPECT_EQ(parse("", "2023-12-24", Date{}), FieldValue(Date{45284.0}));
-  EXPECT_EQ(parse("", "serverreg", NotDefined_mt), FieldValue(ServerReg_mt));
-  EXPECT_EQ(parse("", "none", PCs_rc), FieldValue(None_rc));
-  EXPECT_EQ(parse("", "", CrystalReport_rt), FieldValue(None_rt));
+  EXPECT_EQ(parse("", "", Text()), AttributeValue(Text()));
+  EXPECT_EQ(parse("", "-32768", std::int16_t{}), AttributeValue(std::int16_t{-32768}));
+  EXPECT_EQ(parse("", "2147483647", std::int32_t{}), AttributeValue(std::int32_t{2147483647}));
+  EXPECT_EQ(parse("", "YES", false), AttributeValue(true));
+  EXPECT_EQ(parse("", "0", true), AttributeValue(false));
+  EXPECT_EQ(parse("", "2023-12-24", Date{}), AttributeValue(Date{45284.0}));
+  EXPECT_EQ(parse("", "serverreg", NotDefined_mt), AttributeValue(ServerReg_mt));
+  EXPECT_EQ(parse("", "none", PCs_rc), AttributeValue(None_rc));
+  EXPECT_EQ(parse("", "", CrystalReport_rt), AttributeValue(None_rt));
 }
 
 TEST(FieldValues, ThatCannotBeReadAreRefusedWithWhatIsWanted) {
@@ -77,12 +77,12 @@ TEST(FieldValues, ThatCannotBeReadAreRefusedWithWhatIsWanted) {
 }
 
 TEST(FieldValues, ComeBackFromTheirFormForMachines) {
-  const FieldValue values[] = {Text(u"a\nb"), std::int16_t{3}, std::int32_t{-70000}, true,
-                               Date{45284.5}, Date{},          ComponentWithPCs_mt,  None_rc};
-  for (const FieldValue& value : values) {
+  const AttributeValue values[] = {Text(u"a\nb"), std::int16_t{3}, std::int32_t{-70000}, true,
+                                   Date{45284.5}, Date{},          ComponentWithPCs_mt,  None_rc};
+  for (const AttributeValue& value : values) {
     // Read by the type alone, not by the value that is there.
-    const FieldValue like = std::visit(
-        []<class T>(const T&) -> FieldValue {
+    const AttributeValue like = std::visit(
+        []<class T>(const T&) -> AttributeValue {
           if constexpr (std::is_same_v<T, MaintTypeEnum>) return Report_mt;
           if constexpr (std::is_same_v<T, ReportCodeEnum>) return PCs_rc;
           return T();
@@ -93,24 +93,34 @@ TEST(FieldValues, ComeBackFromTheirFormForMachines) {
 }
 
 TEST(FieldValues, OutOfTheOrdinarySurviveAnEditThatLeavesThem) {
-  EXPECT_EQ(from_json("it", Json(42), MaintTypeEnum{42}), FieldValue(MaintTypeEnum{42}));
-  EXPECT_EQ(from_json("it", Json("1000000000"), Date{1e9}), FieldValue(Date{1e9}));
+  EXPECT_EQ(from_json("it", Json(42), MaintTypeEnum{42}), AttributeValue(MaintTypeEnum{42}));
+  EXPECT_EQ(from_json("it", Json("1000000000"), Date{1e9}), AttributeValue(Date{1e9}));
+}
+
+TEST(FieldValues, TellWhatMayBeWrittenForThem) {
+  EXPECT_EQ(choices(false), "yes or no");
+  EXPECT_EQ(choices(Date{}), "yyyy-mm-dd [hh:mm:ss]");
+  EXPECT_EQ(choices(NotDefined_mt),
+            "NotDefined, ServerReg, Component, ComponentWithPCs, Report or PCReg");
+  EXPECT_EQ(choices(None_rc), "PC, PCA, CRY or none");
+  EXPECT_EQ(choices(Text()), "");
+  EXPECT_EQ(choices(std::int16_t{}), "");
 }
 
 TEST(Fields, OfARowAreAllItsProperties) {
-  EXPECT_EQ(fields_of(ComponentRow()).size(), 13u);
-  EXPECT_EQ(fields_of(PcRow()).size(), 16u);
-  EXPECT_EQ(fields_of(ReportRow()).size(), 15u);
+  EXPECT_EQ(to_json(Row::of<Component>()).size(), 13u);
+  EXPECT_EQ(to_json(Row::of<RegisteredPC>()).size(), 16u);
+  EXPECT_EQ(to_json(Row::of<Report>()).size(), 15u);
 }
 
 TEST(Fields, AreReadAndWrittenInTheRow) {
-  PcRow row;
-  for (const auto& field : fields_of(row)) {
-    if (field.name == "TotalLogins") set(row, field, FieldValue(std::int32_t{17}));
-    if (field.name == "LastUser") set(row, field, FieldValue(Text(u"eva")));
+  Row row = Row::of<RegisteredPC>();
+  for (const Attribute& attribute : row.attributes()) {
+    if (attribute.name() == "TotalLogins") row.set(attribute, std::int32_t{17});
+    if (attribute.name() == "LastUser") row.set(attribute, Text(u"eva"));
   }
-  EXPECT_EQ(row.total_logins, 17);
-  EXPECT_EQ(row_to_json(row)["LastUser"], "eva");
+  EXPECT_EQ((row.get<RegisteredPC, "TotalLogins">()), 17);
+  EXPECT_EQ(to_json(row)["LastUser"], "eva");
 }
 
 }  // namespace

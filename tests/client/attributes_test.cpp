@@ -1,0 +1,85 @@
+#include "client/attributes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/support/thrown_error.h"
+
+namespace tarnwick::client {
+namespace {
+
+using automation::ClassId;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+std::vector<std::string> names_of(ClassId record_class) {
+  std::vector<std::string> names;
+  for (const Attribute& attribute : attributes_of(record_class)) {
+    names.emplace_back(attribute.name());
+  }
+  return names;
+}
+
+TEST(Attributes, AreTheStoredPropertiesInTheOrderOfWritingAndThenTheOthersThatAreRead) {
+  EXPECT_THAT(names_of(ClassId::kComponent),
+              ElementsAre("CompID", "Name", "ParentID", "Priority", "ImageIndex", "ForceDisplay",
+                          "MaintenanceType", "SecurityGroup", "ReportCode", "ServerName", "MetaID",
+                          "AuthorizedRole", "RowVersion"));
+  EXPECT_THAT(
+      names_of(ClassId::kRegisteredPC),
+      ElementsAre("MACNumber", "ComputerID", "CompID", "MaintenanceType", "Active", "ImageIndex",
+                  "LastUser", "LastLogin", "TotalLogins", "ActivatedBy", "ActivateDate",
+                  "DeActivatedBy", "DeActivatedDate", "SoftwareVersion", "SoftLock", "RowVersion"));
+  EXPECT_THAT(names_of(ClassId::kReport),
+              ElementsAre("Name", "Title", "Author", "Created", "Version", "ReportGroupID",
+                          "ImageIndex", "SQL", "TTX", "ReportType", "Description",
+                          "MaintenanceType", "Definition", "SoftLock", "RowVersion"));
+}
+
+TEST(Attributes, AreOfRecordsAlone) {
+  EXPECT_THAT(names_of(ClassId::kServer), IsEmpty());
+  EXPECT_THAT(names_of(ClassId::kReports), IsEmpty());
+}
+
+TEST(Attributes, TellWhatMayBeDoneWithThem) {
+  const Attribute* name = find_attribute(ClassId::kReport, "Name");
+  ASSERT_NE(name, nullptr);
+  EXPECT_TRUE(name->key);
+  EXPECT_TRUE(name->stored);
+  EXPECT_TRUE(name->settable);
+  const Attribute* version = find_attribute(ClassId::kReport, "RowVersion");
+  ASSERT_NE(version, nullptr);
+  EXPECT_FALSE(version->key);
+  EXPECT_FALSE(version->stored);
+  EXPECT_FALSE(version->settable);
+  EXPECT_EQ(version->form, Form::kRowVersion);
+  EXPECT_EQ(find_attribute(ClassId::kComponent, "SoftLock"), nullptr);
+  EXPECT_EQ(find_attribute(ClassId::kReport, "name"), nullptr);
+}
+
+TEST(Attributes, ConvertWhatTheirMembersGiveAndTake) {
+  const Attribute& code = *find_attribute(ClassId::kComponent, "ReportCode");
+  EXPECT_EQ(from_member_value(code, std::int32_t{PCAll_rc}), AttributeValue(PCAll_rc));
+  EXPECT_EQ(to_member_value(PCAll_rc), automation::Value(std::int32_t{PCAll_rc}));
+  const Attribute& name = *find_attribute(ClassId::kComponent, "Name");
+  EXPECT_EQ(from_member_value(name, Text(u"a")), AttributeValue(Text(u"a")));
+  EXPECT_EQ(test_support::error_number_of([&] {
+              (void)from_member_value(name, true);
+              return 0;
+            }),
+            13);
+}
+
+// A name that no table knows is refused when a program is built.
+static_assert(HasAttribute<RegisteredPC, "CompID">);
+static_assert(!HasAttribute<RegisteredPC, "CompId">);
+static_assert(!HasAttribute<RegisteredPC, "Title">);
+static_assert(!HasAttribute<Component, "SoftLock">);
+static_assert(std::is_same_v<AttributeType<RegisteredPC, "CompID">, std::int16_t>);
+static_assert(std::is_same_v<AttributeType<Report, "ReportType">, ReportTypesEnum>);
+
+}  // namespace
+}  // namespace tarnwick::client
