@@ -38,23 +38,23 @@ Text text_of(const std::byte* data, std::size_t size) {
 }  // namespace
 
 Cell Cell::of(const Variant& value) {
-  const auto integer = [](Kind kind, std::int64_t number) {
-    return Cell{.kind = kind, .integer = number};
+  const auto whole = [](Kind of_kind, std::int64_t number) {
+    return Cell{.kind = of_kind, .integer = number};
   };
-  const auto run = [](Kind kind, const void* data, std::size_t size) {
-    return Cell{.kind = kind, .data = static_cast<const std::byte*>(data), .size = size};
+  const auto run = [](Kind of_kind, const void* begin, std::size_t length) {
+    return Cell{.kind = of_kind, .data = static_cast<const std::byte*>(begin), .size = length};
   };
   return std::visit(
       [&](const auto& held) -> Cell {
         using T = std::decay_t<decltype(held)>;
         if constexpr (std::is_same_v<T, bool>) {
-          return integer(Kind::kBool, held);
+          return whole(Kind::kBool, held);
         } else if constexpr (std::is_same_v<T, std::int16_t>) {
-          return integer(Kind::kInt16, held);
+          return whole(Kind::kInt16, held);
         } else if constexpr (std::is_same_v<T, std::int32_t>) {
-          return integer(Kind::kInt32, held);
+          return whole(Kind::kInt32, held);
         } else if constexpr (std::is_same_v<T, std::int64_t>) {
-          return integer(Kind::kInt64, held);
+          return whole(Kind::kInt64, held);
         } else if constexpr (std::is_same_v<T, double>) {
           return {.kind = Kind::kDouble, .real = held};
         } else if constexpr (std::is_same_v<T, Date>) {

@@ -1,8 +1,15 @@
 #include "engines/sqlite/database_file.h"
 
+#include <system_error>
+
 #include "ado/error.h"
 
 namespace tarnwick::sqlite {
+namespace {
+
+constexpr std::int32_t kNativeUnknownDatabase = 911;
+
+}  // namespace
 
 std::filesystem::path database_file(const std::filesystem::path& folder, TextView name) {
   constexpr char16_t kForbidden[] = u"/\\:*?\"<>|";
@@ -15,6 +22,14 @@ std::filesystem::path database_file(const std::filesystem::path& folder, TextVie
   }
   throw ado::AdoError(ado::AdoErrorNumber::kInvalidArgument,
                       join({u"'", name, u"' cannot be the name of a database."}));
+}
+
+void require_database_file(const std::filesystem::path& file) {
+  std::error_code error;
+  if (std::filesystem::is_regular_file(file, error)) return;
+  throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
+                      join({u"The database file ", file_text(file), u" does not exist."}),
+                      kNativeUnknownDatabase);
 }
 
 std::filesystem::path lock_file(const std::filesystem::path& database) {

@@ -11,6 +11,10 @@ namespace tarnwick::sqlite {
 [[nodiscard]] std::filesystem::path database_file(const std::filesystem::path& folder,
                                                   TextView name);
 
+/// Throws AdoError, with SQL Server's native number for an unknown database, unless `file` is a
+/// file.
+void require_database_file(const std::filesystem::path& file);
+
 /// The file beside `database` that carries the row locks. To be asked with the database's real
 /// name: whoever reaches one database by different ways has to meet at one lock file.
 [[nodiscard]] std::filesystem::path lock_file(const std::filesystem::path& database);

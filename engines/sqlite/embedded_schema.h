@@ -11,8 +11,8 @@ extern const char* const kEmbeddedSchema;
 inline constexpr const char* kRoleTable = "DW_APP_ROLE";
 inline constexpr const char* kVersionTable = "DW_ROW_VERSION";
 
-/// What that schema writes into user_version. Files that say 0 are older ones, which differ in
-/// nothing else, and tables that were made otherwise.
+/// What that schema writes into user_version. Files that say 0 are older ones, which lack an index,
+/// and tables that were made otherwise.
 inline constexpr std::int32_t kSchemaVersion = 1;
 
 }  // namespace tarnwick::sqlite

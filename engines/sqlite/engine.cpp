@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 
 #include "engines/sqlite/database_file.h"
 #include "engines/sqlite/session.h"
@@ -19,7 +18,9 @@ constexpr TextView kItems[] = {u"Provider", kFolderItem};
   throw ado::AdoError(ado::AdoErrorNumber::kInvalidArgument, std::move(description));
 }
 
-std::filesystem::path folder_of(const ado::ConnectionString& string) {
+}  // namespace
+
+std::filesystem::path SqliteEngine::folder_of(const ado::ConnectionString& string) {
   for (const auto& item : string.items()) {
     if (ado::ConnectionString::is_for_ole_db(item.name)) continue;
     if (std::none_of(std::begin(kItems), std::end(kItems),
@@ -48,8 +49,6 @@ std::filesystem::path folder_of(const ado::ConnectionString& string) {
   }
   return folder;
 }
-
-}  // namespace
 
 std::span<const TextView> SqliteEngine::providers() const { return kProviders; }
 

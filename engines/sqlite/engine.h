@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 
 #include "ado/engine.h"
 
@@ -18,6 +19,10 @@ class SqliteEngine final : public ado::Engine {
 
   explicit SqliteEngine(std::chrono::milliseconds statement_limit = kStatementLimit)
       : statement_limit_(statement_limit) {}
+
+  /// The folder that a connection string for this engine names. Throws AdoError for one that names
+  /// none, or has items that this engine does not know.
+  [[nodiscard]] static std::filesystem::path folder_of(const ado::ConnectionString& string);
 
   [[nodiscard]] std::span<const TextView> providers() const override;
   [[nodiscard]] std::unique_ptr<ado::EngineSession> connect(

@@ -6,27 +6,52 @@
 namespace tarnwick::sqlite {
 namespace {
 
-std::int64_t user_version(Database& database) {
-  sqlite3_stmt* const statement = database.statement("PRAGMA dbo.user_version");
+/// The only number in the first row of what `sql` yields.
+std::int64_t number(Database& database, std::string_view sql) {
+  sqlite3_stmt* const statement = database.statement(sql);
   const ResetAtEnd reset(statement);
   const int code = sqlite3_step(statement);
   if (code != SQLITE_ROW) database.fail(code);
   return sqlite3_column_int64(statement, 0);
 }
 
+[[noreturn]] void refuse(TextView why) {
+  throw ado::AdoError(ado::AdoErrorNumber::kUnspecified, Text(why));
+}
+
 }  // namespace
 
-void require_own_schema(Database& database) {
-  if (!has_roles(database)) {
-    throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
-                        u"it has no table DW_APP_ROLE and so no application role");
-  }
+std::int64_t user_version(Database& database) {
+  return number(database, "PRAGMA dbo.user_version");
+}
+
+bool is_older_schema(Database& database) {
+  // Views of these names were made otherwise.
+  constexpr std::int64_t kTables = 4;
+  const auto version = user_version(database);
+  return version >= 0 && version < kSchemaVersion &&
+         number(database,
+                "SELECT count(*) FROM dbo.sqlite_master WHERE type = 'table' AND name IN "
+                "('DW_ROW_VERSION', 'DW_SEC_COMP', 'DW_SEC_PC', 'DW_Reports')") == kTables;
+}
+
+void require_known_schema(Database& database) {
+  if (!has_roles(database)) refuse(u"it has no table DW_APP_ROLE and so no application role");
   const auto version = user_version(database);
   if (version > kSchemaVersion) {
-    throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
-                        join({u"its tables are of version ", decimal(version),
-                              u", which is newer than this program; it knows versions up to ",
-                              decimal(kSchemaVersion)}));
+    refuse(join({u"its tables are of version ", decimal(version),
+                 u", which is newer than this program; it knows versions up to ",
+                 decimal(kSchemaVersion)}));
+  }
+}
+
+void require_own_schema(Database& database) {
+  require_known_schema(database);
+  if (is_older_schema(database)) {
+    refuse(join({u"its tables are of version ", decimal(user_version(database)),
+                 u", which is older than this program; run 'tarnwick upgrade', which brings them "
+                 u"to version ",
+                 decimal(kSchemaVersion)}));
   }
 }
 

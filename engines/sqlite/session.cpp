@@ -13,7 +13,6 @@ using ado::AdoErrorNumber;
 
 // SQL Server's native numbers for the same situations.
 constexpr std::int32_t kNativePermissionDenied = 229;
-constexpr std::int32_t kNativeUnknownDatabase = 911;
 constexpr std::int32_t kNativeCannotSetRole = 15161;
 
 /// Of look-ups; a program uses a handful of them, none of them long.
@@ -45,7 +44,7 @@ class NoRecords final : public ado::Rowset {
  private:
   [[noreturn]] static void refuse() { throw AdoError(AdoErrorNumber::kFeatureNotAvailable); }
 
-  const std::vector<ado::Column> columns_;
+  std::vector<ado::Column> columns_;
 };
 
 }  // namespace
@@ -61,12 +60,7 @@ void Session::set_default_database(TextView name) {
                      kNativePermissionDenied);
     }
   }
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(file, error)) {
-    throw AdoError(AdoErrorNumber::kUnspecified,
-                   join({u"The database file ", file_text(file), u" does not exist."}),
-                   kNativeUnknownDatabase);
-  }
+  require_database_file(file);
   try {
     auto opened = std::make_unique<OpenDatabase>(file, lock_timeout_, statement_limit_);
     shapes_.clear();

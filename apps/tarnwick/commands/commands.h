@@ -32,5 +32,6 @@ void add_pc_commands(CLI::App& app, CommandLine& line);
 void add_report_commands(CLI::App& app, CommandLine& line);
 void add_lock_commands(CLI::App& app, CommandLine& line);
 void add_copy_command(CLI::App& app, CommandLine& line);
+void add_upgrade_command(CLI::App& app, CommandLine& line);
 
 }  // namespace tarnwick::cli

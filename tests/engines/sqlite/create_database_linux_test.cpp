@@ -1,17 +1,14 @@
 #include "engines/sqlite/create_database.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <stdexcept>
 
 #include "ado/error.h"
 #include "engines/sqlite/byte_range_locks.h"
+#include "tests/engines/sqlite/killing_calls.h"
 #include "tests/support/forked_process.h"
 #include "tests/support/plain_sqlite.h"
 #include "tests/support/temporary_folder.h"
@@ -22,45 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 using test_support::Conversation;
 using test_support::ForkedProcess;
-
-/// Kills this process at its `count`-th call of the system that SQLite makes through its table of
-/// calls to open, write, extend, synchronise or remove a file, or at the end of them.
-int calls_left = 0;
-
-void count_call() {
-  if (--calls_left == 0) ::raise(SIGKILL);
-}
-int counted_open(const char* file, int flags, int mode) {
-  count_call();
-  return ::open(file, flags, static_cast<mode_t>(mode));
-}
-ssize_t counted_pwrite(int file, const void* bytes, std::size_t size, off_t offset) {
-  count_call();
-  return ::pwrite(file, bytes, size, offset);
-}
-int counted_unlink(const char* file) {
-  count_call();
-  return ::unlink(file);
-}
-int counted_ftruncate(int file, off_t size) {
-  count_call();
-  return ::ftruncate(file, size);
-}
-
-void kill_after(int count) {
-  calls_left = count;
-  sqlite3_vfs* const vfs = sqlite3_vfs_find(nullptr);
-  const auto replace = [&](const char* name, auto* call) {
-    if (vfs->xSetSystemCall(vfs, name, reinterpret_cast<sqlite3_syscall_ptr>(call)) != SQLITE_OK) {
-      throw std::runtime_error(name);
-    }
-  };
-  replace("open", counted_open);
-  replace("pwrite", counted_pwrite);
-  replace("pwrite64", counted_pwrite);
-  replace("unlink", counted_unlink);
-  replace("ftruncate", counted_ftruncate);
-}
 
 class CreateDatabaseMode : public ::testing::Test {
  protected:
