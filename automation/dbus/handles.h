@@ -38,7 +38,7 @@ class ErrorHandle {
   }
 
  private:
-  sd_bus_error error_ = SD_BUS_ERROR_NULL;
+  sd_bus_error error_{};
 };
 
 }  // namespace tarnwick::automation::dbus

@@ -108,7 +108,7 @@ class Thing {
                                          method));
     const Message message = own(made);
     check(sd_bus_message_append(message.get(), types, arguments...));
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* reply = nullptr;
     if (sd_bus_call(bus_, message.get(), kPatience, &error, &reply) < 0) {
       const CallFailed failure(error);
