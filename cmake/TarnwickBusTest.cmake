@@ -1,3 +1,10 @@
+# All that these tests start and read: the programs, and the descriptions of the interfaces.
+if(NOT TARGET bus_test_programs)
+  add_custom_target(bus_test_programs)
+  add_dependencies(bus_test_programs dbus_interfaces make_database record_login tarnwick
+                   tarnwick-desktop tarnwick-server)
+endif()
+
 # tarnwick_bus_test(NAME FILE)
 # A file of tests in Python: clients of a real bus that share no code with the service. Run by
 # Debian's own Python, which has the bindings of GLib and of libdbus.
