@@ -56,14 +56,12 @@ install_packages() {
     fail "the installation failed; these packages are needed: ${missing[*]}"
 }
 
-# configure FOLDER [CMAKE-OPTION...]
+# configure PRESET: in build/PRESET, as CMakePresets.json says.
 configure() {
-  local folder=$1
-  shift
   local launcher=
   ! command -v ccache >/dev/null || launcher=ccache
-  cmake -S . -B "$folder" -G Ninja --log-level=WARNING \
-    -DCMAKE_C_COMPILER_LAUNCHER="$launcher" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" "$@"
+  cmake --preset "$1" --log-level=WARNING \
+    -DCMAKE_C_COMPILER_LAUNCHER="$launcher" -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher"
 }
 
 # build FOLDER [TARGET...]
