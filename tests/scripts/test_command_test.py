@@ -1,5 +1,6 @@
 """What ./test runs and says, on a copy of it with stand-ins for the compiler and the tests."""
 
+import json
 import os
 import pathlib
 import shutil
@@ -52,12 +53,14 @@ class TestCommand(unittest.TestCase):
             shutil.copy(ROOT / "scripts" / name, self.folder / "scripts")
         (self.folder / "scripts" / "packages.txt").touch()
         self.program("scripts/test-windows", WINDOWS)
+        self.program("scripts/tidy", '#!/bin/bash\necho "tidy $*" >>"$LOG"\n')
         self.program("bin/ctest", CTEST)
         self.program("bin/cmake", '#!/bin/bash\necho "cmake $*" >>"$LOG"\n')
         self.program("bin/clang-format", "#!/bin/bash\n")
         (self.folder / "source.cpp").touch()
         (self.folder / "build" / "native").mkdir(parents=True)
         (self.folder / "build" / "sanitize").mkdir(parents=True)
+        (self.folder / "build" / "clang").mkdir(parents=True)
         self.ends("native", "10 0 0 0")
         self.ends("windows", "3 0 0 0")
 
@@ -77,6 +80,10 @@ class TestCommand(unittest.TestCase):
                  "LOG": str(self.folder / "log"), "ENDS": str(self.folder)},
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120)
         return result.returncode, result.stdout.strip().splitlines()
+
+    def preset(self, name):
+        presets = json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]
+        return next(preset for preset in presets if preset["name"] == name)
 
     def logged(self):
         return (self.folder / "log").read_text().splitlines()
@@ -137,7 +144,41 @@ class TestCommand(unittest.TestCase):
                                       "10 passed, 0 failed"])
         self.assertEqual(code, 0)
         self.assertFalse([line for line in self.logged() if "windows" in line])
-        self.assertTrue([line for line in self.logged() if "TARNWICK_SANITIZE=ON" in line])
+        self.assertTrue([line for line in self.logged() if "--preset sanitize" in line])
+        self.assertEqual(self.preset("sanitize")["cacheVariables"]["TARNWICK_SANITIZE"], "ON")
+
+    def test_builds_with_the_other_compiler_on_demand(self):
+        code, lines = self.run_it("--clang")
+        self.assertEqual(lines[-2:], ["Native: 10 passed, 0 failed, 0 skipped",
+                                      "10 passed, 0 failed"])
+        self.assertEqual(code, 0)
+        self.assertFalse([line for line in self.logged() if "windows" in line])
+        self.assertTrue([line for line in self.logged() if "--preset clang" in line])
+        self.assertEqual(self.preset("clang")["cacheVariables"]["CMAKE_CXX_COMPILER"], "clang++")
+
+    def test_looks_for_mistakes_in_what_was_changed(self):
+        code, lines = self.run_it()
+        self.assertIn("tidy changed", self.logged())
+        self.assertEqual(lines[-5], "Mistakes: none")
+        self.assertEqual(code, 0)
+        self.program("scripts/tidy", "#!/bin/bash\nexit 1\n")
+        code, lines = self.run_it()
+        self.assertEqual(lines[-5], "Mistakes: found")
+        self.assertEqual(lines[-1], "16 passed, 0 failed")
+        self.assertNotEqual(code, 0)
+
+    def test_looks_for_mistakes_once(self):
+        for switch in "--sanitize", "--clang":
+            self.run_it("--native", switch)
+        self.assertFalse([line for line in self.logged() if line.startswith("tidy")])
+
+    def test_looks_for_mistakes_everywhere_on_demand_and_does_nothing_else(self):
+        code, _ = self.run_it("--tidy")
+        self.assertEqual(code, 0)
+        self.assertEqual([line.split()[:2] for line in self.logged()],
+                         [["cmake", "--preset"], ["tidy", "all"]])
+        self.program("scripts/tidy", "#!/bin/bash\nexit 1\n")
+        self.assertNotEqual(self.run_it("--tidy")[0], 0)
 
 
 if __name__ == "__main__":
