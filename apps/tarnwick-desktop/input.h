@@ -15,7 +15,7 @@ class InputWatch {
   InputWatch& operator=(const InputWatch&) = delete;
 
  private:
-  static void on_readable(int file, void* watch);
+  static void on_readable(int file, void* userdata);
 
   std::function<void(const std::string&)> on_line_;
   std::function<void()> on_end_;

@@ -70,7 +70,7 @@ std::string address_of(const Options& options) {
     return told.empty() ? "unix:path=/run/dbus/system_bus_socket" : told;
   }
   for (const char* name : {"DBUS_STARTER_ADDRESS", "DBUS_SESSION_BUS_ADDRESS"}) {
-    if (const std::string told = environment(name); !told.empty()) return told;
+    if (std::string told = environment(name); !told.empty()) return told;
   }
   const std::string folder = environment("XDG_RUNTIME_DIR");
   if (folder.empty())

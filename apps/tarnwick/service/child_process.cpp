@@ -21,6 +21,7 @@ namespace {
 // The pieces of an environment, or of a command, as exec wants them.
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> list;
+  list.reserve(texts.size() + 1);
   for (std::string& text : texts) list.push_back(text.data());
   list.push_back(nullptr);
   return list;
