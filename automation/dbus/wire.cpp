@@ -111,7 +111,7 @@ std::string wire_text(const Text& text) {
   if (const char* obstacle = find_obstacle(text).what) {
     throw not_representable(std::string("The text holds ") + obstacle);
   }
-  const std::string utf8 = to_utf8(text);
+  std::string utf8 = to_utf8(text);
   if (utf8.size() > kMostBytes) {
     throw limit_exceeded("The text has " + std::to_string(utf8.size()) +
                          " bytes, more than one message carries (" + std::to_string(kMostBytes) +

@@ -134,7 +134,7 @@ class Worker {
   }
 
   std::string stop_before_step(int count) {
-    trace_.before_step = [this, count](TextView line) mutable {
+    trace_.before_step = [count](TextView line) mutable {
       if (--count == 0) stop_at(escaped(line));
     };
     return "ordered";
