@@ -223,7 +223,7 @@ bool update_write(SharedState& state, ado::Recordset& row) {
                    result = true;
                  }) &&
          [&] {
-           const auto connection = row.active_connection();
+           const auto& connection = row.active_connection();
            if (commits(state, *connection)) return true;
            quietly([&] { connection->rollback_trans(); });
            raise_message(state, u"Unable to update, record is locked!");

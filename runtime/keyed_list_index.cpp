@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kFirstTableSize = 16;
 constexpr std::size_t kFirstChunkUnits = 64;
-constexpr std::size_t kMostChunkUnits = 32 * 1024;
+constexpr std::size_t kMostChunkUnits = std::size_t{32} * 1024;
 constexpr std::size_t kMostSlots = std::numeric_limits<std::int32_t>::max();
 constexpr std::size_t kDeadAlwaysKept = 32;
 

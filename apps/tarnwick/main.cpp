@@ -43,8 +43,8 @@ constexpr const char* kFooter = R"(Examples:
 Every command has a --help of its own. The switches above may stand anywhere.
 
 Commands talk to the D-Bus service of the session and start it where nothing else does; without a
-session, or where they would disturb its other clients, they start one of their own. Only init, copy,
-upgrade and lock list always work on the database itself.
+session, or where they would disturb its other clients, they start one of their own. Only init,
+copy, upgrade and lock list always work on the database itself.
 
 Exit codes: 0 done; 1 failed, the account is on standard error; 2 wrong usage; 3 the record was
 changed by someone else since it was read; 4 another process maintains the row; 5 no such record;

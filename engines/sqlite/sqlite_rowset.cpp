@@ -193,6 +193,7 @@ std::optional<std::vector<StoredValue>> SqliteRowset::key_looked_for() const {
   const auto positions = key_positions();
   if (positions.empty()) return std::nullopt;
   std::vector<StoredValue> key;
+  key.reserve(positions.size());
   for (const auto position : positions) key.push_back(query_.values[position]);
   return key;
 }
@@ -282,6 +283,7 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
   }
   const std::vector<StoredValue> values = payloads.key;
   std::vector<ado::Cell> key;
+  key.reserve(values.size());
   for (const auto& value : values) key.push_back(cell_of(value));
   database_.log.update(std::move(payloads), key);
 }
