@@ -31,7 +31,7 @@ using MemberBinding =
 template <class T, Name kName>
 concept HasMethod = HasMember<T, kName> &&
     (kMemberOf<T, kName>.access == automation::Member::Access::kMethod ||
-     MemberBinding<T, kName>::kArguments > 0);
+     std::tuple_size_v<typename MemberBinding<T, kName>::Arguments> > 0);
 template <class T, Name kName>
 concept HasProperty = HasMember<T, kName> && !HasMethod<T, kName>;
 template <class T, Name kName>

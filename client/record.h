@@ -15,10 +15,6 @@ class Record final {
   /// collection of its own; Nothing where that refuses it.
   [[nodiscard]] static Record make(Transport& transport, const Row& row);
 
-  template <class T>
-  explicit Record(Transport& transport, const Proxy<T>& proxy)
-      : transport_(&transport), object_(proxy.object()) {}
-
   /// Whether it is an object at all, and not Nothing.
   explicit operator bool() const { return static_cast<bool>(object_); }
 

@@ -1,41 +1,55 @@
 #include "apps/tarnwick/maintenance/switches.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <set>
 
 namespace tarnwick::cli {
 namespace {
 
-using ::testing::ElementsAre;
+using automation::ClassId;
 
-std::vector<std::string> switches_of(automation::ClassId record_class) {
-  std::vector<std::string> switches;
-  for (const Attribute& attribute : client::attributes_of(record_class)) {
-    if (const std::string name = switch_of(attribute); !name.empty()) switches.push_back(name);
+std::string switch_for(ClassId record_class, std::string_view name) {
+  const Attribute* attribute = client::find_attribute(record_class, name);
+  EXPECT_NE(attribute, nullptr) << name;
+  return attribute == nullptr ? "" : switch_of(*attribute);
+}
+
+TEST(Switches, AreThePropertysNameInWords) {
+  EXPECT_EQ(switch_for(ClassId::kComponent, "Name"), "--name");
+  EXPECT_EQ(switch_for(ClassId::kComponent, "ForceDisplay"), "--force-display");
+  EXPECT_EQ(switch_for(ClassId::kRegisteredPC, "SoftwareVersion"), "--software-version");
+  EXPECT_EQ(switch_for(ClassId::kReport, "SQL"), "--sql");
+}
+
+TEST(Switches, AreCalledOtherwiseForAFew) {
+  EXPECT_EQ(switch_for(ClassId::kComponent, "ParentID"), "--parent");
+  EXPECT_EQ(switch_for(ClassId::kComponent, "ServerName"), "--server");
+  EXPECT_EQ(switch_for(ClassId::kRegisteredPC, "ImageIndex"), "--image");
+  EXPECT_EQ(switch_for(ClassId::kRegisteredPC, "DeActivatedBy"), "--deactivated-by");
+  EXPECT_EQ(switch_for(ClassId::kRegisteredPC, "DeActivatedDate"), "--deactivated-date");
+  EXPECT_EQ(switch_for(ClassId::kReport, "ReportGroupID"), "--group");
+  EXPECT_EQ(switch_for(ClassId::kReport, "ReportType"), "--type");
+  EXPECT_EQ(switch_for(ClassId::kReport, "Version"), "--report-version");
+}
+
+TEST(Switches, AreNotThereForKeysAndForWhatNoWriteStoresOrACommandOfItsOwnDoes) {
+  EXPECT_EQ(switch_for(ClassId::kComponent, "CompID"), "");
+  EXPECT_EQ(switch_for(ClassId::kComponent, "MetaID"), "");
+  EXPECT_EQ(switch_for(ClassId::kRegisteredPC, "MACNumber"), "");
+  EXPECT_EQ(switch_for(ClassId::kRegisteredPC, "RowVersion"), "");
+  EXPECT_EQ(switch_for(ClassId::kReport, "SoftLock"), "");
+  EXPECT_EQ(switch_for(ClassId::kReport, "TTX"), "");
+}
+
+TEST(Switches, OfOneRecordClassAreAllDifferent) {
+  for (const ClassId id : {ClassId::kComponent, ClassId::kRegisteredPC, ClassId::kReport}) {
+    std::set<std::string> seen;
+    for (const Attribute& attribute : client::attributes_of(id)) {
+      const std::string name = switch_of(attribute);
+      EXPECT_TRUE(name.empty() || seen.insert(name).second) << name;
+    }
   }
-  return switches;
-}
-
-TEST(Switches, OfAComponentAreMadeOfItsPropertiesNames) {
-  EXPECT_THAT(switches_of(automation::ClassId::kComponent),
-              ElementsAre("--name", "--parent", "--priority", "--image", "--force-display",
-                          "--maintenance-type", "--security-group", "--report-code", "--server"));
-}
-
-TEST(Switches, OfAPcAreMadeOfItsPropertiesNames) {
-  EXPECT_THAT(switches_of(automation::ClassId::kRegisteredPC),
-              ElementsAre("--maintenance-type", "--active", "--image", "--last-user",
-                          "--last-login", "--total-logins", "--activated-by", "--activate-date",
-                          "--deactivated-by", "--deactivated-date", "--software-version"));
-}
-
-TEST(Switches, OfAReportAreMadeOfItsPropertiesNames) {
-  EXPECT_THAT(
-      switches_of(automation::ClassId::kReport),
-      ElementsAre("--title", "--author", "--created", "--report-version", "--group", "--image",
-                  "--sql", "--type", "--description", "--maintenance-type", "--definition"));
 }
 
 }  // namespace
