@@ -13,6 +13,6 @@ inline constexpr const char* kVersionTable = "DW_ROW_VERSION";
 
 /// What that schema writes into user_version. Files that say 0 are older ones, which lack an index,
 /// and tables that were made otherwise.
-inline constexpr std::int32_t kSchemaVersion = 1;
+inline constexpr std::int32_t kSchemaVersion = TARNWICK_SCHEMA_VERSION;
 
 }  // namespace tarnwick::sqlite
