@@ -35,8 +35,8 @@ concept HasMethod = HasMember<T, kName> &&
 template <class T, Name kName>
 concept HasProperty = HasMember<T, kName> && !HasMethod<T, kName>;
 template <class T, Name kName>
-concept HasSetter = HasProperty<T, kName> && kMemberOf<T, kName>
-.access == automation::Member::Access::kGetLet;
+concept HasSetter = HasProperty<T, kName> &&
+    (kMemberOf<T, kName>.access == automation::Member::Access::kGetLet);
 
 // How a C++ type of the tables stands on this side.
 template <class T>
