@@ -44,9 +44,18 @@ struct Attribute {
 
 /// Whether the property in this row of the table is read, and never written.
 template <class Record>
-consteval bool is_read_only_row(std::size_t row) {
+constexpr bool is_read_only_row(std::size_t row) {
   return property_order::places<Record, property_order::InWriting>()[row] == 0 &&
          property_order::places<Record, property_order::InReading>()[row] != 0;
+}
+
+template <class Record>
+consteval std::size_t read_only_rows() {
+  std::size_t count = 0;
+  for (std::size_t row = 0; row < std::tuple_size_v<decltype(Properties<Record>::kAll)>; ++row) {
+    count += is_read_only_row<Record>(row) ? 1 : 0;
+  }
+  return count;
 }
 
 /// Which rows of the table the attributes come from, in their order.
@@ -54,11 +63,7 @@ template <class Record>
 consteval auto attribute_rows() {
   constexpr auto kWriting = property_order::places<Record, property_order::InWriting>();
   constexpr std::size_t kStored = property_order::last_place(kWriting);
-  constexpr std::size_t kAll = []<std::size_t... kRow>(std::index_sequence<kRow...>) {
-    return kStored + (std::size_t{is_read_only_row<Record>(kRow)} + ...);
-  }
-  (std::make_index_sequence<kWriting.size()>());
-  std::array<std::size_t, kAll> rows{};
+  std::array<std::size_t, kStored + read_only_rows<Record>()> rows{};
   std::size_t next = 0;
   for (const std::size_t row : property_order::rows_at<kStored>(kWriting)) rows[next++] = row;
   for (std::size_t row = 0; row < kWriting.size(); ++row) {
