@@ -13,10 +13,14 @@ namespace tarnwick::client {
 template <class T>
 class Proxy;
 
+template <class T>
+consteval bool has_member(std::string_view name) {
+  return std::apply([&](const auto&... members) { return ((members.name == name) || ...); },
+                    automation::MembersOf<T>::kAll);
+}
+
 template <class T, Name kName>
-concept HasMember =
-    std::apply([](const auto&... members) { return ((members.name == kName.view()) || ...); },
-               automation::MembersOf<T>::kAll);
+concept HasMember = has_member<T>(kName.view());
 
 /// The entry of the member in the table of its class.
 template <class T, Name kName>
