@@ -13,10 +13,18 @@ namespace tarnwick::cli {
 namespace {
 
 struct Counts {
-  std::int32_t components = 0;
-  std::int32_t pcs = 0;
-  std::int32_t reports = 0;
+  std::size_t components = 0;
+  std::size_t pcs = 0;
+  std::size_t reports = 0;
 };
+
+// Fetches the rows: what cannot be had of them is told.
+template <class Collection>
+std::size_t count(const Proxy<Collection>& list) {
+  auto rows = list.rows();
+  fill_gaps(rows);
+  return rows.size();
+}
 
 Counts load_all(const Session& session) {
   const Progress progress("Loading components, PCs and reports");
@@ -27,8 +35,8 @@ Counts load_all(const Session& session) {
   if (!done || !account.empty()) {
     refuse_load("components, PCs and reports", session.last_cause(), account);
   }
-  return {server.get<"Components">().get<"Count">(), server.get<"RegisteredPCs">().get<"Count">(),
-          server.get<"Reports">().get<"Count">()};
+  return {count(server.get<"Components">()), count(server.get<"RegisteredPCs">()),
+          count(server.get<"Reports">())};
 }
 
 void check(const Options& options) {

@@ -24,14 +24,7 @@ Loaded load_rows(const Session& session, const std::string& what, const Keep& ke
   Loaded loaded;
   loaded.complete = list.template call<"Refresh">();
   loaded.rows = list.rows();
-  for (Row& row : loaded.rows) {
-    if (row.complete()) continue;
-    row.fill();
-    tell_error(fmt::format("{} has a text that the bus cannot carry; it is shown as empty. With "
-                           "--in-process the service is not needed.",
-                           describe(row))
-                   .c_str());
-  }
+  fill_gaps(loaded.rows);
   std::erase_if(loaded.rows, [&](const Row& row) { return !keep(row); });
   loaded.account = session.last_error_msg();
   loaded.cause = session.last_cause();
@@ -61,6 +54,17 @@ Loaded load_pcs_of(const Session& session, std::int16_t comp_id) {
 }
 
 Loaded load_reports(const Session& session) { return load_rows<"Reports">(session, "the reports"); }
+
+void fill_gaps(std::vector<Row>& rows) {
+  for (Row& row : rows) {
+    if (row.complete()) continue;
+    row.fill();
+    tell_error(fmt::format("{} has a text that the bus cannot carry; it is shown as empty. With "
+                           "--in-process the service is not needed.",
+                           describe(row))
+                   .c_str());
+  }
+}
 
 void refuse_load(const std::string& what, const FailureCause& cause, TextView account) {
   throw failure_of(cause, fmt::format("Cannot load {}", what), account);

@@ -23,6 +23,9 @@ struct Loaded {
 [[nodiscard]] Loaded load_pcs_of(const Session& session, std::int16_t comp_id);
 [[nodiscard]] Loaded load_reports(const Session& session);
 
+/// Fills what is not known in rows that were fetched, and tells of each on standard error.
+void fill_gaps(std::vector<Row>& rows);
+
 /// Throws the Failure of a load of `what` ("the components") that left `cause` and `account`.
 [[noreturn]] void refuse_load(const std::string& what, const FailureCause& cause, TextView account);
 

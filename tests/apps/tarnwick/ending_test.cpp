@@ -37,7 +37,7 @@ TEST_F(Endings, BySignalsLeaveNoFiles) {
     program.wait_for(" locked.");
     EXPECT_FALSE(std::filesystem::is_empty(temporary()));
     program.send_signal(number);
-    EXPECT_EQ(program.end().signal, number);
+    EXPECT_EQ(program.end_with_open_input().signal, number);
     expect_nothing_left();
   }
 }

@@ -165,6 +165,10 @@ Ending Program::end() {
     close(input_);
     input_ = -1;
   }
+  return end_with_open_input();
+}
+
+Ending Program::end_with_open_input() {
   while (read_more()) {
   }
   int status = 0;

@@ -59,6 +59,8 @@ class Program {
 
   /// Closes its input and waits for its end.
   Ending end();
+  /// Waits for its end with its input open, so that it does not end by that.
+  Ending end_with_open_input();
 
  private:
   struct Stream {
