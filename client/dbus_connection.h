@@ -32,8 +32,8 @@ struct Questions {
   /// Told what has to be looked after while `box` waits for somebody: `look` is to be called before
   /// the wait and whenever there is something in `file`; when it returns false, the question is
   /// moot. Once more with -1 and nothing when the connection ends.
-  std::function<void(int file, std::function<bool()> look)> attend = [](int,
-                                                                        std::function<bool()>) {};
+  std::function<void(int file, const std::function<bool()>& look)> attend =
+      [](int, const std::function<bool()>&) {};
 };
 
 /// Calls the service, for as long as it takes, and answers its questions meanwhile. Must stay where

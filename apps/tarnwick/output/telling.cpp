@@ -73,7 +73,7 @@ void print_json(const nlohmann::ordered_json& json) {
 
 void show(const Options& options, const Row& row, const std::string& name) {
   if (!name.empty()) {
-    const AttributeValue value = row[attribute_named(row, name)];
+    const AttributeValue& value = row[attribute_named(row, name)];
     if (options.json) return print_json(to_json(value));
     fmt::print("{}\n", display(value));
     return;

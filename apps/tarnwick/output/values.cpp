@@ -152,9 +152,7 @@ nlohmann::ordered_json to_json(const AttributeValue& value) {
 AttributeValue parse(std::string_view name, std::string_view text, const AttributeValue& like) {
   return std::visit(
       [&]<class T>(const T&) -> AttributeValue {
-        if constexpr (std::is_same_v<T, Empty>) {
-          return parse_text(name, text);
-        } else if constexpr (std::is_same_v<T, Text>) {
+        if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Text>) {
           return parse_text(name, text);
         } else if constexpr (std::is_same_v<T, bool>) {
           return parse_bool(name, text);

@@ -26,9 +26,10 @@ struct Foundation {
   std::unique_ptr<client::DbusTransport> open_transport(std::unique_ptr<ServiceBus> on) {
     bus = std::move(on);
     return std::make_unique<client::DbusTransport>(
-        bus->get(), client::Questions{*message_box, [this](int file, std::function<bool()> look) {
-                                        input->set_meanwhile({file, std::move(look)});
-                                      }});
+        bus->get(),
+        client::Questions{*message_box, [this](int file, const std::function<bool()>& look) {
+                            input->set_meanwhile({file, look});
+                          }});
   }
 };
 
@@ -56,7 +57,8 @@ std::unique_ptr<Session> open_service(const Options& options, TextView connect_s
                                       std::unique_ptr<platform::MessageBox> message_box,
                                       std::shared_ptr<TerminalInput> input) {
   const bool named = options.system_bus || !options.address.empty();
-  const auto foundation = std::make_shared<Foundation>(std::move(message_box), std::move(input));
+  const auto foundation =
+      std::make_shared<Foundation>(Foundation{std::move(message_box), std::move(input), nullptr});
   std::unique_ptr<client::DbusTransport> transport;
   // A service that others use cannot be told to write a trace.
   if (options.trace_file.empty()) {

@@ -155,11 +155,12 @@ std::string enumeration(EnumerationId id) {
 
 template <class T>
 std::string dual_interface(const ClassIdentity& identity) {
-  std::string text = joined({"\n    [object, uuid(", identity.interface_uuid,
-                             "), dual, oleautomation, nonextensible, hidden,\n"
-                             "     pointer_default(unique), helpstring(\"",
-                             identity.help, "\")]\n    interface _", MembersOf<T>::kName,
-                             " : IDispatch\n    {\n"});
+  constexpr std::string_view kAttributes =
+      "), dual, oleautomation, nonextensible, hidden,\n"
+      "     pointer_default(unique), helpstring(\"";
+  std::string text =
+      joined({"\n    [object, uuid(", identity.interface_uuid, kAttributes, identity.help,
+              "\")]\n    interface _", MembersOf<T>::kName, " : IDispatch\n    {\n"});
   std::size_t place = 0;
   for (const Member& member : members_of<T>()) text += slots(member, place++);
   return text + "    };\n";
