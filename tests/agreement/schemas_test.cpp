@@ -19,10 +19,6 @@ using ::testing::UnorderedElementsAreArray;
 struct Column {
   std::string type;
   bool null = true;
-  friend bool operator==(const Column&, const Column&) = default;
-  friend void PrintTo(const Column& column, std::ostream* out) {
-    *out << column.type << (column.null ? " NULL" : " NOT NULL");
-  }
 };
 using Columns = std::map<std::string, Column>;
 
