@@ -10,7 +10,6 @@ namespace tarnwick::agreement {
 namespace {
 
 using automation::class_of;
-using automation::find_member;
 using automation::Member;
 
 template <class Record>
