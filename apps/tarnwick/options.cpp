@@ -98,6 +98,27 @@ std::string password_in(const std::string& file) {
   return line;
 }
 
+// A relative folder of an embedded database made absolute: whoever opens the database may stand in
+// another folder.
+Text with_absolute_folder(TextView connect_string) {
+  try {
+    ado::ConnectionString string = ado::ConnectionString::parse(connect_string);
+    const auto provider = string.find(u"Provider");
+    const auto folder = string.find(u"Data Source");
+    if (!provider || !equals_ignoring_case(*provider, kEmbedded) || !folder || folder->empty()) {
+      return Text(connect_string);
+    }
+    const std::filesystem::path path = platform::to_native_path(*folder);
+    if (path.is_absolute()) return Text(connect_string);
+    string.set(u"Data Source",
+               from_utf8((std::filesystem::current_path() / path).lexically_normal().string()));
+    return to_connect_string(string);
+  } catch (const Error& error) {
+    throw Failure(ExitCode::kUsage,
+                  fmt::format("The connection string cannot be read: {}", error.what()));
+  }
+}
+
 }  // namespace
 
 void add_options(CLI::App& app, Options& options) {
@@ -154,22 +175,13 @@ void add_options(CLI::App& app, Options& options) {
   in_process->excludes(system_bus)->excludes(address);
 }
 
-Text with_absolute_folder(TextView connect_string, const std::filesystem::path& here) {
-  try {
-    ado::ConnectionString string = ado::ConnectionString::parse(connect_string);
-    const auto provider = string.find(u"Provider");
-    const auto folder = string.find(u"Data Source");
-    if (!provider || !equals_ignoring_case(*provider, kEmbedded) || !folder || folder->empty()) {
-      return Text(connect_string);
-    }
-    const std::filesystem::path path = platform::to_native_path(*folder);
-    if (path.is_absolute()) return Text(connect_string);
-    string.set(u"Data Source", from_utf8((here / path).lexically_normal().string()));
-    return to_connect_string(string);
-  } catch (const Error& error) {
+Text connect_string_of(const Options& options) {
+  if (options.connect.empty()) {
     throw Failure(ExitCode::kUsage,
-                  fmt::format("The connection string cannot be read: {}", error.what()));
+                  "Which database? Name it by --connect or TARNWICK_CONNECT, for example\n"
+                  "  --connect 'Provider=Tarnwick.Embedded;Data Source=./var'");
   }
+  return with_absolute_folder(text_argument(options.connect));
 }
 
 Text embedded_connect_string(TextView folder) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <filesystem>
 #include <string>
 
 #include "platform/unattended_message_box.h"
@@ -32,9 +31,9 @@ struct Options {
 /// Makes the switches known to `app`; `options` must outlive it.
 void add_options(CLI::App& app, Options& options);
 
-/// `connect_string` with a relative folder of an embedded database made absolute: whoever opens the
-/// database may stand in another folder. Throws Failure (kUsage) for a string that cannot be read.
-[[nodiscard]] Text with_absolute_folder(TextView connect_string, const std::filesystem::path& here);
+/// The connection string that `options` name, with a relative folder of an embedded database made
+/// absolute. Throws Failure (kUsage) where they name none, or one that cannot be read.
+[[nodiscard]] Text connect_string_of(const Options& options);
 
 /// The connection string of the embedded database in `folder`.
 [[nodiscard]] Text embedded_connect_string(TextView folder);

@@ -18,13 +18,7 @@ namespace {
 constexpr TextView kDatabase = u"Velmar_Sec";
 
 std::filesystem::path folder_of(const Options& options) {
-  if (options.connect.empty()) {
-    throw Failure(ExitCode::kUsage,
-                  "Which database? Name it by --connect or TARNWICK_CONNECT, for example\n"
-                  "  --connect 'Provider=Tarnwick.Embedded;Data Source=./var'");
-  }
-  const Text text =
-      with_absolute_folder(text_argument(options.connect), std::filesystem::current_path());
+  const Text text = connect_string_of(options);
   try {
     const auto string = ado::ConnectionString::parse(text);
     const auto provider = string.find(u"Provider");

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -91,18 +90,13 @@ std::unique_ptr<Session> open_session(const Options& options, TextView connect_s
 }  // namespace
 
 Login login_of(const Options& options) {
-  if (options.connect.empty()) {
-    throw Failure(ExitCode::kUsage,
-                  "Which database? Name it by --connect or TARNWICK_CONNECT, for example\n"
-                  "  --connect 'Provider=Tarnwick.Embedded;Data Source=./var'");
-  }
+  Text connect_string = connect_string_of(options);
   if (options.role.empty()) {
     throw Failure(ExitCode::kUsage, "Which application role? Name it by --role or TARNWICK_ROLE.");
   }
   Text role = text_argument(options.role);
   require_no_quote(role, "The role");
-  return {with_absolute_folder(text_argument(options.connect), std::filesystem::current_path()),
-          std::move(role), read_password(options.password_file, false)};
+  return {std::move(connect_string), std::move(role), read_password(options.password_file, false)};
 }
 
 void connect_again(const Session& session, const Login& login) {
