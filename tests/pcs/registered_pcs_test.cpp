@@ -9,7 +9,6 @@ namespace tarnwick {
 namespace {
 
 using test_support::account;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr TextView kDuplicate =

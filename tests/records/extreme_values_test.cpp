@@ -12,7 +12,6 @@ namespace {
 using namespace std::string_view_literals;
 using platform::Answer;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 /// Values at and beyond the edges of what a row takes.
 class ExtremeValues : public test_support::ConnectedTest {

@@ -14,7 +14,6 @@ namespace {
 using test_support::account;
 using test_support::raised;
 using ::testing::Contains;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr std::int32_t kUnspecified = -2147467259;

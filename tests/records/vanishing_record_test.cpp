@@ -7,10 +7,8 @@
 namespace tarnwick {
 namespace {
 
-using platform::Answer;
 using test_support::ServerProcess;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 /// Records of all three kinds that go while they hold their rows.
 class VanishingRecord : public test_support::ConnectedTest {

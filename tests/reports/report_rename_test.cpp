@@ -7,11 +7,9 @@ namespace tarnwick {
 namespace {
 
 using test_support::account;
-using test_support::kOpenSales;
 using test_support::ServerProcess;
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 class ReportRename : public test_support::ReportTest {

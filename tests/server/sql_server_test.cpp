@@ -17,13 +17,10 @@ namespace tarnwick {
 namespace {
 
 using odbc_test::ScratchDatabase;
-using test_support::account;
 using test_support::EmbeddedDatabase;
 using test_support::locked_box;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 /// A server process on any engine.
@@ -174,7 +171,8 @@ TEST_F(SqlServerModel, ARowThatChangedMeanwhileIsNotOverwritten) {
 TEST_F(SqlServerModel, AReportFileOfTensOfMegabytesIsStoredAndExtracted) {
   add_rows();
   const auto made = loaded_process();
-  std::string content(30'000'001, '\0');
+  std::string content;
+  content.resize(30'000'001);
   for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 7 + i / 251);
   const auto file = made->folder.write("sales.rpt", content);
   const auto back = made->folder.path() / "back.rpt";

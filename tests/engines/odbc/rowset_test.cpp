@@ -10,7 +10,6 @@
 namespace tarnwick::odbc_test {
 namespace {
 
-using ado::AdoErrorNumber;
 using odbc::Diagnostic;
 using testing::ElementsAre;
 using testing::IsEmpty;

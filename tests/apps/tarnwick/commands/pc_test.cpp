@@ -5,10 +5,8 @@
 namespace tarnwick::cli {
 namespace {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 class PcCommands : public CommandLineTest {
  protected:
