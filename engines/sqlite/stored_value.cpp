@@ -146,31 +146,8 @@ ado::Cell cell_of(sqlite3_value* value) {
 }
 
 ado::Cell cell_of(sqlite3_stmt* statement, int column) {
-  using Kind = ado::Cell::Kind;
-  ado::Cell cell;
-  switch (sqlite3_column_type(statement, column)) {
-    case SQLITE_INTEGER:
-      cell.kind = Kind::kInt64;
-      cell.integer = sqlite3_column_int64(statement, column);
-      break;
-    case SQLITE_FLOAT:
-      cell.kind = Kind::kDouble;
-      cell.real = sqlite3_column_double(statement, column);
-      break;
-    case SQLITE_TEXT:
-      cell.kind = Kind::kUtf8;
-      cell.data = reinterpret_cast<const std::byte*>(sqlite3_column_text(statement, column));
-      cell.size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
-      break;
-    case SQLITE_BLOB:
-      cell.kind = Kind::kBytes;
-      cell.data = static_cast<const std::byte*>(sqlite3_column_blob(statement, column));
-      cell.size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
-      break;
-    default:
-      break;
-  }
-  return cell;
+  // Nobody else uses the connection: what belongs to the statement is as good as a value of its own.
+  return cell_of(sqlite3_column_value(statement, column));
 }
 
 }  // namespace tarnwick::sqlite
