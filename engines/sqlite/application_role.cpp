@@ -29,12 +29,12 @@ void add_role(Database& database, std::string_view name, std::string_view passwo
   const ByteBuffer salt = random_bytes(kSaltSize);
   const StoredValue values[] = {std::string(name), Blob{salt}, std::int64_t{kIterations},
                                 Blob{pbkdf2_sha512(password, salt, kIterations, kHashSize)}};
-  sqlite3_stmt* const statement = database.statement(
-      "INSERT INTO dbo.DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES (?, ?, ?, ?)");
-  const ResetAtEnd reset(statement);
-  bind_all(statement, values);
-  const int code = sqlite3_step(statement);
-  if (code != SQLITE_DONE) database.fail(code);
+  Execution insert(
+      database,
+      database.statement(
+          "INSERT INTO dbo.DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES (?, ?, ?, ?)"),
+      values);
+  insert.next();
 }
 
 bool role_admits(Database& database, std::string_view name, std::string_view password) {
@@ -42,13 +42,11 @@ bool role_admits(Database& database, std::string_view name, std::string_view pas
   ByteBuffer hash;
   std::int64_t iterations = kIterations;
   {
-    const StoredValue role = std::string(name);
+    const StoredValue role[] = {std::string(name)};
     sqlite3_stmt* const statement =
         database.statement("SELECT Salt, Iterations, Hash FROM dbo.DW_APP_ROLE WHERE RoleName = ?");
-    const ResetAtEnd reset(statement);
-    bind(statement, 1, role);
-    const int code = sqlite3_step(statement);
-    if (code == SQLITE_ROW) {
+    Execution look_up(database, statement, role);
+    if (look_up.next()) {
       salt = bytes_of(cell_of(statement, 0));
       iterations = sqlite3_column_int64(statement, 1);
       hash = bytes_of(cell_of(statement, 2));
@@ -57,8 +55,6 @@ bool role_admits(Database& database, std::string_view name, std::string_view pas
         throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
                             u"The application role's row in DW_APP_ROLE is damaged.");
       }
-    } else if (code != SQLITE_DONE) {
-      database.fail(code);
     }
   }
   const ByteBuffer given =
@@ -67,12 +63,11 @@ bool role_admits(Database& database, std::string_view name, std::string_view pas
 }
 
 bool has_roles(Database& database) {
-  sqlite3_stmt* const statement = database.statement(
-      "SELECT 1 FROM dbo.sqlite_master WHERE type = 'table' AND name = 'DW_APP_ROLE'");
-  const ResetAtEnd reset(statement);
-  const int code = sqlite3_step(statement);
-  if (code != SQLITE_ROW && code != SQLITE_DONE) database.fail(code);
-  return code == SQLITE_ROW;
+  return Execution(
+             database,
+             database.statement(
+                 "SELECT 1 FROM dbo.sqlite_master WHERE type = 'table' AND name = 'DW_APP_ROLE'"))
+      .next();
 }
 
 }  // namespace tarnwick::sqlite

@@ -19,10 +19,9 @@ std::vector<std::shared_ptr<Table>> read_tables(Database& database) {
       "SELECT t.name, c.name, c.cid, c.pk, c.\"notnull\" "
       "FROM dbo.sqlite_master t, pragma_table_xinfo(t.name, 'main') c "
       "WHERE t.type = 'table' ORDER BY t.name, c.pk");
-  const ResetAtEnd reset(statement);
+  Execution columns(database, statement);
   std::shared_ptr<Table> table;
-  int code = sqlite3_step(statement);
-  for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+  while (columns.next()) {
     if (table == nullptr || table->name != text_column(statement, 0)) {
       table = std::make_shared<Table>();
       table->name = text_column(statement, 0);
@@ -38,26 +37,22 @@ std::vector<std::shared_ptr<Table>> read_tables(Database& database) {
     if (sqlite3_column_int(statement, 4) != 0) table->required.push_back(column);
     if (sqlite3_stricmp(column.c_str(), "SoftLock") == 0) table->soft_lock_column = position;
   }
-  if (code != SQLITE_DONE) database.fail(code);
   return tables;
 }
 
 /// Looks whether the table, its triggers and its indexes are, word for word, those of the schema.
 void compare_with_schema(Database& database, Table& table) {
-  const StoredValue name = table.name;
+  const StoredValue name[] = {table.name};
   sqlite3_stmt* const statement = database.statement(
       "SELECT sql FROM dbo.sqlite_master WHERE tbl_name = ? AND sql IS NOT NULL");
-  const ResetAtEnd reset(statement);
-  bind(statement, 1, name);
+  Execution objects(database, statement, name);
   const std::string_view schema = kEmbeddedSchema;
   int triggers = 0;
-  int code = sqlite3_step(statement);
-  for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+  while (objects.next()) {
     const std::string sql = text_column(statement, 0);
     if (schema.find(sql) == std::string_view::npos) return;
     if (sql.starts_with("CREATE TRIGGER ")) ++triggers;
   }
-  if (code != SQLITE_DONE) database.fail(code);
   table.plain = true;
   table.versioned = triggers == 2;  // of an insert and of an update
 }

@@ -140,8 +140,8 @@ void Database::prepare_transactions() {
 void Database::use_write_ahead_log() {
   {
     const StatementHandle mode = prepare("PRAGMA dbo.journal_mode=WAL");
-    const int code = sqlite3_step(mode.get());
-    if (code != SQLITE_ROW) fail(code);
+    Execution execution(*this, mode.get());
+    execution.next();
     // SQLite says so without an error where the file's place does not allow it.
     if (sqlite3_stricmp(reinterpret_cast<const char*>(sqlite3_column_text(mode.get(), 0)), "wal") !=
         0) {
@@ -223,17 +223,15 @@ void Database::hook_changes(ChangeHook hook, void* context) {
 void Database::unhook_changes() { sqlite3_preupdate_hook(handle(), nullptr, nullptr); }
 
 std::int64_t Database::schema_version() {
-  const ResetAtEnd reset(schema_version_.get());
-  const int code = sqlite3_step(schema_version_.get());
-  if (code != SQLITE_ROW) fail(code);
+  Execution execution(*this, schema_version_.get());
+  execution.next();
   return sqlite3_column_int64(schema_version_.get(), 0);
 }
 
 void Database::step(sqlite3_stmt* statement) {
-  int code = sqlite3_step(statement);
-  while (code == SQLITE_ROW) code = sqlite3_step(statement);
-  sqlite3_reset(statement);
-  if (code != SQLITE_DONE) fail(code);
+  Execution execution(*this, statement);
+  while (execution.next()) {
+  }
 }
 
 void Database::fail(int code) const {
@@ -242,6 +240,12 @@ void Database::fail(int code) const {
                         Text(description_of(ado::AdoErrorNumber::kTimeout)), code);
   }
   throw_sqlite_error(handle(), code);
+}
+
+bool Execution::next() {
+  const int code = sqlite3_step(statement_);
+  if (code != SQLITE_ROW && code != SQLITE_DONE) database_.fail(code);
+  return code == SQLITE_ROW;
 }
 
 }  // namespace tarnwick::sqlite

@@ -11,6 +11,7 @@
 #include "engines/sqlite/call_time.h"
 #include "engines/sqlite/client_rules.h"
 #include "engines/sqlite/statement_cache.h"
+#include "engines/sqlite/stored_value.h"
 #include "runtime/text.h"
 
 namespace tarnwick::sqlite {
@@ -92,18 +93,28 @@ class Database final {
   StatementHandle schema_version_;
 };
 
-/// Leaves a statement ready for its next use.
-class ResetAtEnd final {
+/// A statement while it runs; ready for its next use afterwards. The values must outlive this.
+class Execution final {
  public:
-  explicit ResetAtEnd(sqlite3_stmt* statement) : statement_(statement) {}
-  ~ResetAtEnd() {
+  Execution(const Database& database, sqlite3_stmt* statement)
+      : database_(database), statement_(statement) {}
+  Execution(const Database& database, sqlite3_stmt* statement, std::span<const StoredValue> values)
+      : Execution(database, statement) {
+    bind_all(statement, values);
+  }
+  ~Execution() {
     sqlite3_reset(statement_);
     sqlite3_clear_bindings(statement_);
   }
-  ResetAtEnd(const ResetAtEnd&) = delete;
-  ResetAtEnd& operator=(const ResetAtEnd&) = delete;
+  Execution(const Execution&) = delete;
+  Execution& operator=(const Execution&) = delete;
+
+  [[nodiscard]] sqlite3_stmt* statement() const { return statement_; }
+  /// Goes to the next row; false behind the last one.
+  bool next();
 
  private:
+  const Database& database_;
   sqlite3_stmt* statement_;
 };
 

@@ -84,10 +84,8 @@ std::optional<std::vector<StoredValue>> other_spelling(Database& database, const
   for (std::size_t i = 0; i < key.size(); ++i) search.add(i, key[i]);
   if (search.is_pointless()) return std::nullopt;
   sqlite3_stmt* const statement = database.statement(search.sql());
-  const ResetAtEnd reset(statement);
-  bind_all(statement, search.values());
-  int code = sqlite3_step(statement);
-  for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+  Execution rows(database, statement, search.values());
+  while (rows.next()) {
     if (!search.matches(statement)) continue;
     std::vector<StoredValue> found;
     for (std::size_t i = 0; i < key.size(); ++i) {
@@ -95,7 +93,6 @@ std::optional<std::vector<StoredValue>> other_spelling(Database& database, const
     }
     return found;
   }
-  if (code != SQLITE_DONE) database.fail(code);
   return std::nullopt;
 }
 

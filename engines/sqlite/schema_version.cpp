@@ -8,11 +8,9 @@ namespace {
 
 /// The only number in the first row of what `sql` yields.
 std::int64_t number(Database& database, std::string_view sql) {
-  sqlite3_stmt* const statement = database.statement(sql);
-  const ResetAtEnd reset(statement);
-  const int code = sqlite3_step(statement);
-  if (code != SQLITE_ROW) database.fail(code);
-  return sqlite3_column_int64(statement, 0);
+  Execution execution(database, database.statement(sql));
+  execution.next();
+  return sqlite3_column_int64(execution.statement(), 0);
 }
 
 [[noreturn]] void refuse(TextView why) {

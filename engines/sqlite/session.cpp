@@ -121,21 +121,18 @@ void Session::rollback() { database().log.rollback(); }
 std::optional<std::vector<Text>> Session::columns_of(TextView table) {
   auto& open = admitted();
   open.start_call();
-  const StoredValue name = utf8_of(table);
+  const StoredValue name[] = {utf8_of(table)};
   std::vector<Text> columns;
   open.log.read([&](Database& database) {
     columns.clear();
     // The schema's own name is "main" to the function, whatever statements call it.
     sqlite3_stmt* const statement =
         database.statement("SELECT name FROM pragma_table_xinfo(?, 'main') WHERE hidden <> 1");
-    const ResetAtEnd reset(statement);
-    bind(statement, 1, name);
-    int code = sqlite3_step(statement);
-    for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
+    Execution rows(database, statement, name);
+    while (rows.next()) {
       columns.push_back(
           from_stored_utf8(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0))));
     }
-    if (code != SQLITE_DONE) database.fail(code);
   });
   return columns;
 }
@@ -169,12 +166,10 @@ void Session::run(const Prepared& prepared) {
     return;
   }
   open.log.read([&](Database& database) {
-    sqlite3_stmt* const statement = database.client_statement(prepared.query.sql);
-    const ResetAtEnd reset(statement);
-    bind_all(statement, prepared.query.values);
-    int code = sqlite3_step(statement);
-    while (code == SQLITE_ROW) code = sqlite3_step(statement);
-    if (code != SQLITE_DONE) database.fail(code);
+    Execution execution(database, database.client_statement(prepared.query.sql),
+                        prepared.query.values);
+    while (execution.next()) {
+    }
   });
 }
 

@@ -114,19 +114,17 @@ void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) con
 template <class TakeRow>
 bool SqliteRowset::run(Database& database, std::span<const StoredValue> values, TakeRow take_row) {
   sqlite3_stmt* const statement = database.client_statement(query_.sql);
-  const ResetAtEnd reset(statement);
-  bind_all(statement, values);
-  int code = sqlite3_step(statement);
+  Execution execution(database, statement, values);
+  const bool any = execution.next();
   // SQLite prepares a statement anew when the tables have changed: "*" may mean other columns now.
-  if (code == SQLITE_ROW && sqlite3_column_count(statement) != static_cast<int>(columns().size())) {
+  if (any && sqlite3_column_count(statement) != static_cast<int>(columns().size())) {
     throw AdoError(AdoErrorNumber::kUnspecified,
                    u"The table's columns have changed since the statement was opened.");
   }
-  const bool any = code == SQLITE_ROW;
-  for (; code == SQLITE_ROW; code = sqlite3_step(statement)) {
-    if (!take_row(statement)) return any;
+  if (any) {
+    while (take_row(statement) && execution.next()) {
+    }
   }
-  if (code != SQLITE_DONE) database.fail(code);
   return any;
 }
 

@@ -85,17 +85,15 @@ bool is_payload(const StoredValue& value) {
   return blob != nullptr && blob->bytes.size() >= kPayload;
 }
 
-void bind(sqlite3_stmt* statement, int index, const StoredValue& value) {
-  const int code = std::visit(Binder{statement, index}, value);
-  if (code != SQLITE_OK) {
-    throw ado::AdoError(ado::AdoErrorNumber::kCommandError, from_stored_utf8(sqlite3_errstr(code)),
-                        code);
-  }
-}
-
 void bind_all(sqlite3_stmt* statement, std::span<const StoredValue> values) {
   int index = 0;
-  for (const auto& value : values) bind(statement, ++index, value);
+  for (const auto& value : values) {
+    const int code = std::visit(Binder{statement, ++index}, value);
+    if (code != SQLITE_OK) {
+      throw ado::AdoError(ado::AdoErrorNumber::kCommandError,
+                          from_stored_utf8(sqlite3_errstr(code)), code);
+    }
+  }
 }
 
 ado::Cell cell_of(const StoredValue& value) {
@@ -146,7 +144,8 @@ ado::Cell cell_of(sqlite3_value* value) {
 }
 
 ado::Cell cell_of(sqlite3_stmt* statement, int column) {
-  // Nobody else uses the connection: what belongs to the statement is as good as a value of its own.
+  // Nobody else uses the connection: what belongs to the statement is as good as a value of its
+  // own.
   return cell_of(sqlite3_column_value(statement, column));
 }
 

@@ -25,10 +25,8 @@ using StoredValue = std::variant<std::nullptr_t, std::int64_t, double, std::stri
 /// Whether the value is so long that it is not to be written twice where that can be helped.
 [[nodiscard]] bool is_payload(const StoredValue& value);
 
-/// Binds without copying: `value` must outlive the statement's use. `index` counts from 1.
-void bind(sqlite3_stmt* statement, int index, const StoredValue& value);
-
-/// The same for the values of all parameters in their order.
+/// Binds the values of all parameters in their order, without copying: they must outlive the
+/// statement's use.
 void bind_all(sqlite3_stmt* statement, std::span<const StoredValue> values);
 
 /// A view of `value`, valid as long as that is.

@@ -36,12 +36,6 @@ bool bumps_version(const RowUpdate& update) {
          std::none_of(update.columns.begin(), update.columns.end(), is_version);
 }
 
-bool bump_version(Database& database, RowLocker& locker) {
-  sqlite3_stmt* const statement = database.statement(kBumpVersion);
-  const ResetAtEnd reset(statement);
-  return locker.run(statement);
-}
-
 std::string statement_of(const RowUpdate& update) {
   std::string sql;
   sql.reserve(512);
@@ -66,12 +60,6 @@ Write write_of(RowUpdate update) {
   std::move(update.key.begin(), update.key.end(), std::back_inserter(write.values));
   if (update.version) write.values.push_back(std::move(*update.version));
   return write;
-}
-
-void require_one_row(const Database& database) {
-  if (sqlite3_changes(database.handle()) != 1) {
-    throw ado::AdoError(ado::AdoErrorNumber::kRowNotLocated);
-  }
 }
 
 template <class Container, class Value>
@@ -215,43 +203,35 @@ void WriteLog::read(const std::function<void(Database&)>& body) {
   if (log_.empty()) return body(database_);
   last_seen_ = true;
   RowLocks::Set locks(locks_, RowLocks::Set::Listing::kUnlisted);
-  for (;;) {
-    std::int64_t byte = 0;
-    {
-      Shadow shadow(database_);
-      catalog_.refresh(shadow.database());
-      RowLocker locker(shadow.database(), catalog_, locks_, locks);
-      if (apply_log(shadow.database(), locker)) return body(shadow.database());
-      byte = *locker.blocking_byte();
-    }
-    wait_for(byte, locks);
-  }
+  while_blocked(locks, [&] {
+    Shadow shadow(database_);
+    catalog_.refresh(shadow.database());
+    RowLocker locker(shadow.database(), catalog_, locks_, locks);
+    if (apply_log(shadow.database(), locker)) body(shadow.database());
+    return locker.blocking_byte();
+  });
 }
 
 void WriteLog::in_file_transaction(RowLocks::Set& locks, Ending ending,
                                    const std::function<bool(RowLocker&)>& body) {
-  for (;;) {
-    std::int64_t byte = 0;
-    {
-      const FileTransaction transaction(database_);
-      RowLocker locker(database_, catalog_, locks_, locks);
-      catalog_.refresh(database_);
-      if (body(locker)) {
-        if (ending == Ending::kCommit) database_.commit();
-        return;
-      }
-      byte = *locker.blocking_byte();
-    }
-    wait_for(byte, locks);
-  }
+  while_blocked(locks, [&] {
+    const FileTransaction transaction(database_);
+    RowLocker locker(database_, catalog_, locks_, locks);
+    catalog_.refresh(database_);
+    if (body(locker) && ending == Ending::kCommit) database_.commit();
+    return locker.blocking_byte();
+  });
 }
 
-void WriteLog::wait_for(std::int64_t byte, RowLocks::Set& locks) {
-  // Nothing may be held while waiting that was not held before: two sessions would wait for each
-  // other without end.
-  locks.release();
-  while (locks_.is_foreign(byte)) {
-    if (!database_.time().pause()) throw ado::lock_timeout();
+void WriteLog::while_blocked(RowLocks::Set& locks,
+                             const std::function<std::optional<std::int64_t>()>& attempt) {
+  while (const auto byte = attempt()) {
+    // Nothing may be held while waiting that was not held before: two sessions would wait for each
+    // other without end.
+    locks.release();
+    while (locks_.is_foreign(*byte)) {
+      if (!database_.time().pause()) throw ado::lock_timeout();
+    }
   }
 }
 
@@ -261,34 +241,28 @@ bool WriteLog::apply_log(Database& database, RowLocker& locker) {
   });
 }
 
-bool WriteLog::apply(const Write& write, Database& database, RowLocker& locker) {
-  if (write.bumps_version && !bump_version(database, locker)) return false;
+bool WriteLog::apply(const Write& write, Database& database, RowLocker& locker, Run run) {
+  if (write.bumps_version) {
+    const Execution bump(database, database.statement(kBumpVersion));
+    if (!locker.run(bump.statement())) return false;
+  }
   sqlite3_stmt* const statement = write.author == Write::Author::kClient
                                       ? database.client_statement(write.statement)
                                       : database.statement(write.statement);
-  const ResetAtEnd reset(statement);
-  bind_all(statement, write.values);
-  if (!locker.run(statement)) return false;
-  if (write.one_row) {
-    require_one_row(database);
-  } else {
+  const Execution execution(database, statement, write.values);
+  if (!(locker.*run)(statement)) return false;
+  if (!write.one_row) {
     catalog_.refresh(database);  // it may have made or changed a table
+  } else if (sqlite3_changes(database.handle()) != 1) {
+    throw ado::AdoError(ado::AdoErrorNumber::kRowNotLocated);
   }
   return true;
 }
 
 bool WriteLog::apply(const RowUpdate& update, Database& database, RowLocker& locker) {
-  if (bumps_version(update) && !bump_version(database, locker)) return false;
-  sqlite3_stmt* const statement = database.statement(statement_of(update));
-  const ResetAtEnd reset(statement);
-  int index = 0;
-  for (const auto& column : update.columns) bind(statement, ++index, column.value);
-  for (const auto& value : update.key) bind(statement, ++index, value);
-  if (update.version) bind(statement, ++index, *update.version);
   const bool locked = catalog_.find(update.table->name) == update.table;
-  if (!(locked ? locker.run_unlocked(statement) : locker.run(statement))) return false;
-  require_one_row(database);
-  return true;
+  return apply(write_of(update), database, locker,
+               locked ? &RowLocker::run_unlocked : &RowLocker::run);
 }
 
 }  // namespace tarnwick::sqlite

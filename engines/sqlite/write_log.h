@@ -81,19 +81,23 @@ class WriteLog final {
   enum class Ending { kCommit, kRollback };
   using Entry = std::variant<Write, RowUpdate>;
 
-  /// Runs `body` in a transaction of SQLite, locking for `locks`. Where it returns false, another
-  /// session's row was in the way: waits for that row and runs it again.
+  /// Runs `attempt` anew, each time after a wait with `locks` freed, as long as it returns the byte
+  /// of another session's row that was in its way.
+  void while_blocked(RowLocks::Set& locks,
+                     const std::function<std::optional<std::int64_t>()>& attempt);
+  /// Runs `body` in a transaction of SQLite, locking for `locks`, until no other session's row is
+  /// in its way; it returns false where one was.
   void in_file_transaction(RowLocks::Set& locks, Ending ending,
                            const std::function<bool(RowLocker&)>& body);
-  /// Frees `locks` and waits for the row whose byte this is.
-  void wait_for(std::int64_t byte, RowLocks::Set& locks);
 
   /// Of a load: there is no log, and no way back behind a row of another session.
   void apply_at_once(const Write& write);
 
   /// On `database`; false when a row of another session is in the way.
   [[nodiscard]] bool apply_log(Database& database, RowLocker& locker);
-  [[nodiscard]] bool apply(const Write& write, Database& database, RowLocker& locker);
+  using Run = bool (RowLocker::*)(sqlite3_stmt*);
+  [[nodiscard]] bool apply(const Write& write, Database& database, RowLocker& locker,
+                           Run run = &RowLocker::run);
   [[nodiscard]] bool apply(const RowUpdate& update, Database& database, RowLocker& locker);
   struct RowAtHand {
     std::int64_t byte = 0;  // of its lock
