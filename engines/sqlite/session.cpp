@@ -141,8 +141,12 @@ std::vector<ado::HeldRow> Session::held_rows() { return admitted().locks.held_ro
 
 std::optional<Session::Prepared> Session::prepare(TextView statement) {
   const std::string sql = utf8_of(statement);
-  if (const auto own = parse_session_statement(statement)) {
-    run(*own);
+  if (const auto own = parse_session_statement(sql)) {
+    if (const auto* timeout = std::get_if<SetLockTimeout>(&*own)) {
+      lock_timeout_ = timeout->milliseconds;
+    } else {
+      enter_role(std::get<SetAppRole>(*own));
+    }
     return std::nullopt;
   }
   auto& open = admitted();
@@ -187,14 +191,6 @@ std::shared_ptr<const Shape> Session::shape_of(const Prepared& prepared) {
   return known.shape;
 }
 
-void Session::run(const SessionStatement& statement) {
-  if (const auto* timeout = std::get_if<SetLockTimeout>(&statement)) {
-    lock_timeout_ = timeout->milliseconds;
-  } else {
-    enter_role(std::get<SetAppRole>(statement));
-  }
-}
-
 void Session::enter_role(const SetAppRole& role) {
   auto& open = database();
   if (open.log.in_transaction()) {
@@ -206,7 +202,7 @@ void Session::enter_role(const SetAppRole& role) {
                    u"The session has entered an application role already.");
   }
   open.database.time().start(Database::kOpeningWait, statement_limit_);
-  if (!role_admits(open.database, to_utf8(role.role), to_utf8(role.password))) {
+  if (!role_admits(open.database, role.role, role.password)) {
     throw AdoError(AdoErrorNumber::kAuthenticationFailed,
                    u"The application role does not exist, or the password is not its password.",
                    kNativeCannotSetRole);

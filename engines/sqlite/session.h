@@ -38,7 +38,6 @@ class Session final : public ado::EngineSession {
     std::shared_ptr<const Shape> shape;
   };
 
-  void run(const SessionStatement& statement);
   void enter_role(const SetAppRole& role);
   /// The client's statement; nothing when it concerned the session and has been carried out.
   [[nodiscard]] std::optional<Prepared> prepare(TextView statement);

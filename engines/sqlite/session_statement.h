@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <variant>
-
-#include "runtime/text.h"
 
 namespace tarnwick::sqlite {
 
@@ -14,8 +15,8 @@ struct SetLockTimeout {
 
 /// EXEC sp_setapprole 'role','password'
 struct SetAppRole {
-  Text role;
-  Text password;
+  std::string role;
+  std::string password;
 };
 
 using SessionStatement = std::variant<SetLockTimeout, SetAppRole>;
@@ -23,6 +24,6 @@ using SessionStatement = std::variant<SetLockTimeout, SetAppRole>;
 /// The statements that concern the session and not the tables, as SQL Server words them; nothing
 /// for any other statement. Throws AdoError -2147217900 for one that begins like them and is
 /// malformed; the description shows nothing of its arguments.
-[[nodiscard]] std::optional<SessionStatement> parse_session_statement(TextView statement);
+[[nodiscard]] std::optional<SessionStatement> parse_session_statement(std::string_view statement);
 
 }  // namespace tarnwick::sqlite

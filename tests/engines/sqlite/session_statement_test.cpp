@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ado/error.h"
+#include "runtime/text.h"
 #include "tests/support/thrown_error.h"
 
 namespace tarnwick::sqlite {
@@ -12,16 +13,16 @@ using test_support::error_description_of;
 using test_support::error_number_of;
 
 std::optional<std::int32_t> timeout_of(TextView statement) {
-  const auto parsed = parse_session_statement(statement);
+  const auto parsed = parse_session_statement(to_utf8(statement));
   if (!parsed || !std::holds_alternative<SetLockTimeout>(*parsed)) return std::nullopt;
   return std::get<SetLockTimeout>(*parsed).milliseconds;
 }
 
 std::optional<std::pair<Text, Text>> role_of(TextView statement) {
-  const auto parsed = parse_session_statement(statement);
+  const auto parsed = parse_session_statement(to_utf8(statement));
   if (!parsed || !std::holds_alternative<SetAppRole>(*parsed)) return std::nullopt;
   const auto& role = std::get<SetAppRole>(*parsed);
-  return std::pair(role.role, role.password);
+  return std::pair(from_utf8(role.role), from_utf8(role.password));
 }
 
 std::pair<Text, Text> texts(TextView role, TextView password) {
@@ -40,7 +41,8 @@ TEST(SessionStatement, RefusesAMalformedLockTimeout) {
        {u"SET LOCK_TIMEOUT", u"SET LOCK_TIMEOUT x", u"SET LOCK_TIMEOUT 5 6", u"SET LOCK_TIMEOUT -2",
         u"SET LOCK_TIMEOUT 2147483648", u"SET LOCK_TIMEOUT 1.5", u"SET LOCK_TIMEOUT -",
         u"SET LOCK_TIMEOUT 5; SELECT 1"}) {
-    EXPECT_EQ(error_number_of([&] { return parse_session_statement(statement); }), -2147217900)
+    EXPECT_EQ(error_number_of([&] { return parse_session_statement(to_utf8(statement)); }),
+              -2147217900)
         << to_utf8(statement);
   }
 }
@@ -61,7 +63,7 @@ TEST(SessionStatement, RefusesAMalformedRoleStatementWithoutShowingThePassword) 
         u"EXEC sp_setapprole r, secret", u"EXEC sp_setapprole 'r','secret'; DELETE FROM x",
         u"EXEC sp_setapprole 'r','secret','more'", u"EXEC sp_other 'secret'", u"EXEC 'secret'",
         u"EXEC", u"EXEC sp_setapprole2 'r','secret'"}) {
-    const auto call = [&] { return parse_session_statement(statement); };
+    const auto call = [&] { return parse_session_statement(to_utf8(statement)); };
     EXPECT_EQ(error_number_of(call), -2147217900) << to_utf8(statement);
     EXPECT_EQ(
         error_description_of(call),
@@ -73,7 +75,7 @@ TEST(SessionStatement, LeavesOtherStatementsAlone) {
   for (const TextView statement :
        {u"", u"  ", u"SELECT 1", u"SET x = 1", u"SETTINGS", u"EXECUTOR", u"SET LOCK_TIMEOUTS 5",
         u"/* x */ EXEC y", u"Select * From DW_Reports Where ReportName = 'EXEC'"}) {
-    EXPECT_FALSE(parse_session_statement(statement)) << to_utf8(statement);
+    EXPECT_FALSE(parse_session_statement(to_utf8(statement))) << to_utf8(statement);
   }
 }
 
