@@ -130,16 +130,12 @@ void Connection::finish_rollback() {
 
 std::vector<HeldRow> Connection::held_rows() {
   require_open();
-  std::vector<HeldRow> rows;
-  engine_step([&](EngineSession& session) { rows = session.held_rows(); });
-  return rows;
+  return engine_step([](EngineSession& session) { return session.held_rows(); });
 }
 
 std::optional<std::vector<Text>> Connection::columns_of(TextView table) {
   require_open();
-  std::optional<std::vector<Text>> columns;
-  engine_step([&](EngineSession& session) { columns = session.columns_of(table); });
-  return columns;
+  return engine_step([&](EngineSession& session) { return session.columns_of(table); });
 }
 
 void Connection::trace_failure(const AdoError& error) const {

@@ -88,10 +88,10 @@ class Connection final {
   /// engine reports a lost connection, traces it and closes the connection before the error goes
   /// on.
   template <class Step>
-  void engine_step(Step&& step) {
+  auto engine_step(Step&& step) {
     try {
       finish_rollback();
-      step(*session_);
+      return step(*session_);
     } catch (const ConnectionLost& error) {
       trace_failure(error);
       drop_session();

@@ -1,7 +1,6 @@
 #include "ado/recordset.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -16,42 +15,9 @@ constexpr std::size_t kAllRows = std::numeric_limits<std::size_t>::max();
 // time must not make the list grow.
 constexpr std::size_t kMostLookUps = 64;
 
-TextView location_word(CursorLocation location) {
-  return location == CursorLocation::kClient ? u"client" : u"server";
-}
-
-TextView type_word(CursorType type) {
-  switch (type) {
-    case CursorType::kForwardOnly:
-      return u"forward-only";
-    case CursorType::kKeyset:
-      return u"keyset";
-    case CursorType::kDynamic:
-      return u"dynamic";
-    case CursorType::kStatic:
-      return u"static";
-  }
-  return {};
-}
-
-TextView lock_word(LockType lock) {
-  switch (lock) {
-    case LockType::kReadOnly:
-      return u"read-only";
-    case LockType::kPessimistic:
-      return u"pessimistic";
-    case LockType::kOptimistic:
-      return u"optimistic";
-    case LockType::kBatchOptimistic:
-      return u"batch";
-  }
-  return {};
-}
-
-// The library compares char16_t one by one; names are compared for every value that is read.
-bool is_same_text(TextView a, TextView b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
-}
+// For the trace, by the values of the enumerations.
+constexpr TextView kTypeWords[] = {u"forward-only", u"keyset", u"dynamic", u"static"};
+constexpr TextView kLockWords[] = {u"", u"read-only", u"pessimistic", u"optimistic", u"batch"};
 
 }  // namespace
 
@@ -98,8 +64,9 @@ void Recordset::open(TextView statement, std::int32_t options) {
                               .type = cursor_type(),
                               .lock = lock_,
                               .wait_for_rows = wait_for_rows_};
-  connection_->trace_line(u"Open ", location_word(request.location), u" ", type_word(request.type),
-                          u" ", lock_word(request.lock), u": ", statement);
+  connection_->trace_line(u"Open ", location_ == CursorLocation::kClient ? u"client" : u"server",
+                          u" ", kTypeWords[static_cast<std::size_t>(request.type)], u" ",
+                          kLockWords[static_cast<std::size_t>(lock_)], u": ", statement);
 
   connection_->engine_step([&](EngineSession& session) { rowset_ = session.open(request); });
   if (rowset_->columns().empty()) {
@@ -110,16 +77,7 @@ void Recordset::open(TextView statement, std::int32_t options) {
   try {
     rows_.emplace(rowset_->columns().size());
     cells_.resize(rowset_->columns().size());
-    if (holds_all_rows()) {
-      fetch(kAllRows);
-      if (rows_->rows() != 0) {
-        stand_on(0);
-      } else {
-        stand_behind_last();
-      }
-    } else {
-      fetch_next();
-    }
+    fetch_next(holds_all_rows() ? kAllRows : 1);
   } catch (...) {
     drop_rows();
     throw;
@@ -162,7 +120,7 @@ void Recordset::move_next() {
   finish_edit();
   if (at_end_) throw AdoError(AdoErrorNumber::kNoCurrentRecord);
   if (!holds_all_rows() && !last_row_) {
-    fetch_next();
+    fetch_next(1);
   } else if (row_ + 1 < rows_->rows()) {
     stand_on(row_ + 1);
   } else {
@@ -285,7 +243,7 @@ bool Recordset::holds_all_rows() const {
 // followed the last time, and the very same literal.
 std::size_t Recordset::column_of(TextView name) {
   const auto is_same = [&](const LookedUp& entry) {
-    return entry.data == name.data() && is_same_text(entry.name, name);
+    return entry.data == name.data() && same_units(entry.name, name);
   };
   if (next_look_up_ >= looked_up_.size()) next_look_up_ = 0;
   if (looked_up_.empty() || !is_same(looked_up_[next_look_up_])) {
@@ -341,16 +299,12 @@ void Recordset::insert_row(std::span<const Assignment> assigned) {
   last_row_ = true;
 }
 
-void Recordset::fetch(std::size_t limit) {
-  connection_->engine_step([&](EngineSession&) { rowset_->fetch(*rows_, limit); });
-  rows_seen_ += rows_->rows();
-}
-
-void Recordset::fetch_next() {
+void Recordset::fetch_next(std::size_t limit) {
   on_row_ = false;
   rows_->clear();
   written_.clear();
-  fetch(1);
+  connection_->engine_step([&](EngineSession&) { rowset_->fetch(*rows_, limit); });
+  rows_seen_ += rows_->rows();
   if (rows_->rows() == 0) {
     stand_behind_last();
   } else {

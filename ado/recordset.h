@@ -3,12 +3,14 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "ado/connection.h"
-#include "ado/field.h"
 
 namespace tarnwick::ado {
+
+class Field;
 
 /// The rows of a statement, with ADO's rules: a current row between BOF and EOF, an edit buffer, a
 /// buffer for a new row. A client cursor holds all its rows from the open on (and is static,
@@ -116,8 +118,8 @@ class Recordset final {
   void end_edit();
   void write_row(std::span<const Assignment> assigned);
   void insert_row(std::span<const Assignment> assigned);
-  void fetch(std::size_t limit);
-  void fetch_next();
+  /// In place of the rows that are held.
+  void fetch_next(std::size_t limit);
   void stand_on(std::size_t row);
   void stand_behind_last();
   /// Closes without a word to the engine's session, whatever is pending.
@@ -145,6 +147,27 @@ class Recordset final {
 
   std::vector<LookedUp> looked_up_;
   std::size_t next_look_up_ = 0;
+};
+
+/// A column of a recordset's current row. A light handle, for use while its recordset lives. All
+/// members: error 3704 once the recordset is closed.
+class Field {
+ public:
+  Field(Recordset& recordset, std::size_t index) : recordset_(&recordset), index_(index) {}
+
+  [[nodiscard]] const Text& name() const { return recordset_->name_of(index_); }
+  /// Error 3021 without a current row.
+  [[nodiscard]] Variant value() const { return recordset_->value_at(index_); }
+  /// Error 3021 without a current row.
+  [[nodiscard]] bool is_null() const { return recordset_->is_null_at(index_); }
+  /// Puts `value` as it is (Empty as Null) into the edit buffer of the current or new row, for
+  /// Recordset::update. Errors: 3021, 3251 on a read-only recordset, 5 for a date outside the years
+  /// 100 to 9999, which no engine keeps as one.
+  void set_value(Variant value) { recordset_->assign(index_, std::move(value)); }
+
+ private:
+  Recordset* recordset_;
+  std::size_t index_;
 };
 
 }  // namespace tarnwick::ado

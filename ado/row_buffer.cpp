@@ -1,7 +1,6 @@
 #include "ado/row_buffer.h"
 
 #include <algorithm>
-#include <type_traits>
 #include <utility>
 
 namespace tarnwick::ado {
@@ -35,40 +34,26 @@ Text text_of(const std::byte* data, std::size_t size) {
   return text;
 }
 
+struct ToCell {
+  using Kind = Cell::Kind;
+  Cell operator()(Empty) const { return {}; }
+  Cell operator()(Null) const { return {}; }
+  Cell operator()(bool value) const { return {.kind = Kind::kBool, .integer = value}; }
+  Cell operator()(std::int16_t value) const { return {.kind = Kind::kInt16, .integer = value}; }
+  Cell operator()(std::int32_t value) const { return {.kind = Kind::kInt32, .integer = value}; }
+  Cell operator()(std::int64_t value) const { return {.kind = Kind::kInt64, .integer = value}; }
+  Cell operator()(double value) const { return {.kind = Kind::kDouble, .real = value}; }
+  Cell operator()(Date value) const { return {.kind = Kind::kDate, .real = value.days}; }
+  Cell operator()(const Text& value) const {
+    const auto units = std::as_bytes(std::span(value));
+    return {.kind = Kind::kUtf16, .data = units.data(), .size = units.size()};
+  }
+  Cell operator()(const Bytes& value) const { return Cell::of(value); }
+};
+
 }  // namespace
 
-Cell Cell::of(const Variant& value) {
-  const auto whole = [](Kind of_kind, std::int64_t number) {
-    return Cell{.kind = of_kind, .integer = number};
-  };
-  const auto run = [](Kind of_kind, const void* begin, std::size_t length) {
-    return Cell{.kind = of_kind, .data = static_cast<const std::byte*>(begin), .size = length};
-  };
-  return std::visit(
-      [&](const auto& held) -> Cell {
-        using T = std::decay_t<decltype(held)>;
-        if constexpr (std::is_same_v<T, bool>) {
-          return whole(Kind::kBool, held);
-        } else if constexpr (std::is_same_v<T, std::int16_t>) {
-          return whole(Kind::kInt16, held);
-        } else if constexpr (std::is_same_v<T, std::int32_t>) {
-          return whole(Kind::kInt32, held);
-        } else if constexpr (std::is_same_v<T, std::int64_t>) {
-          return whole(Kind::kInt64, held);
-        } else if constexpr (std::is_same_v<T, double>) {
-          return {.kind = Kind::kDouble, .real = held};
-        } else if constexpr (std::is_same_v<T, Date>) {
-          return {.kind = Kind::kDate, .real = held.days};
-        } else if constexpr (std::is_same_v<T, Text>) {
-          return run(Kind::kUtf16, held.data(), held.size() * sizeof(char16_t));
-        } else if constexpr (std::is_same_v<T, Bytes>) {
-          return of(held);
-        } else {
-          return {};
-        }
-      },
-      value);
-}
+Cell Cell::of(const Variant& value) { return std::visit(ToCell{}, value); }
 
 Variant Cell::to_variant() const {
   switch (kind) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstring>
 #include <limits>
 
 #include "runtime/case_mapping.h"
@@ -20,11 +19,6 @@ constexpr std::size_t kDeadAlwaysKept = 32;
 
 /// Whether a table of `places` is full enough, with `slots` in it, to make probing slow.
 bool crowded(std::size_t slots, std::size_t places) { return slots > places / 4 * 3; }
-
-/// The library's own comparison goes unit by unit.
-bool same_units(TextView a, TextView b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
-}
 
 /// Makes the next push_back or emplace_back free of failure.
 template <class T>
@@ -203,35 +197,26 @@ bool KeyedListIndex::remove(std::size_t slot) {
   return dead_ > size() + kDeadAlwaysKept;
 }
 
-KeyedListIndex::Compacted KeyedListIndex::prepare_compact() const {
-  Compacted compacted;
-  compacted.entries.reserve(size());
-  compacted.serials.reserve(size());
+KeyedListIndex KeyedListIndex::without_dead_slots() const {
+  KeyedListIndex compacted;
+  compacted.entries_.reserve(size());
+  compacted.serials_.reserve(size());
   std::size_t places = kFirstTableSize;
   while (crowded(size() + 1, places)) places *= 2;
-  compacted.table.resize(places);
+  compacted.table_.resize(places);
   for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
     const Entry& entry = entries_[slot];
     if (!entry.live()) continue;
-    char16_t* key = compacted.keys.room(entry.size);
+    char16_t* key = compacted.keys_.room(entry.size);
     std::ranges::copy(entry.view(), key);
-    compacted.keys.commit(entry.size);
-    compacted.entries.push_back({key, entry.size, entry.hash});
-    compacted.serials.push_back(serial_of(slot));
+    compacted.keys_.commit(entry.size);
+    compacted.entries_.push_back({key, entry.size, entry.hash});
+    compacted.serials_.push_back(serial_of(slot));
   }
+  compacted.fill_table();
+  compacted.first_serial_ = compacted.next_serial_ = next_serial_;
+  compacted.generation_ = generation_ + 1;
   return compacted;
-}
-
-void KeyedListIndex::finish_compact(Compacted compacted) noexcept {
-  entries_ = std::move(compacted.entries);
-  serials_ = std::move(compacted.serials);
-  keys_ = std::move(compacted.keys);
-  table_ = std::move(compacted.table);
-  fill_table();
-  dead_tree_ = {};
-  dead_ = 0;
-  if (entries_.empty()) first_serial_ = next_serial_;
-  ++generation_;
 }
 
 std::uint64_t KeyedListIndex::serial_of(std::size_t slot) const {

@@ -35,11 +35,11 @@ class KeyedListIndex {
   /// `moved` must not throw; nothing has changed when memory runs out.
   template <class Moved>
   void compact(Moved moved) {
-    Compacted compacted = prepare_compact();
+    KeyedListIndex compacted = without_dead_slots();
     for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
       if (entries_[slot].live()) moved(slot);
     }
-    finish_compact(std::move(compacted));
+    *this = std::move(compacted);
   }
 
   [[nodiscard]] std::size_t size() const { return entries_.size() - dead_; }
@@ -77,14 +77,6 @@ class KeyedListIndex {
     std::size_t capacity_ = 0;  // of the last chunk
   };
 
-  /// What replaces the members when the dead slots go.
-  struct Compacted {
-    std::vector<Entry> entries;
-    std::vector<std::uint32_t> table;
-    std::vector<std::uint64_t> serials;
-    KeyStore keys;
-  };
-
   [[nodiscard]] std::size_t probe(TextView folded, std::uint32_t hash) const;
   [[nodiscard]] std::uint32_t tagged(std::size_t slot, std::uint32_t hash) const;
   void fill_table() noexcept;
@@ -93,8 +85,7 @@ class KeyedListIndex {
   void count_dead(std::size_t slot);
   [[nodiscard]] std::uint64_t serial_of(std::size_t slot) const;
   [[nodiscard]] std::size_t slot_of_serial(std::uint64_t serial) const;
-  [[nodiscard]] Compacted prepare_compact() const;
-  void finish_compact(Compacted compacted) noexcept;
+  [[nodiscard]] KeyedListIndex without_dead_slots() const;
 
   std::vector<Entry> entries_;
   // Open addressing, a power of two of places. A place holds slot + 1 in its low bits and, in the

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -30,6 +31,11 @@ inline constexpr TextView kCrLf = u"\r\n";
 
 /// UTF-16 of `utf8`, with U+FFFD for every malformed sequence. Never throws; ASCII is quick.
 [[nodiscard]] Text from_stored_utf8(std::string_view utf8);
+
+/// Whether the two are equal. Quicker than the library's own comparison, which goes unit by unit.
+[[nodiscard]] inline bool same_units(TextView a, TextView b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+}
 
 /// `text` without blanks (U+0020) at its ends.
 [[nodiscard]] TextView trim(TextView text);

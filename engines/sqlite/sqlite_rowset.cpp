@@ -11,20 +11,13 @@ namespace {
 using ado::AdoError;
 using ado::AdoErrorNumber;
 
-std::string upper_ascii(const char* text) {
-  std::string result = text != nullptr ? text : "";
-  for (char& c : result) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return result;
-}
-
 Reading reading_of(const char* declared_type) {
-  const auto type = upper_ascii(declared_type);
-  const auto has = [&](std::string_view part) { return type.find(part) != std::string::npos; };
-  if (type == "BIT" || has("BOOL")) return Reading::kBoolean;
-  if (has("SMALLINT")) return Reading::kSmallInteger;
-  if (has("DATE")) return Reading::kDate;
+  const auto is_like = [&](const char* pattern) {
+    return declared_type != nullptr && sqlite3_strlike(pattern, declared_type, 0) == 0;
+  };
+  if (is_like("BIT") || is_like("%BOOL%")) return Reading::kBoolean;
+  if (is_like("%SMALLINT%")) return Reading::kSmallInteger;
+  if (is_like("%DATE%")) return Reading::kDate;
   return Reading::kAsStored;
 }
 
