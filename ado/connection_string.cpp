@@ -1,7 +1,6 @@
 #include "ado/connection_string.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "ado/error.h"
@@ -162,10 +161,8 @@ void ConnectionString::set(TextView name, Text value) {
 }
 
 bool ConnectionString::is_for_ole_db(TextView name) {
-  constexpr TextView kNames[] = {u"OLE DB Services", u"Persist Security Info", u"Prompt",
-                                 u"Window Handle", u"Locale Identifier"};
-  return std::any_of(std::begin(kNames), std::end(kNames),
-                     [&](TextView known) { return equals_ignoring_case(name, known); });
+  return is_one_of(name, {u"OLE DB Services", u"Persist Security Info", u"Prompt", u"Window Handle",
+                          u"Locale Identifier"});
 }
 
 Text ConnectionString::without_passwords(TextView text) {

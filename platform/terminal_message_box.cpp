@@ -33,12 +33,8 @@ Answer TerminalMessageBox::retry_or_cancel(TextView text, TextView title, std::u
     if (!line.empty() && line.back() == '\r') line.pop_back();
     const Text read = from_stored_utf8(line);
     const TextView answer = trim(read);
-    if (equals_ignoring_case(answer, u"r") || equals_ignoring_case(answer, u"retry")) {
-      return Answer::kRetry;
-    }
-    if (equals_ignoring_case(answer, u"c") || equals_ignoring_case(answer, u"cancel")) {
-      return Answer::kCancel;
-    }
+    if (is_one_of(answer, {u"r", u"retry"})) return Answer::kRetry;
+    if (is_one_of(answer, {u"c", u"cancel"})) return Answer::kCancel;
   }
 }
 

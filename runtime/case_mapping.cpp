@@ -1,5 +1,6 @@
 #include "runtime/case_mapping.h"
 
+#include <algorithm>
 #include <array>
 
 #include "runtime/simple_case.h"
@@ -115,9 +116,9 @@ bool equals_ignoring_case(TextView a, TextView b) {
   return true;
 }
 
-std::size_t hash_ignoring_case(TextView text) {
-  Text folded(text.size(), u'\0');
-  return static_cast<std::size_t>(fold_and_hash(text, folded.data()));
+bool is_one_of(TextView text, std::initializer_list<TextView> texts) {
+  return std::ranges::any_of(texts,
+                             [&](TextView other) { return equals_ignoring_case(text, other); });
 }
 
 std::size_t find_ignoring_case(TextView text, TextView part) { return fold(text).find(fold(part)); }

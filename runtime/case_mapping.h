@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 #include "runtime/text.h"
 
@@ -21,8 +22,8 @@ std::uint64_t fold_and_hash(TextView text, char16_t* out);
 /// Whether the two are equal without regard to case (their foldings are equal).
 [[nodiscard]] bool equals_ignoring_case(TextView a, TextView b);
 
-/// A hash that is the same for all texts that are equal without regard to case.
-[[nodiscard]] std::size_t hash_ignoring_case(TextView text);
+/// Whether `text` is one of `texts`, without regard to case.
+[[nodiscard]] bool is_one_of(TextView text, std::initializer_list<TextView> texts);
 
 /// Position of the first occurrence of `part` in `text` without regard to case, or Text::npos.
 [[nodiscard]] std::size_t find_ignoring_case(TextView text, TextView part);

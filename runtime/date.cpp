@@ -49,10 +49,9 @@ CivilTime split(Date date, std::int64_t units_per_day) {
   return civil;
 }
 
-void append_padded(Text& text, int number, std::size_t width) {
+Text padded(int number, std::size_t width) {
   const Text digits = decimal(number);
-  if (digits.size() < width) text.append(width - digits.size(), u'0');
-  text += digits;
+  return Text(width - std::min(width, digits.size()), u'0') + digits;
 }
 
 bool in_range(int number, int first, int last) { return number >= first && number <= last; }
@@ -110,32 +109,16 @@ Text to_text(Date date) {
   const CivilTime civil = split(date, kSecondsPerDay);
   Text text = join({decimal(civil.month), u"/", decimal(civil.day), u"/", decimal(civil.year)});
   if (civil.hour == 0 && civil.minute == 0 && civil.second == 0) return text;
-  text += u' ';
-  text += decimal((civil.hour + 11) % 12 + 1);
-  text += u':';
-  append_padded(text, civil.minute, 2);
-  text += u':';
-  append_padded(text, civil.second, 2);
-  text += civil.hour < 12 ? u" AM" : u" PM";
-  return text;
+  return join({text, u" ", decimal((civil.hour + 11) % 12 + 1), u":", padded(civil.minute, 2), u":",
+               padded(civil.second, 2), civil.hour < 12 ? u" AM" : u" PM"});
 }
 
 Text to_iso_text(Date date) {
   if (date.is_zero()) return {};
   const CivilTime civil = split(date, kSecondsPerDay);
-  Text text;
-  append_padded(text, civil.year, 4);
-  text += u'-';
-  append_padded(text, civil.month, 2);
-  text += u'-';
-  append_padded(text, civil.day, 2);
-  text += u' ';
-  append_padded(text, civil.hour, 2);
-  text += u':';
-  append_padded(text, civil.minute, 2);
-  text += u':';
-  append_padded(text, civil.second, 2);
-  return text;
+  return join({padded(civil.year, 4), u"-", padded(civil.month, 2), u"-", padded(civil.day, 2),
+               u" ", padded(civil.hour, 2), u":", padded(civil.minute, 2), u":",
+               padded(civil.second, 2)});
 }
 
 Date date_from_iso_text(TextView text) {

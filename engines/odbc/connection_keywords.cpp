@@ -5,6 +5,7 @@
 
 #include "ado/error.h"
 #include "engines/odbc/ole_db_items.h"
+#include "engines/odbc/statement_text.h"
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::odbc {
@@ -78,69 +79,51 @@ class ConnectText {
   Text text_;
 };
 
-void add_microsoft_server(ConnectText& text, const Server& server) {
+void add_server(ConnectText& text, const Server& server, bool free_tds) {
+  constexpr std::uint32_t kDefaultPort = 1433;
   // A port makes the instance's name idle, for the server too.
-  if (server.port) {
-    text.add(u"Server", join({u"tcp:", server.host, u",", decimal(*server.port)}));
-  } else if (!server.instance.empty()) {
+  const bool by_name = !server.port && !server.instance.empty();
+  if (by_name) {
     text.add(u"Server", join({server.host, u"\\", server.instance}));
+  } else if (free_tds) {
+    text.add(u"Server", server.host);
+    text.add(u"Port", decimal(server.port.value_or(kDefaultPort)));
+  } else if (server.port) {
+    text.add(u"Server", join({u"tcp:", server.host, u",", decimal(*server.port)}));
   } else {
     text.add(u"Server", server.host);
   }
 }
 
-void add_free_tds_server(ConnectText& text, const Server& server) {
-  constexpr std::uint32_t kDefaultPort = 1433;
-  const bool by_name = !server.port && !server.instance.empty();
-  text.add(u"Server", by_name ? join({server.host, u"\\", server.instance}) : server.host);
-  if (!by_name) text.add(u"Port", decimal(server.port.value_or(kDefaultPort)));
+[[noreturn]] void refuse_demand(TextView item) {
+  refuse_item(item, u"asks for what the installed ODBC driver cannot do.");
 }
 
-void add_microsoft_encryption(ConnectText& text, const OleDbItems& items, DriverKind kind) {
+void add_encryption(ConnectText& text, const OleDbItems& items, DriverKind kind) {
+  constexpr TextView kWords[] = {u"no", u"yes", u"strict"};
   const Encryption encryption = encryption_of(items);
   if (encryption == Encryption::kStrict && kind != DriverKind::kMicrosoft18) {
-    refuse_item(items.encryption_item, u"asks for what the installed ODBC driver cannot do.");
+    refuse_demand(items.encryption_item);
   }
-  switch (encryption) {
-    case Encryption::kOptional:
-      text.add(u"Encrypt", u"no");
-      break;
-    case Encryption::kMandatory:
-      text.add(u"Encrypt", u"yes");
-      break;
-    case Encryption::kStrict:
-      text.add(u"Encrypt", u"strict");
-      break;
-  }
-  const bool trust = items.trust_certificate.value_or(false);
-  if (kind == DriverKind::kMicrosoftOld) {
-    // It always checks the certificate and does not know the keyword.
-    if (trust) refuse_item(items.trust_item, u"asks for what the installed ODBC driver cannot do.");
+  if (kind == DriverKind::kFreeTds) {
+    // It never checks the certificate.
+    if (!items.trust_certificate.value_or(true)) refuse_demand(items.trust_item);
+    // "request" encrypts the login wherever the server can, as Microsoft's drivers do without an
+    // encryption of the data; "off" would bare the password.
+    text.add(u"Encryption", encryption == Encryption::kMandatory ? u"require" : u"request");
     return;
   }
-  if (trust) text.add(u"TrustServerCertificate", u"yes");
-}
-
-void add_free_tds_encryption(ConnectText& text, const OleDbItems& items) {
-  const Encryption encryption = encryption_of(items);
-  const bool check_certificate = !items.trust_certificate.value_or(true);
-  if (encryption == Encryption::kStrict) {
-    refuse_item(items.encryption_item, u"asks for what the installed ODBC driver cannot do.");
-  }
-  if (check_certificate) {
-    refuse_item(items.trust_item, u"asks for what the installed ODBC driver cannot do.");
-  }
-  // "request" encrypts the login wherever the server can, as Microsoft's drivers do without an
-  // encryption of the data; "off" would bare the password.
-  text.add(u"Encryption", encryption == Encryption::kMandatory ? u"require" : u"request");
+  text.add(u"Encrypt", kWords[static_cast<std::size_t>(encryption)]);
+  if (!items.trust_certificate.value_or(false)) return;
+  // The old driver always checks the certificate and does not know the keyword.
+  if (kind == DriverKind::kMicrosoftOld) refuse_demand(items.trust_item);
+  text.add(u"TrustServerCertificate", u"yes");
 }
 
 void add_intent(ConnectText& text, const OleDbItems& items, DriverKind kind) {
   const bool is_new = kind == DriverKind::kMicrosoft18 || kind == DriverKind::kMicrosoft17;
   if (items.reads_only) {
-    if (kind == DriverKind::kMicrosoftOld) {
-      refuse_item(items.intent_item, u"asks for what the installed ODBC driver cannot do.");
-    }
+    if (kind == DriverKind::kMicrosoftOld) refuse_demand(items.intent_item);
     text.add(u"ApplicationIntent", u"ReadOnly");
   }
   // It only makes a connect quicker, and other drivers do without.
@@ -154,12 +137,8 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
   const bool free_tds = driver.kind == DriverKind::kFreeTds;
   ConnectText text(free_tds);
   text.add_driver(driver.name);
-  if (free_tds) {
-    add_free_tds_server(text, *items.server);
-    text.add(u"TDS_Version", u"7.4");
-  } else {
-    add_microsoft_server(text, *items.server);
-  }
+  add_server(text, *items.server, free_tds);
+  if (free_tds) text.add(u"TDS_Version", u"7.4");
   if (items.database) text.add(u"Database", *items.database, u"Initial Catalog");
   if (items.database_file) {
     text.add(free_tds ? u"AttachDbFilename" : u"AttachDBFileName", *items.database_file,
@@ -175,12 +154,8 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
   if (items.workstation) text.add(u"WSID", *items.workstation, u"Workstation ID");
   if (items.language) text.add(u"Language", *items.language, u"Current Language");
   add_intent(text, items, driver.kind);
-  if (free_tds) {
-    if (items.packet_size) text.add(u"PacketSize", decimal(*items.packet_size));
-    add_free_tds_encryption(text, items);
-  } else {
-    add_microsoft_encryption(text, items, driver.kind);
-  }
+  if (free_tds && items.packet_size) text.add(u"PacketSize", decimal(*items.packet_size));
+  add_encryption(text, items, driver.kind);
   return {.text = text.take(),
           .password = items.password.value_or(Text()),
           .connect_timeout = items.connect_timeout,
@@ -200,13 +175,7 @@ bool is_in_braces(TextView value) {
 }
 
 Text without_braces(TextView value) {
-  if (!is_in_braces(value)) return Text(value);
-  Text result;
-  for (std::size_t i = 1; i + 1 < value.size(); ++i) {
-    result += value[i];
-    if (value[i] == u'}') ++i;
-  }
-  return result;
+  return is_in_braces(value) ? without_marks(value) : Text(value);
 }
 
 /// The ODBC item's value as it stands, unless it came out of quotes with what only braces can hold,
@@ -286,13 +255,7 @@ OdbcConnect connect_by_odbc_items(const ConnectionString& given) {
 Text odbc_value(TextView value) {
   const bool plain = value.find_first_of(u"[]{}();?*=!@") == TextView::npos &&
                      !value.starts_with(u' ') && !value.ends_with(u' ');
-  if (plain) return Text(value);
-  Text result = u"{";
-  for (const char16_t c : value) {
-    result += c;
-    if (c == u'}') result += c;
-  }
-  return result += u'}';
+  return plain ? Text(value) : in_marks(value, u'{', u'}');
 }
 
 Text with_free_tds_timeout(TextView text, std::uint32_t seconds) {

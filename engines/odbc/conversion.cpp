@@ -75,11 +75,6 @@ bool is_narrow_text(SQLSMALLINT sql_type) {
   return sql_type == SQL_CHAR || sql_type == SQL_VARCHAR || sql_type == SQL_LONGVARCHAR;
 }
 
-bool is_text(SQLSMALLINT sql_type) {
-  return is_narrow_text(sql_type) || sql_type == SQL_WCHAR || sql_type == SQL_WVARCHAR ||
-         sql_type == SQL_WLONGVARCHAR;
-}
-
 Transfer transfer_of(const SqlType& type) {
   switch (type.code) {
     case SQL_BIT:

@@ -53,7 +53,6 @@ inline constexpr std::size_t kLongestWholeValue = 8000;
 [[nodiscard]] bool is_binary(SQLSMALLINT sql_type);
 /// Types of one byte a character: char, varchar, text.
 [[nodiscard]] bool is_narrow_text(SQLSMALLINT sql_type);
-[[nodiscard]] bool is_text(SQLSMALLINT sql_type);
 
 /// The automation date, the fraction of a second in full: a double tells times half a microsecond
 /// apart. Throws AdoError kDataConversion for what is no day, or outside years 100 to 9999.

@@ -4,12 +4,6 @@
 #include "engines/odbc/diagnostics.h"
 
 namespace tarnwick::odbc {
-namespace {
-
-SQLPOINTER attribute_value(std::uintptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
-
-}  // namespace
-
 Handle Handle::environment(OdbcApi& api) {
   // Application roles do not survive a return to a pool: pooling is switched off for the process,
   // which has to happen before the first environment is made. A driver manager without pools may

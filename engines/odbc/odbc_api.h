@@ -9,6 +9,8 @@
 #include <sql.h>
 #include <sqlext.h>
 
+#include <cstdint>
+
 #include "runtime/text.h"
 
 namespace tarnwick::odbc {
@@ -124,6 +126,11 @@ class OdbcApi {
 [[nodiscard]] inline OdbcApi& driver_manager() {
   static OdbcApi manager;
   return manager;
+}
+
+/// A number as the value of an attribute.
+[[nodiscard]] inline SQLPOINTER attribute_value(std::uintptr_t value) {
+  return reinterpret_cast<SQLPOINTER>(value);
 }
 
 static_assert(sizeof(SQLWCHAR) == sizeof(char16_t));

@@ -1,6 +1,7 @@
 #include "engines/odbc/ole_db_items.h"
 
 #include <array>
+#include <initializer_list>
 #include <utility>
 
 #include "ado/error.h"
@@ -20,42 +21,28 @@ constexpr std::uint32_t kLargestPacket = 32767;
 // speaks of conversions between 8-bit character sets (all texts here are wide), of how statements
 // are prepared, of several statements at once on a connection (one at a time is all that is asked),
 // of dialogs and of reconnecting, which an application role does not survive.
-constexpr std::array<TextView, 15> kMeaningless{u"Asynchronous Processing",
-                                                u"Auto Translate",
-                                                u"Bind Flags",
-                                                u"Connect Retry Count",
-                                                u"Connect Retry Interval",
-                                                u"DataTypeCompatibility",
-                                                u"Lock Owner",
-                                                u"MARS Connection",
-                                                u"Mode",
-                                                u"MultipleActiveResultSets",
-                                                u"Replication server name connect option",
-                                                u"Tag with column collation when possible",
-                                                u"Transparent Network IP Resolution",
-                                                u"Use FMTONLY",
-                                                u"Use Procedure for Prepare"};
+constexpr std::initializer_list<TextView> kMeaningless{u"Asynchronous Processing",
+                                                       u"Auto Translate",
+                                                       u"Bind Flags",
+                                                       u"Connect Retry Count",
+                                                       u"Connect Retry Interval",
+                                                       u"DataTypeCompatibility",
+                                                       u"Lock Owner",
+                                                       u"MARS Connection",
+                                                       u"Mode",
+                                                       u"MultipleActiveResultSets",
+                                                       u"Replication server name connect option",
+                                                       u"Tag with column collation when possible",
+                                                       u"Transparent Network IP Resolution",
+                                                       u"Use FMTONLY",
+                                                       u"Use Procedure for Prepare"};
 
 // Demands that are not served; the dialog writes them without a value.
-constexpr std::array<TextView, 7> kWithoutValueOnly{
+constexpr std::initializer_list<TextView> kWithoutValueOnly{
     u"Extended Properties",  u"Failover Partner",
     u"Failover Partner SPN", u"Host Name In Certificate",
     u"Network Address",      u"Server SPN",
     u"Authentication"};
-
-template <std::size_t N>
-bool holds(const std::array<TextView, N>& names, TextView name) {
-  for (const TextView known : names) {
-    if (equals_ignoring_case(known, name)) return true;
-  }
-  return false;
-}
-
-std::optional<bool> flag(TextView value) {
-  if (is_one_of(value, {u"yes", u"true", u"1"})) return true;
-  if (is_one_of(value, {u"no", u"false", u"0"})) return false;
-  return std::nullopt;
-}
 
 std::optional<std::uint32_t> number(TextView value, std::uint32_t last) {
   std::uint32_t result = 0;
@@ -105,27 +92,25 @@ Server read_server(const Item& item) {
 }
 
 bool read_flag(const Item& item) {
-  const std::optional<bool> value = flag(item.value);
-  if (!value) refuse_value(item);
-  return *value;
+  if (is_one_of(item.value, {u"yes", u"true", u"1"})) return true;
+  if (!is_one_of(item.value, {u"no", u"false", u"0"})) refuse_value(item);
+  return false;
 }
 
 void read_encryption(OleDbItems& items, const Item& item) {
   if (items.encryption) refuse_item(item.name, u"is given twice under two names.");
   items.encryption_item = item.name;
-  if (is_one_of(item.value, {u"mandatory"})) {
-    items.encryption = Encryption::kMandatory;
-  } else if (is_one_of(item.value, {u"optional"})) {
-    items.encryption = Encryption::kOptional;
-  } else if (is_one_of(item.value, {u"strict"})) {
+  const auto is = [&](TextView word) { return equals_ignoring_case(item.value, word); };
+  if (is(u"strict")) {
     items.encryption = Encryption::kStrict;
   } else {
-    items.encryption = read_flag(item) ? Encryption::kMandatory : Encryption::kOptional;
+    const bool mandatory = is(u"mandatory") || (!is(u"optional") && read_flag(item));
+    items.encryption = mandatory ? Encryption::kMandatory : Encryption::kOptional;
   }
 }
 
 void read_intent(OleDbItems& items, const Item& item) {
-  items.reads_only = is_one_of(item.value, {u"ReadOnly"});
+  items.reads_only = equals_ignoring_case(item.value, u"ReadOnly");
   items.intent_item = item.name;
   if (!items.reads_only && !is_one_of(item.value, {u"ReadWrite", u""})) refuse_value(item);
 }
@@ -161,7 +146,7 @@ void read_item(OleDbItems& items, const Item& item) {
   const auto is = [&](std::initializer_list<TextView> names) {
     return is_one_of(item.name, names);
   };
-  if (ado::ConnectionString::is_for_ole_db(item.name) || holds(kMeaningless, item.name) ||
+  if (ado::ConnectionString::is_for_ole_db(item.name) || is_one_of(item.name, kMeaningless) ||
       read_text(items, item)) {
     return;
   }
@@ -192,7 +177,7 @@ void read_item(OleDbItems& items, const Item& item) {
     if (!is_one_of(item.value, {u"", u"DBMSSOCN"})) {
       refuse_item(item.name, u"asks for another protocol than TCP/IP.");
     }
-  } else if (!holds(kWithoutValueOnly, item.name)) {
+  } else if (!is_one_of(item.name, kWithoutValueOnly)) {
     refuse_item(item.name, u"is not known.");
   } else if (!item.value.empty()) {
     refuse_item(item.name, u"asks for what is not supported.");
@@ -217,13 +202,6 @@ std::uint32_t read_timeout(const Item& item) {
 void refuse_item(TextView item, TextView why) {
   throw ado::AdoError(ado::AdoErrorNumber::kInvalidArgument,
                       join({u"The connection string item \"", item, u"\" ", why}));
-}
-
-bool is_one_of(TextView value, std::initializer_list<TextView> words) {
-  for (const TextView word : words) {
-    if (equals_ignoring_case(value, word)) return true;
-  }
-  return false;
 }
 
 }  // namespace tarnwick::odbc

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <optional>
 
 #include "ado/connection_string.h"
@@ -52,7 +51,5 @@ struct OleDbItems {
 
 /// Throws the error for an item that cannot be served.
 [[noreturn]] void refuse_item(TextView item, TextView why);
-
-[[nodiscard]] bool is_one_of(TextView value, std::initializer_list<TextView> words);
 
 }  // namespace tarnwick::odbc

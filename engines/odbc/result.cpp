@@ -72,8 +72,7 @@ void Result::bind() {
   const auto set = [&](SQLINTEGER attribute, SQLPOINTER value) {
     return statement_.api().set_stmt_attr(statement_.get(), attribute, value, 0);
   };
-  const SQLRETURN sized =
-      set(SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(std::uintptr_t{rows}));
+  const SQLRETURN sized = set(SQL_ATTR_ROW_ARRAY_SIZE, attribute_value(rows));
   if (!SQL_SUCCEEDED(sized)) rows = 1;
   statuses_.resize(rows);
   statement_.check(set(SQL_ATTR_ROW_STATUS_PTR, statuses_.data()));

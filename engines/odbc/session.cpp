@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <exception>
+#include <initializer_list>
 #include <utility>
 
 #include "engines/odbc/rowset.h"
@@ -37,21 +37,13 @@ constexpr std::int32_t kNativeNoSuchObject = 208;
 
 struct MaintainedTable {
   TextView name;
-  std::array<TextView, 3> key;  // as many names as are not empty
+  std::initializer_list<TextView> key;
 };
-constexpr std::array<MaintainedTable, 3> kMaintainedTables{{
+constexpr MaintainedTable kMaintainedTables[] = {
     {u"DW_SEC_COMP", {u"CompID"}},
     {u"DW_SEC_PC", {u"MACNbr", u"ComputerID", u"CompID"}},
     {u"DW_Reports", {u"ReportName"}},
-}};
-
-std::vector<Text> key_of(const MaintainedTable& table) {
-  std::vector<Text> key;
-  for (const TextView name : table.key) {
-    if (!name.empty()) key.emplace_back(name);
-  }
-  return key;
-}
+};
 
 std::vector<Text> list_drivers(const Handle& environment) {
   std::vector<Text> names;
@@ -96,6 +88,21 @@ void for_each_row(Result& result, F&& visit) {
   }
 }
 
+/// The number of the error with which the server refuses `action`, 0 where it does not. Throws all
+/// other errors.
+template <class F>
+std::int32_t refusal_of(F&& action) {
+  try {
+    action();
+    return 0;
+  } catch (const ado::ConnectionLost&) {
+    throw;
+  } catch (const AdoError& error) {
+    if (error.native() == 0) throw;
+    return error.native();
+  }
+}
+
 }  // namespace
 
 OdbcSession::OdbcSession(OdbcApi& api, const ado::ConnectionString& string,
@@ -120,18 +127,11 @@ void OdbcSession::leave_transaction() {
 }
 
 void OdbcSession::connect(const OdbcConnect& target) {
-  const auto set = [&](SQLINTEGER attribute, std::uint32_t value) {
-    return connection_.api().set_connect_attr(connection_.get(), attribute,
-                                              reinterpret_cast<SQLPOINTER>(std::uintptr_t{value}),
-                                              SQL_IS_UINTEGER);
-  };
   // What nobody asked for is not insisted on.
   const SQLRETURN limited =
       set(SQL_ATTR_LOGIN_TIMEOUT, target.connect_timeout.value_or(kConnectTimeout));
   if (target.connect_timeout) connection_.check(limited);
-  if (target.packet_size) {
-    connection_.check(set(SQL_ATTR_PACKET_SIZE, *target.packet_size));
-  }
+  if (target.packet_size) connection_.check(set(SQL_ATTR_PACKET_SIZE, *target.packet_size));
   const std::uint32_t general_timeout = target.general_timeout.value_or(statement_timeout_);
   const Text limited_text = with_free_tds_timeout(target.text, general_timeout);
   log_in(target.for_free_tds ? limited_text : target.text, target.password);
@@ -143,6 +143,11 @@ void OdbcSession::connect(const OdbcConnect& target) {
   }
   // FreeTDS passes over this one, which is why it is told in its own words.
   static_cast<void>(set(SQL_ATTR_CONNECTION_TIMEOUT, general_timeout));
+}
+
+SQLRETURN OdbcSession::set(SQLINTEGER attribute, std::uintptr_t value) {
+  return connection_.api().set_connect_attr(connection_.get(), attribute, attribute_value(value),
+                                            SQL_IS_UINTEGER);
 }
 
 void OdbcSession::log_in(TextView text, TextView password) {
@@ -179,13 +184,7 @@ void OdbcSession::match_isolation() { run_where_known(kMatchIsolation); }
 
 // An old server lacks the one or other option, and then also what it is to switch off.
 void OdbcSession::run_where_known(TextView statement) {
-  try {
-    run(statement)->finish();
-  } catch (const ado::ConnectionLost&) {
-    throw;
-  } catch (const AdoError& error) {
-    if (error.native() == 0) throw;
-  }
+  static_cast<void>(refusal_of([&] { run(statement)->finish(); }));
 }
 
 void OdbcSession::set_default_database(TextView name) {
@@ -271,20 +270,15 @@ bool OdbcSession::alive() {
 
 std::optional<std::vector<Text>> OdbcSession::columns_of(TextView table) {
   std::vector<Text> names;
-  try {
+  const std::int32_t refusal = refusal_of([&] {
     step([&] {
       const auto described = run(join({u"SELECT * FROM ", quote(table), u" WHERE 1 = 0"}));
-      for (const ado::Column& column : described->columns()) names.push_back(column.name);
       described->finish();
+      for (const ado::Column& column : described->columns()) names.push_back(column.name);
     });
-  } catch (const ado::ConnectionLost&) {
-    throw;
-  } catch (const AdoError& error) {
-    if (error.native() == kNativeNoSuchObject) return std::vector<Text>{};
-    // Without a right to read there is nothing to be told.
-    if (error.native() == 0) throw;
-    return std::nullopt;
-  }
+  });
+  // Without a right to read there is nothing to be told.
+  if (refusal != 0 && refusal != kNativeNoSuchObject) return std::nullopt;
   return names;
 }
 
@@ -295,7 +289,7 @@ std::vector<ado::HeldRow> OdbcSession::held_rows() {
     const TextView hint = is_sql_server_ ? u" WITH (NOLOCK)" : u"";
     for (const MaintainedTable& table : kMaintainedTables) {
       Text columns = u"SoftLock";
-      for (const Text& name : key_of(table)) columns.append(u", ").append(name);
+      for (const TextView name : table.key) columns.append(u", ").append(name);
       const auto result =
           run(join({u"SELECT ", columns, u" FROM ", table.name, hint, u" WHERE SoftLock <> ''"}));
       for_each_row(*result, [&](const std::vector<ado::Cell>& cells) {
@@ -320,8 +314,8 @@ Handle OdbcSession::make_statement(std::uint32_t timeout) {
   Handle statement = Handle::make(SQL_HANDLE_STMT, connection_);
   const auto set = [&](SQLINTEGER attribute, std::uintptr_t value) {
     // A driver may refuse what it does not know, and is used all the same.
-    static_cast<void>(statement.api().set_stmt_attr(
-        statement.get(), attribute, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER));
+    static_cast<void>(statement.api().set_stmt_attr(statement.get(), attribute,
+                                                    attribute_value(value), SQL_IS_UINTEGER));
   };
   // Texts go to the server as they stand; some drivers always look for ODBC's own escapes in them.
   set(SQL_ATTR_NOSCAN, SQL_NOSCAN_ON);
@@ -347,7 +341,7 @@ const std::vector<Text>& OdbcSession::key_columns(const TableSelect& table) {
   // Where the catalog is silent: the key that the statements of the object model go by.
   for (const MaintainedTable& maintained : kMaintainedTables) {
     if (key.empty() && equals_ignoring_case(table.parts.back(), maintained.name)) {
-      key = key_of(maintained);
+      key.assign(maintained.key.begin(), maintained.key.end());
     }
   }
   if (key.empty()) {
@@ -359,39 +353,28 @@ const std::vector<Text>& OdbcSession::key_columns(const TableSelect& table) {
 }
 
 std::vector<Text> OdbcSession::read_key(const TableSelect& table, bool primary) {
-  try {
-    return ask_for_key(table, primary);
-  } catch (const ado::ConnectionLost&) {
-    throw;
-  } catch (const AdoError& error) {
-    // A server without this catalog procedure says so.
-    if (error.native() == 0) throw;
-    return {};
-  }
+  std::vector<Text> key;
+  // A server without this catalog procedure says so.
+  static_cast<void>(refusal_of([&] { key = ask_for_key(table, primary); }));
+  return key;
 }
 
 std::vector<Text> OdbcSession::ask_for_key(const TableSelect& table, bool primary) {
   const std::size_t depth = table.parts.size();
-  const auto part = [&](std::size_t from_end) -> const Text* {
+  const auto part = [&](std::size_t from_end) -> SQLWCHAR* {
     if (from_end > depth || table.parts[depth - from_end].empty()) return nullptr;
-    return &table.parts[depth - from_end];
+    return wide(table.parts[depth - from_end]);
   };
-  const auto text = [](const Text* name) { return name != nullptr ? wide(*name) : nullptr; };
-  const auto length = [](const Text* name) {
-    return name != nullptr ? static_cast<SQLSMALLINT>(name->size()) : SQLSMALLINT{0};
-  };
-  const Text* name = part(1);
-  const Text* schema = part(2);
-  const Text* catalog = part(3);
+  SQLWCHAR* const name = part(1);
+  SQLWCHAR* const schema = part(2);
+  SQLWCHAR* const catalog = part(3);
 
   Handle handle = statement();
   OdbcApi& api = handle.api();
   const SQLRETURN result =
-      primary ? api.primary_keys(handle.get(), text(catalog), length(catalog), text(schema),
-                                 length(schema), text(name), length(name))
-              : api.special_columns(handle.get(), SQL_BEST_ROWID, text(catalog), length(catalog),
-                                    text(schema), length(schema), text(name), length(name),
-                                    SQL_SCOPE_SESSION, SQL_NO_NULLS);
+      primary ? api.primary_keys(handle.get(), catalog, SQL_NTS, schema, SQL_NTS, name, SQL_NTS)
+              : api.special_columns(handle.get(), SQL_BEST_ROWID, catalog, SQL_NTS, schema, SQL_NTS,
+                                    name, SQL_NTS, SQL_SCOPE_SESSION, SQL_NO_NULLS);
   handle.check(result);
   // Where a table's name stands in several schemas, the first one's key is listed first; two
   // schemas' keys never mix.
@@ -418,10 +401,7 @@ Text OdbcSession::quote(TextView name) const {
 }
 
 void OdbcSession::set_auto_commit(bool on) {
-  const std::uintptr_t value = on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF;
-  connection_.check(connection_.api().set_connect_attr(connection_.get(), SQL_ATTR_AUTOCOMMIT,
-                                                       reinterpret_cast<SQLPOINTER>(value),
-                                                       SQL_IS_UINTEGER));
+  connection_.check(set(SQL_ATTR_AUTOCOMMIT, on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF));
 }
 
 void OdbcSession::require_usable() const {

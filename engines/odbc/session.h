@@ -78,6 +78,7 @@ class OdbcSession final : public ado::EngineSession {
 
  private:
   void connect(const OdbcConnect& target);
+  [[nodiscard]] SQLRETURN set(SQLINTEGER attribute, std::uintptr_t value);
   void log_in(TextView text, TextView password);
   [[nodiscard]] Text ask_driver(SQLUSMALLINT what) const;
   void learn_server(const OdbcConnect& target);

@@ -1,8 +1,6 @@
 #include "engines/odbc/statement_text.h"
 
-#include <algorithm>
-#include <array>
-#include <span>
+#include <initializer_list>
 
 #include "runtime/case_mapping.h"
 
@@ -46,8 +44,8 @@ class Lexer {
   [[nodiscard]] bool is(const Token& token, TextView word) const {
     return token.kind == TokenKind::kWord && equals_ignoring_case(spelling(token), word);
   }
-  [[nodiscard]] bool is_any(const Token& token, std::span<const TextView> words) const {
-    return std::any_of(words.begin(), words.end(), [&](TextView w) { return is(token, w); });
+  [[nodiscard]] bool is_any(const Token& token, std::initializer_list<TextView> words) const {
+    return token.kind == TokenKind::kWord && is_one_of(spelling(token), words);
   }
   [[nodiscard]] bool is(const Token& token, char16_t mark) const {
     return token.kind == TokenKind::kPunctuation && text_[token.begin] == mark;
@@ -106,15 +104,8 @@ class Lexer {
 };
 
 Text plain_name(TextView spelling) {
-  const char16_t open = spelling.front();
-  if (open != u'[' && open != u'"') return Text(spelling);
-  const char16_t close = open == u'[' ? u']' : u'"';
-  Text name;
-  for (std::size_t i = 1; i + 1 < spelling.size(); ++i) {
-    name += spelling[i];
-    if (spelling[i] == close) ++i;
-  }
-  return name;
+  const bool marked = spelling.front() == u'[' || spelling.front() == u'"';
+  return marked ? without_marks(spelling) : Text(spelling);
 }
 
 bool is_name(const Token& token) {
@@ -157,12 +148,12 @@ bool read_table(Lexer& lexer, TextView statement, TableSelect& select) {
   return true;
 }
 
-constexpr std::array<TextView, 4> kClauses{u"WHERE", u"ORDER", u"OPTION", u"FOR"};
-constexpr std::array<TextView, 16> kNoAlias{
+constexpr std::initializer_list<TextView> kClauses{u"WHERE", u"ORDER", u"OPTION", u"FOR"};
+constexpr std::initializer_list<TextView> kNoAlias{
     u"WITH",  u"JOIN",   u"INNER", u"LEFT",   u"RIGHT",     u"FULL",  u"CROSS",       u"OUTER",
     u"GROUP", u"HAVING", u"UNION", u"EXCEPT", u"INTERSECT", u"PIVOT", u"TABLESAMPLE", u"ON"};
-constexpr std::array<TextView, 5> kOtherShapes{u"GROUP", u"HAVING", u"UNION", u"EXCEPT",
-                                               u"INTERSECT"};
+constexpr std::initializer_list<TextView> kOtherShapes{u"GROUP", u"HAVING", u"UNION", u"EXCEPT",
+                                                       u"INTERSECT"};
 
 /// True when the rest, behind the table and its alias, keeps the statement one over a single table.
 bool rest_is_plain(Lexer& lexer) {
@@ -215,23 +206,29 @@ Text columns_only(TextView statement, const TableSelect& select) {
   return join({statement.substr(0, select.hint_at), u" WITH (NOLOCK) WHERE 1 = 0"});
 }
 
-Text bracketed(TextView name) {
-  Text result = u"[";
-  for (const char16_t c : name) {
+Text in_marks(TextView text, char16_t open, char16_t close) {
+  Text result(1, open);
+  for (const char16_t c : text) {
     result += c;
-    if (c == u']') result += c;
+    if (c == close) result += c;
   }
-  return result += u']';
+  return result += close;
 }
+
+Text without_marks(TextView text) {
+  Text result;
+  for (std::size_t i = 1; i + 1 < text.size(); ++i) {
+    result += text[i];
+    if (text[i] == text.back()) ++i;
+  }
+  return result;
+}
+
+Text bracketed(TextView name) { return in_marks(name, u'[', u']'); }
 
 Text quoted(TextView name, TextView quote) {
   if (quote.empty() || quote == u" ") return Text(name);
-  Text result(quote);
-  for (const char16_t c : name) {
-    if (c == quote.front()) result += quote;
-    result += c;
-  }
-  return result.append(quote);
+  return in_marks(name, quote.front(), quote.front());
 }
 
 }  // namespace tarnwick::odbc

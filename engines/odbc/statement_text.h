@@ -29,6 +29,12 @@ struct TableSelect {
 /// A statement with the columns of `statement` and no rows, which waits for no lock.
 [[nodiscard]] Text columns_only(TextView statement, const TableSelect& select);
 
+/// `text` between the marks `open` and `close`, the closing one doubled inside.
+[[nodiscard]] Text in_marks(TextView text, char16_t open, char16_t close);
+
+/// What a text from in_marks was made of.
+[[nodiscard]] Text without_marks(TextView text);
+
 /// `name` as an identifier in brackets.
 [[nodiscard]] Text bracketed(TextView name);
 

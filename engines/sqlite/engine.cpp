@@ -1,8 +1,5 @@
 #include "engines/sqlite/engine.h"
 
-#include <algorithm>
-#include <array>
-
 #include "engines/sqlite/database_file.h"
 #include "engines/sqlite/session.h"
 #include "runtime/case_mapping.h"
@@ -12,7 +9,6 @@ namespace {
 
 constexpr TextView kProviders[] = {u"Tarnwick.Embedded"};
 constexpr TextView kFolderItem = u"Data Source";
-constexpr TextView kItems[] = {u"Provider", kFolderItem};
 
 [[noreturn]] void refuse(Text description) {
   throw ado::AdoError(ado::AdoErrorNumber::kInvalidArgument, std::move(description));
@@ -23,8 +19,7 @@ constexpr TextView kItems[] = {u"Provider", kFolderItem};
 std::filesystem::path SqliteEngine::folder_of(const ado::ConnectionString& string) {
   for (const auto& item : string.items()) {
     if (ado::ConnectionString::is_for_ole_db(item.name)) continue;
-    if (std::none_of(std::begin(kItems), std::end(kItems),
-                     [&](TextView known) { return equals_ignoring_case(item.name, known); })) {
+    if (!is_one_of(item.name, {u"Provider", kFolderItem})) {
       refuse(join(
           {u"The connection string item '", item.name, u"' is not known to the embedded engine."}));
     }

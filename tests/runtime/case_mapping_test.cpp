@@ -15,6 +15,11 @@ Text text_of(char32_t c) {
 
 bool is_surrogate(char32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
 
+std::size_t hash_ignoring_case(TextView text) {
+  Text folded(text.size(), u'\0');
+  return static_cast<std::size_t>(fold_and_hash(text, folded.data()));
+}
+
 TEST(Upper, MapsOneCodePointToOne) {
   EXPECT_EQ(upper(u""), u"");
   EXPECT_EQ(upper(u"abz{@[`09Z"), u"ABZ{@[`09Z");
@@ -74,6 +79,12 @@ TEST(HashIgnoringCase, IsTheSameForEqualTexts) {
   EXPECT_EQ(hash_ignoring_case(u"\u212A\u00DE"), hash_ignoring_case(u"k\u00FE"));
   EXPECT_NE(hash_ignoring_case(u"a"), hash_ignoring_case(Text(u"a\0", 2)));
   EXPECT_NE(hash_ignoring_case(u"abcd1"), hash_ignoring_case(u"abcd2"));
+}
+
+TEST(IsOneOf, ComparesWithoutRegardToCase) {
+  EXPECT_TRUE(is_one_of(u"\u00DE", {u"x", u"\u00FE"}));
+  EXPECT_FALSE(is_one_of(u"y", {u"x", u"\u00FE"}));
+  EXPECT_FALSE(is_one_of(u"y", {}));
 }
 
 TEST(FoldAndHash, WritesTheFoldingAndReturnsItsHash) {
