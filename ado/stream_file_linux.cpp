@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "ado/stream_file.h"
+#include "runtime/descriptor_linux.h"
 
 namespace tarnwick::ado {
 namespace {
@@ -27,25 +27,6 @@ constexpr std::size_t kMostUntoldBytes = std::size_t{64} << 20;
 AdoError last_error(AdoErrorNumber number, const fs::path& file) {
   return file_error(number, file, std::error_code(errno, std::generic_category()));
 }
-
-class Descriptor {
- public:
-  Descriptor() = default;
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(number_, other.number_);
-    return *this;
-  }
-  explicit operator bool() const { return number_ >= 0; }
-  [[nodiscard]] int get() const { return number_; }
-
- private:
-  int number_ = -1;
-};
 
 /// As much as there is, up to all of `room`. Less than 0: errno says why.
 ssize_t read_up_to(int descriptor, std::span<std::byte> room) {

@@ -20,17 +20,17 @@ class Host {
   virtual bool computer_name(std::span<char16_t> buffer) = 0;
 
   /// Full file name of the module that the process runs, where the system has such a thing.
-  [[nodiscard]] virtual std::optional<Text> module_file_name() = 0;
+  [[nodiscard]] virtual std::optional<Text> module_file_name() { return std::nullopt; }
 
   /// Where the payload routines keep their intermediate file.
   [[nodiscard]] virtual std::filesystem::path folder() = 0;
 
-  [[nodiscard]] virtual Date now() = 0;
+  [[nodiscard]] virtual Date now() { return local_now(); }
 
   [[nodiscard]] virtual MessageBox& message_box() = 0;
 
   /// Stops in an attached debugger; does nothing where there is none.
-  virtual void stop_in_debugger() = 0;
+  virtual void stop_in_debugger() {}
 };
 
 }  // namespace tarnwick::platform

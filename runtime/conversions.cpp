@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -16,93 +17,52 @@ namespace {
 
 [[noreturn]] void raise(ErrorNumber number) { throw Error(number); }
 
-/// The parts of a numeric text as the standard library reads it.
-struct Numeral {
-  bool negative = false;
-  std::string digits;          // digits, point and exponent (with "e"), without sign
-  std::int64_t magnitude = 0;  // the number is below 10 to this power and, unless 0, not below
-                               // a tenth of it
-  bool zero = true;            // no digit other than 0
-};
-
-class NumeralReader {
- public:
-  explicit NumeralReader(TextView text) : rest_(trim(text)) {}
-
-  std::optional<Numeral> read() {
-    if (peek(u'+') || peek(u'-')) numeral_.negative = take() == '-';
-    const std::size_t whole = take_digits(false);
-    std::size_t fraction = 0;
-    if (peek(u'.')) {
-      numeral_.digits.push_back(take());
-      fraction = take_digits(true);
-    }
-    if (whole + fraction == 0) return std::nullopt;
-    if (!rest_.empty() && !take_exponent()) return std::nullopt;
-    if (!rest_.empty()) return std::nullopt;
-    return std::move(numeral_);
+/// The sum of the places before the point and of the exponent: whether a number that is out of
+/// range is too large or too small. `first`: its first digit other than 0.
+std::int64_t magnitude_of(const std::string& digits, std::string_view mantissa, std::size_t first) {
+  constexpr std::int64_t kEnough = 1'000'000'000'000;  // beyond every length of a text
+  const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
+  std::int64_t exponent = 0;
+  if (mantissa.size() < digits.size()) {
+    const char* begin = digits.data() + mantissa.size() + 1;
+    if (*begin == '+') ++begin;
+    const auto read = std::from_chars(begin, digits.data() + digits.size(), exponent);
+    if (read.ec != std::errc{}) exponent = *begin == '-' ? -kEnough : kEnough;
+    exponent = std::clamp(exponent, -kEnough, kEnough);
   }
+  return static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first) + exponent;
+}
 
- private:
-  static bool is_digit(char16_t c) { return c >= u'0' && c <= u'9'; }
-  [[nodiscard]] bool peek(char16_t c) const { return !rest_.empty() && rest_.front() == c; }
-  [[nodiscard]] bool peek_digit() const { return !rest_.empty() && is_digit(rest_.front()); }
-  char take() {
-    const char c = static_cast<char>(rest_.front());
-    rest_.remove_prefix(1);
-    return c;
+/// The number of a numeric text, infinite where it is too large; nothing for another text.
+std::optional<double> read_number(TextView text) {
+  text = trim(text);
+  const bool negative = text.starts_with(u'-');
+  if (negative || text.starts_with(u'+')) text.remove_prefix(1);
+  const bool other = text.find_first_not_of(u"0123456789.+-eEdD") != TextView::npos;
+  if (other || text.starts_with(u'-')) return std::nullopt;
+  std::string digits(text.begin(), text.end());
+  std::ranges::replace_if(
+      digits, [](char c) { return c == 'E' || c == 'd' || c == 'D'; }, 'e');
+
+  double number = 0.0;
+  const char* const end = digits.data() + digits.size();
+  const auto read = std::from_chars(digits.data(), end, number);
+  if (read.ec == std::errc::invalid_argument || read.ptr != end) return std::nullopt;
+  const std::string_view mantissa = std::string_view(digits).substr(0, digits.find('e'));
+  const std::size_t first = mantissa.find_first_of("123456789");
+  if (first == std::string_view::npos) return 0.0;
+  if (read.ec == std::errc::result_out_of_range || std::isinf(number)) {
+    const bool too_large = magnitude_of(digits, mantissa, first) > 0;
+    number = too_large ? std::numeric_limits<double>::infinity() : 0.0;
   }
-
-  std::size_t take_digits(bool behind_point) {
-    std::size_t count = 0;
-    for (; peek_digit(); ++count) {
-      const char digit = take();
-      numeral_.digits.push_back(digit);
-      const bool leading_zero = numeral_.zero && digit == '0';
-      if (!leading_zero) numeral_.zero = false;
-      if (!behind_point && !leading_zero) ++numeral_.magnitude;
-      if (behind_point && leading_zero) --numeral_.magnitude;
-    }
-    return count;
-  }
-
-  bool take_exponent() {
-    if (!peek(u'e') && !peek(u'E') && !peek(u'd') && !peek(u'D')) return false;
-    take();
-    numeral_.digits.push_back('e');
-    bool negative = false;
-    if (peek(u'+') || peek(u'-')) {
-      negative = take() == '-';
-      numeral_.digits.push_back(negative ? '-' : '+');
-    }
-    if (!peek_digit()) return false;
-    constexpr std::int64_t kEnough = 1'000'000'000'000;  // beyond every length of a text
-    std::int64_t exponent = 0;
-    while (peek_digit()) {
-      const char digit = take();
-      numeral_.digits.push_back(digit);
-      exponent = std::min(exponent * 10 + (digit - '0'), kEnough);
-    }
-    numeral_.magnitude += negative ? -exponent : exponent;
-    return true;
-  }
-
-  TextView rest_;
-  Numeral numeral_;
-};
+  return negative ? -number : number;
+}
 
 double number_of(TextView text) {
-  const std::optional<Numeral> numeral = NumeralReader(text).read();
-  if (!numeral) raise(ErrorNumber::kTypeMismatch);
-  if (numeral->zero) return 0.0;
-  double number = 0.0;
-  const char* begin = numeral->digits.data();
-  const auto result = std::from_chars(begin, begin + numeral->digits.size(), number);
-  if (result.ec == std::errc::result_out_of_range || std::isinf(number)) {
-    if (numeral->magnitude > 0) raise(ErrorNumber::kOverflow);
-    number = 0.0;
-  }
-  return numeral->negative ? -number : number;
+  const std::optional<double> number = read_number(text);
+  if (!number) raise(ErrorNumber::kTypeMismatch);
+  if (std::isinf(*number)) raise(ErrorNumber::kOverflow);
+  return *number;
 }
 
 /// The value as a double; a Date is its days, True -1.
@@ -162,7 +122,7 @@ struct AsText {
 
 }  // namespace
 
-bool is_numeric(TextView text) { return NumeralReader(text).read().has_value(); }
+bool is_numeric(TextView text) { return read_number(text).has_value(); }
 
 std::int16_t to_int16(const Variant& value) {
   if (const auto* same = std::get_if<std::int16_t>(&value)) return *same;

@@ -7,7 +7,8 @@
 namespace tarnwick::odbc {
 namespace {
 
-enum class TokenKind { kEnd, kWord, kQuotedName, kString, kPunctuation, kUnclosed };
+// The end stands also for a comment and for quotes that are not closed.
+enum class TokenKind { kEnd, kWord, kQuotedName, kString, kPunctuation };
 
 struct Token {
   TokenKind kind = TokenKind::kEnd;
@@ -27,7 +28,7 @@ class Lexer {
   explicit Lexer(TextView text) : text_(text) {}
 
   Token next() {
-    if (!skip_blanks()) return {TokenKind::kUnclosed, at_, text_.size()};
+    skip_blanks();
     if (at_ == text_.size()) return {TokenKind::kEnd, at_, at_};
     const std::size_t begin = at_;
     const char16_t c = text_[at_];
@@ -63,11 +64,10 @@ class Lexer {
       if (!doubled) return {kind, begin, ++at_};
       ++at_;
     }
-    return {TokenKind::kUnclosed, begin, at_};
+    return {TokenKind::kEnd, begin, at_};
   }
 
-  /// False in a comment without an end.
-  bool skip_blanks() {
+  void skip_blanks() {
     while (at_ < text_.size()) {
       if (is_blank(text_[at_])) {
         ++at_;
@@ -75,15 +75,14 @@ class Lexer {
         const std::size_t line_end = text_.find(u'\n', at_);
         at_ = line_end == TextView::npos ? text_.size() : line_end;
       } else if (text_.substr(at_).starts_with(u"/*")) {
-        if (!skip_block_comment()) return false;
+        skip_block_comment();
       } else {
-        break;
+        return;
       }
     }
-    return true;
   }
 
-  bool skip_block_comment() {
+  void skip_block_comment() {
     int depth = 0;  // Transact-SQL's comments nest
     while (at_ < text_.size()) {
       if (text_.substr(at_).starts_with(u"/*")) {
@@ -91,12 +90,11 @@ class Lexer {
         at_ += 2;
       } else if (text_.substr(at_).starts_with(u"*/")) {
         at_ += 2;
-        if (--depth == 0) return true;
+        if (--depth == 0) return;
       } else {
         ++at_;
       }
     }
-    return false;
   }
 
   TextView text_;
@@ -117,7 +115,7 @@ bool skip_to_table(Lexer& lexer) {
   if (!lexer.is(lexer.next(), u"SELECT")) return false;
   int depth = 0;
   for (Token token = lexer.next();; token = lexer.next()) {
-    if (token.kind == TokenKind::kEnd || token.kind == TokenKind::kUnclosed) return false;
+    if (token.kind == TokenKind::kEnd) return false;
     if (lexer.is(token, u'(')) ++depth;
     if (lexer.is(token, u')')) --depth;
     if (lexer.is(token, u';') || lexer.is(token, u"INTO")) return false;
@@ -158,12 +156,12 @@ constexpr std::initializer_list<TextView> kOtherShapes{u"GROUP", u"HAVING", u"UN
 /// True when the rest, behind the table and its alias, keeps the statement one over a single table.
 bool rest_is_plain(Lexer& lexer) {
   Token token = lexer.next();
-  const bool ends = token.kind == TokenKind::kEnd || token.kind == TokenKind::kUnclosed;
+  const bool ends = token.kind == TokenKind::kEnd;
   if (!ends && !lexer.is(token, u';') && !lexer.is_any(token, kClauses)) return false;
   int depth = 0;
   bool ended = false;
   for (;; token = lexer.next()) {
-    if (token.kind == TokenKind::kEnd || token.kind == TokenKind::kUnclosed) return true;
+    if (token.kind == TokenKind::kEnd) return true;
     if (ended) return false;
     if (lexer.is(token, u'(')) ++depth;
     if (lexer.is(token, u')')) --depth;

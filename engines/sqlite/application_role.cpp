@@ -29,11 +29,9 @@ void add_role(Database& database, std::string_view name, std::string_view passwo
   const ByteBuffer salt = random_bytes(kSaltSize);
   const StoredValue values[] = {std::string(name), Blob{salt}, std::int64_t{kIterations},
                                 Blob{pbkdf2_sha512(password, salt, kIterations, kHashSize)}};
-  Execution insert(
-      database,
-      database.statement(
-          "INSERT INTO dbo.DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES (?, ?, ?, ?)"),
-      values);
+  sqlite3_stmt* const statement = database.statement(
+      "INSERT INTO dbo.DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES (?, ?, ?, ?)");
+  Execution insert(database, statement, values);
   insert.next();
 }
 
@@ -63,11 +61,9 @@ bool role_admits(Database& database, std::string_view name, std::string_view pas
 }
 
 bool has_roles(Database& database) {
-  return Execution(
-             database,
-             database.statement(
-                 "SELECT 1 FROM dbo.sqlite_master WHERE type = 'table' AND name = 'DW_APP_ROLE'"))
-      .next();
+  sqlite3_stmt* const statement = database.statement(
+      "SELECT 1 FROM dbo.sqlite_master WHERE type = 'table' AND name = 'DW_APP_ROLE'");
+  return Execution(database, statement).next();
 }
 
 }  // namespace tarnwick::sqlite

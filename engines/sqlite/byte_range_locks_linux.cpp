@@ -9,6 +9,7 @@
 #include "ado/error.h"
 #include "engines/sqlite/byte_range_locks.h"
 #include "engines/sqlite/files.h"
+#include "runtime/descriptor_linux.h"
 
 // Open-file-description locks: unlike the older record locks they belong to the open file and not
 // to the process, so they hold between two sessions of one process and are not lost when some other
@@ -52,10 +53,7 @@ bool may_own(const struct stat& lock_file, const struct stat& database) {
 }  // namespace
 
 struct ByteRangeLocks::System {
-  int file = -1;
-  ~System() {
-    if (file >= 0) ::close(file);
-  }
+  Descriptor file;
 };
 
 ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::filesystem::path& like)
@@ -67,22 +65,22 @@ ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::fil
   // Whoever may write to the folder can put something else here: a link, whose target would be
   // written to, or a pipe, which would not open before somebody reads from it.
   constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-  system_->file = ::open(file.c_str(), kFlags | O_CREAT | O_EXCL, mode);
-  if (system_->file >= 0) {
+  system_->file = Descriptor(::open(file.c_str(), kFlags | O_CREAT | O_EXCL, mode));
+  if (system_->file) {
     // Whoever may write the database has to be able to lock its rows: the process's own mask and
     // group must not count.
-    if (::fchown(system_->file, model.st_uid, model.st_gid) != 0 &&
-        ::fchown(system_->file, static_cast<uid_t>(-1), model.st_gid) != 0) {
+    if (::fchown(system_->file.get(), model.st_uid, model.st_gid) != 0 &&
+        ::fchown(system_->file.get(), static_cast<uid_t>(-1), model.st_gid) != 0) {
       // To give a file away takes root, or membership in the group: so it stays this user's own.
     }
-    ::fchmod(system_->file, mode);
+    ::fchmod(system_->file.get(), mode);
     return;
   }
-  if (errno == EEXIST) system_->file = ::open(file.c_str(), kFlags);
-  if (system_->file < 0 && errno == ELOOP) refuse(what, u"is a link");
-  if (system_->file < 0) throw_system_error(what, errno);
+  if (errno == EEXIST) system_->file = Descriptor(::open(file.c_str(), kFlags));
+  if (!system_->file && errno == ELOOP) refuse(what, u"is a link");
+  if (!system_->file) throw_system_error(what, errno);
   struct stat there {};
-  if (::fstat(system_->file, &there) != 0) throw_system_error(what, errno);
+  if (::fstat(system_->file.get(), &there) != 0) throw_system_error(what, errno);
   if (!S_ISREG(there.st_mode)) refuse(what, u"is no regular file");
   if (there.st_nlink > 1) refuse(what, u"has a second name");
   if (!may_own(there, model)) refuse(what, u"belongs to somebody who may not write the database");
@@ -92,19 +90,21 @@ ByteRangeLocks::~ByteRangeLocks() = default;
 
 bool ByteRangeLocks::try_lock(ByteRange range) {
   struct flock lock = description_of(range, F_WRLCK);
-  if (::fcntl(system_->file, F_OFD_SETLK, &lock) == 0) return true;
+  if (::fcntl(system_->file.get(), F_OFD_SETLK, &lock) == 0) return true;
   if (errno == EAGAIN || errno == EACCES) return false;
   throw_system_error(u"The lock file", errno);
 }
 
 void ByteRangeLocks::unlock(ByteRange range) noexcept {
   struct flock lock = description_of(range, F_UNLCK);
-  ::fcntl(system_->file, F_OFD_SETLK, &lock);
+  ::fcntl(system_->file.get(), F_OFD_SETLK, &lock);
 }
 
 std::optional<ByteRange> ByteRangeLocks::foreign_lock(ByteRange range) const {
   struct flock lock = description_of(range, F_WRLCK);
-  if (::fcntl(system_->file, F_OFD_GETLK, &lock) != 0) throw_system_error(u"The lock file", errno);
+  if (::fcntl(system_->file.get(), F_OFD_GETLK, &lock) != 0) {
+    throw_system_error(u"The lock file", errno);
+  }
   if (lock.l_type == F_UNLCK) return std::nullopt;
   const ByteRange found{lock.l_start,
                         lock.l_len == 0 ? range.last : lock.l_start + (lock.l_len - 1)};
@@ -131,7 +131,7 @@ std::vector<ByteRange> ByteRangeLocks::foreign_locks(ByteRange range) const {
 
 void ByteRangeLocks::write_at(std::int64_t offset, std::string_view bytes) {
   while (!bytes.empty()) {
-    const auto count = ::pwrite(system_->file, bytes.data(), bytes.size(), offset);
+    const auto count = ::pwrite(system_->file.get(), bytes.data(), bytes.size(), offset);
     if (count < 0) {
       if (errno == EINTR) continue;
       throw_system_error(u"The lock file", errno);
@@ -143,7 +143,7 @@ void ByteRangeLocks::write_at(std::int64_t offset, std::string_view bytes) {
 
 bool ByteRangeLocks::read_at(std::int64_t offset, std::span<char> bytes) const {
   while (!bytes.empty()) {
-    const auto count = ::pread(system_->file, bytes.data(), bytes.size(), offset);
+    const auto count = ::pread(system_->file.get(), bytes.data(), bytes.size(), offset);
     if (count == 0) return false;
     if (count < 0) {
       if (errno == EINTR) continue;

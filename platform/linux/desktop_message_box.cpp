@@ -11,39 +11,22 @@
 #include <cstdlib>
 #include <utility>
 
+#include "runtime/descriptor_linux.h"
+
 namespace tarnwick::platform {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class FileHandle {
- public:
-  FileHandle() = default;
-  explicit FileHandle(int file) : file_(file) {}
-  ~FileHandle() { close(); }
-  FileHandle(FileHandle&& other) noexcept : file_(std::exchange(other.file_, -1)) {}
-  FileHandle& operator=(FileHandle&& other) noexcept {
-    std::swap(file_, other.file_);
-    return *this;
-  }
-  [[nodiscard]] int get() const { return file_; }
-  void close() {
-    if (file_ >= 0) ::close(std::exchange(file_, -1));
-  }
-
- private:
-  int file_ = -1;
-};
-
 struct Pipe {
-  FileHandle reading;
-  FileHandle writing;
+  Descriptor reading;
+  Descriptor writing;
 };
 
 std::optional<Pipe> make_pipe() {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
-  return Pipe{FileHandle(ends[0]), FileHandle(ends[1])};
+  return Pipe{Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
 // The program that shows a window, from its start to its end.
@@ -111,8 +94,8 @@ class Child {
 
  private:
   pid_t process_ = -1;
-  FileHandle input_;  // its end tells the program that nobody waits any more
-  FileHandle output_;
+  Descriptor input_;  // its end tells the program that nobody waits any more
+  Descriptor output_;
 };
 
 bool screen_is_there() {

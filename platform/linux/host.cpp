@@ -28,8 +28,4 @@ bool LinuxHost::computer_name(std::span<char16_t> buffer) {
   return true;
 }
 
-std::optional<Text> LinuxHost::module_file_name() { return std::nullopt; }
-
-Date LinuxHost::now() { return local_now(); }
-
 }  // namespace tarnwick::platform

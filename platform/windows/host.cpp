@@ -36,8 +36,6 @@ bool WindowsHost::computer_name(std::span<char16_t> buffer) {
 
 std::optional<Text> WindowsHost::module_file_name() { return from_wide(executable_file_name()); }
 
-Date WindowsHost::now() { return local_now(); }
-
 void WindowsHost::stop_in_debugger() {
   if (IsDebuggerPresent() != 0) DebugBreak();
 }

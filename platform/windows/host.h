@@ -13,7 +13,6 @@ class WindowsHost final : public Host {
   bool computer_name(std::span<char16_t> buffer) override;
   [[nodiscard]] std::optional<Text> module_file_name() override;
   [[nodiscard]] std::filesystem::path folder() override { return folder_; }
-  [[nodiscard]] Date now() override;
   [[nodiscard]] MessageBox& message_box() override { return message_box_; }
   void stop_in_debugger() override;
 
