@@ -1,6 +1,5 @@
 #include "ado/connection.h"
 
-#include <algorithm>
 #include <exception>
 #include <utility>
 

@@ -1,6 +1,5 @@
 #include "ado/row_buffer.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace tarnwick::ado {
@@ -72,7 +71,7 @@ Variant Cell::to_variant() const {
     case Kind::kDate:
       return Date{real};
     case Kind::kUtf8:
-      return from_stored_utf8({reinterpret_cast<const char*>(data), size});
+      return from_stored_utf8(view());
     case Kind::kUtf16:
       return text_of(data, size);
     case Kind::kBytes:

@@ -40,6 +40,10 @@ struct Cell {
     return {.kind = Kind::kBytes, .data = value.data(), .size = value.size(), .shared = &value};
   }
 
+  /// The bytes of a text or of data.
+  [[nodiscard]] std::string_view view() const {
+    return {reinterpret_cast<const char*>(data), size};
+  }
   /// Of a kBytes cell; copies only what cannot be shared.
   [[nodiscard]] Bytes bytes() const { return shared ? *shared : Bytes(data, data + size); }
 

@@ -49,9 +49,7 @@ class Search final {
   [[nodiscard]] bool matches(sqlite3_stmt* row) const {
     return std::all_of(folded_.begin(), folded_.end(), [&](const auto& wanted) {
       const auto cell = cell_of(row, static_cast<int>(wanted.first));
-      return cell.kind == ado::Cell::Kind::kUtf8 &&
-             folded_key_text({reinterpret_cast<const char*>(cell.data), cell.size}) ==
-                 wanted.second;
+      return cell.kind == ado::Cell::Kind::kUtf8 && folded_key_text(cell.view()) == wanted.second;
     });
   }
 

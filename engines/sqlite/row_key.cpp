@@ -43,10 +43,6 @@ class Hash final {
   std::uint64_t state_ = 0xcbf29ce484222325u;
 };
 
-std::string_view text_of(const ado::Cell& cell) {
-  return {reinterpret_cast<const char*>(cell.data), cell.size};
-}
-
 bool is_ascii(std::string_view text) {
   return std::all_of(text.begin(), text.end(),
                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
@@ -77,7 +73,7 @@ void add_cell(Hash& hash, const ado::Cell& cell) {
     hash.add(std::bit_cast<std::uint64_t>(cell.real));
   } else {
     hash.add(static_cast<unsigned char>(cell.is_null() ? 'n' : 't'));
-    const auto text = text_of(cell);
+    const auto text = cell.view();
     if (cell.kind == ado::Cell::Kind::kUtf8 && !is_ascii(text)) {
       const auto folded = folded_key_text(text);
       hash.add(std::uint64_t{folded.size()});
@@ -92,7 +88,7 @@ void add_cell(Hash& hash, const ado::Cell& cell) {
 bool same_value(const ado::Cell& a, const ado::Cell& b) {
   if (is_integer(a) && is_integer(b)) return a.integer == b.integer;
   if (is_real(a) && is_real(b)) return a.real == b.real;
-  return a.kind == b.kind && text_of(a) == text_of(b);
+  return a.kind == b.kind && a.view() == b.view();
 }
 
 std::string cell_text(const ado::Cell& cell) {
@@ -102,7 +98,7 @@ std::string cell_text(const ado::Cell& cell) {
     const auto end = std::to_chars(digits, digits + sizeof digits, cell.real).ptr;
     return {digits, end};
   }
-  if (cell.kind == ado::Cell::Kind::kUtf8) return std::string(text_of(cell));
+  if (cell.kind == ado::Cell::Kind::kUtf8) return std::string(cell.view());
   return cell.is_null() ? "NULL" : "(binary)";
 }
 

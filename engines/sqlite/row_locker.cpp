@@ -62,9 +62,7 @@ void RowLocker::lock_changed_row(int operation, const char* table_name) {
   if (table->soft_lock_column < 0 || blocking_byte_) return;
   const auto stamp = changed_value(table->soft_lock_column, sqlite3_preupdate_new);
   locks_.set_stamp(*table, key_,
-                   stamp.kind == ado::Cell::Kind::kUtf8
-                       ? std::string_view(reinterpret_cast<const char*>(stamp.data), stamp.size)
-                       : std::string_view());
+                   stamp.kind == ado::Cell::Kind::kUtf8 ? stamp.view() : std::string_view());
 }
 
 void RowLocker::read_key(const Table& table, Getter getter) {

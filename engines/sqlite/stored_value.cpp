@@ -70,7 +70,7 @@ StoredValue stored_value(const ado::Cell& cell) {
     case Kind::kDate:
       return cell.real;
     case Kind::kUtf8:
-      return std::string(reinterpret_cast<const char*>(cell.data), cell.size);
+      return std::string(cell.view());
     case Kind::kUtf16:
       return stored_value(cell.to_variant());
     case Kind::kBytes:
