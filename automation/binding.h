@@ -174,16 +174,18 @@ template <auto kFunction, class C, class R, class... A>
 struct Bound {
   using Result = R;
   using Arguments = std::tuple<A...>;
+  /// `instance` is a T, whether the function is its own or of what it is derived from.
+  template <class T>
   static Value call(void* instance, std::span<const Value> arguments) {
-    return call(*static_cast<C*>(instance), arguments, std::index_sequence_for<A...>());
+    return run(*static_cast<T*>(instance), arguments, std::index_sequence_for<A...>());
   }
   static constexpr std::array<Type, sizeof...(A)> kArgumentTypes{kAutomatedType<A>...};
   static constexpr Type kResultType = kAutomatedType<R>;
 
  private:
   template <std::size_t... kIndex>
-  static Value call(C& object, [[maybe_unused]] std::span<const Value> arguments,
-                    std::index_sequence<kIndex...>) {
+  static Value run(C& object, [[maybe_unused]] std::span<const Value> arguments,
+                   std::index_sequence<kIndex...>) {
     if constexpr (std::is_void_v<R>) {
       std::invoke(kFunction, object, AutomatedAs<A>::from(arguments[kIndex])...);
       return Empty{};
@@ -230,10 +232,14 @@ struct BoundMember {
   std::array<ArgumentName, kArguments> arguments;
   bool is_default = false;
 
+  /// As a member of the class T.
+  template <class T>
   [[nodiscard]] Member to_member() const {
     using B = Binding<kFunction>;
-    Member member{name, access, B::kResultType, {}, is_default, &B::call, nullptr};
-    if constexpr (!std::is_null_pointer_v<decltype(kLetOf)>) member.let = &Binding<kLet>::call;
+    Member member{name, access, B::kResultType, {}, is_default, &B::template call<T>, nullptr};
+    if constexpr (!std::is_null_pointer_v<decltype(kLetOf)>) {
+      member.let = &Binding<kLet>::template call<T>;
+    }
     for (std::size_t i = 0; i < kArguments; ++i) {
       member.arguments.push_back(
           {arguments[i].name, B::kArgumentTypes[i], to_value(arguments[i].default_value)});
@@ -290,7 +296,9 @@ struct MembersOf;
 template <class T>
 std::vector<Member> members_of() {
   return std::apply(
-      [](const auto&... members) { return std::vector<Member>{members.to_member()...}; },
+      [](const auto&... members) {
+        return std::vector<Member>{members.template to_member<T>()...};
+      },
       MembersOf<T>::kAll);
 }
 

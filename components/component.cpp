@@ -1,11 +1,10 @@
 #include "components/component.h"
 
-#include "components/component_list.h"
 #include "components/component_properties.h"
 #include "components/refresh_component.h"
 #include "components/report_code.h"
+#include "pcs/refresh_pcs.h"
 #include "records/column_values.h"
-#include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
 #include "runtime/case_mapping.h"
@@ -14,19 +13,7 @@
 
 namespace tarnwick {
 
-Component::Component(SharedState& state) : state_(state), lock_(state) {}
-
-template <class T>
-void Component::set(T& member, T value) {
-  if (member != value) changed_ = true;
-  member = std::move(value);
-}
-
-template void Component::set(Text&, Text);
-template void Component::set(std::int16_t&, std::int16_t);
-template void Component::set(bool&, bool);
-template void Component::set(MaintTypeEnum&, MaintTypeEnum);
-template void Component::set(ReportCodeEnum&, ReportCodeEnum);
+Component::Component(SharedState& state) : RecordObject(state) {}
 
 void Component::set_comp_id(std::int16_t value) {
   if (row_comp_id_ == -1) row_comp_id_ = value;
@@ -41,6 +28,19 @@ void Component::set_meta_id(TextView value) {
 Text Component::key() const {
   if (comp_id_ < 0) return {};
   return join({u"C", decimal(comp_id_)});
+}
+
+std::shared_ptr<Store<RegisteredPC>> Component::pcs() {
+  auto mine = std::make_shared<Store<RegisteredPC>>();
+  // The view is taken over a register that is read anew each time; a register that cannot be read
+  // gives an empty view.
+  if (refresh_pcs(state_) && state_.registered_pcs != nullptr) {
+    for (const auto& pc : *state_.registered_pcs) {
+      if (pc->comp_id() == comp_id_) quietly([&] { mine->add(pc->key(), pc); });
+    }
+  }
+  pcs_ = std::move(mine);
+  return pcs_;
 }
 
 bool Component::initialized() const { return comp_id_ >= 0 && state_.connection != nullptr; }
@@ -62,12 +62,6 @@ bool Component::lock_record() {
         lock_, decimal(comp_id_), TableSelector::kComponents,
         [&](ado::Recordset& row) { return refresh_component(state_, &row, this); });
   });
-}
-
-bool Component::release_record() {
-  bool result = true;
-  if (lock_.locked()) succeeds(state_, [&] { result = lock_.release(); });
-  return result;
 }
 
 UpdateErrorEnum Component::update() { return write(u"Update", Existing::kWritten); }
@@ -100,8 +94,7 @@ UpdateErrorEnum Component::write(TextView procedure, Existing existing) {
                      join({u"Delete from DW_Sec_Comp Where CompID = ", decimal(row_comp_id_)}),
                      ado::kExecuteNoRecords);
     }
-    lock_.finish();
-    changed_ = false;
+    finish_update();
     result = OK_ue;
   });
 }
@@ -119,7 +112,7 @@ bool Component::remove() {
     if (locked()) release_record();
     execute_delete(state_, statement, ado::kExecuteNoRecords);
     // The number counts as a position, not as an id: the entry that stands there is removed.
-    require_store(state_.components).remove(std::int64_t{comp_id_});
+    require_set(state_.components).remove(std::int64_t{comp_id_});
   });
 }
 

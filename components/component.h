@@ -3,30 +3,17 @@
 #include <cstdint>
 #include <memory>
 
-#include "records/record_lock.h"
+#include "records/record_object.h"
 #include "state/enums.h"
-#include "state/shared_state.h"
 
 namespace tarnwick {
 
-enum class Existing : std::uint8_t;
-struct PropertyAccess;
-template <class Record>
-struct Properties;
-
 /// One row of DW_SEC_COMP: an entry in the tree of product components. Read-only to clients; rows
-/// are maintained through the methods. Errors stay inside: methods return their failure value and
-/// leave an account in the error state. Reference-counted, not thread-safe; `state` must outlive
-/// it.
-class Component final {
+/// are maintained through the methods.
+class Component final : public RecordObject {
  public:
   /// A new, empty component: comp_id() -1, image_index() 1.
   explicit Component(SharedState& state);
-  Component(const Component&) = delete;
-  Component& operator=(const Component&) = delete;
-
-  [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
-  [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
 
   /// -1 in a new object.
   [[nodiscard]] std::int16_t comp_id() const { return comp_id_; }
@@ -53,9 +40,6 @@ class Component final {
 
   /// "C" and comp_id in decimal (C7); "" while comp_id is negative.
   [[nodiscard]] Text key() const;
-  /// Whether a value was changed. Loading from a row counts as a change; only a successful update
-  /// clears it.
-  [[nodiscard]] bool changed() const { return changed_; }
   /// comp_id is 0 or more and the shared connection is set.
   [[nodiscard]] bool initialized() const;
 
@@ -69,9 +53,8 @@ class Component final {
 
   /// Opens the row for maintenance and reloads the object from it. True when it is (or was) locked.
   bool lock_record();
-  [[nodiscard]] bool locked() const { return lock_.locked(); }
   /// Gives the row back unwritten. True also when nothing was locked.
-  bool release_record();
+  bool release_record() { return release(true); }
 
   /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded.
   /// Takes the lock itself if none is held. MetaID and AuthorizedRole are not written. A renumbered
@@ -95,10 +78,7 @@ class Component final {
   void set_meta_id(TextView value);
   UpdateErrorEnum write(TextView procedure, Existing existing);
   void write_columns(ado::Recordset& row);
-  template <class T>
-  void set(T& member, T value);
 
-  SharedState& state_;
   std::int16_t comp_id_ = -1;
   Text name_;
   std::int16_t parent_id_ = 0;
@@ -114,11 +94,9 @@ class Component final {
   Text row_version_;
   Text soft_lock_;
 
-  bool changed_ = false;
   // The first id that the object was given: the row that it was read from.
   std::int16_t row_comp_id_ = -1;
   std::shared_ptr<Store<RegisteredPC>> pcs_;
-  RecordLock lock_;
 };
 
 }  // namespace tarnwick

@@ -1,6 +1,5 @@
 #include "components/components.h"
 
-#include "components/component_list.h"
 #include "components/component_properties.h"
 #include "components/refresh_component.h"
 #include "records/recordset_access.h"
@@ -8,12 +7,6 @@
 #include "state/guard.h"
 
 namespace tarnwick {
-
-Components::Components(SharedState& state) : state_(state) {
-  state_.components = std::make_shared<Store<Component>>();
-}
-
-Components::~Components() { state_.components.reset(); }
 
 bool Components::refresh() {
   return guarded(state_, {u"Components", u"Refresh"}, false, [&](bool& result) {
@@ -58,27 +51,17 @@ std::shared_ptr<Component> Components::add(std::int16_t comp_id, TextView compon
     set_property<Component, "SecurityGroup">(*component, Text(sec_grp_id));
     set_property<Component, "MetaID">(*component, Text(meta_id));
     set_property<Component, "AuthorizedRole">(*component, Text(auth_role));
-    require_store(state_.components).add(component->key(), component);
+    require_set(state_.components).add(component->key(), component);
     result = std::move(component);
   });
 }
 
 bool Components::add_comp_object(const std::shared_ptr<Component>& component) {
-  return guarded(state_, {u"Components", u"AddCompObject"}, false, [&](bool& result) {
-    if (component == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-    Text key = component->key();
-    if (!holds(state_.components, key)) {
-      require_store(state_.components).add(std::move(key), component);
-      result = true;
-      return;
-    }
-    state_.errors.set_message(
-        join({u"Component '", decimal(component->comp_id()),
-              u"' is already on file. Unable to add to the components collection!"}));
+  return add_object({u"Components", u"AddCompObject"}, component, [&] {
+    return join({u"Component '", decimal(component->comp_id()),
+                 u"' is already on file. Unable to add to the components collection!"});
   });
 }
-
-bool Components::exists(TextView comp_id) const { return holds(state_.components, comp_id); }
 
 std::shared_ptr<Store<Component>> Components::find_meta_id(TextView meta_id) const {
   using Result = std::shared_ptr<Store<Component>>;
@@ -86,25 +69,10 @@ std::shared_ptr<Store<Component>> Components::find_meta_id(TextView meta_id) con
     found = std::make_shared<Store<Component>>();
     if (meta_id.empty()) return;
     const Text wanted = upper(meta_id);
-    for (const auto& component : require_store(state_.components)) {
+    for (const auto& component : require_set(state_.components)) {
       if (component->meta_id() == wanted) found->add(component->key(), component);
     }
   });
-}
-
-std::shared_ptr<Component> Components::item(const Variant& key_or_position) const {
-  std::shared_ptr<Component> found;
-  quietly([&] { found = entry_at(state_.components, key_or_position); });
-  return found;
-}
-
-std::int32_t Components::count() const {
-  return state_.components == nullptr ? 0 : static_cast<std::int32_t>(state_.components->size());
-}
-
-StoreEnumerator<Component> Components::new_enum() const {
-  return StoreEnumerator<Component>(
-      state_.components == nullptr ? std::make_shared<Store<Component>>() : state_.components);
 }
 
 }  // namespace tarnwick

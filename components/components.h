@@ -4,22 +4,14 @@
 #include <memory>
 
 #include "components/component.h"
-#include "state/store.h"
+#include "state/collection_object.h"
 
 namespace tarnwick {
 
-/// All components, in one list for the whole process. Creating a Components object replaces the
-/// list by an empty one, and the end of any Components object discards it, for all others too: a
-/// client uses the one that Server hands out. Not thread-safe; `state` must outlive it.
-class Components final {
+/// All components, in one list for the whole process; their keys are "C7", not "7".
+class Components final : public CollectionObject<Component, &SharedState::components> {
  public:
-  explicit Components(SharedState& state);
-  ~Components();
-  Components(const Components&) = delete;
-  Components& operator=(const Components&) = delete;
-
-  [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
-  [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
+  explicit Components(SharedState& state) : CollectionObject(state) {}
 
   /// Reads the table anew, by ascending id. True also when the table cannot be read: the list stays
   /// as it was, and the account is in the error state. False when the loading stopped (two rows
@@ -39,27 +31,8 @@ class Components final {
   /// says so), or for null (error 91).
   bool add_comp_object(const std::shared_ptr<Component>& component);
 
-  /// Whether the list holds the *key* `comp_id`: "C7", not "7".
-  [[nodiscard]] bool exists(TextView comp_id) const;
-
   /// The components with this MetaID, in any letter case; none for the empty text.
   [[nodiscard]] std::shared_ptr<Store<Component>> find_meta_id(TextView meta_id) const;
-
-  /// The entry under a key or at a position from 1; null where there is none.
-  [[nodiscard]] std::shared_ptr<Component> item(const Variant& key_or_position) const;
-
-  /// 0 without a list.
-  [[nodiscard]] std::int32_t count() const;
-
-  /// Walks the list in order; an empty list when there is none.
-  [[nodiscard]] StoreEnumerator<Component> new_enum() const;
-
-  [[nodiscard]] bool changed() const { return any_changed(state_.components); }
-  /// The list exists and holds an entry, and the shared connection is open.
-  [[nodiscard]] bool initialized() const { return usable(state_, state_.components); }
-
- private:
-  SharedState& state_;
 };
 
 }  // namespace tarnwick

@@ -1,6 +1,5 @@
 #include "pcs/refresh_pcs.h"
 
-#include "pcs/pc_list.h"
 #include "pcs/registered_pc_properties.h"
 #include "records/column_values.h"
 #include "records/recordset_access.h"

@@ -4,6 +4,9 @@
 
 namespace tarnwick {
 
+/// Reads all PCs in the order of their MAC numbers. Two blanks after "From", as traces show it.
+inline constexpr TextView kPcList = u"Select * From  DW_SEC_PC Order By MACNbr";
+
 /// Loads `pc` from the current row of `rows` and clears its mark of a change. False when a column
 /// could not be read, or an argument is null; the columns before it keep their new values. Recorded
 /// as component General, procedure RefreshPC.

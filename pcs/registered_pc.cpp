@@ -1,10 +1,8 @@
 #include "pcs/registered_pc.h"
 
-#include "pcs/pc_list.h"
 #include "pcs/refresh_pcs.h"
 #include "pcs/registered_pc_properties.h"
 #include "records/column_values.h"
-#include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
 #include "runtime/case_mapping.h"
@@ -28,7 +26,7 @@ void keep_loaded(std::unique_ptr<const Text>& loaded, const Text& present, const
 
 }  // namespace
 
-RegisteredPC::RegisteredPC(SharedState& state) : state_(state), lock_(state) {}
+RegisteredPC::RegisteredPC(SharedState& state) : RecordObject(state) {}
 
 void RegisteredPC::set_mac_number(Text value) {
   keep_loaded(loaded_mac_number_, mac_number_, value);
@@ -79,12 +77,6 @@ bool RegisteredPC::lock_record() {
   });
 }
 
-bool RegisteredPC::release_record() {
-  bool result = true;
-  if (lock_.locked()) succeeds(state_, [&] { result = lock_.release(); });
-  return result;
-}
-
 UpdateErrorEnum RegisteredPC::update() { return write(u"Update", Existing::kWritten); }
 
 UpdateErrorEnum RegisteredPC::insert() { return write(u"Insert", Existing::kRefused); }
@@ -118,8 +110,7 @@ UpdateErrorEnum RegisteredPC::write(TextView procedure, Existing existing) {
                            decimal(loaded_comp_id_)}),
                      ado::kExecuteNoRecords);
     }
-    lock_.finish();
-    changed_ = false;
+    finish_update();
     result = OK_ue;
   });
 }
@@ -145,7 +136,7 @@ bool RegisteredPC::remove() {
               computer_id_, u"' and CompID = ", decimal(comp_id_)});
     if (locked()) release_record();
     execute_delete(state_, statement, ado::kExecuteNoRecords);
-    require_store(state_.registered_pcs).remove(key());
+    require_set(state_.registered_pcs).remove(key());
   });
 }
 

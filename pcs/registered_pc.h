@@ -3,30 +3,16 @@
 #include <cstdint>
 #include <memory>
 
-#include "records/record_lock.h"
+#include "records/record_object.h"
 #include "state/enums.h"
-#include "state/shared_state.h"
 
 namespace tarnwick {
 
-enum class Existing : std::uint8_t;
-struct PropertyAccess;
-template <class Record>
-struct Properties;
-
-/// One row of DW_SEC_PC: a PC as it uses one component, with its activation and logins. Errors stay
-/// inside: methods return their failure value and leave an account in the error state.
-/// Reference-counted, not thread-safe; `state` must outlive it.
-class RegisteredPC final {
+/// One row of DW_SEC_PC: a PC as it uses one component, with its activation and logins.
+class RegisteredPC final : public RecordObject {
  public:
   explicit RegisteredPC(SharedState& state);
-  RegisteredPC(const RegisteredPC&) = delete;
-  RegisteredPC& operator=(const RegisteredPC&) = delete;
 
-  [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
-  [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
-
-  // Properties. A new value that differs marks the PC changed: texts compare exactly.
   [[nodiscard]] const Text& mac_number() const { return mac_number_; }
   void set_mac_number(Text value);
   [[nodiscard]] const Text& computer_id() const { return computer_id_; }
@@ -65,8 +51,6 @@ class RegisteredPC final {
 
   /// MAC number, computer id and comp_id in decimal, joined by U+00FE.
   [[nodiscard]] Text key() const;
-  /// Set by setters, cleared by a load and by a successful update.
-  [[nodiscard]] bool changed() const { return changed_; }
   /// The key has at least 3 characters and the shared connection is set.
   [[nodiscard]] bool initialized() const;
 
@@ -76,9 +60,8 @@ class RegisteredPC final {
 
   /// Opens the row for maintenance and reloads the object from it. True when it is (or was) locked.
   bool lock_record();
-  [[nodiscard]] bool locked() const { return lock_.locked(); }
   /// Gives the row back unwritten. True also when nothing was locked.
-  bool release_record();
+  bool release_record() { return release(true); }
 
   /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded;
   /// takes the lock itself if none is held. A PC whose key changed is written under the new key and
@@ -100,18 +83,12 @@ class RegisteredPC final {
   friend struct Properties<RegisteredPC>;
   friend struct PropertyAccess;
 
-  template <class T>
-  void set(T& member, T value) {
-    if (member != value) changed_ = true;
-    member = std::move(value);
-  }
   [[nodiscard]] const Text& loaded_mac_number() const;
   [[nodiscard]] const Text& loaded_computer_id() const;
   [[nodiscard]] Text loaded_key() const;
   UpdateErrorEnum write(TextView procedure, Existing existing);
   void write_columns(ado::Recordset& row);
 
-  SharedState& state_;
   Text mac_number_;
   Text computer_id_;
   std::int16_t comp_id_ = -1;
@@ -129,13 +106,11 @@ class RegisteredPC final {
   Text row_version_;
   Text software_version_;
 
-  bool changed_ = false;
   // The key under which the row was first known: the first values that are not empty. A text that
   // was never changed since is not kept twice; in a large register that counts.
   std::unique_ptr<const Text> loaded_mac_number_;
   std::unique_ptr<const Text> loaded_computer_id_;
   std::int16_t loaded_comp_id_ = -1;
-  RecordLock lock_;
 };
 
 }  // namespace tarnwick

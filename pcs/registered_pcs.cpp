@@ -6,12 +6,6 @@
 
 namespace tarnwick {
 
-RegisteredPCs::RegisteredPCs(SharedState& state) : state_(state) {
-  state_.registered_pcs = std::make_shared<Store<RegisteredPC>>();
-}
-
-RegisteredPCs::~RegisteredPCs() { state_.registered_pcs.reset(); }
-
 bool RegisteredPCs::refresh() { return refresh_pcs(state_); }
 
 std::shared_ptr<RegisteredPC> RegisteredPCs::add(const NewRegisteredPC& values) {
@@ -33,33 +27,23 @@ std::shared_ptr<RegisteredPC> RegisteredPCs::add(const NewRegisteredPC& values) 
     pc->set_deactivated_date(values.deactivated_date);
     set_property<RegisteredPC, "SoftLock">(*pc, Text(values.soft_lock));
     pc->set_software_version(Text(values.software_version));
-    require_store(state_.registered_pcs).add(pc->key(), pc);
+    require_set(state_.registered_pcs).add(pc->key(), pc);
     result = std::move(pc);
   });
 }
 
 bool RegisteredPCs::add_pc_object(const std::shared_ptr<RegisteredPC>& pc) {
-  return guarded(state_, {u"RegisteredPCs", u"AddPCObject"}, false, [&](bool& result) {
-    if (pc == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-    Text key = pc->key();
-    if (!holds(state_.registered_pcs, key)) {
-      require_store(state_.registered_pcs).add(std::move(key), pc);
-      result = true;
-      return;
-    }
-    state_.errors.set_message(
-        join({u"PC '", key, u"' is already on file. Unable to add to the PC collection!"}));
+  return add_object({u"RegisteredPCs", u"AddPCObject"}, pc, [&] {
+    return join({u"PC '", pc->key(), u"' is already on file. Unable to add to the PC collection!"});
   });
 }
-
-bool RegisteredPCs::exists(TextView reg_pc) const { return holds(state_.registered_pcs, reg_pc); }
 
 std::shared_ptr<RegisteredPC> RegisteredPCs::item(const Variant& key_or_position) const {
   return entry_at(state_.registered_pcs, key_or_position);
 }
 
 std::int32_t RegisteredPCs::count() const {
-  return static_cast<std::int32_t>(require_store(state_.registered_pcs).size());
+  return static_cast<std::int32_t>(require_set(state_.registered_pcs).size());
 }
 
 StoreEnumerator<RegisteredPC> RegisteredPCs::new_enum() const {

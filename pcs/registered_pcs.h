@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "pcs/registered_pc.h"
-#include "state/store.h"
+#include "state/collection_object.h"
 
 namespace tarnwick {
 
@@ -28,19 +28,10 @@ struct NewRegisteredPC {
   TextView software_version = {};
 };
 
-/// The register of all PCs, in one store for the whole process. Creating a RegisteredPCs object
-/// replaces the store by an empty one, and the end of any RegisteredPCs object drops it, for all
-/// others too: a client uses the one that Server hands out. Not thread-safe; `state` must outlive
-/// it.
-class RegisteredPCs final {
+/// The register of all PCs, in one store for the whole process.
+class RegisteredPCs final : public CollectionObject<RegisteredPC, &SharedState::registered_pcs> {
  public:
-  explicit RegisteredPCs(SharedState& state);
-  ~RegisteredPCs();
-  RegisteredPCs(const RegisteredPCs&) = delete;
-  RegisteredPCs& operator=(const RegisteredPCs&) = delete;
-
-  [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
-  [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
+  explicit RegisteredPCs(SharedState& state) : CollectionObject(state) {}
 
   /// Reads the table anew; see refresh_pcs.
   bool refresh();
@@ -53,24 +44,14 @@ class RegisteredPCs final {
   /// so), or for null (error 91).
   bool add_pc_object(const std::shared_ptr<RegisteredPC>& pc);
 
-  /// Whether the store holds this key, in any letter case.
-  [[nodiscard]] bool exists(TextView reg_pc) const;
-
-  // These three pass straight to the store, and their errors to the client: error 91 without a
-  // store.
+  // These three, unlike those of the other collections, pass straight to the store, and their
+  // errors to the client: error 91 without a store.
 
   /// The entry under a key or at a position from 1. Throws Error 5 for an unknown key, 9 for a
   /// position out of range, 13 for a value that is neither.
   [[nodiscard]] std::shared_ptr<RegisteredPC> item(const Variant& key_or_position) const;
   [[nodiscard]] std::int32_t count() const;
   [[nodiscard]] StoreEnumerator<RegisteredPC> new_enum() const;
-
-  [[nodiscard]] bool changed() const { return any_changed(state_.registered_pcs); }
-  /// The store exists and holds an entry, and the shared connection is open.
-  [[nodiscard]] bool initialized() const { return usable(state_, state_.registered_pcs); }
-
- private:
-  SharedState& state_;
 };
 
 }  // namespace tarnwick

@@ -21,4 +21,16 @@ std::shared_ptr<ado::Recordset> get_recordset(SharedState& state, TextView state
   });
 }
 
+void execute_delete(SharedState& state, TextView statement, std::int32_t options) {
+  ado::Connection& connection = state.require_connection();
+  // Inside a transaction the deletion goes with it, and is not the last word.
+  const bool commits = !connection.in_transaction();
+  try {
+    connection.execute(statement, options);
+  } catch (const Error&) {
+    if (commits) note_cause_of_commit(state);
+    throw;
+  }
+}
+
 }  // namespace tarnwick

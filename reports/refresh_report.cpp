@@ -8,6 +8,17 @@
 
 namespace tarnwick {
 
+const Text& report_list() {
+  static const Text statement = [] {
+    Text columns;
+    for_each_property<Report>([&](const auto& property) {
+      columns.append(columns.empty() ? u"" : u", ").append(property.reading.column);
+    });
+    return join({u"Select ", columns, u"  From  DW_Reports  Order By ReportName"});
+  }();
+  return statement;
+}
+
 bool refresh_report(SharedState& state, Report* report, ado::Recordset* rows) {
   return guarded(state, {u"General", u"RefreshReport"}, false, [&](bool& result) {
     // Both texts name the routine of the components: the two routines share them.

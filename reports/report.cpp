@@ -2,12 +2,10 @@
 
 #include "platform/file_system.h"
 #include "records/column_values.h"
-#include "records/deletion.h"
 #include "records/recordset_access.h"
 #include "records/report_lookup.h"
 #include "records/update_protocol.h"
 #include "reports/refresh_report.h"
-#include "reports/report_list.h"
 #include "reports/report_payload.h"
 #include "reports/report_properties.h"
 #include "reports/report_type.h"
@@ -35,7 +33,7 @@ Text require_folder_of(SharedState& state, const platform::FileSystemObject& fil
 
 }  // namespace
 
-Report::Report(SharedState& state) : state_(state), lock_(state) {}
+Report::Report(SharedState& state) : RecordObject(state) {}
 
 void Report::set_name(Text value) {
   if (initial_name_.empty()) initial_name_ = value;
@@ -55,7 +53,7 @@ bool Report::remove() {
     if (locked()) release_record();
     state_.report_row.reset();
     execute_delete(state_, statement);
-    require_store(state_.reports).remove(key());
+    require_set(state_.reports).remove(key());
   });
 }
 
@@ -76,12 +74,6 @@ bool Report::lock_record() {
       return refresh_report(state_, this, &row);
     });
   });
-}
-
-bool Report::release_record() {
-  bool result = false;
-  if (lock_.locked()) succeeds(state_, [&] { result = lock_.release(); });
-  return result;
 }
 
 UpdateErrorEnum Report::update(TextView full_report_name) {
@@ -122,8 +114,7 @@ UpdateErrorEnum Report::write(TextView procedure, TextView full_report_name, Exi
       execute_delete(state_,
                      join({u"Delete from DW_Report Where ReportName = '", initial_name_, u"'"}));
     }
-    lock_.finish();
-    changed_ = false;
+    finish_update();
     result = OK_ue;
   });
 }

@@ -3,28 +3,16 @@
 #include <cstdint>
 #include <memory>
 
-#include "records/record_lock.h"
+#include "records/record_object.h"
 #include "state/enums.h"
-#include "state/shared_state.h"
 
 namespace tarnwick {
 
-enum class Existing : std::uint8_t;
-struct PropertyAccess;
-template <class Record>
-struct Properties;
-
 /// One row of DW_Reports: a report of the catalog, with its field definitions (ttx) and, in the
-/// table only, its report file. Errors stay inside: methods return their failure value and leave an
-/// account in the error state. Reference-counted, not thread-safe; `state` must outlive it.
-class Report final {
+/// table only, its report file.
+class Report final : public RecordObject {
  public:
   explicit Report(SharedState& state);
-  Report(const Report&) = delete;
-  Report& operator=(const Report&) = delete;
-
-  [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
-  [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
 
   /// Deletes the row and takes the entry under this name out of the catalog. False when either
   /// fails; nothing is recorded. Does nothing, and returns True, without a name.
@@ -37,15 +25,12 @@ class Report final {
   /// Opens the row for maintenance and reloads the object from it. True when it is (or was) locked.
   bool lock_record();
   /// Gives the row back unwritten. False when nothing was locked.
-  bool release_record();
-  [[nodiscard]] bool locked() const { return lock_.locked(); }
+  bool release_record() { return release(false); }
 
   /// Whether the report has a name.
   [[nodiscard]] bool initialized() const { return !name_.empty(); }
   /// The name.
   [[nodiscard]] const Text& key() const { return name_; }
-  /// Set by setters that change a value, cleared by a load and by a successful update.
-  [[nodiscard]] bool changed() const { return changed_; }
 
   /// Writes the report to its row, or inserts it, if nobody changed the row since it was loaded;
   /// takes the lock itself if none is held. `full_report_name`: a file that is stored whole as the
@@ -70,8 +55,6 @@ class Report final {
 
   /// Writes the stored report file to this file.
   bool extract_report(TextView full_path_name);
-
-  // Properties. A new value that differs marks the report changed: texts compare exactly.
 
   /// Who maintains the row, since when; as it was when the object was loaded.
   [[nodiscard]] const Text& soft_lock() const { return soft_lock_; }
@@ -114,15 +97,9 @@ class Report final {
   friend struct Properties<Report>;
   friend struct PropertyAccess;
 
-  template <class T>
-  void set(T& member, T value) {
-    if (member != value) changed_ = true;
-    member = std::move(value);
-  }
   UpdateErrorEnum write(TextView procedure, TextView full_report_name, Existing existing);
   void write_columns(ado::Recordset& row, TextView full_report_name);
 
-  SharedState& state_;
   Text soft_lock_;
   MaintTypeEnum maintenance_type_ = Report_mt;
   Text description_;
@@ -139,10 +116,8 @@ class Report final {
   Text name_;
   Text row_version_;
 
-  bool changed_ = false;
   // The first name that the object was given: the row that it was loaded from.
   Text initial_name_;
-  RecordLock lock_;
 };
 
 }  // namespace tarnwick

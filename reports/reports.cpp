@@ -2,7 +2,6 @@
 
 #include "records/recordset_access.h"
 #include "reports/refresh_report.h"
-#include "reports/report_list.h"
 #include "state/guard.h"
 
 namespace tarnwick {
@@ -28,12 +27,6 @@ void load_catalog(SharedState& state, ado::Recordset& rows, LoadProgress& progre
 }
 
 }  // namespace
-
-Reports::Reports(SharedState& state) : state_(state) {
-  state_.reports = std::make_shared<Store<Report>>();
-}
-
-Reports::~Reports() { state_.reports.reset(); }
 
 bool Reports::refresh() {
   LoadProgress progress;
@@ -70,40 +63,16 @@ std::shared_ptr<Report> Reports::add(const NewReport& values) {
     report->set_ttx(Text(values.ttx));
     report->set_description(Text(values.description));
     report->set_definition(Text(values.definition));
-    require_store(state_.reports).add(Text(values.report_name), report);
+    require_set(state_.reports).add(Text(values.report_name), report);
     result = std::move(report);
   });
 }
 
 bool Reports::add_report_object(const std::shared_ptr<Report>& report) {
-  return guarded(state_, {u"Reports", u"AddReportObject"}, false, [&](bool& result) {
-    if (report == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-    if (!holds(state_.reports, report->name())) {
-      require_store(state_.reports).add(report->name(), report);
-      result = true;
-      return;
-    }
-    state_.errors.set_message(
-        join({u"Report '", report->name(),
-              u"' is already on file. Unable to add to the reports collection!"}));
+  return add_object({u"Reports", u"AddReportObject"}, report, [&] {
+    return join({u"Report '", report->name(),
+                 u"' is already on file. Unable to add to the reports collection!"});
   });
-}
-
-bool Reports::exists(TextView report_name) const { return holds(state_.reports, report_name); }
-
-std::shared_ptr<Report> Reports::item(const Variant& key_or_position) const {
-  std::shared_ptr<Report> found;
-  quietly([&] { found = entry_at(state_.reports, key_or_position); });
-  return found;
-}
-
-std::int32_t Reports::count() const {
-  return state_.reports == nullptr ? 0 : static_cast<std::int32_t>(state_.reports->size());
-}
-
-StoreEnumerator<Report> Reports::new_enum() const {
-  return StoreEnumerator<Report>(state_.reports == nullptr ? std::make_shared<Store<Report>>()
-                                                           : state_.reports);
 }
 
 }  // namespace tarnwick

@@ -40,15 +40,9 @@ std::shared_ptr<Collection> collection(SharedState& state, std::shared_ptr<Colle
   });
 }
 
-template <class Collection>
-Collection& require(const std::shared_ptr<Collection>& collection) {
-  if (collection == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-  return *collection;
-}
-
 }  // namespace
 
-Server::Server(SharedState& state) : state_(state) {
+Server::Server(SharedState& state) : ModelObject(state) {
   guarded(state_, {u"Server", u"Class_Initialize"}, false, [&](bool&) {
     reports_ = std::make_shared<Reports>(state_);
     registered_pcs_ = std::make_shared<RegisteredPCs>(state_);
@@ -98,7 +92,6 @@ bool Server::set_connection(TextView connect_string, TextView app_role, TextView
     state_.connection->set_connection_string(normalised);
     state_.connection->open();
     state_.connection->set_default_database(u"Velmar_Sec");
-    // Role and password stand in the statement as they were given.
     state_.connection->execute(
         join({u"EXEC sp_setapprole '", app_role, u"','", app_password, u"'"}));
     state_.connection->execute(u"SET LOCK_TIMEOUT 5000");
@@ -114,20 +107,15 @@ bool Server::refresh() {
       throw Error(static_cast<std::int32_t>(ErrorNumber::kUserDefined),
                   u"Connection object has not been set, unable to refresh!");
     }
-    if (!require(components()).refresh()) {
-      state_.errors.prefix(u"Error while refreshing the Component Records!");
-      return;
-    }
-    if (!require(registered_pcs()).refresh()) {
-      state_.errors.prefix(u"Error while refreshing the Registered PC Records!");
-      return;
-    }
-    if (!require(reports()).refresh()) {
-      state_.errors.prefix(u"Error while refreshing the Report Records!");
-      return;
-    }
-    initialized_ = true;
-    result = true;
+    const auto loads = [&](const auto& collection, TextView complaint) {
+      const bool loaded = require_set(collection).refresh();
+      if (!loaded) state_.errors.prefix(complaint);
+      return loaded;
+    };
+    result = loads(components(), u"Error while refreshing the Component Records!") &&
+             loads(registered_pcs(), u"Error while refreshing the Registered PC Records!") &&
+             loads(reports(), u"Error while refreshing the Report Records!");
+    if (result) initialized_ = true;
   });
 }
 

@@ -6,26 +6,21 @@
 #include "components/components.h"
 #include "pcs/registered_pcs.h"
 #include "reports/reports.h"
-#include "state/shared_state.h"
+#include "state/model_object.h"
 
 namespace tarnwick {
 
 /// The root object of the security object model, the one that a client creates first: owns the
 /// three collections, opens the connection that all objects of the process use, and loads the
 /// collections. The connection lives as long as a Server lives. Errors stay inside: methods return
-/// False and leave an account in the error state. Not thread-safe; `state` must outlive it.
-class Server final {
+/// False and leave an account in the error state.
+class Server final : public ModelObject {
  public:
   explicit Server(SharedState& state);
   ~Server();
-  Server(const Server&) = delete;
-  Server& operator=(const Server&) = delete;
 
   /// The shared connection is open and this Server was refreshed once.
   [[nodiscard]] bool initialized() const;
-
-  [[nodiscard]] const Text& last_error_msg() const { return state_.errors.message(); }
-  [[nodiscard]] std::int32_t last_error_number() const { return state_.errors.number(); }
 
   /// Never null, but when a collection cannot be created.
   [[nodiscard]] std::shared_ptr<Reports> reports();
@@ -42,7 +37,6 @@ class Server final {
   bool refresh();
 
  private:
-  SharedState& state_;
   std::shared_ptr<Components> components_;
   std::shared_ptr<RegisteredPCs> registered_pcs_;
   std::shared_ptr<Reports> reports_;

@@ -7,11 +7,11 @@
 
 namespace tarnwick {
 
-/// The store, or error 91 where no collection object of its class lives.
-template <class Record>
-[[nodiscard]] Store<Record>& require_store(const std::shared_ptr<Store<Record>>& store) {
-  if (store == nullptr) throw Error(ErrorNumber::kObjectNotSet);
-  return *store;
+/// What the reference holds, such as a store, or error 91 where it is unset.
+template <class T>
+[[nodiscard]] T& require_set(const std::shared_ptr<T>& reference) {
+  if (reference == nullptr) throw Error(ErrorNumber::kObjectNotSet);
+  return *reference;
 }
 
 /// Walks the entries of a store in order; what clients' for-each loops run on. Keeps the list that
@@ -20,7 +20,7 @@ template <class Record>
 class StoreEnumerator {
  public:
   explicit StoreEnumerator(std::shared_ptr<Store<Record>> store)
-      : store_(std::move(store)), walk_(require_store(store_).walk()) {}
+      : store_(std::move(store)), walk_(require_set(store_).walk()) {}
 
   /// The next entry, or null at the end.
   [[nodiscard]] std::shared_ptr<Record> next() {
@@ -40,7 +40,7 @@ class StoreEnumerator {
 template <class Record>
 [[nodiscard]] std::shared_ptr<Record> entry_at(const std::shared_ptr<Store<Record>>& store,
                                                const Variant& key_or_position) {
-  const Store<Record>& list = require_store(store);
+  const Store<Record>& list = require_set(store);
   if (const Text* key = std::get_if<Text>(&key_or_position)) return list.at(*key);
   if (std::holds_alternative<Empty>(key_or_position)) throw Error(ErrorNumber::kTypeMismatch);
   return list.at(std::int64_t{to_int32(key_or_position)});
@@ -60,12 +60,6 @@ template <class Record>
     if (entry->changed()) return true;
   }
   return false;
-}
-
-/// Whether `store` exists and holds `key`.
-template <class Record>
-[[nodiscard]] bool holds(const std::shared_ptr<Store<Record>>& store, TextView key) {
-  return store != nullptr && store->find(key) != nullptr;
 }
 
 }  // namespace tarnwick

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "records/recordset_access.h"
-#include "reports/report_list.h"
 #include "tests/reports/report_fixture.h"
 
 namespace tarnwick {
