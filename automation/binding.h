@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstddef>
@@ -26,16 +27,16 @@ namespace tarnwick::automation {
 // are those of the function, so that the two cannot differ. The entries are known to the compiler,
 // which makes each face's functions from them.
 
+/// The seven classes in the order of their ids.
+using ClassTypes =
+    std::tuple<Server, Components, Component, RegisteredPCs, RegisteredPC, Reports, Report>;
+
 template <class T>
-inline constexpr ClassId kClassOf = [] {
-  if constexpr (std::same_as<T, Server>) return ClassId::kServer;
-  if constexpr (std::same_as<T, Components>) return ClassId::kComponents;
-  if constexpr (std::same_as<T, Component>) return ClassId::kComponent;
-  if constexpr (std::same_as<T, RegisteredPCs>) return ClassId::kRegisteredPCs;
-  if constexpr (std::same_as<T, RegisteredPC>) return ClassId::kRegisteredPC;
-  if constexpr (std::same_as<T, Reports>) return ClassId::kReports;
-  if constexpr (std::same_as<T, Report>) return ClassId::kReport;
-}();
+inline constexpr ClassId kClassOf = []<class... C>(std::type_identity<std::tuple<C...>>) {
+  static_assert((std::same_as<T, C> || ...));
+  constexpr std::array kSame{std::same_as<T, C>...};
+  return static_cast<ClassId>(std::ranges::find(kSame, true) - kSame.begin());
+}(std::type_identity<ClassTypes>());
 
 template <class T>
 inline constexpr EnumerationId kEnumerationOf = [] {
@@ -295,11 +296,16 @@ struct MembersOf;
 /// The table of `T` for whoever looks at it while the program runs.
 template <class T>
 std::vector<Member> members_of() {
-  return std::apply(
-      [](const auto&... members) {
-        return std::vector<Member>{members.template to_member<T>()...};
-      },
+  auto members = std::apply(
+      [](const auto&... each) { return std::vector<Member>{each.template to_member<T>()...}; },
       MembersOf<T>::kAll);
+  std::int32_t place = 0;
+  for (Member& member : members) {
+    ++place;
+    const bool enumerates = member.result.kind == Kind::kEnumerator;
+    member.id = member.is_default ? kIdOfDefaultMember : enumerates ? kIdOfEnumerator : place;
+  }
+  return members;
 }
 
 namespace member_order {
@@ -318,23 +324,16 @@ consteval auto property_member() {
 // At each place, which of the properties and then of the other members stands there.
 template <class Record, std::size_t kOthers>
 consteval auto places() {
-  constexpr std::size_t kProperties = std::tuple_size_v<decltype(Properties<Record>::kAll)>;
-  constexpr std::array<int, kProperties> kIds = std::apply(
-      [](const auto&... rows) { return std::array{rows.id...}; }, Properties<Record>::kAll);
-  std::array<std::size_t, kProperties + kOthers> places{};
-  std::size_t taken = 0;
-  std::size_t next_other = kProperties;
-  for (std::size_t place = 0; place < places.size(); ++place) {
-    std::size_t at = places.size();
-    for (std::size_t row = 0; row < kProperties; ++row) {
-      if (kIds[row] == static_cast<int>(place) + 1) {
-        at = row;
-        ++taken;
-      }
-    }
-    places[place] = at < places.size() ? at : next_other++;
+  constexpr auto kIds = std::apply([](const auto&... rows) { return std::array{rows.id...}; },
+                                   Properties<Record>::kAll);
+  std::array<std::size_t, kIds.size() + kOthers> places{};
+  std::size_t next_other = kIds.size();
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const auto property = std::ranges::find(kIds, static_cast<int>(i) + 1);
+    places[i] =
+        property == kIds.end() ? next_other++ : static_cast<std::size_t>(property - kIds.begin());
   }
-  if (taken != kProperties || next_other != places.size()) {
+  if (next_other != places.size()) {
     throw "each property has a dispatch id of its own, and none leaves a gap";
   }
   return places;

@@ -7,10 +7,6 @@
 
 namespace tarnwick::automation {
 
-/// The seven classes in the order of their ids.
-using ClassTypes =
-    std::tuple<Server, Components, Component, RegisteredPCs, RegisteredPC, Reports, Report>;
-
 /// The class of the object model behind an id.
 template <ClassId kClass>
 using TypeOf = std::tuple_element_t<static_cast<std::size_t>(kClass), ClassTypes>;
@@ -18,12 +14,7 @@ using TypeOf = std::tuple_element_t<static_cast<std::size_t>(kClass), ClassTypes
 /// The place of the member of `T` with exactly this name. Does not compile where there is none.
 template <class T>
 consteval std::size_t place_of_member(std::string_view name) {
-  constexpr auto kNames = std::apply(
-      [](const auto&... members) { return std::array{members.name...}; }, MembersOf<T>::kAll);
-  for (std::size_t place = 0; place < kNames.size(); ++place) {
-    if (kNames[place] == name) return place;
-  }
-  throw "the class has no member of this name";
+  return place_in(MembersOf<T>::kAll, name);
 }
 
 }  // namespace tarnwick::automation

@@ -13,21 +13,27 @@
 namespace tarnwick::automation {
 namespace {
 
-using Classes = std::array<Class, kClassCount>;
+template <class T>
+Object create(SharedState& state) {
+  return {kClassOf<T>, std::make_shared<T>(state)};
+}
+
+template <class T>
+UpdateErrorEnum insert_row(void* instance, TextView full_report_name) {
+  T& record = *static_cast<T*>(instance);
+  if constexpr (std::same_as<T, Report>) {
+    return record.insert(full_report_name);
+  } else {
+    if (!full_report_name.empty()) throw Error(ErrorNumber::kInvalidProcedureCall);
+    return record.insert();
+  }
+}
 
 template <class T>
 Class make_class() {
-  return {kClassOf<T>, MembersOf<T>::kName, members_of<T>(), [](SharedState& state) {
-            return Object{kClassOf<T>, std::make_shared<T>(state)};
-          }};
-}
-
-const Classes& classes() {
-  static const Classes all = []<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
-    return Classes{make_class<std::tuple_element_t<kIndex, ClassTypes>>()...};
-  }
-  (std::make_index_sequence<kClassCount>());
-  return all;
+  Class made{kClassOf<T>, MembersOf<T>::kName, members_of<T>(), create<T>};
+  if constexpr (std::derived_from<T, RecordObject>) made.insert = insert_row<T>;
+  return made;
 }
 
 constexpr std::array kUpdateErrors{
@@ -91,6 +97,13 @@ Value run(Member::Call function, const Object& object, std::span<const Value> ar
 
 }  // namespace
 
+std::span<const Class> classes() {
+  static const auto all = []<class... T>(std::type_identity<std::tuple<T...>>) {
+    return std::array{make_class<T>()...};
+  }(std::type_identity<ClassTypes>());
+  return all;
+}
+
 const Class& class_of(ClassId id) { return classes()[static_cast<std::size_t>(id)]; }
 
 const Class* find_class(TextView name) {
@@ -136,6 +149,10 @@ Value call(const Object& object, const Member& member, std::span<const Value> ar
 void let(const Object& object, const Member& member, const Value& value) {
   if (member.let == nullptr) throw Error(ErrorNumber::kInvalidProcedureCall);
   run(member.let, object, {&value, 1});
+}
+
+UpdateErrorEnum insert(const Object& record, TextView full_report_name) {
+  return class_of(record.class_id).insert(record.instance.get(), full_report_name);
 }
 
 }  // namespace tarnwick::automation

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "automation/value.h"
+#include "state/enums.h"
 #include "state/shared_state.h"
 
 namespace tarnwick::automation {
@@ -52,6 +53,10 @@ struct Argument {
   std::optional<Value> default_value;
 };
 
+/// The dispatch ids that automation itself gives to two members (DISPID_VALUE and DISPID_NEWENUM).
+inline constexpr std::int32_t kIdOfDefaultMember = 0;
+inline constexpr std::int32_t kIdOfEnumerator = -4;
+
 struct Member {
   /// kGet may have arguments (Item); kGetLet never has.
   enum class Access : std::uint8_t { kMethod, kGet, kGetLet };
@@ -66,6 +71,10 @@ struct Member {
   using Call = Value (*)(void* instance, std::span<const Value> arguments);
   Call call = nullptr;
   Call let = nullptr;  // one argument, no result
+
+  /// The dispatch id: its place in the table, from 1, but for the default member and the one that
+  /// enumerates.
+  std::int32_t id = 0;
 };
 
 struct Class {
@@ -73,6 +82,8 @@ struct Class {
   std::string_view name;
   std::vector<Member> members;
   Object (*create)(SharedState& state) = nullptr;
+  /// Of a record class, whose objects are rows of a table; see insert().
+  UpdateErrorEnum (*insert)(void* instance, TextView full_report_name) = nullptr;
 };
 
 struct Enumerand {
@@ -86,6 +97,8 @@ struct Enumeration {
   std::span<const Enumerand> members;
 };
 
+/// All of them, in the order of their ids.
+[[nodiscard]] std::span<const Class> classes();
 [[nodiscard]] const Class& class_of(ClassId id);
 
 /// The class with this name, in any letter case, alone (Server) or as a ProgID (Tarnwick.Server);
@@ -109,5 +122,10 @@ Value call(const Object& object, const Member& member, std::span<const Value> ar
 
 /// Sets the property `member`. Throws Error 13 as `call` does.
 void let(const Object& object, const Member& member, const Value& value);
+
+/// Writes `record`, of a class that is one, to a row of its own: as its Update, but a row that is
+/// there already is refused (RecordChanged_ue). `full_report_name`: the report file to store, as
+/// Update takes it; throws Error 5 for a record of another class unless it is empty.
+[[nodiscard]] UpdateErrorEnum insert(const Object& record, TextView full_report_name = {});
 
 }  // namespace tarnwick::automation

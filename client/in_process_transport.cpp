@@ -1,6 +1,5 @@
 #include "client/in_process_transport.h"
 
-#include "automation/insertion.h"
 #include "client/call_error.h"
 
 namespace tarnwick::client {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -97,24 +98,18 @@ constexpr auto places() {
 
 template <std::size_t kRows>
 constexpr std::size_t last_place(const std::array<int, kRows>& places) {
-  std::size_t last = 0;
-  for (const int place : places) {
-    if (static_cast<std::size_t>(place) > last) last = static_cast<std::size_t>(place);
-  }
-  return last;
+  return static_cast<std::size_t>(std::ranges::max(places));
 }
 
 template <std::size_t kPlaces, std::size_t kRows>
 constexpr std::array<std::size_t, kPlaces> rows_at(const std::array<int, kRows>& places) {
   std::array<std::size_t, kPlaces> rows{};
-  for (std::size_t place = 0; place < kPlaces; ++place) {
-    std::size_t found = 0;
-    for (std::size_t row = 0; row < kRows; ++row) {
-      if (places[row] != static_cast<int>(place) + 1) continue;
-      rows[place] = row;
-      ++found;
+  for (std::size_t i = 0; i < kPlaces; ++i) {
+    const int place = static_cast<int>(i) + 1;
+    if (std::ranges::count(places, place) != 1) {
+      throw "each place in an order is taken by one property";
     }
-    if (found != 1) throw "each place in an order is taken by one property";
+    rows[i] = static_cast<std::size_t>(std::ranges::find(places, place) - places.begin());
   }
   return rows;
 }
@@ -182,27 +177,27 @@ struct PropertyAccess {
   }
 };
 
-/// The place in the table of the property with this name. Does not compile where there is none.
-template <class Record>
-[[nodiscard]] consteval std::size_t place_of_property(std::string_view name) {
-  std::size_t place = 0;
-  std::size_t found = std::tuple_size_v<decltype(Properties<Record>::kAll)>;
-  for_each_property<Record>([&](const auto& property) {
-    if (property.name == name) found = place;
-    ++place;
-  });
-  if (found == place) throw "the record class has no property of this name";
-  return found;
+/// The place in a table of the row with this name. Does not compile where there is none.
+template <class... Rows>
+[[nodiscard]] consteval std::size_t place_in(const std::tuple<Rows...>& table,
+                                             std::string_view name) {
+  const auto names =
+      std::apply([](const auto&... rows) { return std::array{rows.name...}; }, table);
+  const auto found = std::ranges::find(names, name);
+  if (found == names.end()) throw "the table has no row of this name";
+  return static_cast<std::size_t>(found - names.begin());
 }
+
+/// The property with this name. Does not compile where there is none.
+template <class Record, Name kName>
+inline constexpr auto& kPropertyOf =
+    std::get<place_in(Properties<Record>::kAll, kName.view())>(Properties<Record>::kAll);
 
 /// Sets a property by its name, also one that clients can only read.
 template <class Record, Name kName>
 void set_property(Record& record,
-                  typename std::tuple_element_t<place_of_property<Record>(kName.view()),
-                                                decltype(Properties<Record>::kAll)>::Value value) {
-  PropertyAccess::set(record,
-                      std::get<place_of_property<Record>(kName.view())>(Properties<Record>::kAll),
-                      std::move(value));
+                  typename std::remove_cvref_t<decltype(kPropertyOf<Record, kName>)>::Value value) {
+  PropertyAccess::set(record, kPropertyOf<Record, kName>, std::move(value));
 }
 
 }  // namespace tarnwick

@@ -11,7 +11,6 @@
 #include "automation/dbus/error.h"
 #include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
-#include "automation/insertion.h"
 #include "pcs/find_pcs.h"
 #include "runtime/error.h"
 #include "server/connect_string.h"
@@ -451,7 +450,7 @@ int Service::call_without_interface(sd_bus_message* message) {
   const Class& of = class_of(object.class_id);
   if (called(class_interface(of))) return call_member(message);
   if (is_collection(of) && called(rows_interface())) return get_rows(message);
-  return is_record(of) && called(record_interface()) ? insert(message) : 0;
+  return of.insert != nullptr && called(record_interface()) ? insert(message) : 0;
 }
 
 int Service::on_get(sd_bus*, const char* path, const char*, const char* property,
@@ -489,7 +488,7 @@ int Service::find_object(sd_bus*, const char* path, const char* interface, void*
   const Class& of = class_of(object.class_id);
   const std::string_view wanted = interface;
   const bool has = wanted == interface_of(of) || (wanted == kRowsInterface && is_collection(of)) ||
-                   (wanted == kRecordInterface && is_record(of));
+                   (wanted == kRecordInterface && of.insert != nullptr);
   if (!has) return 0;
   *found = service;
   return 1;

@@ -34,23 +34,25 @@ struct ClassIdentity {
   std::string_view help;
 };
 
-/// In the order of ClassId.
-inline constexpr std::array<ClassIdentity, kClassCount> kClassIdentities{{
-    {"27B2313B-90E0-43C7-8AE7-32D192631471", "FB2623F0-5168-46F1-A88D-A9939A1C8993",
-     "The root object: the connection and the three collections."},
-    {"DD5BFDBA-54E0-428F-9FC3-B9454BE73CC3", "3327D6F3-7DBF-45D5-BC0C-8C433999880C",
-     "All components."},
-    {"8FA0202D-B50D-44D4-A7DC-F6DB17F3E264", "50F4F985-D61D-4948-A187-2E1EFDDE6FD6",
-     "One entry in the tree of components."},
-    {"BD9D9E74-47AE-48A7-8A1A-3B6478C76435", "D6E6B339-A8B8-4D75-973D-FD18D7CECD91",
-     "The register of all PCs."},
-    {"73B48E25-B46A-414A-86F5-50CE1EF90EFF", "920CEA3B-BF65-42F7-9DBE-0508E0408FB7",
-     "A PC as it uses one component."},
-    {"A4E07552-81E7-4831-BA0E-7F78422F0011", "C25D739F-166B-4F6D-920B-D0726D5294EC",
-     "The catalog of all reports."},
-    {"E64A90AB-D14E-4736-9460-AC76A192E3D0", "A17920E8-0853-47D9-9B76-EF20617FD119",
-     "A report of the catalog."},
-}};
+[[nodiscard]] constexpr ClassIdentity identity_of(ClassId id) {
+  constexpr std::array<ClassIdentity, kClassCount> kAll{{
+      {"27B2313B-90E0-43C7-8AE7-32D192631471", "FB2623F0-5168-46F1-A88D-A9939A1C8993",
+       "The root object: the connection and the three collections."},
+      {"DD5BFDBA-54E0-428F-9FC3-B9454BE73CC3", "3327D6F3-7DBF-45D5-BC0C-8C433999880C",
+       "All components."},
+      {"8FA0202D-B50D-44D4-A7DC-F6DB17F3E264", "50F4F985-D61D-4948-A187-2E1EFDDE6FD6",
+       "One entry in the tree of components."},
+      {"BD9D9E74-47AE-48A7-8A1A-3B6478C76435", "D6E6B339-A8B8-4D75-973D-FD18D7CECD91",
+       "The register of all PCs."},
+      {"73B48E25-B46A-414A-86F5-50CE1EF90EFF", "920CEA3B-BF65-42F7-9DBE-0508E0408FB7",
+       "A PC as it uses one component."},
+      {"A4E07552-81E7-4831-BA0E-7F78422F0011", "C25D739F-166B-4F6D-920B-D0726D5294EC",
+       "The catalog of all reports."},
+      {"E64A90AB-D14E-4736-9460-AC76A192E3D0", "A17920E8-0853-47D9-9B76-EF20617FD119",
+       "A report of the catalog."},
+  }};
+  return kAll[static_cast<std::size_t>(id)];
+}
 
 inline constexpr ClassIdentity kCollectionIdentity{
     "320B3851-C2AA-46E4-9C21-0F3AEC346046", "",

@@ -4,15 +4,11 @@
 #include <cstddef>
 #include <initializer_list>
 #include <string_view>
-#include <tuple>
-#include <utility>
 #include <variant>
 #include <vector>
 
-#include "automation/com/dispatch_id.h"
 #include "automation/com/idl/identities.h"
 #include "automation/com/other_interfaces.h"
-#include "automation/members.h"
 #include "runtime/error.h"
 
 namespace tarnwick::automation::com {
@@ -123,9 +119,9 @@ std::string id_attribute(std::int32_t id) {
                  ")"});
 }
 
-std::string slots(const Member& member, std::size_t place) {
+std::string slots(const Member& member) {
   const bool is_enumerator = member.result.kind == Kind::kEnumerator;
-  const std::string id = id_attribute(dispatch_id(member, place));
+  const std::string id = id_attribute(member.id);
   std::vector<std::string> parameters;
   for (const Argument& argument : member.arguments) parameters.push_back(parameter(argument));
   if (member.result.kind != Kind::kNothing) {
@@ -153,35 +149,22 @@ std::string enumeration(EnumerationId id) {
   return text += joined({"    } ", of.name, ";\n"});
 }
 
-template <class T>
-std::string dual_interface(const ClassIdentity& identity) {
+std::string dual_interface(const ClassIdentity& identity, std::string_view name,
+                           const std::vector<Member>& members) {
   constexpr std::string_view kAttributes =
       "), dual, oleautomation, nonextensible, hidden,\n"
       "     pointer_default(unique), helpstring(\"";
   std::string text =
       joined({"\n    [object, uuid(", identity.interface_uuid, kAttributes, identity.help,
-              "\")]\n    interface _", MembersOf<T>::kName, " : IDispatch\n    {\n"});
-  std::size_t place = 0;
-  for (const Member& member : members_of<T>()) text += slots(member, place++);
+              "\")]\n    interface _", name, " : IDispatch\n    {\n"});
+  for (const Member& member : members) text += slots(member);
   return text + "    };\n";
 }
 
-template <class T>
-std::string creatable_class(const ClassIdentity& identity) {
-  constexpr std::string_view name = MembersOf<T>::kName;
+std::string creatable_class(const ClassIdentity& identity, std::string_view name) {
   return joined({"\n    [uuid(", identity.class_uuid, "), helpstring(\"", identity.help,
                  "\")]\n    coclass ", name, "\n    {\n        [default] interface _", name,
                  ";\n    };\n"});
-}
-
-/// What `describe` says of each of the classes, in their order.
-template <class Describe>
-std::string for_each_class(Describe describe) {
-  return [&]<std::size_t... kIndex>(std::index_sequence<kIndex...>) {
-    return joined({describe.template operator()<std::tuple_element_t<kIndex, ClassTypes>>(
-        kClassIdentities[kIndex])...});
-  }
-  (std::make_index_sequence<kClassCount>());
 }
 
 }  // namespace
@@ -193,19 +176,15 @@ std::string interface_description() {
     text += enumeration(id);
   }
   text += "\n";
-  text += for_each_class([]<class T>(const ClassIdentity&) {
-    return joined({"    interface _", MembersOf<T>::kName, ";\n"});
-  });
+  for (const Class& of : classes()) text += joined({"    interface _", of.name, ";\n"});
   text += "    interface _Collection;\n";
-  text += for_each_class(
-      []<class T>(const ClassIdentity& identity) { return dual_interface<T>(identity); });
-  text += dual_interface<Collection>(kCollectionIdentity);
-  text += for_each_class(
-      []<class T>(const ClassIdentity& identity) { return creatable_class<T>(identity); });
+  for (const Class& of : classes()) text += dual_interface(identity_of(of.id), of.name, of.members);
+  text += dual_interface(kCollectionIdentity, "Collection", members_of<Collection>());
+  for (const Class& of : classes()) text += creatable_class(identity_of(of.id), of.name);
   text += "\n    // Beside the object model.\n";
   text += enumeration(EnumerationId::kFailureKind);
-  text += dual_interface<FailureCause>(kLastCauseIdentity);
-  text += creatable_class<FailureCause>(kLastCauseIdentity);
+  text += dual_interface(kLastCauseIdentity, "LastCause", members_of<FailureCause>());
+  text += creatable_class(kLastCauseIdentity, "LastCause");
   return text + "};\n";
 }
 
