@@ -132,10 +132,9 @@ void Clients::set_lock_prompt(const std::string& name, std::string path) {
   answering.lock_prompt = std::move(path);
 }
 
-std::optional<LockPrompt> Clients::lock_prompt_of(const std::string& name) const {
+std::string Clients::lock_prompt_of(const std::string& name) const {
   const auto known = clients_.find(name);
-  if (known == clients_.end() || known->second->lock_prompt.empty()) return std::nullopt;
-  return LockPrompt{name, known->second->lock_prompt};
+  return known == clients_.end() ? std::string() : known->second->lock_prompt;
 }
 
 void Clients::set_last_cause(const std::string& name, FailureCause cause) {

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -15,12 +14,6 @@
 #include "state/failures.h"
 
 namespace tarnwick::automation::dbus {
-
-/// Where a client answers questions: the object that exports the LockPrompt interface.
-struct LockPrompt {
-  std::string client;  // unique name
-  std::string path;
-};
 
 /// Whether the object is a record and has its row locked.
 [[nodiscard]] bool is_locked(const Object& object);
@@ -61,9 +54,10 @@ class Clients {
   /// Whether `client` also gets to hold what others are handed through its objects.
   void set_sharing(const std::string& client, bool on);
 
-  /// An empty path ends the answering.
+  /// Where `client` answers questions: the path of its object that exports the LockPrompt
+  /// interface. Empty where it answers none.
   void set_lock_prompt(const std::string& client, std::string path);
-  [[nodiscard]] std::optional<LockPrompt> lock_prompt_of(const std::string& client) const;
+  [[nodiscard]] std::string lock_prompt_of(const std::string& client) const;
 
   /// The cause of the last failure that a call of `client` left; of kind kNone where there is none.
   /// Setting it throws WireError when `client` has left the bus.

@@ -47,15 +47,8 @@ std::string text_of(const Error& error) {
 
 }  // namespace
 
-WireError::WireError(std::string name, std::string text)
-    : name_(std::move(name)), text_(std::move(text)) {}
-
 WireError WireError::own(const char* name, std::string text) {
   return {own_name(name), std::move(text)};
-}
-
-WireError WireError::standard(const char* name, std::string text) {
-  return {name, std::move(text)};
 }
 
 WireError limit_exceeded(std::string text) {
@@ -63,7 +56,7 @@ WireError limit_exceeded(std::string text) {
 }
 
 WireError client_has_left() {
-  return WireError::standard(SD_BUS_ERROR_NAME_HAS_NO_OWNER, "The client has left the bus");
+  return {SD_BUS_ERROR_NAME_HAS_NO_OWNER, "The client has left the bus"};
 }
 
 WireError object_required(const std::string& path) {

@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 
 namespace tarnwick::automation::dbus {
 
@@ -12,14 +13,13 @@ class WireError : public std::exception {
  public:
   /// A name of ours: `name` stands behind org.tarnwick.Security1.Error.
   static WireError own(const char* name, std::string text);
-  /// A standard name, as sd-bus-protocol.h defines them.
-  static WireError standard(const char* name, std::string text);
+  /// `name`: a standard one, as sd-bus-protocol.h defines them.
+  WireError(std::string name, std::string text) : name_(std::move(name)), text_(std::move(text)) {}
 
   [[nodiscard]] const std::string& name() const noexcept { return name_; }
   [[nodiscard]] const char* what() const noexcept override { return text_.c_str(); }
 
  private:
-  WireError(std::string name, std::string text);
   std::string name_;
   std::string text_;
 };

@@ -22,13 +22,14 @@ BusMessageBox::BusMessageBox(sd_bus* bus, const Clients& clients, const Caller& 
       log_(std::move(log)) {}
 
 Answer BusMessageBox::retry_or_cancel(TextView text, TextView title, std::uint32_t retried) {
-  const auto prompt = clients_.lock_prompt_of(caller_.name);
-  return prompt ? ask(*prompt, text, title) : otherwise_.retry_or_cancel(text, title, retried);
+  const std::string prompt = clients_.lock_prompt_of(caller_.name);
+  return prompt.empty() ? otherwise_.retry_or_cancel(text, title, retried)
+                        : ask(prompt, text, title);
 }
 
-Answer BusMessageBox::ask(const LockPrompt& prompt, TextView text, TextView title) {
+Answer BusMessageBox::ask(const std::string& prompt, TextView text, TextView title) {
   sd_bus_message* made = nullptr;
-  check(sd_bus_message_new_method_call(bus_, &made, prompt.client.c_str(), prompt.path.c_str(),
+  check(sd_bus_message_new_method_call(bus_, &made, caller_.name.c_str(), prompt.c_str(),
                                        kLockPromptInterface, "RetryOrCancel"),
         "making a question");
   const MessageHandle question(made);
@@ -45,7 +46,7 @@ Answer BusMessageBox::ask(const LockPrompt& prompt, TextView text, TextView titl
   int retry = 0;
   if (result >= 0) result = sd_bus_message_read(reply.get(), "b", &retry);
   if (result < 0) {
-    log_(join({title, u": ", text, u" ", from_stored_utf8(prompt.client), u" gave no answer (",
+    log_(join({title, u": ", text, u" ", from_stored_utf8(caller_.name), u" gave no answer (",
                from_stored_utf8(error.message()), u"). Answered: Cancel."}));
     return Answer::kCancel;
   }

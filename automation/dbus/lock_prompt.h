@@ -27,7 +27,7 @@ class BusMessageBox final : public platform::MessageBox {
   void inform(TextView text, TextView title) override;
 
  private:
-  platform::Answer ask(const LockPrompt& prompt, TextView text, TextView title);
+  platform::Answer ask(const std::string& prompt, TextView text, TextView title);
 
   sd_bus* bus_;
   const Clients& clients_;

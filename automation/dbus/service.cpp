@@ -47,7 +47,7 @@ void close(sd_bus_message* message) {
 }
 
 WireError unknown_object(const std::string& path) {
-  return WireError::standard(SD_BUS_ERROR_UNKNOWN_OBJECT, "Unknown object '" + path + "'.");
+  return {SD_BUS_ERROR_UNKNOWN_OBJECT, "Unknown object '" + path + "'."};
 }
 
 const Member& member_named(const Object& object, const char* name) {
@@ -96,10 +96,6 @@ int to_string_list(const std::vector<std::string>& texts, char*** list) {
   }
   *list = made;
   return 0;
-}
-
-std::string class_path(ClassId id) {
-  return std::string(kRootPath) + "/" + std::string(class_of(id).name);
 }
 
 }  // namespace
@@ -157,13 +153,13 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& 
   constexpr auto kInsert = &Service::on_call<&Service::insert>;
   export_interface(automation_interface(), &Service::find_root, kRoot);
   export_interface(last_cause_interface(), &Service::find_root, kLastCause);
-  for (std::size_t i = 0; i < kClassCount; ++i) {
-    const Class& of = class_of(static_cast<ClassId>(i));
+  for (const Class& of : classes()) {
     export_interface(class_interface(of), &Service::find_object, kMember);
     for (const Member& member : of.members) {
       if (!is_property(member)) continue;
-      properties_[i].push_back({&member, std::string(member.name), signature_of(member.result),
-                                member.name.starts_with("LastError")});
+      properties_[static_cast<std::size_t>(of.id)].push_back(
+          {&member, std::string(member.name), signature_of(member.result),
+           member.name.starts_with("LastError")});
     }
   }
   export_interface(rows_interface(), &Service::find_object, kRows);
@@ -175,7 +171,8 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& 
 
 void Service::export_interface(const Interface& interface, sd_bus_object_find_t find,
                                sd_bus_message_handler_t call) {
-  const Vtable& vtable = vtables_.emplace_back(interface, call, &Service::on_get, &Service::on_set);
+  const Vtable& vtable = vtables_.emplace_back(
+      interface, call, &Service::on_property<&Service::get>, &Service::on_property<&Service::set>);
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_fallback_vtable(bus_, &slot, kRootPath, interface.name.c_str(), vtable.entries(),
                                    find, this),
@@ -438,8 +435,8 @@ int Service::call_without_interface(sd_bus_message* message) {
     }
     const std::string signature = member->argument_signature();
     if (sd_bus_message_has_signature(message, signature.c_str()) > 0) return true;
-    throw WireError::standard(SD_BUS_ERROR_INVALID_ARGS,
-                              "The arguments have to be of the types '" + signature + "'");
+    throw WireError(SD_BUS_ERROR_INVALID_ARGS,
+                    "The arguments have to be of the types '" + signature + "'");
   };
   if (std::string_view(path) == kRootPath) {
     if (called(automation_interface())) return call_root(message);
@@ -453,20 +450,11 @@ int Service::call_without_interface(sd_bus_message* message) {
   return of.insert != nullptr && called(record_interface()) ? insert(message) : 0;
 }
 
-int Service::on_get(sd_bus*, const char* path, const char*, const char* property,
-                    sd_bus_message* reply, void* service, sd_bus_error* error) {
+template <void (Service::*kHandler)(const char*, const char*, sd_bus_message*)>
+int Service::on_property(sd_bus*, const char* path, const char*, const char* property,
+                         sd_bus_message* value, void* service, sd_bus_error* error) {
   try {
-    static_cast<Service*>(service)->get(path, property, reply);
-    return 0;
-  } catch (...) {
-    return fill_error(error);
-  }
-}
-
-int Service::on_set(sd_bus*, const char* path, const char*, const char* property,
-                    sd_bus_message* value, void* service, sd_bus_error* error) {
-  try {
-    static_cast<Service*>(service)->set(path, property, value);
+    (static_cast<Service*>(service)->*kHandler)(path, property, value);
     return 0;
   } catch (...) {
     return fill_error(error);
@@ -499,12 +487,11 @@ int Service::list_children(sd_bus*, const char* prefix, void* service, char*** c
   try {
     const ObjectTable& objects = static_cast<Service*>(service)->clients_.objects();
     std::vector<std::string> paths;
-    for (std::size_t i = 0; i < kClassCount; ++i) {
-      const auto id = static_cast<ClassId>(i);
-      const std::string path = class_path(id);
+    for (const Class& of : classes()) {
+      const std::string path = std::string(kRootPath) + "/" + std::string(of.name);
       if (path == prefix) {
-        paths = objects.paths(id, kMostListed);
-      } else if (std::string_view(prefix) == kRootPath && objects.any(id)) {
+        paths = objects.paths(of.id, kMostListed);
+      } else if (std::string_view(prefix) == kRootPath && objects.any(of.id)) {
         paths.push_back(path);
       }
     }

@@ -81,10 +81,9 @@ class Service {
   template <int (Service::*kHandler)(sd_bus_message*)>
   static int on_call(sd_bus_message* message, void* service, sd_bus_error* error);
   static int on_message(sd_bus_message* message, void* service, sd_bus_error* error);
-  static int on_get(sd_bus*, const char* path, const char* interface, const char* property,
-                    sd_bus_message* reply, void* service, sd_bus_error* error);
-  static int on_set(sd_bus*, const char* path, const char* interface, const char* property,
-                    sd_bus_message* value, void* service, sd_bus_error* error);
+  template <void (Service::*kHandler)(const char*, const char*, sd_bus_message*)>
+  static int on_property(sd_bus*, const char* path, const char* interface, const char* property,
+                         sd_bus_message* value, void* service, sd_bus_error* error);
   static int find_root(sd_bus*, const char* path, const char* interface, void* service,
                        void** found, sd_bus_error* error);
   static int find_object(sd_bus*, const char* path, const char* interface, void* service,

@@ -245,7 +245,8 @@ std::size_t Outgoing::size() const {
 void Outgoing::append_to(sd_bus_message* message) const {
   switch (type_.kind) {
     case Kind::kText:
-      append_basic(message, 's', text_.c_str());
+    case Kind::kObject:
+      append_basic(message, type_.kind == Kind::kText ? 's' : 'o', text_.c_str());
       return;
     case Kind::kBoolean: {
       const int value = std::get<bool>(value_) ? 1 : 0;
@@ -261,9 +262,6 @@ void Outgoing::append_to(sd_bus_message* message) const {
       return;
     case Kind::kDate:
       append_basic(message, 'd', &std::get<Date>(value_).days);
-      return;
-    case Kind::kObject:
-      append_basic(message, 'o', text_.c_str());
       return;
     case Kind::kKeyOrPosition:
       if (const auto* position = std::get_if<std::int64_t>(&value_)) {

@@ -28,9 +28,8 @@ int main(int argc, char** argv) {
   try {
     const std::filesystem::path folder(argv[1]);
     std::filesystem::create_directories(folder);
-    for (std::size_t i = 0; i < automation::kClassCount; ++i) {
-      const auto id = static_cast<automation::ClassId>(i);
-      write(folder, dbus::class_interface(automation::class_of(id)));
+    for (const automation::Class& of : automation::classes()) {
+      write(folder, dbus::class_interface(of));
     }
     write(folder, dbus::automation_interface());
     write(folder, dbus::rows_interface());
