@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <initializer_list>
+#include <optional>
+#include <string_view>
 
 #include "automation/com/class_table.h"
 #include "automation/com/errors.h"
@@ -12,13 +15,14 @@ namespace tarnwick::automation::com {
 namespace {
 
 constexpr const wchar_t* kAppId = L"{D696816B-1EFD-4E41-88E5-7B81F7777057}";
-constexpr const wchar_t* kExecutableName = L"Tarnwick.exe";
+constexpr const wchar_t* kAppIdKey = L"AppID\\{D696816B-1EFD-4E41-88E5-7B81F7777057}";
 constexpr const wchar_t* kTypeLibraryVersion = L"1.0";
 // Marshals every dual interface by its type library; part of the system.
 constexpr const wchar_t* kUniversalMarshaler = L"{00020424-0000-0000-C000-000000000046}";
 // Which of the keys above ours were not there before; a value of the AppID.
 constexpr const wchar_t* kMadeKeys = L"MadeKeys";
-constexpr std::array kSharedKeys{L"AppID", L"CLSID", L"Interface", L"TypeLib"};
+constexpr std::array<std::wstring_view, 4> kSharedKeys{L"AppID", L"CLSID", L"Interface",
+                                                       L"TypeLib"};
 
 std::wstring text_of(const GUID& guid) {
   std::array<wchar_t, 39> text;
@@ -26,102 +30,90 @@ std::wstring text_of(const GUID& guid) {
   return text.data();
 }
 
-std::wstring library_id() { return text_of(LIBID_Tarnwick); }
-
-struct InterfaceEntry {
-  std::wstring id;
+/// A key and one of its values; the empty name is the key's default value.
+struct Entry {
+  std::wstring key;
   std::wstring name;
+  std::optional<std::wstring> text;  // none: the key alone
 };
 
-std::vector<InterfaceEntry> interfaces() {
-  std::vector<InterfaceEntry> all;
+/// All that a registration writes, every key of it below one that is wholly ours.
+std::vector<Entry> entries(const Installation& installation) {
+  std::wstring command = L"\"" + installation.executable + L"\"";
+  if (!installation.switches.empty()) command += L" " + installation.switches;
+  const std::wstring folder =
+      std::filesystem::path(installation.executable).parent_path().wstring();
+  const std::wstring library_id = text_of(LIBID_Tarnwick);
+  const std::wstring library = L"TypeLib\\" + library_id + L"\\" + kTypeLibraryVersion;
+  std::vector<Entry> all{
+      {kAppIdKey, L"", L"Tarnwick"},
+      {L"AppID\\Tarnwick.exe", L"AppID", kAppId},
+      {library, L"", L"Tarnwick 1.0 security object model"},
+      {library + L"\\0\\win64", L"", installation.executable},
+      {library + L"\\FLAGS", L"", L"0"},
+      {library + L"\\HELPDIR", L"", folder},
+  };
+  const auto append = [&](std::initializer_list<Entry> more) { all.insert(all.end(), more); };
+  const auto append_interface = [&](const IID& iid, const std::wstring& name) {
+    const std::wstring key = L"Interface\\" + text_of(iid);
+    append({{key, L"", name},
+            {key + L"\\ProxyStubClsid32", L"", kUniversalMarshaler},
+            {key + L"\\TypeLib", L"", library_id},
+            {key + L"\\TypeLib", L"Version", kTypeLibraryVersion}});
+  };
+  append_interface(__uuidof(::_Collection), L"_Collection");
   for (const ClassEntry& entry : class_table()) {
-    all.push_back({text_of(entry.interface_id), std::wstring(L"_") + entry.name});
+    append_interface(entry.interface_id, std::wstring(L"_") + entry.name);
+    const std::wstring title = std::wstring(L"Tarnwick ") + entry.name;
+    const std::wstring clsid = text_of(entry.clsid);
+    const std::wstring key = L"CLSID\\" + clsid;
+    const std::wstring prog_id = entry.prog_id;
+    const std::wstring versioned = prog_id + L".1";
+    append({{key, L"", title},
+            {key, L"AppID", kAppId},
+            {key + L"\\LocalServer32", L"", command},
+            {key + L"\\ProgID", L"", versioned},
+            {key + L"\\VersionIndependentProgID", L"", prog_id},
+            {key + L"\\TypeLib", L"", library_id},
+            {key + L"\\Version", L"", kTypeLibraryVersion},
+            {key + L"\\Programmable", L"", std::nullopt},
+            {prog_id, L"", title},
+            {prog_id + L"\\CLSID", L"", clsid},
+            {prog_id + L"\\CurVer", L"", versioned},
+            {versioned, L"", title},
+            {versioned + L"\\CLSID", L"", clsid}});
   }
-  all.push_back({text_of(__uuidof(::_Collection)), L"_Collection"});
   return all;
 }
 
-/// Every key that is wholly ours.
-std::vector<std::wstring> own_keys() {
-  std::vector<std::wstring> keys;
-  for (const ClassEntry& entry : class_table()) {
-    keys.push_back(L"CLSID\\" + text_of(entry.clsid));
-    keys.push_back(entry.prog_id);
-    keys.push_back(entry.prog_id + std::wstring(L".1"));
-  }
-  for (const InterfaceEntry& entry : interfaces()) keys.push_back(L"Interface\\" + entry.id);
-  keys.push_back(L"TypeLib\\" + library_id());
-  keys.push_back(std::wstring(L"AppID\\") + kExecutableName);
-  keys.push_back(std::wstring(L"AppID\\") + kAppId);
-  return keys;
+/// The outermost key on the way to `key` that is wholly ours.
+std::wstring own_key(const std::wstring& key) {
+  std::size_t end = key.find(L'\\');
+  const bool below_others = std::ranges::count(kSharedKeys, key.substr(0, end)) > 0;
+  if (below_others) end = key.find(L'\\', end + 1);
+  return key.substr(0, end);
 }
 
 HKEY root_of(Scope scope) {
   return scope == Scope::kMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
 }
 
-void write_class(const RegistryKey& classes, const ClassEntry& entry, const std::wstring& command) {
-  const std::wstring title = std::wstring(L"Tarnwick ") + entry.name;
-  const std::wstring clsid = text_of(entry.clsid);
-  const std::wstring versioned = entry.prog_id + std::wstring(L".1");
-
-  const RegistryKey clsid_key = classes.make(L"CLSID\\" + clsid);
-  clsid_key.set(L"", title);
-  clsid_key.set(L"AppID", kAppId);
-  clsid_key.make(L"LocalServer32").set(L"", command);
-  clsid_key.make(L"ProgID").set(L"", versioned);
-  clsid_key.make(L"VersionIndependentProgID").set(L"", entry.prog_id);
-  clsid_key.make(L"TypeLib").set(L"", library_id());
-  clsid_key.make(L"Version").set(L"", kTypeLibraryVersion);
-  static_cast<void>(clsid_key.make(L"Programmable"));
-
-  const RegistryKey prog_id_key = classes.make(entry.prog_id);
-  prog_id_key.set(L"", title);
-  prog_id_key.make(L"CLSID").set(L"", clsid);
-  prog_id_key.make(L"CurVer").set(L"", versioned);
-  const RegistryKey versioned_key = classes.make(versioned);
-  versioned_key.set(L"", title);
-  versioned_key.make(L"CLSID").set(L"", clsid);
-}
-
-void write_interface(const RegistryKey& classes, const InterfaceEntry& entry) {
-  const RegistryKey key = classes.make(L"Interface\\" + entry.id);
-  key.set(L"", entry.name);
-  key.make(L"ProxyStubClsid32").set(L"", kUniversalMarshaler);
-  const RegistryKey library = key.make(L"TypeLib");
-  library.set(L"", library_id());
-  library.set(L"Version", kTypeLibraryVersion);
-}
-
-void write_library(const RegistryKey& classes, const std::wstring& executable) {
-  const RegistryKey key = classes.make(L"TypeLib\\" + library_id() + L"\\" + kTypeLibraryVersion);
-  key.set(L"", L"Tarnwick 1.0 security object model");
-  key.make(L"0\\win64").set(L"", executable);
-  key.make(L"FLAGS").set(L"", L"0");
-  key.make(L"HELPDIR").set(L"", std::filesystem::path(executable).parent_path().wstring());
-}
-
-void write_app_id(const RegistryKey& classes, const std::vector<std::wstring>& made) {
-  const RegistryKey key = classes.make(std::wstring(L"AppID\\") + kAppId);
-  key.set(L"", L"Tarnwick");
-  if (!made.empty()) key.set(kMadeKeys, made);
-  classes.make(std::wstring(L"AppID\\") + kExecutableName).set(L"AppID", kAppId);
-}
-
-std::vector<std::wstring> keys_to_make(const RegistryKey& classes) {
-  const std::wstring own = std::wstring(L"AppID\\") + kAppId;
-  // A registration before this one knows what it found.
-  if (classes.has(own)) return classes.make(own).texts(kMadeKeys);
+std::vector<std::wstring> absent_shared_keys(const RegistryKey& classes) {
   std::vector<std::wstring> absent;
-  for (const wchar_t* key : kSharedKeys) {
-    if (!classes.has(key)) absent.emplace_back(key);
+  for (const std::wstring_view key : kSharedKeys) {
+    if (!classes.has(std::wstring(key))) absent.emplace_back(key);
   }
   return absent;
 }
 
+/// What the registration that is there had to make; nothing where there is none.
+std::optional<std::vector<std::wstring>> made_keys(const RegistryKey& classes) {
+  if (!classes.has(kAppIdKey)) return std::nullopt;
+  return classes.make(kAppIdKey).texts(kMadeKeys);
+}
+
 void remove_all(const RegistryKey& classes, const std::vector<std::wstring>& made) {
-  for (const std::wstring& key : own_keys()) classes.remove_tree(key);
+  for (const Entry& entry : entries({})) classes.remove_tree(own_key(entry.key));
   for (const std::wstring& key : made) classes.remove_if_empty(key);
 }
 
@@ -129,15 +121,15 @@ void remove_all(const RegistryKey& classes, const std::vector<std::wstring>& mad
 
 void register_server(Scope scope, const Installation& installation) {
   const RegistryKey classes = RegistryKey::classes(root_of(scope));
-  const std::vector<std::wstring> made = keys_to_make(classes);
-  std::wstring command = L"\"" + installation.executable + L"\"";
-  if (!installation.switches.empty()) command += L" " + installation.switches;
+  // A registration before this one knows what it found.
+  const auto made = made_keys(classes).value_or(absent_shared_keys(classes));
   try {
     remove_all(classes, {});
-    write_app_id(classes, made);
-    write_library(classes, installation.executable);
-    for (const InterfaceEntry& entry : interfaces()) write_interface(classes, entry);
-    for (const ClassEntry& entry : class_table()) write_class(classes, entry, command);
+    if (!made.empty()) classes.make(kAppIdKey).set(kMadeKeys, made);
+    for (const Entry& entry : entries(installation)) {
+      const RegistryKey key = classes.make(entry.key);
+      if (entry.text) key.set(entry.name, *entry.text);
+    }
   } catch (const Error&) {
     try {
       remove_all(classes, made);
@@ -150,10 +142,7 @@ void register_server(Scope scope, const Installation& installation) {
 
 void unregister_server(Scope scope) {
   const RegistryKey classes = RegistryKey::classes(root_of(scope));
-  const std::wstring app_id = std::wstring(L"AppID\\") + kAppId;
-  std::vector<std::wstring> made;
-  if (classes.has(app_id)) made = classes.make(app_id).texts(kMadeKeys);
-  remove_all(classes, made);
+  remove_all(classes, made_keys(classes).value_or(std::vector<std::wstring>()));
 }
 
 }  // namespace tarnwick::automation::com

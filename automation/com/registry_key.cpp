@@ -17,14 +17,18 @@ void check(LSTATUS status, const std::wstring& path) {
 
 DWORD bytes(std::size_t characters) { return static_cast<DWORD>(characters * sizeof(wchar_t)); }
 
+HKEY make_key(HKEY parent, const std::wstring& path) {
+  HKEY key = nullptr;
+  check(
+      RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+      path);
+  return key;
+}
+
 }  // namespace
 
 RegistryKey RegistryKey::classes(HKEY root) {
-  HKEY key = nullptr;
-  const std::wstring path = L"Software\\Classes";
-  check(RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-        path);
-  return RegistryKey(key);
+  return RegistryKey(make_key(root, L"Software\\Classes"));
 }
 
 RegistryKey::RegistryKey(RegistryKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
@@ -34,10 +38,7 @@ RegistryKey::~RegistryKey() {
 }
 
 RegistryKey RegistryKey::make(const std::wstring& path) const {
-  HKEY key = nullptr;
-  check(RegCreateKeyExW(key_, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-        path);
-  return RegistryKey(key);
+  return RegistryKey(make_key(key_, path));
 }
 
 bool RegistryKey::has(const std::wstring& path) const {
