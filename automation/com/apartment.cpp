@@ -8,6 +8,7 @@ Apartment::Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& 
     : state_(state), types_(types), life_(life) {}
 
 ComPtr<IUnknown> Apartment::reference_to(const Object& object) {
+  if (!object) return nullptr;
   const auto [entry, is_new] = living_.try_emplace(object.instance.get(), nullptr);
   if (!is_new) return entry->second;
   ComPtr<IUnknown> reference;
@@ -19,6 +20,13 @@ ComPtr<IUnknown> Apartment::reference_to(const Object& object) {
   }
   entry->second = reference.Get();
   return reference;
+}
+
+void Apartment::keep_cause() noexcept {
+  const FailureCause& cause = state_.failures.last();
+  if (cause.kind == ado::FailureKind::kNone) return;
+  // For want of memory, or of a caller: the call itself was answered, and its account tells why.
+  quietly([&] { causes_.keep(calling_client(), FailureCause(cause)); });
 }
 
 }  // namespace tarnwick::automation::com

@@ -7,7 +7,7 @@
 #include "automation/com/process_life.h"
 #include "automation/com/type_library.h"
 #include "automation/model.h"
-#include "state/shared_state.h"
+#include "state/guard.h"
 
 namespace tarnwick::automation::com {
 
@@ -23,13 +23,31 @@ class Apartment {
   [[nodiscard]] const TypeLibrary& types() const { return types_; }
   [[nodiscard]] LastCauses& causes() { return causes_; }
 
-  /// A reference to the COM object of `object`, which is not Nothing.
+  /// Runs `body` as a call of a client into the object model. What failed in it is kept for that
+  /// client in the end; a call in which nothing failed leaves what is kept.
+  template <class Body>
+  void carry_out(Body&& body) {
+    const Failures::Call call(state_.failures);
+    state_.failures.clear();
+    try {
+      body();
+    } catch (...) {
+      note_cause(state_);
+      keep_cause();
+      throw;
+    }
+    keep_cause();
+  }
+
+  /// A new reference to the COM object of `object`; null for Nothing.
   [[nodiscard]] ComPtr<IUnknown> reference_to(const Object& object);
 
   /// Called by a COM object at its end.
   void forget(const Object& object) { living_.erase(object.instance.get()); }
 
  private:
+  void keep_cause() noexcept;
+
   SharedState& state_;
   const TypeLibrary& types_;
   ProcessLife& life_;

@@ -1,32 +1,16 @@
 #include "automation/com/class_objects.h"
 
 #include "automation/com/class_table.h"
+#include "automation/com/counted.h"
 #include "automation/com/errors.h"
 
 namespace tarnwick::automation::com {
 namespace {
 
-class ClassObject final : public IClassFactory {
+class ClassObject final : public Counted<IClassFactory> {
  public:
   ClassObject(Apartment& apartment, const ClassEntry& entry)
       : apartment_(apartment), entry_(entry) {}
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** out) override {
-    if (out == nullptr) return E_POINTER;
-    *out = nullptr;
-    if (iid != IID_IUnknown && iid != IID_IClassFactory) return E_NOINTERFACE;
-    AddRef();
-    *out = static_cast<IClassFactory*>(this);
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override {
-    return static_cast<ULONG>(InterlockedIncrement(&references_));
-  }
-  STDMETHODIMP_(ULONG) Release() override {
-    const LONG left = InterlockedDecrement(&references_);
-    if (left == 0) delete this;
-    return static_cast<ULONG>(left);
-  }
 
   STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
     if (out == nullptr) return E_POINTER;
@@ -48,11 +32,13 @@ class ClassObject final : public IClassFactory {
   }
 
  private:
-  ~ClassObject() = default;
+  void* find_interface(REFIID iid) override {
+    return iid == IID_IUnknown || iid == IID_IClassFactory ? static_cast<IClassFactory*>(this)
+                                                           : nullptr;
+  }
 
   Apartment& apartment_;
   const ClassEntry& entry_;
-  volatile LONG references_ = 1;
 };
 
 }  // namespace

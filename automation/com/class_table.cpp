@@ -2,8 +2,7 @@
 
 #include <array>
 
-#include "automation/com/client_call.h"
-#include "automation/com/last_cause_object.h"
+#include "automation/com/other_objects.h"
 
 namespace tarnwick::automation::com {
 namespace {
@@ -11,13 +10,9 @@ namespace {
 template <ClassId kClass>
 ComPtr<IUnknown> create(Apartment& apartment) {
   ComPtr<IUnknown> created;
-  carry_out(apartment,
-            [&] { created = apartment.reference_to(class_of(kClass).create(apartment.state())); });
+  apartment.carry_out(
+      [&] { created = apartment.reference_to(class_of(kClass).create(apartment.state())); });
   return created;
-}
-
-ComPtr<IUnknown> create_last_cause(Apartment& apartment) {
-  return adopt((new LastCauseObject(apartment))->identity());
 }
 
 template <class C>
@@ -38,7 +33,7 @@ std::span<const ClassEntry> class_table() {
       entry<ClassId::kServer>(),       entry<ClassId::kComponents>(),
       entry<ClassId::kComponent>(),    entry<ClassId::kRegisteredPCs>(),
       entry<ClassId::kRegisteredPC>(), entry<ClassId::kReports>(),
-      entry<ClassId::kReport>(),       entry<LastCauseClass>(create_last_cause)};
+      entry<ClassId::kReport>(),       entry<LastCauseClass>(new_last_cause)};
   return all;
 }
 

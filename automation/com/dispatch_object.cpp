@@ -1,19 +1,13 @@
 #include "automation/com/dispatch_object.h"
 
-#include "automation/com/dispatch_id.h"
+#include <algorithm>
+
 #include "automation/com/invocation.h"
 #include "automation/com/own_variant.h"
 #include "automation/com/values.h"
 
 namespace tarnwick::automation::com {
 namespace {
-
-const Member* member_with_id(std::span<const Member> members, DISPID id) {
-  for (std::size_t place = 0; place < members.size(); ++place) {
-    if (dispatch_id(members[place], place) == id) return &members[place];
-  }
-  return nullptr;
-}
 
 /// Whether arguments for the member, which takes none itself, are meant for the object that it
 /// gives.
@@ -33,24 +27,6 @@ DispatchObject::DispatchObject(Apartment& apartment, const DualInterface& dual)
   apartment_.life().hold();
 }
 
-STDMETHODIMP DispatchObject::QueryInterface(REFIID iid, void** out) {
-  if (out == nullptr) return E_POINTER;
-  *out = find_interface(iid);
-  if (*out == nullptr) return E_NOINTERFACE;
-  AddRef();
-  return S_OK;
-}
-
-STDMETHODIMP_(ULONG) DispatchObject::AddRef() {
-  return static_cast<ULONG>(InterlockedIncrement(&references_));
-}
-
-STDMETHODIMP_(ULONG) DispatchObject::Release() {
-  const LONG left = InterlockedDecrement(&references_);
-  if (left == 0) delete this;
-  return static_cast<ULONG>(left);
-}
-
 STDMETHODIMP DispatchObject::GetTypeInfoCount(UINT* count) {
   if (count == nullptr) return E_POINTER;
   *count = 1;
@@ -68,11 +44,6 @@ STDMETHODIMP DispatchObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, 
   return info_->GetIDsOfNames(names, count, ids);
 }
 
-STDMETHODIMP DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
-                                    VARIANT* result, EXCEPINFO* exception, UINT* culprit) {
-  return invoke(id, flags, parameters, result, exception, culprit);
-}
-
 STDMETHODIMP DispatchObject::GetDispID(BSTR name, DWORD, DISPID* id) {
   LPOLESTR names = name;
   return info_->GetIDsOfNames(&names, 1, id);
@@ -82,7 +53,7 @@ STDMETHODIMP DispatchObject::InvokeEx(DISPID id, LCID, WORD flags, DISPPARAMS* p
                                       VARIANT* result, EXCEPINFO* exception, IServiceProvider*) {
   if ((flags & DISPATCH_CONSTRUCT) != 0) return DISP_E_MEMBERNOTFOUND;
   UINT culprit = 0;
-  return invoke(id, flags, parameters, result, exception, &culprit);
+  return Invoke(id, IID_NULL, 0, flags, parameters, result, exception, &culprit);
 }
 
 STDMETHODIMP DispatchObject::GetMemberName(DISPID id, BSTR* name) {
@@ -119,11 +90,11 @@ void* DispatchObject::find_interface(REFIID iid) {
   return nullptr;
 }
 
-HRESULT DispatchObject::invoke(DISPID id, WORD flags, DISPPARAMS* parameters, VARIANT* result,
-                               EXCEPINFO* exception, UINT* culprit) noexcept try {
+STDMETHODIMP DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
+                                    VARIANT* result, EXCEPINFO* exception, UINT* culprit) try {
   if (parameters == nullptr) return E_POINTER;
-  const Member* member = member_with_id(dual_.members, id);
-  if (member == nullptr) return DISP_E_MEMBERNOTFOUND;
+  const auto member = std::ranges::find(dual_.members, id, &Member::id);
+  if (member == dual_.members.end()) return DISP_E_MEMBERNOTFOUND;
   const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
   // Scripts cannot tell a property from a method without arguments.
   if ((flags & DISPATCH_METHOD) != 0) flags |= DISPATCH_PROPERTYGET;
@@ -146,7 +117,7 @@ HRESULT DispatchObject::invoke_default(DISPID id, WORD flags, DISPPARAMS* parame
                                        UINT* culprit) noexcept {
   DISPPARAMS none{};
   OwnVariant held;
-  const HRESULT read = invoke(id, flags, &none, held.get(), exception, culprit);
+  const HRESULT read = Invoke(id, IID_NULL, 0, flags, &none, held.get(), exception, culprit);
   if (FAILED(read)) return read;
   if (held->vt != VT_DISPATCH || held->pdispVal == nullptr) return DISP_E_BADPARAMCOUNT;
   return held->pdispVal->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, flags, parameters,

@@ -5,7 +5,8 @@
 #include <cstddef>
 #include <span>
 
-#include "automation/com/client_call.h"
+#include "automation/com/apartment.h"
+#include "automation/com/counted.h"
 #include "automation/com/errors.h"
 
 namespace tarnwick::automation::com {
@@ -34,18 +35,11 @@ struct DualInterface {
 
 /// What every automation object of the server has behind its own members: identity, life, and the
 /// late-bound interfaces, all by the type library.
-class DispatchObject : public IDispatchEx, public IProvideClassInfo, public ISupportErrorInfo {
+class DispatchObject : public Counted<IDispatchEx, IProvideClassInfo, ISupportErrorInfo> {
  public:
-  /// Begins with one reference.
   DispatchObject(Apartment& apartment, const DualInterface& dual);
-  DispatchObject(const DispatchObject&) = delete;
-  DispatchObject& operator=(const DispatchObject&) = delete;
 
   [[nodiscard]] IUnknown* identity() { return reinterpret_cast<IUnknown*>(&dual_pointer_); }
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** out) override;
-  STDMETHODIMP_(ULONG) AddRef() override;
-  STDMETHODIMP_(ULONG) Release() override;
 
   STDMETHODIMP GetTypeInfoCount(UINT* count) override;
   STDMETHODIMP GetTypeInfo(UINT index, LCID, ITypeInfo** info) override;
@@ -81,7 +75,7 @@ class DispatchObject : public IDispatchEx, public IProvideClassInfo, public ISup
   HRESULT answer(Body&& body) noexcept {
     try {
       if (dual_.counts_failures) {
-        carry_out(apartment_, body);
+        apartment_.carry_out(body);
       } else {
         body();
       }
@@ -92,14 +86,12 @@ class DispatchObject : public IDispatchEx, public IProvideClassInfo, public ISup
   }
 
  protected:
-  virtual ~DispatchObject() { apartment_.life().release(); }
+  ~DispatchObject() override { apartment_.life().release(); }
 
   /// Adds the interfaces of one class of object; null for an unknown one.
-  virtual void* find_interface(REFIID iid);
+  void* find_interface(REFIID iid) override;
 
  private:
-  HRESULT invoke(DISPID id, WORD flags, DISPPARAMS* parameters, VARIANT* result,
-                 EXCEPINFO* exception, UINT* culprit) noexcept;
   HRESULT invoke_default(DISPID id, WORD flags, DISPPARAMS* parameters, VARIANT* result,
                          EXCEPINFO* exception, UINT* culprit) noexcept;
   HRESULT refuse(HRESULT why, EXCEPINFO* exception);
@@ -108,7 +100,6 @@ class DispatchObject : public IDispatchEx, public IProvideClassInfo, public ISup
   const DualInterface& dual_;
   DualPointer dual_pointer_;
   ComPtr<ITypeInfo> info_;
-  volatile LONG references_ = 1;
 };
 
 }  // namespace tarnwick::automation::com

@@ -87,7 +87,7 @@ struct LetSlot {
 /// Calls a function of IUnknown or IDispatch.
 template <auto kFunction>
 struct DispatchSlot;
-template <class Result, class... In, Result (STDMETHODCALLTYPE DispatchObject::*kFunction)(In...)>
+template <class Result, class Base, class... In, Result (STDMETHODCALLTYPE Base::*kFunction)(In...)>
 struct DispatchSlot<kFunction> {
   static Result STDMETHODCALLTYPE function(DualPointer* self, In... in) {
     return (self->object->*kFunction)(in...);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "automation/com/counted.h"
 #include "automation/com/errors.h"
 #include "automation/com/values.h"
 
@@ -10,55 +11,33 @@ namespace {
 
 constexpr const wchar_t* kSource = L"Tarnwick";
 
-}  // namespace
-
-EnumeratorObject::EnumeratorObject(Apartment& apartment, std::shared_ptr<Enumerator> walk)
-    : apartment_(apartment), walk_(std::move(walk)) {
-  apartment_.life().hold();
-}
-
-EnumeratorObject::~EnumeratorObject() { apartment_.life().release(); }
-
-STDMETHODIMP EnumeratorObject::QueryInterface(REFIID iid, void** out) {
-  if (out == nullptr) return E_POINTER;
-  *out = nullptr;
-  if (iid != IID_IUnknown && iid != IID_IEnumVARIANT) return E_NOINTERFACE;
-  AddRef();
-  *out = static_cast<IEnumVARIANT*>(this);
-  return S_OK;
-}
-
-STDMETHODIMP_(ULONG) EnumeratorObject::AddRef() {
-  return static_cast<ULONG>(InterlockedIncrement(&references_));
-}
-
-STDMETHODIMP_(ULONG) EnumeratorObject::Release() {
-  const LONG left = InterlockedDecrement(&references_);
-  if (left == 0) delete this;
-  return static_cast<ULONG>(left);
-}
-
-STDMETHODIMP EnumeratorObject::Next(ULONG wanted, VARIANT* values, ULONG* fetched) {
-  if (values == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
-  for (ULONG i = 0; i < wanted; ++i) VariantInit(&values[i]);
-  ULONG given = 0;
-  try {
-    for (; given < wanted; ++given) {
-      const Object object = walk_->next();
-      if (!object) break;
-      give(apartment_, object, &values[given]);
-    }
-  } catch (...) {
-    for (ULONG i = 0; i < given; ++i) VariantClear(&values[i]);
-    if (fetched != nullptr) *fetched = 0;
-    return report_exception(kSource, IID_IEnumVARIANT);
+class EnumeratorObject final : public Counted<IEnumVARIANT> {
+ public:
+  EnumeratorObject(Apartment& apartment, std::shared_ptr<Enumerator> walk)
+      : apartment_(apartment), walk_(std::move(walk)) {
+    apartment_.life().hold();
   }
-  if (fetched != nullptr) *fetched = given;
-  return given == wanted ? S_OK : S_FALSE;
-}
 
-STDMETHODIMP EnumeratorObject::Skip(ULONG count) {
-  try {
+  STDMETHODIMP Next(ULONG wanted, VARIANT* values, ULONG* fetched) override {
+    if (values == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
+    for (ULONG i = 0; i < wanted; ++i) VariantInit(&values[i]);
+    ULONG given = 0;
+    try {
+      for (; given < wanted; ++given) {
+        const Object object = walk_->next();
+        if (!object) break;
+        give(apartment_, object, &values[given]);
+      }
+    } catch (...) {
+      for (ULONG i = 0; i < given; ++i) VariantClear(&values[i]);
+      if (fetched != nullptr) *fetched = 0;
+      return report_exception(kSource, IID_IEnumVARIANT);
+    }
+    if (fetched != nullptr) *fetched = given;
+    return given == wanted ? S_OK : S_FALSE;
+  }
+
+  STDMETHODIMP Skip(ULONG count) override try {
     for (; count > 0; --count) {
       if (!walk_->next()) return S_FALSE;
     }
@@ -66,26 +45,39 @@ STDMETHODIMP EnumeratorObject::Skip(ULONG count) {
   } catch (...) {
     return report_exception(kSource, IID_IEnumVARIANT);
   }
-}
 
-STDMETHODIMP EnumeratorObject::Reset() {
-  try {
+  STDMETHODIMP Reset() override try {
     walk_->reset();
     return S_OK;
   } catch (...) {
     return report_exception(kSource, IID_IEnumVARIANT);
   }
-}
 
-STDMETHODIMP EnumeratorObject::Clone(IEnumVARIANT** clone) {
-  if (clone == nullptr) return E_POINTER;
-  *clone = nullptr;
-  try {
+  STDMETHODIMP Clone(IEnumVARIANT** clone) override try {
+    if (clone == nullptr) return E_POINTER;
+    *clone = nullptr;
     *clone = new EnumeratorObject(apartment_, walk_->clone());
     return S_OK;
   } catch (...) {
     return report_exception(kSource, IID_IEnumVARIANT);
   }
+
+ private:
+  ~EnumeratorObject() override { apartment_.life().release(); }
+
+  void* find_interface(REFIID iid) override {
+    const bool known = iid == IID_IUnknown || iid == IID_IEnumVARIANT;
+    return known ? static_cast<IEnumVARIANT*>(this) : nullptr;
+  }
+
+  Apartment& apartment_;
+  std::shared_ptr<Enumerator> walk_;
+};
+
+}  // namespace
+
+IEnumVARIANT* new_enumerator(Apartment& apartment, std::shared_ptr<Enumerator> walk) {
+  return new EnumeratorObject(apartment, std::move(walk));
 }
 
 }  // namespace tarnwick::automation::com

@@ -28,7 +28,7 @@ TARNWICK_COM_CLASS(Reports);
 TARNWICK_COM_CLASS(Report);
 #undef TARNWICK_COM_CLASS
 
-/// The class beside the seven: see last_cause_object.h.
+/// The class beside the seven: see other_objects.h.
 struct LastCauseClass {
   using Interface = ::_LastCause;
   static const CLSID& clsid() { return __uuidof(::LastCause); }

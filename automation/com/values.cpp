@@ -4,9 +4,8 @@
 #include <new>
 #include <utility>
 
-#include "automation/com/apartment.h"
-#include "automation/com/collection_object.h"
 #include "automation/com/enumerator_object.h"
+#include "automation/com/other_objects.h"
 #include "automation/com/own_variant.h"
 
 namespace tarnwick::automation::com {
@@ -122,7 +121,7 @@ void give(Apartment&, Value value, DATE* out) { *out = std::get<Date>(value).day
 
 void give(Apartment& apartment, Value value, VARIANT* out) {
   if (std::holds_alternative<Empty>(value)) return;
-  const ComPtr<IUnknown> reference = reference_to(apartment, std::get<Object>(value));
+  const ComPtr<IUnknown> reference = apartment.reference_to(std::get<Object>(value));
   IDispatch* dispatch = nullptr;
   if (reference) reference->QueryInterface(IID_PPV_ARGS(&dispatch));
   out->vt = VT_DISPATCH;
@@ -131,17 +130,12 @@ void give(Apartment& apartment, Value value, VARIANT* out) {
 
 void give(Apartment& apartment, Value value, IUnknown** out) {
   auto walk = std::get<std::shared_ptr<Enumerator>>(std::move(value));
-  *out = new EnumeratorObject(apartment, std::move(walk));
+  *out = new_enumerator(apartment, std::move(walk));
 }
 
 void give(Apartment& apartment, Value value, ::_Collection** out) {
   auto collection = std::get<std::shared_ptr<Collection>>(std::move(value));
-  auto* const object = new CollectionObject(apartment, std::move(collection));
-  *out = static_cast<::_Collection*>(object->identity());
-}
-
-ComPtr<IUnknown> reference_to(Apartment& apartment, const Object& object) {
-  return object ? apartment.reference_to(object) : nullptr;
+  *out = static_cast<::_Collection*>(new_collection(apartment, std::move(collection)).Detach());
 }
 
 }  // namespace tarnwick::automation::com

@@ -2,12 +2,9 @@
 
 #include <concepts>
 
-#include "automation/com/com.h"
-#include "automation/model.h"
+#include "automation/com/apartment.h"
 
 namespace tarnwick::automation::com {
-
-class Apartment;
 
 // Between COM's types and the object model's values. All throw Error.
 
@@ -60,12 +57,9 @@ void give(Apartment& apartment, Value value, VARIANT* out);
 void give(Apartment& apartment, Value value, IUnknown** out);
 void give(Apartment& apartment, Value value, ::_Collection** out);
 
-/// A new reference to the COM object that stands for `object`; null for Nothing.
-[[nodiscard]] ComPtr<IUnknown> reference_to(Apartment& apartment, const Object& object);
-
 template <std::derived_from<IDispatch> Interface>
 void give(Apartment& apartment, const Value& value, Interface** out) {
-  const ComPtr<IUnknown> reference = reference_to(apartment, std::get<Object>(value));
+  const ComPtr<IUnknown> reference = apartment.reference_to(std::get<Object>(value));
   if (reference) reference->QueryInterface(__uuidof(Interface), reinterpret_cast<void**>(out));
 }
 
