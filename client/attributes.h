@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <ranges>
 #include <span>
 #include <string_view>
 #include <tuple>
@@ -42,33 +44,24 @@ struct Attribute {
 /// The value of the attribute that its member gave. Throws Error 13 for one of another type.
 [[nodiscard]] AttributeValue from_member_value(const Attribute& attribute, automation::Value value);
 
-/// Whether the property in this row of the table is read, and never written.
+// The places of the rows of the table in the orders of writing and of reading.
 template <class Record>
-constexpr bool is_read_only_row(std::size_t row) {
-  return property_order::places<Record, property_order::InWriting>()[row] == 0 &&
-         property_order::places<Record, property_order::InReading>()[row] != 0;
-}
-
+inline constexpr auto kWritten = property_order::places<Record, property_order::InWriting>();
 template <class Record>
-consteval std::size_t read_only_rows() {
-  std::size_t count = 0;
-  for (std::size_t row = 0; row < std::tuple_size_v<decltype(Properties<Record>::kAll)>; ++row) {
-    count += is_read_only_row<Record>(row) ? 1 : 0;
-  }
-  return count;
-}
+inline constexpr auto kRead = property_order::places<Record, property_order::InReading>();
 
 /// Which rows of the table the attributes come from, in their order.
 template <class Record>
 consteval auto attribute_rows() {
-  constexpr auto kWriting = property_order::places<Record, property_order::InWriting>();
-  constexpr std::size_t kStored = property_order::last_place(kWriting);
-  std::array<std::size_t, kStored + read_only_rows<Record>()> rows{};
-  std::size_t next = 0;
-  for (const std::size_t row : property_order::rows_at<kStored>(kWriting)) rows[next++] = row;
-  for (std::size_t row = 0; row < kWriting.size(); ++row) {
-    if (is_read_only_row<Record>(row)) rows[next++] = row;
-  }
+  constexpr auto kTable = std::views::iota(std::size_t{0}, kWritten<Record>.size());
+  constexpr auto kIsOne = [](std::size_t row) {
+    return kWritten<Record>[row] != 0 || kRead<Record>[row] != 0;
+  };
+  std::array<std::size_t, std::ranges::count_if(kTable, kIsOne)> rows{};
+  std::ranges::copy_if(kTable, rows.begin(), kIsOne);
+  std::ranges::sort(rows, {}, [](std::size_t row) {
+    return std::tuple(kWritten<Record>[row] == 0, kWritten<Record>[row], row);
+  });
   return rows;
 }
 

@@ -1,24 +1,20 @@
-#include "client/com_transport.h"
-
+#include <map>
 #include <memory>
 #include <string>
-#include <utility>
 
+#include "automation/com/com.h"
 #include "automation/com/errors.h"
+#include "automation/com/own_variant.h"
 #include "automation/com/values.h"
-#include "client/call_error.h"
+#include "client/transport.h"
 #include "platform/windows/wide.h"
 
 namespace tarnwick::client {
 namespace {
 
 namespace com = automation::com;
-using automation::ClassId;
 using automation::Kind;
-using automation::Member;
-using automation::Object;
 using automation::Type;
-using automation::Value;
 using com::ComPtr;
 using com::OwnVariant;
 
@@ -96,16 +92,46 @@ Value value_of(const Type& type, const VARIANT& variant) {
   }
 }
 
-}  // namespace
+class ComTransport final : public Transport {
+ public:
+  Object create(const Class& of) override {
+    const std::wstring prog_id = L"Tarnwick." + platform::to_wide(from_utf8(of.name));
+    CLSID clsid{};
+    require(CLSIDFromProgID(prog_id.c_str(), &clsid));
+    ComPtr<IDispatch> made;
+    require(CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&made)));
+    return object_of(of.id, made.Get());
+  }
 
-Object ComTransport::create(const automation::Class& of) {
-  const std::wstring prog_id = L"Tarnwick." + platform::to_wide(from_utf8(of.name));
-  CLSID clsid{};
-  require(CLSIDFromProgID(prog_id.c_str(), &clsid));
-  ComPtr<IDispatch> made;
-  require(CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, IID_PPV_ARGS(&made)));
-  return object_of(of.id, made.Get());
-}
+  Value call(const Object& object, const Member& member,
+             const std::vector<Value>& arguments) override {
+    OwnVariant result;
+    invoke(object, member, DISPATCH_METHOD | DISPATCH_PROPERTYGET, arguments, result.get());
+    return value_of(member.result, *result.get());
+  }
+
+  std::vector<Object> call_for_all(const Object& object, const Member& member,
+                                   const std::vector<Value>& arguments) override;
+
+  void let(const Object& object, const Member& member, const Value& value) override {
+    invoke(object, member, DISPATCH_PROPERTYPUT, {value}, nullptr);
+  }
+
+  UpdateErrorEnum insert(const Object&, TextView) override { throw not_offered("Insert"); }
+  std::vector<PcKey> find_pcs(TextView) override { throw not_offered("FindPCs"); }
+
+  FailureCause last_cause() override;
+  void clear_last_cause() override { require(cause()->Clear()); }
+
+ private:
+  void invoke(const Object& object, const Member& member, WORD flags,
+              const std::vector<Value>& arguments, VARIANT* result);
+  DISPID id_of(IDispatch* object, const Member& member);
+  ::_LastCause* cause();
+
+  std::map<const Member*, DISPID> ids_;
+  ComPtr<::_LastCause> cause_;
+};
 
 DISPID ComTransport::id_of(IDispatch* object, const Member& member) {
   const auto known = ids_.find(&member);
@@ -144,13 +170,6 @@ void ComTransport::invoke(const Object& object, const Member& member, WORD flags
   require(answer);
 }
 
-Value ComTransport::call(const Object& object, const Member& member,
-                         const std::vector<Value>& arguments) {
-  OwnVariant result;
-  invoke(object, member, DISPATCH_METHOD | DISPATCH_PROPERTYGET, arguments, result.get());
-  return value_of(member.result, *result.get());
-}
-
 std::vector<Object> ComTransport::call_for_all(const Object& object, const Member& member,
                                                const std::vector<Value>& arguments) {
   OwnVariant result;
@@ -176,32 +195,6 @@ std::vector<Object> ComTransport::call_for_all(const Object& object, const Membe
     entries.push_back(object_of(member.result.class_id, reference_in(*entry.get())));
   }
 }
-
-void ComTransport::let(const Object& object, const Member& member, const Value& value) {
-  invoke(object, member, DISPATCH_PROPERTYPUT, {value}, nullptr);
-}
-
-Row ComTransport::read(const Object& record) {
-  Row row(record.class_id);
-  for (const Attribute& attribute : row.attributes()) {
-    row.set(attribute, from_member_value(attribute, call(record, *attribute.member, {})));
-  }
-  return row;
-}
-
-std::vector<Row> ComTransport::rows(const Object& collection) {
-  const auto& of = automation::class_of(collection.class_id);
-  std::vector<Row> rows;
-  for (const Object& entry :
-       call_for_all(collection, *automation::find_member(of, "NewEnum"), {})) {
-    rows.push_back(read(entry));
-  }
-  return rows;
-}
-
-UpdateErrorEnum ComTransport::insert(const Object&, TextView) { throw not_offered("Insert"); }
-
-std::vector<PcKey> ComTransport::find_pcs(TextView) { throw not_offered("FindPCs"); }
 
 ::_LastCause* ComTransport::cause() {
   if (cause_ == nullptr) {
@@ -231,6 +224,8 @@ FailureCause ComTransport::last_cause() {
   return found;
 }
 
-void ComTransport::clear_last_cause() { require(cause()->Clear()); }
+}  // namespace
+
+std::unique_ptr<Transport> make_com_transport() { return std::make_unique<ComTransport>(); }
 
 }  // namespace tarnwick::client

@@ -3,14 +3,12 @@
 #include <systemd/sd-bus.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <utility>
 
 #include "automation/dbus/error.h"
 #include "automation/dbus/handles.h"
-#include "client/call_error.h"
-#include "platform/message_box.h"
+#include "client/dbus_transport.h"
 
 namespace tarnwick::client {
 
@@ -25,25 +23,13 @@ class DbusRefusal final : public CallError {
   std::string name_;
 };
 
-/// Answers the questions that calls meet at the service.
-struct Questions {
-  /// Must outlive the connection.
-  platform::MessageBox& box;
-  /// Told what has to be looked after while `box` waits for somebody: `look` is to be called before
-  /// the wait and whenever there is something in `file`; when it returns false, the question is
-  /// moot. Once more with -1 and nothing when the connection ends.
-  std::function<void(int file, const std::function<bool()>& look)> attend =
-      [](int, const std::function<bool()>&) {};
-};
-
 /// Calls the service, for as long as it takes, and answers its questions meanwhile. Must stay where
 /// it is: the bus knows its address.
 class DbusConnection final {
  public:
   using Message = automation::dbus::MessageHandle;
 
-  /// `bus` is one on which the service runs or can be started by its name; it must outlive this.
-  /// Throws CallError and std::system_error, as all members do.
+  /// See make_dbus_transport. All members throw CallError and std::system_error.
   DbusConnection(sd_bus* bus, Questions questions);
   ~DbusConnection();
   DbusConnection(const DbusConnection&) = delete;

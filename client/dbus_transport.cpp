@@ -2,104 +2,170 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
+#include <string>
 #include <utility>
 
+#include "automation/binding.h"
 #include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
-#include "client/call_error.h"
+#include "automation/dbus/wire.h"
+#include "client/dbus_connection.h"
 
 namespace tarnwick::client {
 namespace {
 
 namespace dbus = automation::dbus;
-using automation::Class;
-using automation::ClassId;
+using automation::Automated;
 using automation::Kind;
-using automation::Member;
-using automation::Object;
 using automation::Type;
-using automation::Value;
 using dbus::check;
+using Message = DbusConnection::Message;
 
 constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
 constexpr std::uint32_t kRowsAtOnce = 2000;
 
-constexpr Type kText{Kind::kText, {}, {}};
-constexpr Type kBoolean{Kind::kBoolean, {}, {}};
-constexpr Type kInt16{Kind::kInt16, {}, {}};
-constexpr Type kInt32{Kind::kInt32, {}, {}};
-
-bool enter(const DbusConnection::Message& message, char type, const char* contents) {
+bool enter(const Message& message, char type, const char* contents) {
   return check(sd_bus_message_enter_container(message.get(), type, contents), "reading a reply") >
          0;
 }
 
-void leave(const DbusConnection::Message& message) {
+void leave(const Message& message) {
   check(sd_bus_message_exit_container(message.get()), "reading a reply");
 }
 
-bool is_at_end(const DbusConnection::Message& message) {
+bool is_at_end(const Message& message) {
   return check(sd_bus_message_at_end(message.get(), 0), "reading a reply") != 0;
-}
-
-ClassId record_class_of(const Object& collection) {
-  return automation::find_member(automation::class_of(collection.class_id), "Item")
-      ->result.class_id;
 }
 
 const Class& class_of(const Object& object) { return automation::class_of(object.class_id); }
 
-}  // namespace
-
-// An object of the service that this client holds.
-class DbusTransport::Held final {
+// What a call needs is converted as the service does it.
+class Client final : public DbusTransport, private dbus::Paths {
  public:
-  Held(DbusTransport& transport, std::string path)
-      : transport_(transport), path_(std::move(path)) {}
-  ~Held() {
-    transport_.held_.erase(path_);
-    try {
-      transport_.connection_.call(dbus::kRootPath, dbus::kAutomationInterface, "Release", "o",
-                                  path_.c_str());
-    } catch (const std::exception&) {
-      // The service is gone, and the object with it.
-    }
-  }
-  Held(const Held&) = delete;
-  Held& operator=(const Held&) = delete;
+  Client(sd_bus* bus, Questions questions) : connection_(bus, std::move(questions)) {}
 
-  [[nodiscard]] const std::string& path() const { return path_; }
+  bool reserve(TextView connect_string) override {
+    return take<bool>(
+        call_with_text(dbus::kRootPath, dbus::kAutomationInterface, "Reserve", connect_string));
+  }
+
+  Object create(const Class& of) override {
+    const Message reply = connection_.call(dbus::kRootPath, dbus::kAutomationInterface,
+                                           "CreateObject", "s", std::string(of.name).c_str());
+    return take_object(reply, of.id);
+  }
+
+  Value call(const Object& object, const Member& member,
+             const std::vector<Value>& arguments) override {
+    return read_value(send_call(object, member, arguments), member.result);
+  }
+
+  std::vector<Object> call_for_all(const Object& object, const Member& member,
+                                   const std::vector<Value>& arguments) override {
+    const Message reply = send_call(object, member, arguments);
+    std::vector<Object> entries;
+    enter(reply, SD_BUS_TYPE_ARRAY, "o");
+    while (!is_at_end(reply)) entries.push_back(take_object(reply, member.result.class_id));
+    return entries;
+  }
+
+  void let(const Object& object, const Member& member, const Value& value) override;
+  Row read(const Object& record) override;
+  std::vector<Row> rows(const Object& collection) override;
+
+  UpdateErrorEnum insert(const Object& record, TextView report_file) override {
+    return take<UpdateErrorEnum>(
+        call_with_text(hand_out(record), dbus::kRecordInterface, "Insert", report_file));
+  }
+
+  std::vector<PcKey> find_pcs(TextView name) override;
+  FailureCause last_cause() override;
+
+  void clear_last_cause() override {
+    connection_.call(dbus::kRootPath, dbus::kLastCauseInterface, "ClearLastCause");
+  }
 
  private:
-  DbusTransport& transport_;
-  std::string path_;
+  // As a client sees it, who is handed objects and hands them back. What an object of the service
+  // holds is its path.
+  Object resolve(const char* path) override;
+  std::string hand_out(const Object& object) override {
+    return object ? *std::static_pointer_cast<std::string>(object.instance) : dbus::kNothingPath;
+  }
+  std::vector<std::string> hand_out_all(const std::vector<Object>& objects) override;
+
+  void give_up(const std::string& path);
+  void append(const Message& message, const Type& type, Value value);
+  Value read_value(const Message& message, const Type& type);
+  template <class T>
+  T take(const Message& message) {
+    return T(Automated<T>::from(read_value(message, Automated<T>::kType)));
+  }
+  Object take_object(const Message& message, ClassId class_id);
+  Row read_row(const Message& message, ClassId record_class);
+  Message send_call(const Object& object, const Member& member,
+                    const std::vector<Value>& arguments);
+  Message call_with_text(const std::string& path, const char* interface, const char* member,
+                         TextView text);
+
+  DbusConnection connection_;
+  // What is held at each path: giving it up once gives it up, however often it was handed out.
+  std::map<std::string, std::weak_ptr<std::string>> held_;
 };
 
-Object DbusTransport::resolve(const char* path) {
-  std::weak_ptr<Held>& known = held_[path];
+Object Client::resolve(const char* path) {
+  std::weak_ptr<std::string>& known = held_[path];
   auto held = known.lock();
-  if (held == nullptr) known = held = std::make_shared<Held>(*this, path);
+  if (held == nullptr) {
+    held = std::shared_ptr<std::string>(new std::string(path), [this](std::string* last) {
+      const std::unique_ptr<std::string> given_up(last);
+      give_up(*given_up);
+    });
+    known = held;
+  }
   return {{}, std::move(held)};
 }
 
-std::string DbusTransport::hand_out(const Object& object) {
-  return object ? std::static_pointer_cast<Held>(object.instance)->path() : dbus::kNothingPath;
+void Client::give_up(const std::string& path) {
+  held_.erase(path);
+  try {
+    connection_.call(dbus::kRootPath, dbus::kAutomationInterface, "Release", "o", path.c_str());
+  } catch (const std::exception&) {
+    // The service is gone, and the object with it.
+  }
 }
 
-std::vector<std::string> DbusTransport::hand_out_all(const std::vector<Object>& objects) {
+std::vector<std::string> Client::hand_out_all(const std::vector<Object>& objects) {
   std::vector<std::string> paths;
   for (const Object& object : objects) paths.push_back(hand_out(object));
   return paths;
 }
 
-Object DbusTransport::object_at(const char* path, ClassId class_id) {
-  if (std::string_view(path) == dbus::kNothingPath) return {class_id, nullptr};
-  Object object = resolve(path);
+Object Client::take_object(const Message& message, ClassId class_id) {
+  const std::string path = dbus::read_text(message.get(), 'o');
+  if (path == dbus::kNothingPath) return {class_id, nullptr};
+  Object object = resolve(path.c_str());
   object.class_id = class_id;
   return object;
 }
 
-void DbusTransport::append(const Message& message, const Type& type, Value value) {
+Value Client::read_value(const Message& message, const Type& type) {
+  if (type.kind == Kind::kObject) return take_object(message, type.class_id);
+  if (type.kind == Kind::kEmpty) return Empty{};
+  return dbus::read(message.get(), type, *this);
+}
+
+Message Client::call_with_text(const std::string& path, const char* interface, const char* member,
+                               TextView text) {
+  Message message = connection_.new_call(path, interface, member);
+  // It may be a connection string, with a password.
+  check(sd_bus_message_sensitive(message.get()), "making a call");
+  append(message, Automated<Text>::kType, Text(text));
+  return connection_.send(std::move(message));
+}
+
+void Client::append(const Message& message, const Type& type, Value value) {
   try {
     dbus::Outgoing(type, std::move(value), *this).append_to(message.get());
   } catch (const dbus::WireError&) {
@@ -110,16 +176,8 @@ void DbusTransport::append(const Message& message, const Type& type, Value value
   }
 }
 
-Value DbusTransport::read_value(const Message& message, const Type& type) {
-  if (type.kind == Kind::kObject) {
-    return object_at(dbus::read_text(message.get(), 'o').c_str(), type.class_id);
-  }
-  if (type.kind == Kind::kEmpty) return Empty{};
-  return dbus::read(message.get(), type, *this);
-}
-
 // An a{sv}, taken by the names of the properties. The service leaves out what the bus cannot carry.
-Row DbusTransport::read_row(const Message& message, ClassId record_class) {
+Row Client::read_row(const Message& message, ClassId record_class) {
   Row row(record_class);
   enter(message, SD_BUS_TYPE_ARRAY, "{sv}");
   while (enter(message, SD_BUS_TYPE_DICT_ENTRY, "sv")) {
@@ -139,22 +197,8 @@ Row DbusTransport::read_row(const Message& message, ClassId record_class) {
   return row;
 }
 
-bool DbusTransport::reserve(TextView connect_string) {
-  Message message = connection_.new_call(dbus::kRootPath, dbus::kAutomationInterface, "Reserve");
-  check(sd_bus_message_sensitive(message.get()), "making a call");
-  append(message, kText, Text(connect_string));
-  const Message reply = connection_.send(std::move(message));
-  return std::get<bool>(read_value(reply, kBoolean));
-}
-
-Object DbusTransport::create(const Class& of) {
-  const Message reply = connection_.call(dbus::kRootPath, dbus::kAutomationInterface,
-                                         "CreateObject", "s", std::string(of.name).c_str());
-  return object_at(dbus::read_text(reply.get(), 'o').c_str(), of.id);
-}
-
-DbusTransport::Message DbusTransport::send_call(const Object& object, const Member& member,
-                                                const std::vector<Value>& arguments) {
+Message Client::send_call(const Object& object, const Member& member,
+                          const std::vector<Value>& arguments) {
   const std::string interface = dbus::interface_of(class_of(object));
   const std::string name(member.name);
   const std::string path = hand_out(object);
@@ -172,23 +216,7 @@ DbusTransport::Message DbusTransport::send_call(const Object& object, const Memb
   return connection_.send(std::move(message));
 }
 
-Value DbusTransport::call(const Object& object, const Member& member,
-                          const std::vector<Value>& arguments) {
-  return read_value(send_call(object, member, arguments), member.result);
-}
-
-std::vector<Object> DbusTransport::call_for_all(const Object& object, const Member& member,
-                                                const std::vector<Value>& arguments) {
-  const Message reply = send_call(object, member, arguments);
-  std::vector<Object> entries;
-  enter(reply, SD_BUS_TYPE_ARRAY, "o");
-  while (!is_at_end(reply)) {
-    entries.push_back(object_at(dbus::read_text(reply.get(), 'o').c_str(), member.result.class_id));
-  }
-  return entries;
-}
-
-void DbusTransport::let(const Object& object, const Member& member, const Value& value) {
+void Client::let(const Object& object, const Member& member, const Value& value) {
   Message message = connection_.new_call(hand_out(object), kProperties, "Set");
   check(sd_bus_message_append(message.get(), "ss", dbus::interface_of(class_of(object)).c_str(),
                               std::string(member.name).c_str()),
@@ -201,14 +229,15 @@ void DbusTransport::let(const Object& object, const Member& member, const Value&
   connection_.send(std::move(message));
 }
 
-Row DbusTransport::read(const Object& record) {
+Row Client::read(const Object& record) {
   const Message reply = connection_.call(hand_out(record), kProperties, "GetAll", "s",
                                          dbus::interface_of(class_of(record)).c_str());
   return read_row(reply, record.class_id);
 }
 
-std::vector<Row> DbusTransport::rows(const Object& collection) {
-  const ClassId record_class = record_class_of(collection);
+std::vector<Row> Client::rows(const Object& collection) {
+  const ClassId record_class =
+      automation::find_member(class_of(collection), "Item")->result.class_id;
   const std::string path = hand_out(collection);
   std::vector<Row> rows;
   for (std::uint32_t at_once = kRowsAtOnce;;) {
@@ -227,43 +256,34 @@ std::vector<Row> DbusTransport::rows(const Object& collection) {
   }
 }
 
-UpdateErrorEnum DbusTransport::insert(const Object& record, TextView report_file) {
-  Message message = connection_.new_call(hand_out(record), dbus::kRecordInterface, "Insert");
-  append(message, kText, Text(report_file));
-  const Message reply = connection_.send(std::move(message));
-  return static_cast<UpdateErrorEnum>(std::get<std::int32_t>(read_value(reply, kInt32)));
-}
-
-std::vector<PcKey> DbusTransport::find_pcs(TextView name) {
-  Message message = connection_.new_call(dbus::kRootPath, dbus::kAutomationInterface, "FindPCs");
-  append(message, kText, Text(name));
-  const Message reply = connection_.send(std::move(message));
+std::vector<PcKey> Client::find_pcs(TextView name) {
+  const Message reply =
+      call_with_text(dbus::kRootPath, dbus::kAutomationInterface, "FindPCs", name);
   std::vector<PcKey> keys;
   enter(reply, SD_BUS_TYPE_ARRAY, "(ssn)");
   while (enter(reply, SD_BUS_TYPE_STRUCT, "ssn")) {
-    PcKey& key = keys.emplace_back();
-    key.mac_number = std::get<Text>(read_value(reply, kText));
-    key.computer_id = std::get<Text>(read_value(reply, kText));
-    key.comp_id = std::get<std::int16_t>(read_value(reply, kInt16));
+    keys.push_back({take<Text>(reply), take<Text>(reply), take<std::int16_t>(reply)});
     leave(reply);
   }
   return keys;
 }
 
-FailureCause DbusTransport::last_cause() {
+FailureCause Client::last_cause() {
   const Message reply =
       connection_.call(dbus::kRootPath, dbus::kLastCauseInterface, "GetLastCause");
   FailureCause cause;
-  cause.kind = static_cast<ado::FailureKind>(std::get<std::int32_t>(read_value(reply, kInt32)));
-  cause.number = std::get<std::int32_t>(read_value(reply, kInt32));
-  cause.native = std::get<std::int32_t>(read_value(reply, kInt32));
-  cause.text = std::get<Text>(read_value(reply, kText));
-  cause.outcome_unknown = std::get<bool>(read_value(reply, kBoolean));
+  cause.kind = take<ado::FailureKind>(reply);
+  cause.number = take<std::int32_t>(reply);
+  cause.native = take<std::int32_t>(reply);
+  cause.text = take<Text>(reply);
+  cause.outcome_unknown = take<bool>(reply);
   return cause;
 }
 
-void DbusTransport::clear_last_cause() {
-  connection_.call(dbus::kRootPath, dbus::kLastCauseInterface, "ClearLastCause");
+}  // namespace
+
+std::unique_ptr<DbusTransport> make_dbus_transport(sd_bus* bus, Questions questions) {
+  return std::make_unique<Client>(bus, std::move(questions));
 }
 
 }  // namespace tarnwick::client

@@ -1,6 +1,4 @@
-#include "client/in_process_transport.h"
-
-#include "client/call_error.h"
+#include "client/transport.h"
 
 namespace tarnwick::client {
 namespace {
@@ -15,72 +13,59 @@ auto carried_out(Step&& step) {
   }
 }
 
-std::unique_ptr<automation::Enumerator> walk_through(const automation::Value& many) {
+std::unique_ptr<automation::Enumerator> walk_through(const Value& many) {
   if (const auto* collection = std::get_if<std::shared_ptr<automation::Collection>>(&many)) {
     return (*collection)->enumerate();
   }
   return std::get<std::shared_ptr<automation::Enumerator>>(many)->clone();
 }
 
-Row row_of(const automation::Object& record) {
-  Row row(record.class_id);
-  for (const Attribute& attribute : row.attributes()) {
-    row.set(attribute, from_member_value(attribute, automation::call(record, *attribute.member)));
+class InProcessTransport final : public Transport {
+ public:
+  explicit InProcessTransport(SharedState& state) : state_(state) {}
+
+  Object create(const Class& of) override {
+    return carried_out([&] { return of.create(state_); });
   }
-  return row;
-}
+
+  Value call(const Object& object, const Member& member,
+             const std::vector<Value>& arguments) override {
+    return carried_out([&] { return automation::call(object, member, arguments); });
+  }
+
+  std::vector<Object> call_for_all(const Object& object, const Member& member,
+                                   const std::vector<Value>& arguments) override {
+    return carried_out([&] {
+      const auto walk = walk_through(automation::call(object, member, arguments));
+      std::vector<Object> entries;
+      while (Object entry = walk->next()) entries.push_back(std::move(entry));
+      return entries;
+    });
+  }
+
+  void let(const Object& object, const Member& member, const Value& value) override {
+    carried_out([&] { automation::let(object, member, value); });
+  }
+
+  UpdateErrorEnum insert(const Object& record, TextView report_file) override {
+    return carried_out([&] { return automation::insert(record, report_file); });
+  }
+
+  std::vector<PcKey> find_pcs(TextView name) override {
+    return carried_out([&] { return tarnwick::find_pcs(state_, name); });
+  }
+
+  FailureCause last_cause() override { return state_.failures.last(); }
+  void clear_last_cause() override { state_.failures.clear(); }
+
+ private:
+  SharedState& state_;
+};
 
 }  // namespace
 
-automation::Object InProcessTransport::create(const automation::Class& of) {
-  return carried_out([&] { return of.create(state_); });
-}
-
-automation::Value InProcessTransport::call(const automation::Object& object,
-                                           const automation::Member& member,
-                                           const std::vector<automation::Value>& arguments) {
-  return carried_out([&] { return automation::call(object, member, arguments); });
-}
-
-std::vector<automation::Object> InProcessTransport::call_for_all(
-    const automation::Object& object, const automation::Member& member,
-    const std::vector<automation::Value>& arguments) {
-  return carried_out([&] {
-    const auto walk = walk_through(automation::call(object, member, arguments));
-    std::vector<automation::Object> entries;
-    while (automation::Object entry = walk->next()) entries.push_back(std::move(entry));
-    return entries;
-  });
-}
-
-void InProcessTransport::let(const automation::Object& object, const automation::Member& member,
-                             const automation::Value& value) {
-  carried_out([&] { automation::let(object, member, value); });
-}
-
-Row InProcessTransport::read(const automation::Object& record) {
-  return carried_out([&] { return row_of(record); });
-}
-
-std::vector<Row> InProcessTransport::rows(const automation::Object& collection) {
-  return carried_out([&] {
-    const automation::Class& of = automation::class_of(collection.class_id);
-    const auto count = automation::call(collection, *automation::find_member(of, "Count"));
-    const auto walk =
-        walk_through(automation::call(collection, *automation::find_member(of, "NewEnum")));
-    std::vector<Row> rows;
-    rows.reserve(static_cast<std::size_t>(std::get<std::int32_t>(count)));
-    while (const automation::Object entry = walk->next()) rows.push_back(row_of(entry));
-    return rows;
-  });
-}
-
-UpdateErrorEnum InProcessTransport::insert(const automation::Object& record, TextView report_file) {
-  return carried_out([&] { return automation::insert(record, report_file); });
-}
-
-std::vector<PcKey> InProcessTransport::find_pcs(TextView name) {
-  return carried_out([&] { return tarnwick::find_pcs(state_, name); });
+std::unique_ptr<Transport> make_in_process_transport(SharedState& state) {
+  return std::make_unique<InProcessTransport>(state);
 }
 
 }  // namespace tarnwick::client

@@ -13,14 +13,10 @@ namespace tarnwick::client {
 template <class T>
 class Proxy;
 
-template <class T>
-consteval bool has_member(std::string_view name) {
-  return std::apply([&](const auto&... members) { return ((members.name == name) || ...); },
-                    automation::MembersOf<T>::kAll);
-}
-
 template <class T, Name kName>
-concept HasMember = has_member<T>(kName.view());
+concept HasMember = requires {
+  typename std::integral_constant<std::size_t, automation::place_of_member<T>(kName.view())>;
+};
 
 /// The entry of the member in the table of its class.
 template <class T, Name kName>
@@ -34,45 +30,44 @@ using MemberBinding =
 
 template <class T, Name kName>
 concept HasMethod = HasMember<T, kName> &&
-    (kMemberOf<T, kName>.access == automation::Member::Access::kMethod ||
+    (kMemberOf<T, kName>.access == Member::Access::kMethod ||
      std::tuple_size_v<typename MemberBinding<T, kName>::Arguments> > 0);
 template <class T, Name kName>
 concept HasProperty = HasMember<T, kName> && !HasMethod<T, kName>;
 template <class T, Name kName>
-concept HasSetter = HasProperty<T, kName> &&
-    (kMemberOf<T, kName>.access == automation::Member::Access::kGetLet);
+concept HasSetter = HasProperty<T, kName> &&(kMemberOf<T, kName>.access == Member::Access::kGetLet);
 
 // How a C++ type of the tables stands on this side.
 template <class T>
 struct Passing {
   using Type = T;
-  static automation::Value to(Type value) { return automation::Automated<T>::to(std::move(value)); }
-  static Type from(const automation::Value& value, Transport&) {
+  static Value to(Type value) { return automation::Automated<T>::to(std::move(value)); }
+  static Type from(const Value& value, Transport&) {
     return Type(automation::Automated<T>::from(value));
   }
 };
 template <>
 struct Passing<void> {
   using Type = void;
-  static void from(const automation::Value&, Transport&) {}
+  static void from(const Value&, Transport&) {}
 };
 template <>
 struct Passing<Empty> {
   using Type = Empty;
-  static Empty from(const automation::Value&, Transport&) { return {}; }
+  static Empty from(const Value&, Transport&) { return {}; }
 };
 template <>
 struct Passing<TextView> {
   using Type = TextView;
-  static automation::Value to(TextView text) { return Text(text); }
+  static Value to(TextView text) { return Text(text); }
 };
 template <>
 struct Passing<Variant> {
   using Type = Variant;
-  static automation::Value to(const Variant& value) {
+  static Value to(const Variant& value) {
     return std::visit(
-        []<class T>(const T& held) -> automation::Value {
-          if constexpr (std::constructible_from<automation::Value, T>) {
+        []<class T>(const T& held) -> Value {
+          if constexpr (std::constructible_from<Value, T>) {
             return held;
           } else {
             throw Error(ErrorNumber::kTypeMismatch);
@@ -84,28 +79,22 @@ struct Passing<Variant> {
 template <class T>
 struct Passing<std::shared_ptr<T>> {
   using Type = Proxy<T>;
-  static automation::Value to(const Proxy<T>& proxy) { return proxy.object(); }
-  static Proxy<T> from(const automation::Value& value, Transport& transport) {
-    return {transport, std::get<automation::Object>(value)};
+  static Value to(const Proxy<T>& proxy) { return proxy.object(); }
+  static Proxy<T> from(const Value& value, Transport& transport) {
+    return {transport, std::get<Object>(value)};
   }
 };
 template <class T>
 using PassingAs = Passing<std::remove_cvref_t<T>>;
 
 // What members with many objects for a result hand out.
+template <class T>
+T entry_of(const std::shared_ptr<Store<T>>&);
+template <class T>
+T entry_of(const StoreEnumerator<T>&);
 template <class R>
-struct Entries {
-  static constexpr bool kMany = false;
-};
-template <class T>
-struct Entries<std::shared_ptr<Store<T>>> {
-  static constexpr bool kMany = true;
-  using Type = T;
-};
-template <class T>
-struct Entries<StoreEnumerator<T>> {
-  static constexpr bool kMany = true;
-  using Type = T;
+concept HandsOutMany = requires(const R& many) {
+  entry_of(many);
 };
 
 /// An object of the class T, wherever it lives; given up with the last copy. Must not outlive its
@@ -113,15 +102,14 @@ struct Entries<StoreEnumerator<T>> {
 template <class T>
 class Proxy final {
  public:
-  Proxy(Transport& transport, automation::Object object)
-      : transport_(&transport), object_(std::move(object)) {}
+  Proxy(Transport& transport, Object object) : transport_(&transport), object_(std::move(object)) {}
 
   /// Makes an object of the class.
   [[nodiscard]] static Proxy create(Transport& transport) {
     return {transport, transport.create(automation::class_of(automation::kClassOf<T>))};
   }
 
-  [[nodiscard]] const automation::Object& object() const { return object_; }
+  [[nodiscard]] const Object& object() const { return object_; }
   /// Whether it is an object at all, and not Nothing.
   explicit operator bool() const { return static_cast<bool>(object_); }
 
@@ -155,25 +143,24 @@ class Proxy final {
 
  private:
   template <Name kName>
-  static const automation::Member& member() {
+  static const Member& member() {
     return automation::class_of(automation::kClassOf<T>)
         .members[automation::place_of_member<T>(kName.view())];
   }
 
   template <class Arguments, std::size_t... kIndex, class... A>
-  static std::vector<automation::Value> values(std::index_sequence<kIndex...>,
-                                               const A&... arguments) {
+  static std::vector<Value> values(std::index_sequence<kIndex...>, const A&... arguments) {
     return {PassingAs<std::tuple_element_t<kIndex, Arguments>>::to(arguments)...};
   }
 
   template <Name kName>
-  auto run(const std::vector<automation::Value>& given) const {
+  auto run(const std::vector<Value>& given) const {
     using Result = std::remove_cvref_t<typename MemberBinding<T, kName>::Result>;
-    const automation::Member& of = member<kName>();
+    const Member& of = member<kName>();
     const auto arguments = automation::with_defaults(of, given);
-    if constexpr (Entries<Result>::kMany) {
-      std::vector<Proxy<typename Entries<Result>::Type>> entries;
-      for (automation::Object& entry : transport_->call_for_all(object_, of, arguments)) {
+    if constexpr (HandsOutMany<Result>) {
+      std::vector<Proxy<decltype(entry_of(std::declval<Result>()))>> entries;
+      for (Object& entry : transport_->call_for_all(object_, of, arguments)) {
         entries.emplace_back(*transport_, std::move(entry));
       }
       return entries;
@@ -183,7 +170,7 @@ class Proxy final {
   }
 
   Transport* transport_;
-  automation::Object object_;
+  Object object_;
 };
 
 }  // namespace tarnwick::client

@@ -3,46 +3,41 @@
 namespace tarnwick::client {
 namespace {
 
-// What an argument of Add is where the row does not tell.
-template <Name kName>
-AttributeType<Component, kName> value_or_zero(const Row& row) {
-  const auto& value = row[row.attributes()[place_of_attribute<Component>(kName.view())]];
-  const auto* held = std::get_if<AttributeType<Component, kName>>(&value);
-  return held == nullptr ? AttributeType<Component, kName>() : *held;
-}
-
-automation::Object add_component(Transport& transport, const Row& row) {
+Object add_component(Transport& transport, Row row) {
+  row.fill();
   // A list of its own, for the shared one may hold the id already.
   const auto list = Proxy<Components>::create(transport);
+  using Of = Component;
   return list
-      .call<"Add">(value_or_zero<"CompID">(row), value_or_zero<"Name">(row),
-                   value_or_zero<"ParentID">(row), value_or_zero<"Priority">(row),
-                   value_or_zero<"ImageIndex">(row), value_or_zero<"ForceDisplay">(row),
-                   static_cast<std::int16_t>(value_or_zero<"MaintenanceType">(row)),
-                   value_or_zero<"ReportCode">(row), value_or_zero<"ServerName">(row),
-                   value_or_zero<"SecurityGroup">(row), value_or_zero<"MetaID">(row),
-                   value_or_zero<"AuthorizedRole">(row))
+      .call<"Add">(
+          row.get<Of, "CompID">(), row.get<Of, "Name">(), row.get<Of, "ParentID">(),
+          row.get<Of, "Priority">(), row.get<Of, "ImageIndex">(), row.get<Of, "ForceDisplay">(),
+          static_cast<std::int16_t>(row.get<Of, "MaintenanceType">()), row.get<Of, "ReportCode">(),
+          row.get<Of, "ServerName">(), row.get<Of, "SecurityGroup">(), row.get<Of, "MetaID">(),
+          row.get<Of, "AuthorizedRole">())
       .object();
 }
 
 }  // namespace
 
 Record Record::make(Transport& transport, const Row& row) {
-  const automation::ClassId id = row.record_class();
-  Record record(transport, id == automation::ClassId::kComponent
-                               ? add_component(transport, row)
-                               : transport.create(automation::class_of(id)));
+  const ClassId id = row.record_class();
+  Record record(transport, id == ClassId::kComponent ? add_component(transport, row)
+                                                     : transport.create(automation::class_of(id)));
   if (record) record.assign(row);
   return record;
 }
 
-bool Record::lock() const {
-  return with_proxy([](const auto& proxy) { return proxy.template call<"LockRecord">(); });
+Value Record::call(std::string_view name, const std::vector<Value>& arguments) const {
+  const Member& member = *automation::find_member(automation::class_of(object_.class_id), name);
+  return transport_->call(object_, member, automation::with_defaults(member, arguments));
 }
 
-bool Record::release() const {
-  return with_proxy([](const auto& proxy) { return proxy.template call<"ReleaseRecord">(); });
-}
+bool Record::lock() const { return std::get<bool>(call("LockRecord")); }
+
+bool Record::release() const { return std::get<bool>(call("ReleaseRecord")); }
+
+bool Record::remove() const { return std::get<bool>(call("Delete")); }
 
 void Record::assign(const Row& row) const {
   if (row.record_class() != object_.class_id) throw Error(ErrorNumber::kTypeMismatch);
@@ -54,21 +49,13 @@ void Record::assign(const Row& row) const {
 }
 
 UpdateErrorEnum Record::update(TextView report_file) const {
-  return with_proxy([&]<class T>(const Proxy<T>& proxy) {
-    if constexpr (std::same_as<T, Report>) {
-      return proxy.template call<"Update">(report_file);
-    } else {
-      return proxy.template call<"Update">();
-    }
-  });
+  std::vector<Value> arguments;
+  if (object_.class_id == ClassId::kReport) arguments.emplace_back(Text(report_file));
+  return static_cast<UpdateErrorEnum>(std::get<std::int32_t>(call("Update", arguments)));
 }
 
 UpdateErrorEnum Record::insert(TextView report_file) const {
   return transport_->insert(object_, report_file);
-}
-
-bool Record::remove() const {
-  return with_proxy([](const auto& proxy) { return proxy.template call<"Delete">(); });
 }
 
 }  // namespace tarnwick::client

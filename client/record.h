@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include <string_view>
 
 #include "client/proxy.h"
 
@@ -41,19 +41,14 @@ class Record final {
   bool remove() const;
 
  private:
-  Record(Transport& transport, automation::Object object)
+  Record(Transport& transport, Object object)
       : transport_(&transport), object_(std::move(object)) {}
 
-  // Runs `step` on the proxy of the record's class.
-  template <class Step>
-  auto with_proxy(Step&& step) const {
-    if (object_.class_id == automation::ClassId::kComponent) return step(as<Component>());
-    if (object_.class_id == automation::ClassId::kRegisteredPC) return step(as<RegisteredPC>());
-    return step(as<Report>());
-  }
+  // Calls the member with this name, which all three classes have.
+  [[nodiscard]] Value call(std::string_view name, const std::vector<Value>& arguments = {}) const;
 
   Transport* transport_;
-  automation::Object object_;
+  Object object_;
 };
 
 }  // namespace tarnwick::client

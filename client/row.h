@@ -33,13 +33,19 @@ class Row final {
   }
 
   // By a name, which has to be an attribute of `Record`. They throw Error 13 on a row of another
-  // class, and where the value is not known.
+  // class.
+  /// The value; null where it is not known.
   template <class Record, Name kName>
   requires HasAttribute<Record, kName>
-  [[nodiscard]] const AttributeType<Record, kName>& get() const {
+  [[nodiscard]] const AttributeType<Record, kName>* find() const {
     require_class<Record>();
-    const auto* value = std::get_if<AttributeType<Record, kName>>(
+    return std::get_if<AttributeType<Record, kName>>(
         &values_[place_of_attribute<Record>(kName.view())]);
+  }
+  /// Throws Error 13 where the value is not known, too.
+  template <class Record, Name kName>
+  [[nodiscard]] const AttributeType<Record, kName>& get() const {
+    const auto* value = find<Record, kName>();
     if (value == nullptr) throw Error(ErrorNumber::kTypeMismatch);
     return *value;
   }

@@ -1,5 +1,4 @@
-#include "client/com_transport.h"
-
+#include "automation/com/com.h"
 #include "tests/client/transport_contract.h"
 
 namespace tarnwick::client {
@@ -16,7 +15,7 @@ class OverCom final : public Reach {
   Transport& transport() override { return *transport_; }
 
  private:
-  std::unique_ptr<ComTransport> transport_ = std::make_unique<ComTransport>();
+  std::unique_ptr<Transport> transport_ = make_com_transport();
 };
 
 INSTANTIATE_TEST_SUITE_P(COM, TransportContract,

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "automation/dbus/error.h"
 #include "client/proxy.h"
 #include "tests/client/private_service.h"
 #include "tests/client/transport_contract.h"
@@ -15,12 +16,12 @@ using test_support::EmbeddedDatabase;
 
 class OverTheBus final : public Reach {
  public:
-  Transport& transport() override { return transport_; }
+  Transport& transport() override { return *transport_; }
 
  private:
   test_support::PrivateService service_;
   test_support::ScriptedMessageBox box_;
-  DbusTransport transport_{service_.bus(), Questions{box_}};
+  std::unique_ptr<Transport> transport_ = make_dbus_transport(service_.bus(), Questions{box_});
 };
 
 INSTANTIATE_TEST_SUITE_P(DBus, TransportContract, ::testing::Values(Way{"DBus", &open<OverTheBus>}),
@@ -38,7 +39,8 @@ class DbusTransports : public ::testing::Test {
   EmbeddedDatabase database_;
   test_support::PrivateService service_;
   test_support::ScriptedMessageBox box_;
-  DbusTransport transport_{service_.bus(), Questions{box_}};
+  std::unique_ptr<DbusTransport> client_ = make_dbus_transport(service_.bus(), Questions{box_});
+  DbusTransport& transport_ = *client_;
 };
 
 template <class Step>

@@ -1,5 +1,3 @@
-#include "client/in_process_transport.h"
-
 #include "tests/client/transport_contract.h"
 #include "tests/support/object_model.h"
 
@@ -8,12 +6,12 @@ namespace {
 
 class InThisProcess final : public Reach {
  public:
-  Transport& transport() override { return transport_; }
+  Transport& transport() override { return *transport_; }
 
  private:
   test_support::EmbeddedDatabase unused_;
   test_support::ServerProcess process_{unused_};
-  InProcessTransport transport_{process_.state};
+  std::unique_ptr<Transport> transport_ = make_in_process_transport(process_.state);
 };
 
 INSTANTIATE_TEST_SUITE_P(InProcess, TransportContract,

@@ -5,8 +5,6 @@
 #include <array>
 #include <vector>
 
-#include "client/call_error.h"
-
 namespace tarnwick::client {
 namespace {
 

@@ -1,9 +1,5 @@
 #include "apps/tarnwick/maintenance/cause.h"
 
-#include <cstdint>
-
-#include "ado/error.h"
-
 namespace tarnwick::cli {
 namespace {
 
@@ -15,10 +11,6 @@ ExitCode code_of(const FailureCause& cause) {
 }
 
 }  // namespace
-
-bool is_missing_row(const FailureCause& cause) {
-  return cause.number == static_cast<std::int32_t>(ado::AdoErrorNumber::kNoCurrentRecord);
-}
 
 Failure failure_of(const FailureCause& cause, const std::string& sentence, TextView account) {
   const bool told = cause.text.empty() || account.find(cause.text) != TextView::npos;

@@ -13,39 +13,22 @@
 
 #include "apps/tarnwick/terminal/process_setup.h"
 
-extern char** environ;
-
 namespace tarnwick::cli {
 namespace {
 
-// The pieces of an environment, or of a command, as exec wants them.
-std::vector<char*> pointers(std::vector<std::string>& texts) {
+// A command as exec wants it.
+std::vector<char*> pointers(std::vector<std::string>& words) {
   std::vector<char*> list;
-  list.reserve(texts.size() + 1);
-  for (std::string& text : texts) list.push_back(text.data());
+  for (std::string& word : words) list.push_back(word.data());
   list.push_back(nullptr);
   return list;
-}
-
-std::vector<std::string> environment_with(
-    const std::vector<std::pair<std::string, std::string>>& added) {
-  std::vector<std::string> all;
-  for (char** each = environ; *each != nullptr; ++each) all.emplace_back(*each);
-  for (const auto& [name, value] : added) {
-    std::erase_if(all,
-                  [&name = name](const std::string& text) { return text.starts_with(name + "="); });
-    all.push_back(name + "=" + value);
-  }
-  return all;
 }
 
 }  // namespace
 
 ChildProcess::ChildProcess(const Start& start) : ends_with_us_(start.ends_with_us) {
   std::vector<std::string> command = start.command;
-  std::vector<std::string> environment = environment_with(start.environment);
   const std::vector<char*> arguments = pointers(command);
-  const std::vector<char*> variables = pointers(environment);
   const int output =
       open(start.output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
   const int input = open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -63,7 +46,7 @@ ChildProcess::ChildProcess(const Start& start) : ends_with_us_(start.ends_with_u
     dup2(input, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
-    execvpe(arguments.front(), arguments.data(), variables.data());
+    execvp(arguments.front(), arguments.data());
     _exit(127);
   }
   const int error = errno;

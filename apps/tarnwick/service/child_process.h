@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace tarnwick::cli {
@@ -15,8 +14,6 @@ class ChildProcess final {
   struct Start {
     /// The program, looked for as a shell does, and its arguments.
     std::vector<std::string> command;
-    /// Added to the environment.
-    std::vector<std::pair<std::string, std::string>> environment = {};
     /// Where its output goes, standard error too; it is made anew.
     std::filesystem::path output = "/dev/null";
     /// Ends with this process, however that ends; otherwise it is left alone.

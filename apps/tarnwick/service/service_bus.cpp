@@ -136,14 +136,13 @@ void ServiceBus::start_service_if_none_is_known(const Options& options) {
   if (!error.is(SD_BUS_ERROR_SERVICE_UNKNOWN) || options.system_bus) refuse(error.message());
   const char* address = nullptr;
   dbus::check(sd_bus_get_address(bus_.get(), &address), "asking for the bus");
-  std::vector<std::string> command{service_program()};
-  for (std::string& word : folder_switch()) command.push_back(std::move(word));
   // As a bus starts its services: it ends by itself.
+  std::vector<std::string> command{"env", std::string("DBUS_STARTER_ADDRESS=") + address,
+                                   service_program()};
+  for (std::string& word : folder_switch()) command.push_back(std::move(word));
   service_ = std::make_unique<ChildProcess>(
-      ChildProcess::Start{.command = std::move(command),
-                          .environment = {{"DBUS_STARTER_ADDRESS", address}},
-                          .ends_with_us = false});
-  wait_for_service(*service_);
+      ChildProcess::Start{.command = std::move(command), .ends_with_us = false});
+  wait_for_service();
 }
 
 std::unique_ptr<ServiceBus> ServiceBus::make(const Options& options) {
@@ -188,17 +187,17 @@ void ServiceBus::open_own(const Options& options) {
   service_ = std::make_unique<ChildProcess>(
       ChildProcess::Start{.command = std::move(command), .output = log});
   try {
-    wait_for_service(*service_);
+    wait_for_service();
   } catch (const Failure&) {
     refuse("tarnwick-server cannot be started\n" + text_of(log));
   }
 }
 
-void ServiceBus::wait_for_service(ChildProcess& service) const {
+void ServiceBus::wait_for_service() const {
   const auto deadline = std::chrono::steady_clock::now() + kStartTime;
   while (!has_service()) {
     // One that ends in order has found another one that serves this bus.
-    if (!service.running() && !has_service()) refuse("tarnwick-server cannot be started");
+    if (!service_->running() && !has_service()) refuse("tarnwick-server cannot be started");
     if (std::chrono::steady_clock::now() > deadline) refuse("tarnwick-server does not start");
     usleep(kPollTime);
   }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "apps/tarnwick/options.h"
 #include "apps/tarnwick/service/child_process.h"
@@ -27,7 +26,7 @@ class ServiceBus final {
  private:
   ServiceBus() = default;
   void start_service_if_none_is_known(const Options& options);
-  void wait_for_service(ChildProcess& service) const;
+  void wait_for_service() const;
   [[nodiscard]] bool has_service() const;
   void open_own(const Options& options);
 

@@ -10,6 +10,7 @@ namespace tarnwick::cli {
 
 using client::Attribute;
 using client::AttributeValue;
+using client::ClassId;
 using client::Proxy;
 using client::Record;
 using client::Row;

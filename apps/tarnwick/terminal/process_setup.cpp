@@ -94,8 +94,8 @@ void restore_signals() noexcept {
   sigprocmask(SIG_UNBLOCK, &set, nullptr);
 }
 
-void tell_error(const char* line) noexcept {
-  std::fputs(line, stderr);
+void tell_error(const std::string& line) noexcept {
+  std::fputs(line.c_str(), stderr);
   std::fputc('\n', stderr);
 }
 

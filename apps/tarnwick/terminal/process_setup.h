@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 namespace tarnwick::cli {
 
@@ -20,6 +21,6 @@ void finish_first(const std::function<void()>& step);
 void restore_signals() noexcept;
 
 /// Writes a line to standard error, as far as that is possible.
-void tell_error(const char* line) noexcept;
+void tell_error(const std::string& line) noexcept;
 
 }  // namespace tarnwick::cli
