@@ -18,15 +18,16 @@
 
 namespace tarnwick::cli {
 
-CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string& help) {
+CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string& help,
+                    const std::string& example) {
   // Without a footer of its own it would bear the parent's.
-  return parent.add_subcommand(name, help)->footer(" ");
-}
-
-CLI::App* add_command(CLI::App& parent, const std::string& name, const std::string& help,
-                      const std::string& example) {
   return parent.add_subcommand(name, help)
       ->footer(example.empty() ? " " : "Example:\n  " + example);
+}
+
+CLI::App* add_command(CLI::App& parent, CommandLine& line, const std::string& name,
+                      const std::string& help, const std::string& example, Run run) {
+  return add_group(parent, name, help, example)->callback([&line, run] { line.chosen = run; });
 }
 
 namespace {
@@ -87,19 +88,16 @@ void use_utf8() {
 
 // Accounts come with the line ends of automation clients.
 std::string account_lines(const Text& account) {
-  std::string lines;
-  for (const char c : to_display_utf8(account)) {
-    if (c != '\r') lines += c;
-  }
-  const std::size_t begin = lines.find_first_not_of('\n');
-  return begin == std::string::npos ? std::string() : lines.substr(begin);
+  std::string lines = to_display_utf8(account);
+  std::erase(lines, '\r');
+  return lines.erase(0, lines.find_first_not_of('\n'));
 }
 
 int complain(ExitCode code, std::string_view text, const Text& account = {}) {
   std::fflush(stdout);
-  tell_error(fmt::format("tarnwick: {}", text).c_str());
+  tell_error(fmt::format("tarnwick: {}", text));
   const std::string lines = account_lines(account);
-  if (!lines.empty()) tell_error(lines.c_str());
+  if (!lines.empty()) tell_error(lines);
   return static_cast<int>(code);
 }
 
@@ -118,28 +116,28 @@ int refuse_usage(const CLI::App& app, std::string_view text) {
   return complain(ExitCode::kUsage, fmt::format("{}\nSee {} --help.", text, path_of(app)));
 }
 
-bool output_is_written() {
-  return std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-}
-
 // As `head` goes, once it has enough: there is nothing to complain of.
 bool reader_has_gone() {
   pollfd output{.fd = STDOUT_FILENO, .events = 0, .revents = 0};
   return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
 }
 
-int refuse_output() {
+// Ends well if all that was printed is written.
+int finish() {
+  if (std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+    return static_cast<int>(ExitCode::kDone);
+  }
   if (reader_has_gone()) return static_cast<int>(ExitCode::kFailed);
   return complain(ExitCode::kFailed, "The output cannot be written.");
 }
 
 int run(const CommandLine& line) {
   try {
-    line.chosen();
-    return output_is_written() ? static_cast<int>(ExitCode::kDone) : refuse_output();
+    line.chosen(line.options);
+    return finish();
   } catch (const std::system_error& error) {
     // The library that prints throws where it cannot.
-    return std::ferror(stdout) != 0 ? refuse_output() : complain(ExitCode::kFailed, error.what());
+    return std::ferror(stdout) != 0 ? finish() : complain(ExitCode::kFailed, error.what());
   } catch (const Failure& failure) {
     return complain(failure.code(), failure.what(), failure.account());
   } catch (const client::CallError& error) {
@@ -172,7 +170,7 @@ int parse_and_run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
       app.exit(error, std::cout, std::cerr);
-      return output_is_written() ? static_cast<int>(ExitCode::kDone) : refuse_output();
+      return finish();
     }
     return refuse_usage(app, error.what());
   }

@@ -5,13 +5,12 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 
 #include "ado/connection_string.h"
-#include "apps/tarnwick/failure.h"
 #include "platform/file_system.h"
 #include "runtime/case_mapping.h"
 #include "runtime/error.h"
@@ -22,15 +21,10 @@ namespace {
 constexpr std::uint32_t kMostSeconds = 86400;
 constexpr char16_t kEmbedded[] = u"Tarnwick.Embedded";
 
-Text replace_all(TextView text, TextView from, TextView to) {
+Text with_doubled(char16_t doubled, TextView text) {
   Text result;
-  for (std::size_t at = 0;;) {
-    const std::size_t next = text.find(from, at);
-    result += text.substr(at, next - at);
-    if (next == TextView::npos) return result;
-    result += to;
-    at = next + from.size();
-  }
+  for (const char16_t c : text) result.append(c == doubled ? 2 : 1, c);
+  return result;
 }
 
 Text to_connect_string(const ado::ConnectionString& string) {
@@ -38,8 +32,8 @@ Text to_connect_string(const ado::ConnectionString& string) {
   for (const auto& item : string.items()) {
     if (!text.empty()) text += u';';
     const bool plain = item.value.find_first_of(u";'\"=") == Text::npos;
-    text += join({replace_all(item.name, u"=", u"=="), u"="});
-    text += plain ? item.value : join({u"\"", replace_all(item.value, u"\"", u"\"\""), u"\""});
+    text += with_doubled(u'=', item.name) + u'=';
+    text += plain ? item.value : u'"' + with_doubled(u'"', item.value) + u'"';
   }
   return text;
 }
@@ -197,18 +191,14 @@ Text read_password(const std::string& file, bool confirm) {
   if (password.find('\0') != std::string::npos) {
     throw Failure(ExitCode::kUsage, "The password holds a NUL character.");
   }
-  try {
-    return from_utf8(password);
-  } catch (const Error&) {
-    throw Failure(ExitCode::kUsage, "The password is not UTF-8.");
-  }
+  return text_argument(password, "The password");
 }
 
-Text text_argument(const std::string& argument) {
+Text text_argument(std::string_view argument, std::string_view what) {
   try {
     return from_utf8(argument);
   } catch (const Error&) {
-    throw Failure(ExitCode::kUsage, "An argument is not UTF-8.");
+    throw Failure(ExitCode::kUsage, fmt::format("{} is not UTF-8.", what));
   }
 }
 
@@ -221,6 +211,15 @@ void require_no_quote(TextView text, const std::string& what) {
 Text file_argument(const std::string& argument) {
   if (argument.empty()) throw Failure(ExitCode::kUsage, "A file name is empty.");
   return text_argument(std::filesystem::absolute(argument).lexically_normal().string());
+}
+
+std::string content_of(const std::filesystem::path& file, ExitCode code) {
+  std::ifstream stream(file, std::ios::binary);
+  std::string content{std::istreambuf_iterator<char>(stream), {}};
+  if (!stream.is_open() || stream.bad()) {
+    throw Failure(code, fmt::format("The file '{}' cannot be read.", file.string()));
+  }
+  return content;
 }
 
 }  // namespace tarnwick::cli

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <string>
+#include <string_view>
 
+#include "apps/tarnwick/failure.h"
 #include "platform/unattended_message_box.h"
 #include "runtime/text.h"
 
@@ -43,7 +46,8 @@ void add_options(CLI::App& app, Options& options);
 [[nodiscard]] Text read_password(const std::string& file, bool confirm);
 
 /// What an argument of the command line stands for. Throws Failure (kUsage) when it is not UTF-8.
-[[nodiscard]] Text text_argument(const std::string& argument);
+/// `what` begins the sentence.
+[[nodiscard]] Text text_argument(std::string_view argument, std::string_view what = "An argument");
 
 /// Throws Failure (kUsage) when `text` holds a single quote: roles, passwords and keys go into
 /// statements between quotes, as they stand. `what` begins the sentence: "The role".
@@ -51,5 +55,8 @@ void require_no_quote(TextView text, const std::string& what);
 
 /// A file that an argument names, as an absolute path. An empty argument is a Failure (kUsage).
 [[nodiscard]] Text file_argument(const std::string& argument);
+
+/// Throws Failure (`code`) when the file cannot be read.
+[[nodiscard]] std::string content_of(const std::filesystem::path& file, ExitCode code);
 
 }  // namespace tarnwick::cli

@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
+#include <array>
 #include <nlohmann/json.hpp>
 
 #include "apps/tarnwick/commands/commands.h"
@@ -12,12 +12,6 @@
 namespace tarnwick::cli {
 namespace {
 
-struct Counts {
-  std::size_t components = 0;
-  std::size_t pcs = 0;
-  std::size_t reports = 0;
-};
-
 // Fetches the rows: what cannot be had of them is told.
 template <class Collection>
 std::size_t count(const Proxy<Collection>& list) {
@@ -26,7 +20,8 @@ std::size_t count(const Proxy<Collection>& list) {
   return rows.size();
 }
 
-Counts load_all(const Session& session) {
+// The numbers of components, PCs and reports.
+std::array<std::size_t, 3> load_all(const Session& session) {
   const Progress progress("Loading components, PCs and reports");
   const Proxy<Server>& server = session.server();
   session.clear_last_cause();
@@ -40,21 +35,18 @@ Counts load_all(const Session& session) {
 }
 
 void check(const Options& options) {
-  const Counts counts = load_all(*connect(options));
+  const auto [components, pcs, reports] = load_all(*connect(options));
   if (options.json) {
-    return print_json({{"Components", counts.components},
-                       {"RegisteredPCs", counts.pcs},
-                       {"Reports", counts.reports}});
+    return print_json({{"Components", components}, {"RegisteredPCs", pcs}, {"Reports", reports}});
   }
-  fmt::print("Connected; loaded {} components, {} registered PCs and {} reports.\n",
-             counts.components, counts.pcs, counts.reports);
+  fmt::print("Connected; loaded {} components, {} registered PCs and {} reports.\n", components,
+             pcs, reports);
 }
 
 }  // namespace
 
 void add_check_command(CLI::App& app, CommandLine& line) {
-  add_command(app, "check", "Connects, loads everything and says how much it is.")
-      ->callback([&line] { line.chosen = [&line] { check(line.options); }; });
+  add_command(app, line, "check", "Connects, loads everything and says how much it is.", "", check);
 }
 
 }  // namespace tarnwick::cli

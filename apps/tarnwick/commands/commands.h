@@ -11,18 +11,22 @@ class App;
 
 namespace tarnwick::cli {
 
+/// What a command does once the whole command line is read. Throws Failure.
+using Run = std::function<void(const Options& options)>;
+
 /// What the parts of the command line share while it is read.
 struct CommandLine {
   Options options;
-  std::function<void()> chosen;  // the command that was asked for; throws Failure
+  Run chosen;  // the command that was asked for
 };
 
-/// A group of commands.
-CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string& help);
+/// A group of commands; `example` is shown at the end of its help.
+CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string& help,
+                    const std::string& example = {});
 
-/// A command named `name` under `parent`; `example` is shown at the end of its help.
-CLI::App* add_command(CLI::App& parent, const std::string& name, const std::string& help,
-                      const std::string& example = {});
+/// A command under `parent`. What `run` holds is to be made known to the command that is returned.
+CLI::App* add_command(CLI::App& parent, CommandLine& line, const std::string& name,
+                      const std::string& help, const std::string& example, Run run);
 
 // Each makes its commands known to `app`; `line` must outlive it.
 void add_init_command(CLI::App& app, CommandLine& line);

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -82,9 +81,9 @@ void copy(const Options& options, const Arguments& arguments) {
              tables[1].rows, tables[2].rows);
 }
 
-void add_end(CLI::App& command, const std::string& name, const std::string& which, End& end) {
-  command
-      .add_option("--" + name, end.connect, "connection string of the database to copy " + which)
+// `name`: "from" or "to".
+void add_end(CLI::App& command, const std::string& name, End& end) {
+  command.add_option("--" + name, end.connect, "connection string of the database to copy " + name)
       ->type_name("STRING")
       ->required();
   command.add_option("--" + name + "-role", end.role, "its application role; default --role")
@@ -98,17 +97,16 @@ void add_end(CLI::App& command, const std::string& name, const std::string& whic
 }  // namespace
 
 void add_copy_command(CLI::App& app, CommandLine& line) {
+  const auto arguments = std::make_shared<Arguments>();
   CLI::App* command = add_command(
-      app, "copy", "Copies all rows into another database; refuses one that holds rows.",
+      app, line, "copy", "Copies all rows into another database; refuses one that holds rows.",
       "tarnwick copy --from 'Provider=Tarnwick.Embedded;Data Source=./var' --from-role dw_admin "
       "\\\n"
       "    --to 'Provider=MSOLEDBSQL;Data Source=db.example.org;Integrated Security=SSPI' \\\n"
-      "    --to-role tarnwick_app");
-  const auto arguments = std::make_shared<Arguments>();
-  add_end(*command, "from", "from", arguments->from);
-  add_end(*command, "to", "to", arguments->to);
-  command->callback(
-      [&line, arguments] { line.chosen = [&line, arguments] { copy(line.options, *arguments); }; });
+      "    --to-role tarnwick_app",
+      [arguments](const Options& options) { copy(options, *arguments); });
+  add_end(*command, "from", arguments->from);
+  add_end(*command, "to", arguments->to);
 }
 
 }  // namespace tarnwick::cli

@@ -5,7 +5,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <system_error>
 
 #include "apps/common/engines.h"
 #include "apps/tarnwick/commands/commands.h"
@@ -19,8 +18,6 @@
 namespace tarnwick::cli {
 namespace {
 
-constexpr TextView kDatabase = u"Velmar_Sec";
-
 struct Arguments {
   std::string folder;
   std::string sample_folder;
@@ -32,24 +29,6 @@ std::string shell_word(const std::string& text) {
   std::string word = "'";
   for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return word + "'";
-}
-
-// The database appears with all that is to be in it, or not at all.
-void make_database(const std::filesystem::path& folder, TextView connect_string, TextView role,
-                   TextView password, const std::optional<Samples>& samples) {
-  std::function<void(TextView)> fill;
-  if (samples) {
-    fill = [&](TextView name) {
-      apps::ProgramEngines engines;
-      samples->insert_into(
-          open_in_role(engines.list(), connect_string, role, password, nullptr, name));
-    };
-  }
-  try {
-    sqlite::create_database(folder, kDatabase, role, password, fill);
-  } catch (const Error& error) {
-    throw Failure(ExitCode::kFailed, "The database was not made.", error.description());
-  }
 }
 
 void init(const Options& options, const Arguments& arguments) {
@@ -71,7 +50,22 @@ void init(const Options& options, const Arguments& arguments) {
   const std::filesystem::path native_folder(to_utf8(folder));
   const Text connect_string = embedded_connect_string(folder);
   const auto file = native_folder / (to_utf8(kDatabase) + ".db");
-  finish_first([&] { make_database(native_folder, connect_string, role, password, samples); });
+  std::function<void(TextView)> fill;
+  if (samples) {
+    fill = [&](TextView name) {
+      apps::ProgramEngines engines;
+      samples->insert_into(
+          open_in_role(engines.list(), connect_string, role, password, nullptr, name));
+    };
+  }
+  finish_first([&] {
+    try {
+      // The database appears with all that is to be in it, or not at all.
+      sqlite::create_database(native_folder, kDatabase, role, password, fill);
+    } catch (const Error& error) {
+      throw Failure(ExitCode::kFailed, "The database was not made.", error.description());
+    }
+  });
   fmt::print("Made the embedded database {}", file.string());
   if (samples) {
     fmt::print(" with {} components, {} PCs and {} reports", samples->components.size(),
@@ -88,18 +82,17 @@ void init(const Options& options, const Arguments& arguments) {
 }  // namespace
 
 void add_init_command(CLI::App& app, CommandLine& line) {
-  CLI::App* command =
-      add_command(app, "init", "Makes an embedded database in a folder; refuses to overwrite one.",
-                  "tarnwick init ./var --role dw_admin --password-file ./password --sample");
   const auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = add_command(
+      app, line, "init", "Makes an embedded database in a folder; refuses to overwrite one.",
+      "tarnwick init ./var --role dw_admin --password-file ./password --sample",
+      [arguments](const Options& options) { init(options, *arguments); });
   command->add_option("FOLDER", arguments->folder, "where; made if it is not there")->required();
   command->add_flag("--sample", arguments->sample, "fill it with the sample data");
   command
       ->add_option("--sample-folder", arguments->sample_folder,
                    "fill it with the sample data that lie in this folder")
       ->type_name("DIR");
-  command->callback(
-      [&line, arguments] { line.chosen = [&line, arguments] { init(line.options, *arguments); }; });
 }
 
 }  // namespace tarnwick::cli

@@ -1,12 +1,11 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <iostream>
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "apps/tarnwick/commands/commands.h"
-#include "apps/tarnwick/commands/pc_finder.h"
+#include "apps/tarnwick/commands/key_arguments.h"
+#include "apps/tarnwick/commands/record_commands.h"
 #include "apps/tarnwick/maintenance/maintenance.h"
 #include "apps/tarnwick/maintenance/naming.h"
 #include "apps/tarnwick/output/table.h"
@@ -17,12 +16,7 @@ namespace tarnwick::cli {
 namespace {
 
 // A stamp is the holder's computer name, " - ", and the time; a name may hold a dash itself.
-struct Stamp {
-  std::string computer;
-  std::string since;
-};
-
-Stamp parse_stamp(const Text& text) {
+std::pair<std::string, std::string> parse_stamp(const Text& text) {
   const std::string stamp = to_display_utf8(text);
   const std::size_t dash = stamp.rfind(" - ");
   if (dash == std::string::npos) return {stamp, ""};
@@ -31,22 +25,20 @@ Stamp parse_stamp(const Text& text) {
 
 void list_locks(const Options& options) {
   const auto rows = held_rows(options);
-  nlohmann::ordered_json array = nlohmann::ordered_json::array();
+  auto array = nlohmann::ordered_json::array();
   Table table;
   for (const std::string_view heading : {"Table", "Row", "HeldBy", "Since"}) {
     table.add_column(heading);
   }
-  table.add_column("Process", Table::Align::kRight);
+  table.add_column("Process", Table::Column::kNumber);
   for (const ado::HeldRow& row : rows) {
-    const Stamp stamp = parse_stamp(row.stamp);
-    array.push_back({{"Table", to_display_utf8(row.table)},
-                     {"Row", to_display_utf8(row.key)},
-                     {"HeldBy", stamp.computer},
-                     {"Since", stamp.since}});
-    array.back()["Process"] =
-        row.process_id ? nlohmann::ordered_json(*row.process_id) : nlohmann::ordered_json();
-    table.add_line({to_display_utf8(row.table), to_display_utf8(row.key), stamp.computer,
-                    stamp.since, row.process_id ? std::to_string(*row.process_id) : ""});
+    const std::string name = to_display_utf8(row.table);
+    const std::string key = to_display_utf8(row.key);
+    const auto [computer, since] = parse_stamp(row.stamp);
+    array.push_back({{"Table", name}, {"Row", key}, {"HeldBy", computer}, {"Since", since}});
+    auto& process = array.back()["Process"];
+    if (row.process_id) process = *row.process_id;
+    table.add_line({name, key, computer, since, process.is_null() ? "" : process.dump()});
   }
   if (options.json) return print_json(array);
   if (rows.empty()) {
@@ -56,9 +48,10 @@ void list_locks(const Options& options) {
   }
 }
 
-void hold(const Session& session, const Row& key) {
-  const Record record = make_record(session, key);
-  lock(session, record, describe(key));
+void hold(const Options& options, const Row& given) {
+  const auto session = connect(options);
+  const Row key = find_key(*session, given);
+  const Record record = lock(*session, key);
   fmt::print("{} locked. Press Enter to release it.\n", describe(key));
   std::fflush(stdout);
   std::string ignored;
@@ -71,47 +64,17 @@ void hold(const Session& session, const Row& key) {
 
 void add_lock_commands(CLI::App& app, CommandLine& line) {
   CLI::App* locks = add_group(app, "lock", "The rows that are being maintained.");
-  add_command(*locks, "list", "Who holds which row, since when.")->callback([&line] {
-    line.chosen = [&line] { list_locks(line.options); };
-  });
+  add_command(*locks, line, "list", "Who holds which row, since when.", "", list_locks);
 
-  CLI::App* holding =
-      add_command(*locks, "hold", "Locks a row and keeps it until Enter is pressed.",
-                  "tarnwick lock hold report 'Open Orders'");
-
-  const auto id = std::make_shared<std::int16_t>();
-  CLI::App* component = add_command(*holding, "component", "Holds a component.");
-  component->add_option("ID", *id, "the component's id")->required()->check(CLI::Range(0, 32767));
-  component->callback([&line, id] {
-    line.chosen = [&line, id] {
-      Row key = Row::of<Component>();
-      key.set<Component, "CompID">(*id);
-      hold(*connect(line.options), key);
-    };
-  });
-
-  const auto arguments = std::make_shared<PcArguments>();
-  CLI::App* pc = add_command(*holding, "pc", "Holds a PC as a user of a component.");
-  arguments->add_options(*pc);
-  pc->callback([&line, arguments] {
-    line.chosen = [&line, arguments] {
-      const WantedPc wanted = arguments->wanted();
-      const auto session = connect(line.options);
-      hold(*session, find_key(*session, wanted));
-    };
-  });
-
-  const auto name = std::make_shared<std::string>();
-  CLI::App* report = add_command(*holding, "report", "Holds a report.");
-  report->add_option("NAME", *name, "the report's name")->required();
-  report->callback([&line, name] {
-    line.chosen = [&line, name] {
-      Row key = Row::of<Report>();
-      key.set<Report, "Name">(text_argument(*name));
-      require_plain_key(key);
-      hold(*connect(line.options), key);
-    };
-  });
+  CLI::App* holding = add_group(*locks, "hold", "Locks a row and keeps it until Enter is pressed.",
+                                "tarnwick lock hold report 'Open Orders'");
+  const auto add_hold = [&](ClassId record_class, const std::string& name,
+                            const std::string& help) {
+    RecordCommands(*holding, line, record_class).add(name, help, "", hold);
+  };
+  add_hold(ClassId::kComponent, "component", "Holds a component.");
+  add_hold(ClassId::kRegisteredPC, "pc", "Holds a PC as a user of a component.");
+  add_hold(ClassId::kReport, "report", "Holds a report.");
 }
 
 }  // namespace tarnwick::cli

@@ -1,10 +1,10 @@
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 
 #include "ado/connection_string.h"
 #include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/engine.h"
@@ -14,8 +14,6 @@
 
 namespace tarnwick::cli {
 namespace {
-
-constexpr TextView kDatabase = u"Velmar_Sec";
 
 std::filesystem::path folder_of(const Options& options) {
   const Text text = connect_string_of(options);
@@ -57,11 +55,10 @@ void upgrade(const Options& options) {
 }  // namespace
 
 void add_upgrade_command(CLI::App& app, CommandLine& line) {
-  add_command(app, "upgrade",
+  add_command(app, line, "upgrade",
               "Brings the tables of an embedded database, made by an older version of this "
               "program, up to date. Needs the right to write the file, and no role.",
-              "tarnwick upgrade")
-      ->callback([&line] { line.chosen = [&line] { upgrade(line.options); }; });
+              "tarnwick upgrade", upgrade);
 }
 
 }  // namespace tarnwick::cli

@@ -3,12 +3,21 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <array>
+#include <string_view>
+#include <utility>
 
+#include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/switches.h"
+#include "apps/tarnwick/options.h"
 #include "apps/tarnwick/output/values.h"
 
 namespace tarnwick::cli {
 namespace {
+
+// The long texts, and what help calls them.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 2> kInFiles{
+    {{"SQL", "statement"}, {"Definition", "definition"}}};
 
 std::string type_name(const AttributeValue& like) {
   if (std::holds_alternative<Text>(like)) return "TEXT";
@@ -28,14 +37,23 @@ std::string help(const Attribute& attribute) {
 
 }  // namespace
 
-ValueOptions::ValueOptions(CLI::App& command, automation::ClassId record_class)
-    : record_class_(record_class) {
-  for (const Attribute& attribute : client::attributes_of(record_class)) {
+void ValueOptions::add_options(CLI::App& command) {
+  for (const Attribute& attribute : client::attributes_of(record_class_)) {
     std::string name = switch_of(attribute);
     if (name.empty()) continue;
     Given& given = given_.emplace_back(&attribute, std::move(name));
     given.option = command.add_option(given.name, given.text, help(attribute))
                        ->type_name(type_name(attribute.zero));
+  }
+  for (const auto& [name, what] : kInFiles) {
+    const Attribute* attribute = client::find_attribute(record_class_, name);
+    if (attribute == nullptr) continue;
+    const std::string its_switch = switch_of(*attribute);
+    command
+        .add_option(its_switch + "-file", given_by_file_.emplace_back(attribute).file,
+                    fmt::format("take the {} from this file (UTF-8)", what))
+        ->type_name("FILE")
+        ->excludes(its_switch);
   }
 }
 
@@ -44,6 +62,10 @@ Row ValueOptions::given() const {
   for (const Given& given : given_) {
     if (given.option->count() == 0) continue;
     row.set(*given.attribute, parse(given.name, given.text, given.attribute->zero));
+  }
+  for (const GivenByFile& given : given_by_file_) {
+    if (!given.file.empty())
+      row.set(*given.attribute, text_argument(content_of(given.file, ExitCode::kUsage)));
   }
   return row;
 }

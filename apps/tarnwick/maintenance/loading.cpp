@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/cause.h"
@@ -13,11 +14,12 @@
 namespace tarnwick::cli {
 namespace {
 
-bool keep_all(const Row&) { return true; }
+using Filter = std::function<bool(const Row&)>;
 
-// The rows of the list behind this member of Server, loaded anew.
-template <Name kList, class Keep = decltype(&keep_all)>
-Loaded load_rows(const Session& session, const std::string& what, const Keep& keep = keep_all) {
+// The rows of the list behind this member of Server, loaded anew, but for those that `leave_out`
+// is true of.
+template <Name kList>
+Loaded load_rows(const Session& session, const std::string& what, const Filter& leave_out = {}) {
   const Progress progress("Loading " + what);
   session.clear_last_cause();
   const auto list = session.server().get<kList>();
@@ -25,7 +27,7 @@ Loaded load_rows(const Session& session, const std::string& what, const Keep& ke
   loaded.complete = list.template call<"Refresh">();
   loaded.rows = list.rows();
   fill_gaps(loaded.rows);
-  std::erase_if(loaded.rows, [&](const Row& row) { return !keep(row); });
+  if (leave_out) std::erase_if(loaded.rows, leave_out);
   loaded.account = session.last_error_msg();
   loaded.cause = session.last_cause();
   loaded.complete = loaded.complete && loaded.account.empty();
@@ -39,17 +41,16 @@ Loaded load_components(const Session& session) {
   return load_rows<"Components">(session, "the components");
 }
 
-Loaded load_pcs(const Session& session) { return load_rows<"RegisteredPCs">(session, "the PCs"); }
-
-Loaded load_pcs_of(const Session& session, std::int16_t comp_id) {
+Loaded load_pcs(const Session& session, std::optional<std::int16_t> comp_id) {
+  if (!comp_id) return load_rows<"RegisteredPCs">(session, "the PCs");
   const auto components = load_components(session).rows;
   const bool exists = std::ranges::any_of(
-      components, [&](const Row& row) { return row.get<Component, "CompID">() == comp_id; });
+      components, [&](const Row& row) { return row.get<Component, "CompID">() == *comp_id; });
   if (!exists) {
-    throw Failure(ExitCode::kMissing, fmt::format("Component {} does not exist.", comp_id));
+    throw Failure(ExitCode::kMissing, fmt::format("Component {} does not exist.", *comp_id));
   }
   return load_rows<"RegisteredPCs">(session, "the PCs", [&](const Row& row) {
-    return row.get<RegisteredPC, "CompID">() == comp_id;
+    return row.get<RegisteredPC, "CompID">() != *comp_id;
   });
 }
 
@@ -59,10 +60,10 @@ void fill_gaps(std::vector<Row>& rows) {
   for (Row& row : rows) {
     if (row.complete()) continue;
     row.fill();
-    tell_error(fmt::format("{} has a text that the bus cannot carry; it is shown as empty. With "
-                           "--in-process the service is not needed.",
-                           describe(row))
-                   .c_str());
+    tell_error(
+        fmt::format("{} has a text that the bus cannot carry; it is shown as empty. With "
+                    "--in-process the service is not needed.",
+                    describe(row)));
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,9 +19,9 @@ struct Loaded {
 // Each loads its collection, with a progress bar where that takes long. They throw Failure when
 // there is something wrong and not a single row.
 [[nodiscard]] Loaded load_components(const Session& session);
-[[nodiscard]] Loaded load_pcs(const Session& session);
-/// Those of one component, which must exist (Failure, kMissing).
-[[nodiscard]] Loaded load_pcs_of(const Session& session, std::int16_t comp_id);
+/// `comp_id`: only those of this component, which must exist (Failure, kMissing).
+[[nodiscard]] Loaded load_pcs(const Session& session,
+                              std::optional<std::int16_t> comp_id = std::nullopt);
 [[nodiscard]] Loaded load_reports(const Session& session);
 
 /// Fills what is not known in rows that were fetched, and tells of each on standard error.

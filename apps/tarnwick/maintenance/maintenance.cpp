@@ -4,21 +4,27 @@
 
 #include <optional>
 
+#include "ado/error.h"
 #include "apps/tarnwick/maintenance/cause.h"
 #include "apps/tarnwick/maintenance/naming.h"
 #include "apps/tarnwick/output/telling.h"
+#include "apps/tarnwick/output/values.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 
 namespace tarnwick::cli {
 namespace {
 
-enum class Locking { kDone, kMissing };
+// Whether a step failed because it found no row, or went through though it found none.
+bool is_missing_row(const FailureCause& cause) {
+  return cause.number == static_cast<std::int32_t>(ado::AdoErrorNumber::kNoCurrentRecord);
+}
 
-Locking try_lock(const Session& session, const Record& record, const std::string& what) {
+// Whether the record has a row. If so it has locked it, which loads it from there.
+bool lock_if_there(const Session& session, const Record& record, const std::string& what) {
   session.clear_last_cause();
-  if (record.lock()) return Locking::kDone;
+  if (record.lock()) return true;
   const FailureCause cause = session.last_cause();
-  if (is_missing_row(cause)) return Locking::kMissing;
+  if (is_missing_row(cause)) return false;
   if (cause.kind == ado::FailureKind::kLockTimeout) {
     throw Failure(ExitCode::kLocked,
                   fmt::format("{} is being maintained by another process.", what));
@@ -26,12 +32,19 @@ Locking try_lock(const Session& session, const Record& record, const std::string
   throw failure_of(cause, fmt::format("{} cannot be read", what), session.last_error_msg());
 }
 
+std::optional<Record> read_if_there(const Session& session, const Row& key) {
+  Record record = make_record(session, key);
+  if (!lock_if_there(session, record, describe(key))) return std::nullopt;
+  record.release();
+  return record;
+}
+
 // Delete takes the record out of the list of its class too, and calls it a failure if it is not
 // there. What it returns says little otherwise: whether the row is still there does.
 void list_and_delete(const Session& session, const Row& key, const Record& record) {
-  if (key.record_class() == automation::ClassId::kRegisteredPC) {
+  if (key.record_class() == ClassId::kRegisteredPC) {
     session.server().get<"RegisteredPCs">().call<"AddPCObject">(record.as<RegisteredPC>());
-  } else if (key.record_class() == automation::ClassId::kReport) {
+  } else if (key.record_class() == ClassId::kReport) {
     session.server().get<"Reports">().call<"AddReportObject">(record.as<Report>());
   }
   record.remove();
@@ -59,10 +72,12 @@ UpdateErrorEnum carry_out(const std::function<UpdateErrorEnum()>& step) {
                    account);
 }
 
-std::optional<Row> stored_row_if_there(const Session& session, const Row& key) {
-  const Record record = make_record(session, key);
-  if (!lock_to_read_if_there(session, record, describe(key))) return std::nullopt;
-  return row_of(record);
+// A component's properties are read-only for the most part, so its change is written by a new
+// object with all values.
+Record changed_record(const Session& session, const Record& record, const Row& wanted) {
+  if (wanted.record_class() == ClassId::kComponent) return make_record(session, wanted);
+  record.assign(wanted);
+  return record;
 }
 
 }  // namespace
@@ -74,13 +89,6 @@ Record make_record(const Session& session, const Row& row) {
     throw Failure(ExitCode::kFailed, "The component cannot be made.", session.last_error_msg());
   }
   return record;
-}
-
-Row new_row(const Session& session, const Row& key) {
-  client::Transport& transport = session.transport();
-  Row row = transport.read(transport.create(automation::class_of(key.record_class())));
-  row.overlay(key);
-  return row;
 }
 
 Row row_of(const Record& record) {
@@ -98,33 +106,30 @@ Row row_of(const Record& record) {
   return row;
 }
 
-void lock(const Session& session, const Record& record, const std::string& what) {
-  if (try_lock(session, record, what) == Locking::kMissing) {
+Record lock(const Session& session, const Row& key) {
+  Record record = make_record(session, key);
+  const std::string what = describe(key);
+  if (!lock_if_there(session, record, what)) {
     throw Failure(ExitCode::kMissing, fmt::format("{} does not exist.", what));
   }
+  return record;
 }
 
-bool lock_to_read_if_there(const Session& session, const Record& record, const std::string& what) {
-  if (try_lock(session, record, what) == Locking::kMissing) return false;
+Record read_record(const Session& session, const Row& key) {
+  Record record = lock(session, key);
   record.release();
-  return true;
+  return record;
 }
 
-void lock_to_read(const Session& session, const Record& record, const std::string& what) {
-  lock(session, record, what);
-  record.release();
+bool is_there(const Session& session, const Row& key) {
+  return read_if_there(session, key).has_value();
 }
 
-Row stored_row(const Session& session, const Row& key) {
-  const Record record = make_record(session, key);
-  lock_to_read(session, record, describe(key));
-  return row_of(record);
-}
+Row stored_row(const Session& session, const Row& key) { return row_of(read_record(session, key)); }
 
 void remove(const Session& session, const Row& key) {
   const std::string what = describe(key);
-  const Record record = make_record(session, key);
-  lock(session, record, what);
+  const Record record = lock(session, key);
   session.clear_last_cause();
   list_and_delete(session, key, record);
   const FailureCause cause = session.last_cause();
@@ -135,7 +140,7 @@ void remove(const Session& session, const Row& key) {
                                  what),
                      session.last_error_msg());
   }
-  if (lock_to_read_if_there(session, make_record(session, key), what)) {
+  if (is_there(session, key)) {
     throw failure_of(cause, fmt::format("{} could not be deleted", what), {});
   }
 }
@@ -150,8 +155,7 @@ void write(const Session& session, const Options& options, const Record& record,
   if (result == OK_ue) {
     if (was_there && same_key(read, wanted) && is_missing_row(cause)) {
       tell_error(
-          fmt::format("{}: its row had vanished since it was read, and was inserted again.", what)
-              .c_str());
+          fmt::format("{}: its row had vanished since it was read, and was inserted again.", what));
     }
     return;
   }
@@ -163,7 +167,8 @@ void write(const Session& session, const Options& options, const Record& record,
   if (!changed && !(came && cause.kind == ado::FailureKind::kRefused)) {
     refuse_write(cause, what, account);
   }
-  const std::optional<Row> stored = stored_row_if_there(session, key_of(wanted));
+  std::optional<Row> stored;
+  if (const auto other = read_if_there(session, key_of(wanted))) stored = row_of(*other);
   if (!changed && !stored) refuse_write(cause, what, account);
   explain_conflict(options, read, stored, wanted);
   throw Failure(ExitCode::kChanged,
@@ -182,12 +187,29 @@ void tell_written(const Session& session, const Options& options, const Row& bef
   tell_changes(options, before, after, stored);
 }
 
-void add(const Session& session, const Options& options, const Addition& addition) {
-  const std::string what = describe(addition.key);
-  if (lock_to_read_if_there(session, make_record(session, addition.key), what)) {
-    throw Failure(ExitCode::kFailed, fmt::format("{} {}.", what, addition.exists));
+void change_record(const Session& session, const Options& options, const Row& key, Holding holding,
+                   const std::function<void(Row&)>& change) {
+  const bool locks = holding == Holding::kLock;
+  const Record record = locks ? lock(session, key) : read_record(session, key);
+  const Row read = row_of(record);
+  if (locks && options.verbose && !options.json) {
+    fmt::print("{} locked.\n  row version {}\n", describe(read), display(version_of(read)));
   }
-  const Row before = new_row(session, addition.key);
+  Row wanted = read;
+  change(wanted);
+  const Record changed = changed_record(session, record, wanted);
+  write(session, options, changed, read, wanted, [&] { return changed.update(); });
+  tell_written(session, options, read, wanted);
+}
+
+void add(const Session& session, const Options& options, const Addition& addition) {
+  const Row& key = addition.key;
+  if (is_there(session, key)) {
+    throw Failure(ExitCode::kFailed, fmt::format("{} {}.", describe(key), addition.exists));
+  }
+  client::Transport& transport = session.transport();
+  Row before = transport.read(transport.create(automation::class_of(key.record_class())));
+  before.overlay(key);
   Row values = before;
   values.overlay(addition.given);
   const Record record = make_record(session, values);

@@ -14,26 +14,22 @@ namespace tarnwick::cli {
 /// require_plain_key.
 [[nodiscard]] Record make_record(const Session& session, const Row& row);
 
-/// What a new object of the class of `key` has, with this key.
-[[nodiscard]] Row new_row(const Session& session, const Row& key);
-
 /// What the record was loaded with while its row was locked, without the stamp of that lock. Throws
 /// Failure for a record with a text that cannot be had: it would be lost if it were written back.
 [[nodiscard]] Row row_of(const Record& record);
 
-/// Locks the record, which loads it from its row. `what` is its name in sentences. Throws Failure:
-/// kMissing, kLocked, kFailed.
-void lock(const Session& session, const Record& record, const std::string& what);
+/// A record object of this key, loaded from its row, which it has locked. Throws Failure: kMissing,
+/// kLocked, kFailed.
+[[nodiscard]] Record lock(const Session& session, const Row& key);
 
-/// Whether the record has a row; if so it was loaded from it. The row is locked for the moment: the
-/// object model has no other way to read one row. Throws Failure: kLocked, kFailed.
-[[nodiscard]] bool lock_to_read_if_there(const Session& session, const Record& record,
-                                         const std::string& what);
+/// As lock, but the row is locked for a moment only: the object model has no other way to read one
+/// row.
+[[nodiscard]] Record read_record(const Session& session, const Row& key);
 
-/// As lock_to_read_if_there, but a missing row is a Failure (kMissing) too.
-void lock_to_read(const Session& session, const Record& record, const std::string& what);
+/// Whether `key` has a row. Throws Failure: kLocked, kFailed.
+[[nodiscard]] bool is_there(const Session& session, const Row& key);
 
-/// The row of `key` as it is stored. Throws Failure as lock_to_read.
+/// The row of `key` as it is stored. Throws Failure as `lock`.
 [[nodiscard]] Row stored_row(const Session& session, const Row& key);
 
 /// Deletes the row and makes sure that it is gone. Takes the lock first, so that a row that another
@@ -50,6 +46,16 @@ void write(const Session& session, const Options& options, const Record& record,
 /// stored now, which is read anew.
 void tell_written(const Session& session, const Options& options, const Row& before,
                   const Row& after);
+
+/// What keeps others from the row between reading and writing.
+enum class Holding {
+  kNothing,  // a change by someone else is noticed when the row is written
+  kLock,     // the row lock
+};
+
+/// Reads the row of `key`, has `change` change it, writes it and tells it. Throws Failure.
+void change_record(const Session& session, const Options& options, const Row& key, Holding holding,
+                   const std::function<void(Row&)>& change);
 
 /// Adds a row with the key `key` and what `given` knows; tells it. `prepare` may do more to the
 /// object before it is written. Throws Failure: `exists` ("exists already") where the row is there.

@@ -11,8 +11,6 @@
 namespace tarnwick::cli {
 namespace {
 
-std::string shown(const Text& text) { return printable(to_display_utf8(text)); }
-
 bool same_key_part(const AttributeValue& a, const AttributeValue& b) {
   const Text* const text = std::get_if<Text>(&a);
   const Text* const other = std::get_if<Text>(&b);
@@ -22,15 +20,15 @@ bool same_key_part(const AttributeValue& a, const AttributeValue& b) {
 }  // namespace
 
 std::string describe(const Row& row) {
-  if (row.record_class() == automation::ClassId::kComponent) {
+  if (row.record_class() == ClassId::kComponent) {
     return fmt::format("Component {}", row.get<Component, "CompID">());
   }
-  if (row.record_class() == automation::ClassId::kReport) {
-    return fmt::format("Report '{}'", shown(row.get<Report, "Name">()));
+  if (row.record_class() == ClassId::kReport) {
+    return fmt::format("Report '{}'", printable(row.get<Report, "Name">()));
   }
   using PC = RegisteredPC;
-  return fmt::format("PC {} ({}) of component {}", shown(row.get<PC, "ComputerID">()),
-                     shown(row.get<PC, "MACNumber">()), row.get<PC, "CompID">());
+  return fmt::format("PC {} ({}) of component {}", printable(row.get<PC, "ComputerID">()),
+                     printable(row.get<PC, "MACNumber">()), row.get<PC, "CompID">());
 }
 
 Row key_of(const Row& row) {
@@ -55,19 +53,16 @@ Text version_of(const Row& row) {
   return {};
 }
 
-void require_plain_key_part(const Text& part) {
-  if (part.find(u'\'') == Text::npos) return;
-  throw Failure(ExitCode::kUsage,
-                fmt::format("\"{}\" holds a single quote ('), which would end the text in the "
-                            "statements that find a record: they could reach other rows. A record "
-                            "with a quote in its key can be listed, but not looked up or changed.",
-                            shown(part)));
-}
-
 void require_plain_key(const Row& row) {
   for (const Attribute& attribute : row.attributes()) {
     const Text* const part = attribute.key ? std::get_if<Text>(&row[attribute]) : nullptr;
-    if (part != nullptr) require_plain_key_part(*part);
+    if (part == nullptr || part->find(u'\'') == Text::npos) continue;
+    throw Failure(ExitCode::kUsage,
+                  fmt::format("\"{}\" holds a single quote ('), which would end the text in the "
+                              "statements that find a record: they could reach other rows. A "
+                              "record with a quote in its key can be listed, but not looked up or "
+                              "changed.",
+                              printable(*part)));
   }
 }
 

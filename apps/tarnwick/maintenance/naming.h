@@ -21,9 +21,8 @@ namespace tarnwick::cli {
 /// The row version that the row was read with; empty when it was not read.
 [[nodiscard]] Text version_of(const Row& row);
 
-// Throw Failure (kUsage) when a part of a key holds a single quote. Keys go into statements as they
-// stand: with a quote they would reach other rows than their own.
-void require_plain_key_part(const Text& part);
+/// Throws Failure (kUsage) when a part of a key holds a single quote. Keys go into statements as
+/// they stand: with a quote they would reach other rows than their own.
 void require_plain_key(const Row& row);
 
 }  // namespace tarnwick::cli

@@ -3,23 +3,21 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace tarnwick::cli {
 namespace {
 
-struct CalledOtherwise {
-  std::string_view name;
-  std::string_view called;
-};
+using Named = std::pair<std::string_view, std::string_view>;
 constexpr std::array kCalledOtherwise{
-    CalledOtherwise{"DeActivatedBy", "--deactivated-by"},
-    CalledOtherwise{"DeActivatedDate", "--deactivated-date"},
-    CalledOtherwise{"ImageIndex", "--image"},
-    CalledOtherwise{"ParentID", "--parent"},
-    CalledOtherwise{"ReportGroupID", "--group"},
-    CalledOtherwise{"ReportType", "--type"},
-    CalledOtherwise{"ServerName", "--server"},
-    CalledOtherwise{"Version", "--report-version"},  // --version is the program's
+    Named{"DeActivatedBy", "--deactivated-by"},
+    Named{"DeActivatedDate", "--deactivated-date"},
+    Named{"ImageIndex", "--image"},
+    Named{"ParentID", "--parent"},
+    Named{"ReportGroupID", "--group"},
+    Named{"ReportType", "--type"},
+    Named{"ServerName", "--server"},
+    Named{"Version", "--report-version"},  // --version is the program's
 };
 
 bool is_upper(char c) { return c >= 'A' && c <= 'Z'; }
@@ -40,8 +38,8 @@ std::string in_words(std::string_view name) {
 
 std::string switch_of(const Attribute& attribute) {
   if (attribute.key || !attribute.stored || attribute.form == Form::kOwn) return {};
-  const auto other = std::ranges::find(kCalledOtherwise, attribute.name(), &CalledOtherwise::name);
-  return other != kCalledOtherwise.end() ? std::string(other->called) : in_words(attribute.name());
+  const auto other = std::ranges::find(kCalledOtherwise, attribute.name(), &Named::first);
+  return other != kCalledOtherwise.end() ? std::string(other->second) : in_words(attribute.name());
 }
 
 }  // namespace tarnwick::cli
