@@ -51,13 +51,6 @@ void require_empty(const std::shared_ptr<ado::Connection>& connection) {
   }
 }
 
-/// A recordset for one table's new rows.
-std::unique_ptr<ado::Recordset> open_target(const std::shared_ptr<ado::Connection>& connection,
-                                            TextView table) {
-  return open(connection, join({u"Select * From ", table, u" Where 1 = 0"}),
-              ado::LockType::kOptimistic);
-}
-
 struct ColumnPair {
   std::size_t source;
   std::size_t target;
@@ -142,7 +135,8 @@ CopiedTables copy_database(const std::shared_ptr<ado::Connection>& from,
   for (std::size_t i = 0; i < kTables.size(); ++i) {
     tables[i] = {kTables[i], count_rows(from, kTables[i])};
     const auto source = open(from, join({u"Select * From ", kTables[i]}), ado::LockType::kReadOnly);
-    const auto target = open_target(to, kTables[i]);
+    const auto target = open(to, join({u"Select * From ", kTables[i], u" Where 1 = 0"}),
+                             ado::LockType::kOptimistic);
     copy_rows(*source, *target, tables[i], progress);
   }
   load.commit();

@@ -6,6 +6,8 @@
 
 namespace tarnwick::cli {
 
+inline constexpr TextView kDatabase = u"Velmar_Sec";
+
 /// The database beside the object model, for what the object model does not offer: a connection to
 /// it in an application role. `trace` may be null; `database` is the one in its folder or on its
 /// server. Throws Error.
@@ -13,6 +15,6 @@ namespace tarnwick::cli {
                                                             TextView connect_string, TextView role,
                                                             TextView password,
                                                             ado::Trace* trace = nullptr,
-                                                            TextView database = u"Velmar_Sec");
+                                                            TextView database = kDatabase);
 
 }  // namespace tarnwick::cli

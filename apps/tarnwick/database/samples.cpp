@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
+#include <span>
 #include <utility>
 
 #include "ado/recordset.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/options.h"
 #include "runtime/conversions.h"
 
 namespace tarnwick::cli {
@@ -21,33 +21,21 @@ constexpr std::array<std::string_view, 4> kDateColumns{"LastLogin", "ActivateDat
                                                        "DeactivateDate", "Created"};
 constexpr std::array<std::string_view, 2> kFileColumns{"TTX_Binary", "Report_Binary"};
 
-template <std::size_t n>
-bool is_one_of(const std::array<std::string_view, n>& names, std::string_view name) {
+bool is_one_of(std::span<const std::string_view> names, std::string_view name) {
   return std::ranges::find(names, name) != names.end();
 }
 
-std::string content_of(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::string content{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.is_open() || stream.bad()) {
-    throw Failure(ExitCode::kFailed, fmt::format("The file '{}' cannot be read.", file.string()));
-  }
-  return content;
-}
-
 Bytes bytes_of(const std::filesystem::path& file) {
-  const std::string content = content_of(file);
-  ByteBuffer bytes;
-  bytes.reserve(content.size());
-  for (const char c : content) bytes.push_back(static_cast<std::byte>(c));
-  return bytes;
+  const std::string content = content_of(file, ExitCode::kFailed);
+  const auto bytes = std::as_bytes(std::span(content));
+  return ByteBuffer(bytes.begin(), bytes.end());
 }
 
 }  // namespace
 
 SampleFile::SampleFile(std::filesystem::path file) : file_(std::move(file)) {
   try {
-    rows_ = Json::parse(content_of(file_));
+    rows_ = Json::parse(content_of(file_, ExitCode::kFailed));
   } catch (const Json::parse_error& error) {
     throw Failure(ExitCode::kFailed,
                   fmt::format("The file '{}' is not JSON: {}", file_.string(), error.what()));

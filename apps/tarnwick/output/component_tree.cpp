@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -109,19 +110,15 @@ void print_tree(const Options& options, const std::vector<Row>& components) {
   Table table;
   const Columns shown = columns<Component, "Name", "CompID", "Priority", "MaintenanceType",
                                 "ReportCode", "SecurityGroup", "ServerName">();
-  table.add_tree_column(shown[0]->name());
-  table.add_column(shown[1]->name(), Table::Align::kRight);
-  table.add_column(shown[2]->name(), Table::Align::kRight);
-  for (std::size_t i = 3; i < shown.size(); ++i) {
-    table.add_column(shown[i]->name(), Table::Align::kLeft, true);
-  }
+  using enum Table::Column;
+  constexpr std::array kColumns{kTree,     kNumber,   kNumber,  kMayBeCut,
+                                kMayBeCut, kMayBeCut, kMayBeCut};
+  for (std::size_t i = 0; i < shown.size(); ++i) table.add_column(shown[i]->name(), kColumns.at(i));
   std::vector<std::size_t> lines;  // of the present node's ancestors
   for (const TreeNode& node : nodes) {
-    std::vector<std::string> cells;
-    for (const Attribute* attribute : shown)
-      cells.push_back(display((*node.component)[*attribute]));
+    const auto line = cells(*node.component, shown);
     lines.resize(node.depth);
-    lines.push_back(node.depth == 0 ? table.add_line(cells) : table.add_line(cells, lines.back()));
+    lines.push_back(lines.empty() ? table.add_line(line) : table.add_line(line, lines.back()));
   }
   table.print();
 }

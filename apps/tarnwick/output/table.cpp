@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <map>
 #include <new>
 
 namespace tarnwick::cli {
@@ -37,6 +38,8 @@ std::string printable(std::string_view text, bool keep_lines) {
   return result;
 }
 
+std::string printable(TextView text) { return printable(to_display_utf8(text)); }
+
 void Table::Unref::operator()(libscols_table* table) const { scols_unref_table(table); }
 
 Table::Table() : table_(scols_new_table()) {
@@ -49,29 +52,20 @@ Table::Table() : table_(scols_new_table()) {
   }
 }
 
-void Table::add_column(std::string_view heading, Align align, bool may_be_cut) {
-  new_column(heading,
-             (align == Align::kRight ? SCOLS_FL_RIGHT : 0) | (may_be_cut ? SCOLS_FL_TRUNC : 0));
-}
-
-void Table::add_tree_column(std::string_view heading) { new_column(heading, SCOLS_FL_TREE); }
-
-void Table::new_column(std::string_view heading, int flags) {
-  if (scols_table_new_column(table_.get(), std::string(heading).c_str(), 0, flags) == nullptr) {
+void Table::add_column(std::string_view heading, Column column) {
+  static const std::map<Column, int> flags{{Column::kMayBeCut, SCOLS_FL_TRUNC},
+                                           {Column::kNumber, SCOLS_FL_RIGHT},
+                                           {Column::kTree, SCOLS_FL_TREE},
+                                           {Column::kWhole, 0}};
+  if (scols_table_new_column(table_.get(), std::string(heading).c_str(), 0, flags.at(column)) ==
+      nullptr) {
     throw std::bad_alloc();
   }
 }
 
-std::size_t Table::add_line(const std::vector<std::string>& cells) {
-  return new_line(cells, nullptr);
-}
-
-std::size_t Table::add_line(const std::vector<std::string>& cells, std::size_t parent) {
-  return new_line(cells, lines_.at(parent));
-}
-
-std::size_t Table::new_line(const std::vector<std::string>& cells, libscols_line* parent) {
-  libscols_line* line = scols_table_new_line(table_.get(), parent);
+std::size_t Table::add_line(const std::vector<std::string>& cells,
+                            std::optional<std::size_t> parent) {
+  libscols_line* line = scols_table_new_line(table_.get(), parent ? lines_.at(*parent) : nullptr);
   if (line == nullptr) throw std::bad_alloc();
   for (std::size_t i = 0; i < cells.size(); ++i) {
     check(scols_line_set_data(line, i, printable(cells[i]).c_str()));

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "apps/tarnwick/failure.h"
@@ -28,8 +27,13 @@ const Attribute& attribute_named(const Row& row, std::string_view name) {
   return *found;
 }
 
-bool is_number(const AttributeValue& value) {
-  return std::holds_alternative<std::int16_t>(value) || std::holds_alternative<std::int32_t>(value);
+Table::Column column_of(const Attribute& attribute) {
+  const AttributeValue& zero = attribute.zero;
+  if (std::holds_alternative<std::int16_t>(zero) || std::holds_alternative<std::int32_t>(zero)) {
+    return Table::Column::kNumber;
+  }
+  const bool may_be_cut = std::holds_alternative<Text>(zero) && !attribute.key;
+  return may_be_cut ? Table::Column::kMayBeCut : Table::Column::kWhole;
 }
 
 bool holds(const Columns& columns, const Attribute& attribute) {
@@ -93,38 +97,33 @@ void show(const Options& options, const Row& row, const std::string& name) {
   }
 }
 
-void list(const Options& options, const std::vector<Row>& rows, const Columns& first,
-          const Columns& without) {
-  if (options.json) {
-    nlohmann::ordered_json array = nlohmann::ordered_json::array();
-    for (const Row& row : rows) array.push_back(to_json(row));
-    return print_json(array);
-  }
-  if (rows.empty()) {
-    fmt::print("None.\n");
-    return;
-  }
-  Columns columns = first;
-  for (const Attribute& attribute : rows.front().attributes()) {
-    if (!holds(first, attribute) && !holds(without, attribute)) columns.push_back(&attribute);
-  }
-  Table table;
-  for (const Attribute* attribute : columns) {
-    table.add_column(attribute->name(),
-                     is_number(attribute->zero) ? Table::Align::kRight : Table::Align::kLeft,
-                     std::holds_alternative<Text>(attribute->zero) && !attribute->key);
-  }
-  for (const Row& row : rows) {
-    std::vector<std::string> cells;
-    cells.reserve(columns.size());
-    for (const Attribute* attribute : columns) cells.push_back(display(row[*attribute]));
-    table.add_line(cells);
-  }
-  table.print();
+std::vector<std::string> cells(const Row& row, const Columns& columns) {
+  std::vector<std::string> cells;
+  for (const Attribute* attribute : columns) cells.push_back(display(row[*attribute]));
+  return cells;
 }
 
-void tell_locked(const Row& row) {
-  fmt::print("{} locked.\n  row version {}\n", describe(row), display(version_of(row)));
+void list(const Options& options, const Loaded& loaded, const Columns& first,
+          const Columns& without) {
+  if (options.json) {
+    auto array = nlohmann::ordered_json::array();
+    for (const Row& row : loaded.rows) array.push_back(to_json(row));
+    print_json(array);
+  } else if (loaded.rows.empty()) {
+    fmt::print("None.\n");
+  } else {
+    Columns columns = first;
+    for (const Attribute& attribute : loaded.rows.front().attributes()) {
+      if (!holds(first, attribute) && !holds(without, attribute)) columns.push_back(&attribute);
+    }
+    Table table;
+    for (const Attribute* attribute : columns) {
+      table.add_column(attribute->name(), column_of(*attribute));
+    }
+    for (const Row& row : loaded.rows) table.add_line(cells(row, columns));
+    table.print();
+  }
+  require_complete(loaded);
 }
 
 void tell_changes(const Options& options, const Row& before, const Row& after,
@@ -146,39 +145,26 @@ void tell_changes(const Options& options, const Row& before, const Row& after,
 
 void explain_conflict(const Options& options, const Row& read, const std::optional<Row>& stored,
                       const Row& to_write) {
-  struct Column {
-    std::string_view name;
-    AttributeValue read, stored, to_write;
-  };
-  std::vector<Column> columns;
-  for (const Attribute& attribute : read.attributes()) {
-    // What was to be written never holds a version of its own.
-    const bool version = is_version(attribute);
-    Column column{attribute.name(), read[attribute], stored ? (*stored)[attribute] : Text(),
-                  version ? Text() : to_write[attribute]};
-    const bool alike =
-        stored && column.read == column.stored && (version || column.read == column.to_write);
-    if (!alike) columns.push_back(std::move(column));
-  }
-  if (options.json) {
-    nlohmann::ordered_json array = nlohmann::ordered_json::array();
-    for (const Column& column : columns) {
-      array.push_back({{"Field", column.name},
-                       {"Read", to_json(column.read)},
-                       {"Stored", stored ? to_json(column.stored) : nullptr},
-                       {"ToWrite", to_json(column.to_write)}});
-    }
-    return print_json({{"Conflict", array}, {"RowIsThere", stored.has_value()}});
-  }
-  if (!stored) fmt::print("The row is no longer there.\n");
+  auto array = nlohmann::ordered_json::array();
   Table table;
   for (const std::string_view heading : {"Field", "Read", "Stored", "ToWrite"}) {
     table.add_column(heading);
   }
-  for (const Column& column : columns) {
-    table.add_line({std::string(column.name), brief(column.read), brief(column.stored),
-                    brief(column.to_write)});
+  for (const Attribute& attribute : read.attributes()) {
+    // What was to be written never holds a version of its own.
+    const bool version = is_version(attribute);
+    const AttributeValue& before = read[attribute];
+    const AttributeValue now = stored ? (*stored)[attribute] : Text();
+    const AttributeValue wanted = version ? Text() : to_write[attribute];
+    if (stored && before == now && (version || before == wanted)) continue;
+    array.push_back({{"Field", attribute.name()},
+                     {"Read", to_json(before)},
+                     {"Stored", stored ? to_json(now) : nullptr},
+                     {"ToWrite", to_json(wanted)}});
+    table.add_line({std::string(attribute.name()), brief(before), brief(now), brief(wanted)});
   }
+  if (options.json) return print_json({{"Conflict", array}, {"RowIsThere", stored.has_value()}});
+  if (!stored) fmt::print("The row is no longer there.\n");
   table.print();
 }
 

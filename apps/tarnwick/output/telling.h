@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/tarnwick/maintenance/loading.h"
 #include "apps/tarnwick/options.h"
 #include "apps/tarnwick/session/session.h"
 
@@ -28,12 +29,12 @@ requires(client::HasAttribute<T, kNames>&&...) [[nodiscard]] Columns columns() {
 }
 
 /// A table with the columns `first` and then those that are not in `without` either, or a JSON
-/// array of the rows with all their attributes.
-void list(const Options& options, const std::vector<Row>& rows, const Columns& first,
+/// array of the rows with all their attributes. Throws Failure in the end if those are not all.
+void list(const Options& options, const Loaded& loaded, const Columns& first,
           const Columns& without);
 
-/// That the row was locked, and the row version that it was read with.
-void tell_locked(const Row& row);
+/// What a line of a table shows of the row.
+[[nodiscard]] std::vector<std::string> cells(const Row& row, const Columns& columns);
 
 /// Which values differ between the two. `stored`: the row as it is now, for --json and --verbose.
 void tell_changes(const Options& options, const Row& before, const Row& after,

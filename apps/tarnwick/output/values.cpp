@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/options.h"
 #include "runtime/case_mapping.h"
 #include "runtime/error.h"
 
@@ -31,9 +32,6 @@ constexpr std::array<std::string_view, 2> kNames<ReportTypesEnum>{"", "CRY"};
 
 // What stands for a value without a name.
 constexpr std::string_view kNone = "none";
-
-template <class Enum>
-constexpr bool kIsEnum = std::is_enum_v<Enum>;
 
 // A value that no name stands for is shown as its number.
 template <class Enum>
@@ -89,14 +87,6 @@ bool parse_bool(std::string_view name, std::string_view text) {
   refuse(name, text, "yes or no");
 }
 
-Text parse_text(std::string_view name, std::string_view text) {
-  try {
-    return from_utf8(text);
-  } catch (const Error&) {
-    throw Failure(ExitCode::kUsage, fmt::format("{}: the text is not UTF-8.", name));
-  }
-}
-
 Date parse_date(std::string_view name, std::string_view text) {
   try {
     return date_from_iso_text(from_stored_utf8(text));
@@ -119,7 +109,7 @@ std::string display(const AttributeValue& value) {
         } else if constexpr (std::is_same_v<T, Date>) {
           // A stored number may lie outside the calendar; it is shown as it is.
           return is_in_calendar(held) ? to_utf8(to_iso_text(held)) : fmt::format("{}", held.days);
-        } else if constexpr (kIsEnum<T>) {
+        } else if constexpr (std::is_enum_v<T>) {
           const auto name = name_of(held);
           return name ? std::string(*name) : fmt::format("{}", static_cast<std::int32_t>(held));
         } else {
@@ -139,7 +129,7 @@ nlohmann::ordered_json to_json(const AttributeValue& value) {
           return display(value);
         } else if constexpr (std::is_same_v<T, Text>) {
           return display(value);
-        } else if constexpr (kIsEnum<T>) {
+        } else if constexpr (std::is_enum_v<T>) {
           if (name_of(held)) return display(value);
           return static_cast<std::int32_t>(held);
         } else {
@@ -153,12 +143,12 @@ AttributeValue parse(std::string_view name, std::string_view text, const Attribu
   return std::visit(
       [&]<class T>(const T&) -> AttributeValue {
         if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Text>) {
-          return parse_text(name, text);
+          return text_argument(text, fmt::format("{}: the text", name));
         } else if constexpr (std::is_same_v<T, bool>) {
           return parse_bool(name, text);
         } else if constexpr (std::is_same_v<T, Date>) {
           return parse_date(name, text);
-        } else if constexpr (kIsEnum<T>) {
+        } else if constexpr (std::is_enum_v<T>) {
           return parse_enum<T>(name, text);
         } else {
           return parse_number<T>(name, text);
@@ -191,7 +181,7 @@ std::string choices(const AttributeValue& like) {
           return "yes or no";
         } else if constexpr (std::is_same_v<T, Date>) {
           return "yyyy-mm-dd [hh:mm:ss]";
-        } else if constexpr (kIsEnum<T>) {
+        } else if constexpr (std::is_enum_v<T>) {
           std::vector<std::string_view> names;
           for (const std::string_view name : kNames<T>) {
             if (!name.empty()) names.push_back(name);
