@@ -13,9 +13,7 @@ template <class Record, std::shared_ptr<Store<Record>> SharedState::*kStore>
 class CollectionObject : public ModelObject {
  public:
   /// Whether the store holds this key, in any letter case.
-  [[nodiscard]] bool exists(TextView key) const {
-    return store() != nullptr && store()->find(key) != nullptr;
-  }
+  [[nodiscard]] bool exists(TextView key) const { return holds(store(), key); }
 
   /// The entry under a key or at a position from 1; null where there is none.
   [[nodiscard]] std::shared_ptr<Record> item(const Variant& key_or_position) const {

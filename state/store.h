@@ -62,4 +62,10 @@ template <class Record>
   return false;
 }
 
+/// Whether `store` exists and holds `key`.
+template <class Record>
+[[nodiscard]] bool holds(const std::shared_ptr<Store<Record>>& store, TextView key) {
+  return store != nullptr && store->find(key) != nullptr;
+}
+
 }  // namespace tarnwick
