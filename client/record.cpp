@@ -28,16 +28,16 @@ Record Record::make(Transport& transport, const Row& row) {
   return record;
 }
 
-Value Record::call(std::string_view name, const std::vector<Value>& arguments) const {
+Value Record::call_named(std::string_view name, const std::vector<Value>& arguments) const {
   const Member& member = *automation::find_member(automation::class_of(object_.class_id), name);
   return transport_->call(object_, member, automation::with_defaults(member, arguments));
 }
 
-bool Record::lock() const { return std::get<bool>(call("LockRecord")); }
+bool Record::lock() const { return std::get<bool>(call<"LockRecord">()); }
 
-bool Record::release() const { return std::get<bool>(call("ReleaseRecord")); }
+bool Record::release() const { return std::get<bool>(call<"ReleaseRecord">()); }
 
-bool Record::remove() const { return std::get<bool>(call("Delete")); }
+bool Record::remove() const { return std::get<bool>(call<"Delete">()); }
 
 void Record::assign(const Row& row) const {
   if (row.record_class() != object_.class_id) throw Error(ErrorNumber::kTypeMismatch);
@@ -51,7 +51,7 @@ void Record::assign(const Row& row) const {
 UpdateErrorEnum Record::update(TextView report_file) const {
   std::vector<Value> arguments;
   if (object_.class_id == ClassId::kReport) arguments.emplace_back(Text(report_file));
-  return static_cast<UpdateErrorEnum>(std::get<std::int32_t>(call("Update", arguments)));
+  return static_cast<UpdateErrorEnum>(std::get<std::int32_t>(call<"Update">(arguments)));
 }
 
 UpdateErrorEnum Record::insert(TextView report_file) const {

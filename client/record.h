@@ -45,7 +45,12 @@ class Record final {
       : transport_(&transport), object_(std::move(object)) {}
 
   // Calls the member with this name, which all three classes have.
-  [[nodiscard]] Value call(std::string_view name, const std::vector<Value>& arguments = {}) const;
+  template <Name kName>
+  requires HasMethod<Component, kName> && HasMethod<RegisteredPC, kName> && HasMethod<Report, kName>
+  [[nodiscard]] Value call(const std::vector<Value>& arguments = {}) const {
+    return call_named(kName.view(), arguments);
+  }
+  [[nodiscard]] Value call_named(std::string_view name, const std::vector<Value>& arguments) const;
 
   Transport* transport_;
   Object object_;
