@@ -45,7 +45,7 @@ Every command has a --help of its own. The switches above may stand anywhere.
 
 Commands talk to the D-Bus service of the session and start it where nothing else does; without a
 session, or where they would disturb its other clients, they start one of their own. Only init,
-copy, upgrade and lock list always work on the database itself.
+copy, upgrade, lock list and the role commands always work on the database itself.
 
 Exit codes: 0 done; 1 failed, the account is on standard error; 2 wrong usage; 3 the record was
 changed by someone else since it was read; 4 another process maintains the row; 5 no such record;
@@ -163,6 +163,7 @@ int parse_and_run(int argc, char** argv) {
   add_pc_commands(app, line);
   add_report_commands(app, line);
   add_lock_commands(app, line);
+  add_role_commands(app, line);
   add_copy_command(app, line);
   add_upgrade_command(app, line);
   try {

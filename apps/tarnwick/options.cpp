@@ -1,7 +1,6 @@
 #include "apps/tarnwick/options.h"
 
 #include <fmt/format.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -11,6 +10,7 @@
 #include <iterator>
 
 #include "ado/connection_string.h"
+#include "apps/tarnwick/terminal/terminal_mode.h"
 #include "platform/file_system.h"
 #include "runtime/case_mapping.h"
 #include "runtime/error.h"
@@ -38,28 +38,11 @@ Text to_connect_string(const ado::ConnectionString& string) {
   return text;
 }
 
-// No echo on standard input's terminal while it lives. What was typed ahead stays.
-class NoEcho final {
- public:
-  NoEcho() {
-    tcgetattr(STDIN_FILENO, &before_);
-    termios quiet = before_;
-    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    tcsetattr(STDIN_FILENO, TCSADRAIN, &quiet);
-  }
-  ~NoEcho() { tcsetattr(STDIN_FILENO, TCSADRAIN, &before_); }
-  NoEcho(const NoEcho&) = delete;
-  NoEcho& operator=(const NoEcho&) = delete;
-
- private:
-  termios before_{};
-};
-
 std::string ask(std::string_view question) {
   std::string line;
   {
     // Before the question: what is typed at once is neither shown nor lost.
-    const NoEcho no_echo;
+    const TerminalMode no_echo(ECHO);
     std::cerr << question << std::flush;
     if (!std::getline(std::cin, line)) {
       throw Failure(ExitCode::kUsage, "No password was given.");
@@ -69,14 +52,17 @@ std::string ask(std::string_view question) {
   return line;
 }
 
-std::string ask_password(bool confirm) {
-  if (isatty(STDIN_FILENO) == 0) {
-    throw Failure(ExitCode::kUsage,
-                  "The password is needed: name a file that holds it by --password-file or "
-                  "TARNWICK_PASSWORD_FILE.");
-  }
-  std::string password = ask("Password of the application role: ");
-  if (confirm && ask("Once more: ") != password) {
+// How a password is asked for. `otherwise`: where it comes from without a terminal.
+struct Question {
+  std::string text;
+  std::string otherwise;
+  bool confirm = false;
+};
+
+std::string ask_password(const Question& question) {
+  if (isatty(STDIN_FILENO) == 0) throw Failure(ExitCode::kUsage, question.otherwise);
+  std::string password = ask(question.text);
+  if (question.confirm && ask("Once more: ") != password) {
     throw Failure(ExitCode::kUsage, "The two passwords differ.");
   }
   return password;
@@ -90,6 +76,15 @@ std::string password_in(const std::string& file) {
   }
   if (line.ends_with('\r')) line.pop_back();
   return line;
+}
+
+Text obtain_password(const std::string& file, const Question& question) {
+  const std::string password = file.empty() ? ask_password(question) : password_in(file);
+  if (password.empty()) throw Failure(ExitCode::kUsage, "The password is empty.");
+  if (password.find('\0') != std::string::npos) {
+    throw Failure(ExitCode::kUsage, "The password holds a NUL character.");
+  }
+  return text_argument(password, "The password");
 }
 
 // A relative folder of an embedded database made absolute: whoever opens the database may stand in
@@ -186,12 +181,21 @@ Text embedded_connect_string(TextView folder) {
 }
 
 Text read_password(const std::string& file, bool confirm) {
-  const std::string password = file.empty() ? ask_password(confirm) : password_in(file);
-  if (password.empty()) throw Failure(ExitCode::kUsage, "The password is empty.");
-  if (password.find('\0') != std::string::npos) {
-    throw Failure(ExitCode::kUsage, "The password holds a NUL character.");
-  }
-  return text_argument(password, "The password");
+  return obtain_password(
+      file, {.text = "Password of the application role: ",
+             .otherwise = "The password is needed: name a file that holds it by --password-file or "
+                          "TARNWICK_PASSWORD_FILE.",
+             .confirm = confirm});
+}
+
+Text read_new_password(const std::string& file, const std::string& role) {
+  Text password = obtain_password(
+      file,
+      {.text = fmt::format("New password of the role '{}': ", role),
+       .otherwise = "The new password is needed: name a file that holds it by --new-password-file.",
+       .confirm = true});
+  require_no_quote(password, "The new password");
+  return password;
 }
 
 Text text_argument(std::string_view argument, std::string_view what) {

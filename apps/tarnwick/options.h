@@ -45,6 +45,9 @@ void add_options(CLI::App& app, Options& options);
 /// `confirm`, when `file` is empty. Never empty. Throws Failure.
 [[nodiscard]] Text read_password(const std::string& file, bool confirm);
 
+/// The same for a password that `role` is to have, which must not hold a quote; asked for twice.
+[[nodiscard]] Text read_new_password(const std::string& file, const std::string& role);
+
 /// What an argument of the command line stands for. Throws Failure (kUsage) when it is not UTF-8.
 /// `what` begins the sentence.
 [[nodiscard]] Text text_argument(std::string_view argument, std::string_view what = "An argument");

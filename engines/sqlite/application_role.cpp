@@ -13,6 +13,9 @@ constexpr std::int64_t kMostIterations = 20'000'000;
 constexpr std::size_t kSaltSize = 16;
 constexpr std::size_t kHashSize = 64;
 
+/// SQL Server's native number for a role that cannot be entered.
+constexpr std::int32_t kNativeCannotSetRole = 15161;
+
 ByteBuffer bytes_of(const ado::Cell& cell) { return {cell.data, cell.data + cell.size}; }
 
 /// Looks at all bytes, so that the time does not tell how many are right.
@@ -23,16 +26,57 @@ bool same_bytes(const ByteBuffer& a, const ByteBuffer& b) {
   return difference == std::byte{0};
 }
 
+/// Runs a statement that yields nothing.
+void run(Database& database, std::string_view sql, std::span<const StoredValue> values) {
+  Execution(database, database.statement(sql), values).next();
+}
+
+/// Runs `sql`, which takes salt, iterations and hash of `password`, and then `name`.
+void write_role(Database& database, std::string_view sql, std::string_view name,
+                std::string_view password) {
+  const ByteBuffer salt = random_bytes(kSaltSize);
+  const StoredValue values[] = {Blob{salt}, std::int64_t{kIterations},
+                                Blob{pbkdf2_sha512(password, salt, kIterations, kHashSize)},
+                                std::string(name)};
+  run(database, sql, values);
+}
+
 }  // namespace
 
 void add_role(Database& database, std::string_view name, std::string_view password) {
-  const ByteBuffer salt = random_bytes(kSaltSize);
-  const StoredValue values[] = {std::string(name), Blob{salt}, std::int64_t{kIterations},
-                                Blob{pbkdf2_sha512(password, salt, kIterations, kHashSize)}};
-  sqlite3_stmt* const statement = database.statement(
-      "INSERT INTO dbo.DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES (?, ?, ?, ?)");
-  Execution insert(database, statement, values);
-  insert.next();
+  write_role(database,
+             "INSERT INTO dbo.DW_APP_ROLE (Salt, Iterations, Hash, RoleName) VALUES (?, ?, ?, ?)",
+             name, password);
+}
+
+void set_role_password(Database& database, std::string_view name, std::string_view password) {
+  write_role(database,
+             "UPDATE dbo.DW_APP_ROLE SET Salt = ?, Iterations = ?, Hash = ? WHERE RoleName = ?",
+             name, password);
+}
+
+void remove_role(Database& database, std::string_view name) {
+  const StoredValue values[] = {std::string(name)};
+  run(database, "DELETE FROM dbo.DW_APP_ROLE WHERE RoleName = ?", values);
+}
+
+std::vector<std::string> role_names(Database& database) {
+  sqlite3_stmt* const statement =
+      database.statement("SELECT RoleName FROM dbo.DW_APP_ROLE ORDER BY RoleName");
+  std::vector<std::string> names;
+  Execution rows(database, statement);
+  while (rows.next()) {
+    const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+    names.emplace_back(name, static_cast<std::size_t>(sqlite3_column_bytes(statement, 0)));
+  }
+  return names;
+}
+
+bool has_role(Database& database, std::string_view name) {
+  const StoredValue role[] = {std::string(name)};
+  return Execution(database, database.statement("SELECT 1 FROM dbo.DW_APP_ROLE WHERE RoleName = ?"),
+                   role)
+      .next();
 }
 
 bool role_admits(Database& database, std::string_view name, std::string_view password) {
@@ -58,6 +102,23 @@ bool role_admits(Database& database, std::string_view name, std::string_view pas
   const ByteBuffer given =
       pbkdf2_sha512(password, salt, static_cast<std::uint32_t>(iterations), kHashSize);
   return same_bytes(given, hash);
+}
+
+void require_role(Database& database, std::string_view name, std::string_view password) {
+  if (role_admits(database, name, password)) return;
+  throw ado::AdoError(ado::AdoErrorNumber::kAuthenticationFailed,
+                      u"The application role does not exist, or the password is not its password.",
+                      kNativeCannotSetRole);
+}
+
+std::string role_text(TextView text, TextView what) {
+  try {
+    if (text.find(u'\0') == TextView::npos) return to_utf8(text);
+  } catch (const Error&) {
+    // Refused below, as a NUL is.
+  }
+  throw ado::AdoError(ado::AdoErrorNumber::kInvalidArgument,
+                      join({u"The ", what, u" holds a NUL character or an unpaired surrogate."}));
 }
 
 bool has_roles(Database& database) {

@@ -140,23 +140,13 @@ void make_tables(const std::filesystem::path& file, std::string_view role,
   database.commit();
 }
 
-std::string utf8_of(TextView text, TextView what) {
-  try {
-    if (text.find(u'\0') == TextView::npos) return to_utf8(text);
-  } catch (const Error&) {
-    // Refused below, as a NUL is.
-  }
-  throw AdoError(AdoErrorNumber::kInvalidArgument,
-                 join({u"The ", what, u" holds a NUL character or an unpaired surrogate."}));
-}
-
 }  // namespace
 
 void create_database(const std::filesystem::path& folder, TextView name, TextView role,
                      TextView password, const std::function<void(TextView name)>& fill) {
   const auto file = database_file(folder, name);
-  const auto role_utf8 = utf8_of(role, u"name of the application role");
-  const auto password_utf8 = utf8_of(password, u"password");
+  const auto role_utf8 = role_text(role, u"name of the application role");
+  const auto password_utf8 = role_text(password, u"password");
   if (role.empty()) {
     throw AdoError(AdoErrorNumber::kInvalidArgument, u"The application role needs a name.");
   }

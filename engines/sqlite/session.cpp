@@ -11,9 +11,8 @@ namespace {
 using ado::AdoError;
 using ado::AdoErrorNumber;
 
-// SQL Server's native numbers for the same situations.
+// SQL Server's native number for the same situation.
 constexpr std::int32_t kNativePermissionDenied = 229;
-constexpr std::int32_t kNativeCannotSetRole = 15161;
 
 /// Of look-ups; a program uses a handful of them, none of them long.
 constexpr std::size_t kKnownShapes = 64;
@@ -202,11 +201,7 @@ void Session::enter_role(const SetAppRole& role) {
                    u"The session has entered an application role already.");
   }
   open.database.time().start(Database::kOpeningWait, statement_limit_);
-  if (!role_admits(open.database, role.role, role.password)) {
-    throw AdoError(AdoErrorNumber::kAuthenticationFailed,
-                   u"The application role does not exist, or the password is not its password.",
-                   kNativeCannotSetRole);
-  }
+  require_role(open.database, role.role, role.password);
   open.database.use_write_ahead_log();
   admitted_ = true;
 }

@@ -36,6 +36,7 @@ void add_pc_commands(CLI::App& app, CommandLine& line);
 void add_report_commands(CLI::App& app, CommandLine& line);
 void add_lock_commands(CLI::App& app, CommandLine& line);
 void add_copy_command(CLI::App& app, CommandLine& line);
+void add_role_commands(CLI::App& app, CommandLine& line);
 void add_upgrade_command(CLI::App& app, CommandLine& line);
 
 }  // namespace tarnwick::cli

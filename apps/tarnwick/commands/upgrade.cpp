@@ -1,40 +1,23 @@
 #include <fmt/format.h>
 
-#include <filesystem>
-
-#include "ado/connection_string.h"
 #include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/database/embedded_folder.h"
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/terminal/process_setup.h"
-#include "engines/sqlite/engine.h"
 #include "engines/sqlite/upgrade_database.h"
-#include "runtime/case_mapping.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
 namespace {
 
-std::filesystem::path folder_of(const Options& options) {
-  const Text text = connect_string_of(options);
-  try {
-    const auto string = ado::ConnectionString::parse(text);
-    const auto provider = string.find(u"Provider");
-    if (provider && equals_ignoring_case(*provider, sqlite::SqliteEngine().providers().front())) {
-      return sqlite::SqliteEngine::folder_of(string);
-    }
-  } catch (const Error& error) {
-    throw Failure(ExitCode::kUsage, to_display_utf8(error.description()));
-  }
-  throw Failure(ExitCode::kUsage, "Only embedded databases are upgraded.");
-}
-
 void upgrade(const Options& options) {
-  const auto folder = folder_of(options);
+  const auto folder = embedded_folder(connect_string_of(options));
+  if (!folder) throw Failure(ExitCode::kUsage, "Only embedded databases are upgraded.");
   sqlite::Upgrade result;
   finish_first([&] {
     try {
-      result = sqlite::upgrade_database(folder, kDatabase);
+      result = sqlite::upgrade_database(*folder, kDatabase);
     } catch (const Error& error) {
       throw Failure(ExitCode::kFailed, "The database was not upgraded.", error.description());
     }

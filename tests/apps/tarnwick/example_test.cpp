@@ -14,6 +14,7 @@ class Examples : public CommandLineTest {
          {"returns.sql", "returns.ttx", "returns.rpt", "open-orders.rpt", "open-orders.ttx"}) {
       folder_.write(file, "content");
     }
+    folder_.write("new-password", "mellon\n");
     program("tarnwick", std::string("exec '") + TARNWICK + "' \"$@\"");
     program("nano",
             "sed -i 's/\"Active\": false/\"Active\": true/; s/\"Active\": true/\"Active\": "

@@ -6,6 +6,7 @@
 #include <pty.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -149,6 +150,17 @@ void Program::type(const std::string& text) {
 void Program::close_output() {
   close(out_.file);
   out_.file = -1;
+}
+
+bool Program::terminal_echoes() const {
+  termios mode{};
+  if (tcgetattr(input_, &mode) != 0) fail("tcgetattr");
+  return (mode.c_lflag & ECHO) != 0;
+}
+
+void Program::wait_for_end() {
+  siginfo_t ending{};
+  if (waitid(P_PID, static_cast<id_t>(process_), &ending, WEXITED | WNOWAIT) != 0) fail("waitid");
 }
 
 void Program::send_signal(int number) { ASSERT_EQ(::kill(process_, number), 0); }

@@ -52,7 +52,13 @@ class Program {
   /// Nobody reads its output any more.
   void close_output();
 
+  /// Whether its terminal shows what is typed.
+  [[nodiscard]] bool terminal_echoes() const;
+
   void send_signal(int number);
+
+  /// Its terminal is there for a look when this returns.
+  void wait_for_end();
 
   /// kill -9, and it is gone when this returns.
   void kill();
