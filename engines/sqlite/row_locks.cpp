@@ -18,6 +18,8 @@ constexpr std::size_t kRecordSize = 1024;
 constexpr std::size_t kLongestTable = 128;
 constexpr std::size_t kLongestKey = 512;
 constexpr std::size_t kLongestStamp = 256;
+constexpr std::size_t kLongestProgram = 32;
+constexpr std::size_t kLongestUser = 40;
 // The locks of the records lie apart from the records: where locks are mandatory, everybody still
 // has to read them.
 constexpr std::int64_t kFirstRecordLock = std::int64_t{1} << 61;
@@ -39,38 +41,49 @@ std::string field(std::string_view text, std::size_t longest) {
   return result;
 }
 
-/// A record is one line: byte of the lock, process, table, key and stamp between tab stops.
+/// A record is one line: byte of the lock, process, table, key, stamp, program and user between tab
+/// stops. The last two came later: older programs leave them out, and pass over them.
 std::string record_text(std::int64_t byte, std::string_view table, std::string_view key,
-                        std::string_view stamp) {
-  std::string text = std::to_string(byte) + '\t' + std::to_string(ByteRangeLocks::process_id()) +
-                     '\t' + field(table, kLongestTable) + '\t' + field(key, kLongestKey) + '\t' +
-                     field(stamp, kLongestStamp) + '\t';
+                        std::string_view stamp, const Holder& holder) {
+  std::string text = std::to_string(byte) + '\t' + std::to_string(ByteRangeLocks::process_id());
+  for (const std::string& part :
+       {field(table, kLongestTable), field(key, kLongestKey), field(stamp, kLongestStamp),
+        field(holder.program, kLongestProgram), field(holder.user, kLongestUser)}) {
+    text += '\t' + part;
+  }
+  text += '\t';
   text.resize(kRecordSize - 1, ' ');
   return text += '\n';
 }
 
 struct Record {
   std::int64_t byte = 0;
+  std::int64_t process = 0;
   ado::HeldRow row;
+  Holder holder;
 };
 
 std::optional<Record> parse_record(std::string_view text) {
-  std::string_view fields[5];
+  constexpr std::size_t kNeeded = 5;
+  std::string_view fields[kNeeded + 2];
+  std::size_t found = 0;
   for (auto& part : fields) {
     const auto end = text.find('\t');
-    if (end == std::string_view::npos) return std::nullopt;
+    if (end == std::string_view::npos) break;
     part = text.substr(0, end);
     text.remove_prefix(end + 1);
+    ++found;
   }
+  if (found < kNeeded) return std::nullopt;
   Record record;
-  std::int64_t process = 0;
   const auto number = [](std::string_view digits, std::int64_t& value) {
     const auto end = digits.data() + digits.size();
     return std::from_chars(digits.data(), end, value).ptr == end && !digits.empty();
   };
-  if (!number(fields[0], record.byte) || !number(fields[1], process)) return std::nullopt;
+  if (!number(fields[0], record.byte) || !number(fields[1], record.process)) return std::nullopt;
   record.row = {from_stored_utf8(fields[2]), from_stored_utf8(fields[3]),
-                from_stored_utf8(fields[4]), process};
+                from_stored_utf8(fields[4]), record.process};
+  record.holder = {std::string(fields[5]), std::string(fields[6])};
   return record;
 }
 
@@ -152,7 +165,8 @@ void RowLocks::list(Held& held, std::int64_t byte, const Table& table, std::stri
 }
 
 void RowLocks::write_record(const Held& held, std::int64_t byte) {
-  file_.write_at(record_offset(held.record), record_text(byte, held.table, held.key, held.stamp));
+  file_.write_at(record_offset(held.record),
+                 record_text(byte, held.table, held.key, held.stamp, holder_));
 }
 
 void RowLocks::free_record(const Held& held) noexcept {
@@ -215,16 +229,8 @@ bool RowLocks::is_foreign(std::int64_t byte) const {
   return file_.foreign_lock(single(byte)).has_value();
 }
 
-std::vector<ado::HeldRow> RowLocks::held_rows() const {
-  std::vector<ado::HeldRow> result;
-  const auto add_own = [&](const Held& held) {
-    if (held.record == kNoRecord) return;
-    result.push_back({from_stored_utf8(held.table), from_stored_utf8(held.key),
-                      from_stored_utf8(held.stamp), ByteRangeLocks::process_id()});
-  };
-  for (const auto& [region, held] : tables_) add_own(held);
-  for (const auto& [byte, held] : rows_) add_own(held);
-
+template <class Visit>
+void RowLocks::for_each_foreign_record(Visit&& visit) const {
   std::unordered_set<std::int64_t> seen;
   const ByteRange all{kFirstRecordLock, kFirstRecordLock + kRecords - 1};
   for (const auto& locked : file_.foreign_locks(all)) {
@@ -234,10 +240,32 @@ std::vector<ado::HeldRow> RowLocks::held_rows() const {
       // The record may be an earlier holder's, if the present one has not yet written his.
       auto record = parse_record(text);
       if (record && is_foreign(record->byte) && seen.insert(record->byte).second) {
-        result.push_back(std::move(record->row));
+        visit(std::move(*record));
       }
     }
   }
+}
+
+std::vector<ado::HeldRow> RowLocks::held_rows() const {
+  std::vector<ado::HeldRow> result;
+  const auto add_own = [&](const Held& held) {
+    if (held.record == kNoRecord) return;
+    result.push_back({from_stored_utf8(held.table), from_stored_utf8(held.key),
+                      from_stored_utf8(held.stamp), ByteRangeLocks::process_id()});
+  };
+  for (const auto& [region, held] : tables_) add_own(held);
+  for (const auto& [byte, held] : rows_) add_own(held);
+  for_each_foreign_record([&](Record record) { result.push_back(std::move(record.row)); });
+  return result;
+}
+
+std::map<std::int64_t, Holder> RowLocks::holders() const {
+  std::map<std::int64_t, Holder> result;
+  for_each_foreign_record([&](Record record) {
+    if (!record.holder.program.empty() || !record.holder.user.empty()) {
+      result[record.process] = std::move(record.holder);
+    }
+  });
   return result;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <span>
 #include <string>
@@ -12,6 +13,7 @@
 #include "ado/engine.h"
 #include "engines/sqlite/byte_range_locks.h"
 #include "engines/sqlite/catalog.h"
+#include "engines/sqlite/holder.h"
 
 namespace tarnwick::sqlite {
 
@@ -70,6 +72,9 @@ class RowLocks final {
 
   /// All rows that any session holds, this one's first.
   [[nodiscard]] std::vector<ado::HeldRow> held_rows() const;
+  /// What the processes that hold rows through other sessions say of themselves, by their ids.
+  /// Those of older programs say nothing.
+  [[nodiscard]] std::map<std::int64_t, Holder> holders() const;
 
  private:
   static constexpr int kNoRecord = -1;
@@ -81,6 +86,8 @@ class RowLocks final {
     std::string stamp;
   };
 
+  template <class Visit>
+  void for_each_foreign_record(Visit&& visit) const;
   void try_lock_whole_table(Set& set, Set::TableCount& count, const Table& table);
   void list(Held& held, std::int64_t byte, const Table& table, std::string key);
   void write_record(const Held& held, std::int64_t byte);
@@ -89,6 +96,7 @@ class RowLocks final {
   void release_table(std::int64_t region) noexcept;
 
   ByteRangeLocks file_;
+  const Holder holder_ = present_process();
   std::unordered_map<std::int64_t, Held> rows_;    // by byte
   std::unordered_map<std::int64_t, Held> tables_;  // by first byte of the region
   std::set<int> records_;                          // in use by this session

@@ -54,6 +54,7 @@ class Server:
         self.databases = {"master": Database(self.changed)}
         self.logins = {ADMINISTRATOR: PASSWORD}
         self.roles = {}  # (database, role) -> password
+        self.viewers = {ADMINISTRATOR}  # logins that may view the server's state
         self.sessions = {}
         self.faults = []
         self.log = log
@@ -379,6 +380,33 @@ class Session(Locking):
                  Type("int"), Type("int"), Type("smallint"), Type("smallint")]
         return list(zip(names, kinds)), []
 
+    def let_view(self, match):
+        self.require(self.is_administrator(), 15151, "Cannot find the login.")
+        self.server.viewers.add(match.group(1))
+
+    def lock_names(self, match):
+        """The server's names for the locks on the rows that bear a stamp."""
+        self.require(self.may_write(), 229, "The SELECT permission was denied on the object.")
+        table = self.database.table(match.group(2))
+        columns = [table.column(name) for name in match.group(1).split(", ")]
+        rows = self.database.query(f"SELECT rowid, {', '.join(columns)} FROM [{table.name}] "
+                                   "WHERE SoftLock <> ''", {})
+        described = [("LockName", Type("nvarchar", 32))]
+        described += [(column, table.types[column]) for column in columns]
+        return described, [[lock_name(rowid), *values] for rowid, *values in rows]
+
+    def lock_owners(self, match):
+        self.require(self.role is None and self.user in self.server.viewers, 300,
+                     "VIEW SERVER STATE permission was denied on object 'server', database "
+                     "'master'.")
+        described = [("Session", Type("int")), ("LockName", Type("nvarchar", 256)),
+                     ("Process", Type("int")), ("Program", Type("nvarchar", 128)),
+                     ("Login", Type("nvarchar", 128))]
+        return described, [[holder.number, lock_name(rowid), holder.login["process"],
+                            holder.login["application"], holder.user]
+                           for (_, rowid), holders in self.database.locks.items()
+                           for holder in holders]
+
     def client(self, match):
         names = ["host", "language", "packet_size", "intent"]
         return ([(name, Type("nvarchar", 128)) for name in names],
@@ -386,6 +414,10 @@ class Session(Locking):
 
     def order_fault(self, match):
         self.server.faults.append(Fault(*match.groups()))
+
+
+def lock_name(rowid):
+    return f"({rowid:012x})"
 
 
 ORDERS = [
@@ -419,6 +451,10 @@ ORDERS = [
     (r"(?:IF OBJECT_ID\(N'dbo\.(\w+)'\) IS NULL\s+)?CREATE TABLE .*", Session.make_table),
     (r"IF INDEXPROPERTY\(.*CREATE INDEX", lambda session, match: None),
     (r"IF OBJECT_ID\(N'dbo\.DW_Report'\) IS NULL\s+CREATE SYNONYM", lambda session, match: None),
+    (r"Select %%lockres%% As LockName, (.+) From (\w+) With \(NoLock\) Where SoftLock <> ''$",
+     Session.lock_names),
+    (r"Select .* From sys\.dm_tran_locks .*", Session.lock_owners),
+    (r"GRANT VIEW SERVER STATE TO (\w+)$", Session.let_view),
     (r"GRANT|DROP TABLE|TRUNCATE TABLE", Session.refuse),
     (r"KILL (\d+)$", Session.kill),
 ]

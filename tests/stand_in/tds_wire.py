@@ -117,6 +117,7 @@ def read_login(data):
             raw = bytes(((b ^ 0xA5) << 4 | (b ^ 0xA5) >> 4) & 0xFF for b in raw)
         fields[name] = "" if name == "extension" else raw.decode("utf-16-le")
     fields["version"], fields["packet_size"] = struct.unpack_from("<II", data, 4)
+    fields["process"], = struct.unpack_from("<I", data, 16)
     fields["intent"] = "ReadOnly" if data[26] & 0x20 else "ReadWrite"
     return fields
 

@@ -35,6 +35,7 @@ void add_component_commands(CLI::App& app, CommandLine& line);
 void add_pc_commands(CLI::App& app, CommandLine& line);
 void add_report_commands(CLI::App& app, CommandLine& line);
 void add_lock_commands(CLI::App& app, CommandLine& line);
+void add_lock_list_command(CLI::App& locks, CommandLine& line);
 void add_copy_command(CLI::App& app, CommandLine& line);
 void add_role_commands(CLI::App& app, CommandLine& line);
 void add_upgrade_command(CLI::App& app, CommandLine& line);

@@ -11,6 +11,7 @@
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/database/samples.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/output/shell_word.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/create_database.h"
 #include "runtime/error.h"
@@ -23,13 +24,6 @@ struct Arguments {
   std::string sample_folder;
   bool sample = false;
 };
-
-// `text` as one word of the shell.
-std::string shell_word(const std::string& text) {
-  std::string word = "'";
-  for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return word + "'";
-}
 
 void init(const Options& options, const Arguments& arguments) {
   if (options.role.empty()) {

@@ -14,7 +14,6 @@
 #include "apps/common/desktop_program.h"
 #include "apps/common/engines.h"
 #include "apps/common/trace_file.h"
-#include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/service/scratch_folder.h"
 #include "apps/tarnwick/service/service_bus.h"
@@ -22,7 +21,6 @@
 #include "platform/linux/desktop_message_box.h"
 #include "platform/linux/host.h"
 #include "platform/terminal_message_box.h"
-#include "runtime/error.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -202,17 +200,6 @@ std::unique_ptr<Session> connect(const Options& options, const Login& login) {
 
 std::unique_ptr<Session> connect(const Options& options) {
   return connect(options, login_of(options));
-}
-
-std::vector<ado::HeldRow> held_rows(const Options& options) {
-  const Login login = login_of(options);
-  apps::ProgramEngines engines;
-  try {
-    return open_in_role(engines.list(), login.connect_string, login.role, login.password)
-        ->held_rows();
-  } catch (const Error& error) {
-    throw Failure(ExitCode::kFailed, "The locks cannot be read.", error.description());
-  }
 }
 
 }  // namespace tarnwick::cli

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
-#include "ado/engine.h"
 #include "apps/tarnwick/options.h"
 #include "apps/tarnwick/session/session.h"
 
@@ -25,9 +23,5 @@ struct Login {
 [[nodiscard]] std::unique_ptr<Session> connect(const Options& options, const Login& login);
 /// After the connection was lost. Throws Failure.
 void connect_again(const Session& session, const Login& login);
-
-/// The rows that any process maintains at the moment, asked of the database itself: the object
-/// model does not tell. Throws Failure.
-[[nodiscard]] std::vector<ado::HeldRow> held_rows(const Options& options);
 
 }  // namespace tarnwick::cli

@@ -167,6 +167,38 @@ TEST_F(RowLocksTest, ALongOrOddKeyAndStampAreCutForTheList) {
   EXPECT_EQ(rows[0].stamp, from_utf8(std::string(255, 'z')));
 }
 
+TEST_F(RowLocksTest, TellTheProgramAndTheUserThatHoldThem) {
+  EXPECT_TRUE(second_.holders().empty());
+  Set set(first_, Set::Listing::kListed);
+  ASSERT_TRUE(first_.try_lock(set, comp_, key(1)));
+  ASSERT_TRUE(first_.try_lock(set, comp_, key(2)));
+  const Holder holder = present_process();
+  EXPECT_NE(holder.program, "");
+  EXPECT_NE(holder.user, "");
+  const auto holders = second_.holders();
+  ASSERT_EQ(holders.size(), 1u);
+  EXPECT_EQ(holders.begin()->first, ByteRangeLocks::process_id());
+  EXPECT_EQ(holders.begin()->second.program, holder.program.substr(0, 32));
+  EXPECT_EQ(holders.begin()->second.user, holder.user.substr(0, 40));
+  set.release();
+  EXPECT_TRUE(second_.holders().empty());
+}
+
+TEST_F(RowLocksTest, AreListedAlsoWhereAnOlderProgramHoldsThem) {
+  Set set(first_, Set::Listing::kListed);
+  ASSERT_TRUE(first_.try_lock(set, comp_, key(1)));
+  std::string record(1024, '\0');
+  std::ifstream(file_).read(record.data(), 1024);
+  std::size_t end = 0;
+  for (int tab = 0; tab < 5; ++tab) end = record.find('\t', end) + 1;
+  std::fstream(file_).write((record.substr(0, end) + std::string(1024 - end, ' ')).data(), 1024);
+  const auto rows = second_.held_rows();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].key, u"1");
+  EXPECT_EQ(rows[0].process_id, ByteRangeLocks::process_id());
+  EXPECT_TRUE(second_.holders().empty());
+}
+
 TEST_F(RowLocksTest, AreNotMistakenWhereTheFileHoldsNonsense) {
   std::ofstream(file_) << std::string(4096, '\t');
   Set set(first_, Set::Listing::kListed);

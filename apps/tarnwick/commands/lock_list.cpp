@@ -1,0 +1,114 @@
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "apps/common/engines.h"
+#include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/database/held_rows.h"
+#include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/output/holds.h"
+#include "apps/tarnwick/output/telling.h"
+#include "apps/tarnwick/terminal/process_setup.h"
+#include "apps/tarnwick/terminal/terminal_mode.h"
+#include "runtime/error.h"
+
+namespace tarnwick::cli {
+namespace {
+
+constexpr std::chrono::milliseconds kRedrawn{1000};
+
+// How many rows there is room for on the screen, beside the line above the table, the heading, the
+// line that tells how many more there are, a note of up to two lines, and the cursor's line.
+std::size_t room_on_screen() {
+  constexpr std::size_t kOthers = 6;
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row <= kOthers) return 1;
+  return size.ws_row - kOthers;
+}
+
+// Also true where there is no terminal any more.
+bool key_comes_within(std::chrono::milliseconds time) {
+  pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
+  if (poll(&input, 1, static_cast<int>(time.count())) <= 0) return false;
+  std::array<char, 256> typed{};
+  [[maybe_unused]] const ssize_t taken = ::read(STDIN_FILENO, typed.data(), typed.size());
+  return true;
+}
+
+// What `step` yields; an error in it is the end of the command.
+template <class Step>
+auto or_fail(Step&& step) {
+  try {
+    return step();
+  } catch (const Error& error) {
+    throw Failure(ExitCode::kFailed, "The locks cannot be read.", error.description());
+  }
+}
+
+HeldRows held_rows(apps::ProgramEngines& engines, const Options& options) {
+  const Login login = login_of(options);
+  return or_fail([&] { return HeldRows(engines.list(), login); });
+}
+
+std::vector<Hold> read(HeldRows& held) {
+  return or_fail([&] { return held.read(); });
+}
+
+void watch(const Options& options) {
+  if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) {
+    throw Failure(ExitCode::kUsage,
+                  "--watch needs a terminal: one to show the rows on, and one to end it from.");
+  }
+  if (options.json) throw Failure(ExitCode::kUsage, "--watch is for people: leave out --json.");
+  apps::ProgramEngines engines;
+  HeldRows held = held_rows(engines, options);
+  // Any key ends it, also one that would send a signal.
+  const TerminalMode one_key(ICANON | ECHO | ISIG);
+  fmt::print("\x1b[2J");
+  do {
+    const auto rows = read(held);
+    const Date now = local_now();
+    fmt::print("\x1b[H\x1b[JRows that are maintained, {}. Any key ends this.\n",
+               to_utf8(to_iso_text(now)));
+    print_holds(rows, now, room_on_screen());
+    if (!held.note().empty()) fmt::print("{}\n", held.note());
+    std::fflush(stdout);
+  } while (!key_comes_within(kRedrawn));
+}
+
+void list(const Options& options) {
+  apps::ProgramEngines engines;
+  HeldRows held = held_rows(engines, options);
+  const auto rows = read(held);
+  if (!held.note().empty()) tell_error(held.note().c_str());
+  const Date now = local_now();
+  if (!options.json) return print_holds(rows, now, std::numeric_limits<std::size_t>::max());
+  auto array = nlohmann::ordered_json::array();
+  for (const Hold& row : rows) array.push_back(to_json(row, now));
+  print_json(array);
+}
+
+}  // namespace
+
+void add_lock_list_command(CLI::App& locks, CommandLine& line) {
+  const auto watched = std::make_shared<bool>(false);
+  add_command(locks, line, "list",
+              "Who holds which row, since when and for how long, in which process.",
+              "tarnwick lock list",
+              [watched](const Options& options) { *watched ? watch(options) : list(options); })
+      ->add_flag("--watch", *watched,
+                 "keep the list on the screen, read anew every second, until a key is pressed");
+}
+
+}  // namespace tarnwick::cli

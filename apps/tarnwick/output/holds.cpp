@@ -1,0 +1,139 @@
+#include "apps/tarnwick/output/holds.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "apps/tarnwick/output/table.h"
+#include "runtime/error.h"
+
+namespace tarnwick::cli {
+namespace {
+
+constexpr double kSecondsPerDay = 86'400;
+
+nlohmann::ordered_json text_or_null(const Text& text) {
+  return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(to_display_utf8(text));
+}
+
+template <class Number>
+nlohmann::ordered_json number_or_null(const std::optional<Number>& number) {
+  return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json();
+}
+
+template <class Number>
+std::string digits(const std::optional<Number>& number) {
+  return number ? std::to_string(*number) : std::string();
+}
+
+// Reads what the object model writes for a time, and nothing else.
+std::optional<Date> time_in(const Text& text) {
+  CivilTime time;
+  std::array<char, 3> half{"AM"};
+  const int fields =
+      std::sscanf(to_display_utf8(text).c_str(), "%d/%d/%d %d:%d:%d %2s", &time.month, &time.day,
+                  &time.year, &time.hour, &time.minute, &time.second, half.data());
+  if (fields > 3) time.hour = time.hour % 12 + (half[0] == 'P' ? 12 : 0);
+  try {
+    const Date date = to_date(time);
+    if (fields >= 3 && to_text(date) == text) return date;
+  } catch (const Error&) {
+    // No time of the calendar.
+  }
+  return std::nullopt;
+}
+
+std::optional<std::chrono::seconds> time_since(const Text& since, Date now) {
+  const auto begin = time_in(since);
+  if (!begin || begin->days > now.days) return std::nullopt;
+  return std::chrono::seconds(std::llround((now.days - begin->days) * kSecondsPerDay));
+}
+
+}  // namespace
+
+Stamp read_stamp(const Text& stamp, Date now) {
+  // The holder's computer name, " - ", and the time; a name may hold a dash itself.
+  constexpr TextView kBetween = u" - ";
+  const std::size_t dash = stamp.rfind(kBetween);
+  if (dash == Text::npos) return {to_display_utf8(stamp), "", std::nullopt};
+  const Text since = stamp.substr(dash + kBetween.size());
+  return {to_display_utf8(stamp.substr(0, dash)), to_display_utf8(since), time_since(since, now)};
+}
+
+std::string duration(std::chrono::seconds time) {
+  const auto seconds = time.count();
+  const auto minutes = seconds / 60;
+  const auto hours = minutes / 60;
+  if (minutes == 0) return fmt::format("{} s", seconds);
+  if (hours == 0) return fmt::format("{} min", minutes);
+  if (hours < 24) return fmt::format("{} h {:02} min", hours, minutes % 60);
+  return fmt::format("{} d {} h", hours / 24, hours % 24);
+}
+
+std::string holder_of(const Hold& hold, const Stamp& stamp) {
+  std::string more;
+  const auto add = [&](const std::string& part) { more += (more.empty() ? "" : ", ") + part; };
+  if (hold.row.process_id) add(fmt::format("process {}", *hold.row.process_id));
+  if (!hold.program.empty()) add(printable(hold.program));
+  if (hold.session) add(fmt::format("session {}", *hold.session));
+  if (!hold.user.empty()) add("of " + printable(hold.user));
+  const std::string computer = stamp.computer.empty() ? "somebody" : printable(stamp.computer);
+  return more.empty() ? computer : fmt::format("{} ({})", computer, more);
+}
+
+nlohmann::ordered_json to_json(const Hold& hold, Date now) {
+  const Stamp stamp = read_stamp(hold.row.stamp, now);
+  const auto seconds = stamp.held ? std::make_optional(stamp.held->count()) : std::nullopt;
+  return {{"Table", to_display_utf8(hold.row.table)},
+          {"Row", to_display_utf8(hold.row.key)},
+          {"HeldBy", stamp.computer},
+          {"Since", stamp.since},
+          {"Seconds", number_or_null(seconds)},
+          {"Process", number_or_null(hold.row.process_id)},
+          {"Program", text_or_null(hold.program)},
+          {"User", text_or_null(hold.user)},
+          {"Session", number_or_null(hold.session)}};
+}
+
+void print_holds(const std::vector<Hold>& holds, Date now, std::size_t most) {
+  if (holds.empty()) {
+    fmt::print("None.\n");
+    return;
+  }
+  using Column = Table::Column;
+  Table table;
+  table.add_column("Table");
+  table.add_column("Row", Column::kMayBeCut);
+  table.add_column("HeldBy", Column::kMayBeCut);
+  table.add_column("Since");
+  table.add_column("For", Column::kNumber);
+  table.add_column("Process", Column::kNumber);
+  table.add_column("Program", Column::kMayBeCut);
+  table.add_column("User", Column::kMayBeCut);
+  const bool has_sessions =
+      std::ranges::any_of(holds, [](const Hold& hold) { return hold.session.has_value(); });
+  if (has_sessions) table.add_column("Session", Column::kNumber);
+  const std::size_t shown = std::min(holds.size(), most);
+  for (std::size_t i = 0; i < shown; ++i) {
+    const Hold& hold = holds[i];
+    const Stamp stamp = read_stamp(hold.row.stamp, now);
+    std::vector<std::string> cells{to_display_utf8(hold.row.table),
+                                   to_display_utf8(hold.row.key),
+                                   stamp.computer,
+                                   stamp.since,
+                                   stamp.held ? duration(*stamp.held) : "",
+                                   digits(hold.row.process_id),
+                                   to_display_utf8(hold.program),
+                                   to_display_utf8(hold.user)};
+    if (has_sessions) cells.push_back(digits(hold.session));
+    table.add_line(cells);
+  }
+  table.print();
+  if (shown < holds.size()) fmt::print("... and {} more.\n", holds.size() - shown);
+}
+
+}  // namespace tarnwick::cli
