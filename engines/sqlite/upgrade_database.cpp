@@ -61,4 +61,13 @@ Upgrade upgrade_database(const std::filesystem::path& folder, TextView name) {
   return result;
 }
 
+bool needs_upgrade(const std::filesystem::path& folder, TextView name) {
+  try {
+    Database database(database_file(folder, name));
+    return is_older_schema(database);
+  } catch (const ado::AdoError&) {
+    return false;
+  }
+}
+
 }  // namespace tarnwick::sqlite

@@ -25,4 +25,8 @@ struct Upgrade {
 /// and when it cannot be written; it is as it was then.
 Upgrade upgrade_database(const std::filesystem::path& folder, TextView name);
 
+/// Whether the tables of that database are of an older version. Never throws: false where it cannot
+/// be told.
+[[nodiscard]] bool needs_upgrade(const std::filesystem::path& folder, TextView name);
+
 }  // namespace tarnwick::sqlite
