@@ -13,8 +13,9 @@ import subprocess
 import termios
 import time
 
-PATIENCE = 8  # seconds, after which a test gives up
+PATIENCE = 60  # seconds, after which a test gives up
 PROMPT = "ready> "
+RAN = "-ran-"
 END = "\x01"
 TAB = "\t"
 # Keys that make the shell tell the line that is being edited.
@@ -59,6 +60,7 @@ class Shell:
         program.parent.mkdir(exist_ok=True)
         program.write_text(f"""#!/bin/sh
 case $1 in complete | completion) exec {shlex.quote(os.environ["TARNWICK"])} "$@" ;; esac
+echo '{RAN}'
 {{ printf '%s\\n' "$@"; printf '\\001'; }} >{shlex.quote(str(self.pipe))}
 """)
         program.chmod(0o755)
@@ -110,8 +112,7 @@ case $1 in complete | completion) exec {shlex.quote(os.environ["TARNWICK"])} "$@
         self.screen = ""
         self.type(keys + "\r")
         arguments = self.read(lambda told: told.endswith(END), "arguments").split("\n")[:-1]
-        self.screen = ""
-        self.wait_for_prompt()
+        self.read(lambda _: PROMPT in self.screen.rpartition(RAN)[2], "prompt")
         return arguments
 
     def shown_after(self, keys):
