@@ -5,6 +5,7 @@ import grp
 import os
 import pathlib
 import pwd
+import re
 import shlex
 import socket
 import subprocess
@@ -18,6 +19,19 @@ from shell import TAB, Bash, Fish, Zsh
 ACCESS_DENIED = "org.freedesktop.DBus.Error.AccessDenied"
 UNIT = "tarnwick-server.service"
 SAMPLES = pathlib.Path(os.environ.get("TARNWICK_SAMPLE_CLIENTS", ".")).parent
+
+def help_of(*command):
+    return subprocess.run([os.environ["TARNWICK"], *command, "--help"], check=True,
+                          capture_output=True, text=True).stdout
+
+
+def groups_of_commands():
+    listed = help_of().partition("\nSubcommands:\n")[2].partition("\n\n")[0]
+    commands = re.findall(r"(?m)^  ([a-z-]+)", listed)
+    groups = [name for name in commands if "\nSubcommands:\n" in help_of(name)]
+    assert "pc" in groups
+    return groups
+
 
 FILES = {
     "bin/tarnwick",
@@ -33,8 +47,8 @@ FILES = {
     "share/bash-completion/completions/tarnwick",
     "share/zsh/vendor-completions/_tarnwick",
     "share/fish/vendor_completions.d/tarnwick.fish",
-} | {f"share/man/man1/{page}.1" for page in (
-    "tarnwick", "tarnwick-component", "tarnwick-lock", "tarnwick-pc", "tarnwick-report")} | {f"share/dbus-1/interfaces/{NAME}.{name}.xml" for name in (
+    "share/man/man1/tarnwick.1",
+} | {f"share/man/man1/tarnwick-{group}.1" for group in groups_of_commands()} | {f"share/dbus-1/interfaces/{NAME}.{name}.xml" for name in (
     "Server", "Components", "Component", "RegisteredPCs", "RegisteredPC", "Reports", "Report",
     "Automation", "LastCause", "Record", "Rows", "LockPrompt")} | {
         f"share/tarnwick/samples/{path.relative_to(SAMPLES)}" for pattern in
