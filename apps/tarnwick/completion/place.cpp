@@ -29,16 +29,14 @@ class Walk final {
     if (waiting_ != nullptr) {
       place_.given[waiting_] = word;
       waiting_ = nullptr;
-    } else if (place_.only_arguments) {
+    } else if (place_.only_arguments || !begins_option(word)) {
       pass_argument(word);
     } else if (word == "--") {
       place_.only_arguments = true;
     } else if (word.starts_with("--")) {
       pass_long_option(Assignment(word));
-    } else if (begins_option(word)) {
-      pass_short_options(word);
     } else {
-      pass_argument(word);
+      pass_short_options(word);
     }
   }
 
