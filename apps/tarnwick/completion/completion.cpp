@@ -93,9 +93,9 @@ void add_completion_command(CLI::App& app, CommandLine& line) {
   const auto shell = std::make_shared<std::string>();
   add_command(
       app, line, "completion",
-      "Prints what makes a shell complete commands, options and names; the shell reads it once.",
+      "Prints what makes a shell complete commands, options and names. To switch it on in bash: "
       "source <(tarnwick completion bash)",
-      [shell](const Options&) { fmt::print("{}", completion_script(*shell)); })
+      "", [shell](const Options&) { fmt::print("{}", completion_script(*shell)); })
       ->add_option("SHELL", *shell, "the shell: bash, zsh or fish")
       ->required()
       ->check(CLI::IsMember({"bash", "zsh", "fish"}));
