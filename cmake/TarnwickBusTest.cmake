@@ -1,7 +1,7 @@
 # All that these tests start and read: the programs, and the descriptions of the interfaces.
 if(NOT TARGET bus_test_programs)
   add_custom_target(bus_test_programs)
-  add_dependencies(bus_test_programs dbus_interfaces make_database record_login tarnwick
+  add_dependencies(bus_test_programs dbus_interfaces make_database manual record_login tarnwick
                    tarnwick-desktop tarnwick-server)
 endif()
 
@@ -11,5 +11,5 @@ endif()
 function(tarnwick_bus_test name file)
   add_test(NAME ${name} COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_SOURCE_DIR}/${file})
   set_tests_properties(${name} PROPERTIES ENVIRONMENT
-    "PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/automation/dbus;TARNWICK_CMAKE=${CMAKE_COMMAND};TARNWICK_BUILD=${PROJECT_BINARY_DIR};TARNWICK_SERVER=$<TARGET_FILE:tarnwick-server>;TARNWICK_SAMPLE_CLIENTS=${PROJECT_SOURCE_DIR}/samples/clients;TARNWICK_SAMPLE_PROGRAM=$<TARGET_FILE:record_login>;TARNWICK_DESKTOP=$<TARGET_FILE:tarnwick-desktop>;TARNWICK_MAKE_DATABASE=$<TARGET_FILE:make_database>;TARNWICK_INTERFACES=${PROJECT_BINARY_DIR}/automation/dbus/interfaces;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/leaks_of_libraries.supp:print_suppressions=0")
+    "PYTHONPATH=${PROJECT_SOURCE_DIR}/tests/automation/dbus:${PROJECT_SOURCE_DIR}/tests/apps/tarnwick/completion;TARNWICK_CMAKE=${CMAKE_COMMAND};TARNWICK_BUILD=${PROJECT_BINARY_DIR};TARNWICK_SERVER=$<TARGET_FILE:tarnwick-server>;TARNWICK_SAMPLE_CLIENTS=${PROJECT_SOURCE_DIR}/samples/clients;TARNWICK_SAMPLE_PROGRAM=$<TARGET_FILE:record_login>;TARNWICK_DESKTOP=$<TARGET_FILE:tarnwick-desktop>;TARNWICK_MAKE_DATABASE=$<TARGET_FILE:make_database>;TARNWICK_INTERFACES=${PROJECT_BINARY_DIR}/automation/dbus/interfaces;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/leaks_of_libraries.supp:print_suppressions=0")
 endfunction()

@@ -12,8 +12,7 @@ int main(int argc, char** argv) {
   using namespace tarnwick::server_app;
   spdlog::set_default_logger(spdlog::stderr_logger_st("tarnwick-server"));
   Options options;
-  CLI::App app("The security object model as a D-Bus service, org.tarnwick.Security1.",
-               "tarnwick-server");
+  CLI::App app;
   add_options(app, options);
   CLI11_PARSE(app, argc, argv);
   try {

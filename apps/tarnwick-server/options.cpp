@@ -18,6 +18,8 @@ void add_seconds(CLI::App& app, const char* name, std::chrono::seconds& value, c
 }  // namespace
 
 void add_options(CLI::App& app, Options& options) {
+  app.name("tarnwick-server");
+  app.description("The security object model as a D-Bus service, org.tarnwick.Security1.");
   auto* system = app.add_flag("--system", options.system_bus, "Serve the system bus");
   app.add_option("--address", options.address, "Serve the bus at this D-Bus address")
       ->type_name("ADDRESS")

@@ -31,7 +31,7 @@ struct Options {
   std::chrono::seconds idle{2};
 };
 
-/// Makes the switches known to `app`; `options` must outlive it.
+/// Tells `app` what the service is and its switches; `options` must outlive it.
 void add_options(CLI::App& app, Options& options);
 
 }  // namespace tarnwick::server_app

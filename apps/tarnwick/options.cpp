@@ -10,6 +10,7 @@
 #include <iterator>
 
 #include "ado/connection_string.h"
+#include "apps/tarnwick/completion/values.h"
 #include "apps/tarnwick/terminal/terminal_mode.h"
 #include "platform/file_system.h"
 #include "runtime/case_mapping.h"
@@ -148,6 +149,7 @@ void add_options(CLI::App& app, Options& options) {
          "what to do about a row that another process maintains: ask (on the terminal, else on the "
          "desktop, else cancel), cancel, or retry:N times")
       ->type_name("HOW");
+  note_values(*app.get_option("--when-locked"), {"ask", "cancel", "retry:3"});
   app.add_option_function<std::uint32_t>(
          "--question-timeout",
          [&options](std::uint32_t seconds) {

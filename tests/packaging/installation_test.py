@@ -5,6 +5,7 @@ import grp
 import os
 import pathlib
 import pwd
+import re
 import shlex
 import socket
 import subprocess
@@ -13,10 +14,24 @@ import unittest
 
 from private_bus import (NAME, PASSWORD, ROLE, ROOT, Bus, Client, Database, Failed, Gio, GLib,
                          until)
+from shell import TAB, Bash, Fish, Zsh
 
 ACCESS_DENIED = "org.freedesktop.DBus.Error.AccessDenied"
 UNIT = "tarnwick-server.service"
 SAMPLES = pathlib.Path(os.environ.get("TARNWICK_SAMPLE_CLIENTS", ".")).parent
+
+def help_of(*command):
+    return subprocess.run([os.environ["TARNWICK"], *command, "--help"], check=True,
+                          capture_output=True, text=True).stdout
+
+
+def groups_of_commands():
+    listed = help_of().partition("\nSubcommands:\n")[2].partition("\n\n")[0]
+    commands = re.findall(r"(?m)^  ([a-z-]+)", listed)
+    groups = [name for name in commands if "\nSubcommands:\n" in help_of(name)]
+    assert "pc" in groups
+    return groups
+
 
 FILES = {
     "bin/tarnwick",
@@ -28,7 +43,12 @@ FILES = {
     f"lib/systemd/user/{UNIT}",
     f"lib/systemd/system/{UNIT}",
     "lib/sysusers.d/tarnwick.conf",
-} | {f"share/dbus-1/interfaces/{NAME}.{name}.xml" for name in (
+    "share/man/man8/tarnwick-server.8",
+    "share/bash-completion/completions/tarnwick",
+    "share/zsh/vendor-completions/_tarnwick",
+    "share/fish/vendor_completions.d/tarnwick.fish",
+    "share/man/man1/tarnwick.1",
+} | {f"share/man/man1/tarnwick-{group}.1" for group in groups_of_commands()} | {f"share/dbus-1/interfaces/{NAME}.{name}.xml" for name in (
     "Server", "Components", "Component", "RegisteredPCs", "RegisteredPC", "Reports", "Report",
     "Automation", "LastCause", "Record", "Rows", "LockPrompt")} | {
         f"share/tarnwick/samples/{path.relative_to(SAMPLES)}" for pattern in
@@ -124,6 +144,35 @@ class Installation(Folders):
              "--password-file", str(password), "--sample"], capture_output=True, text=True)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         self.assertIn("with 1 components", result.stdout)
+
+    def test_lets_shells_find_how_they_complete_command_lines(self):
+        prefix = self.prefix
+
+        class InstalledBash(Bash):
+            RC = Bash.RC.replace("source <(tarnwick completion bash)",
+                                 "source /usr/share/bash-completion/bash_completion")
+
+        class InstalledZsh(Zsh):
+            RC = Zsh.RC.replace("source <(tarnwick completion zsh)", "").replace(
+                "autoload", f"fpath=({shlex.quote(str(prefix / 'share/zsh/vendor-completions'))} "
+                "$fpath)\nautoload", 1)
+
+        class InstalledFish(Fish):
+            RC = Fish.RC.replace("tarnwick completion fish | source", "")
+
+        for kind in (InstalledBash, InstalledZsh, InstalledFish):
+            with self.subTest(shell=kind.NAME), tempfile.TemporaryDirectory() as folder:
+                shell = kind(folder, {"XDG_DATA_DIRS": str(prefix / "share")})
+                self.addCleanup(shell.close)
+                self.assertEqual(shell.line_after("tarnwick rep" + TAB + "ren" + TAB),
+                                 "tarnwick report rename ")
+
+    def test_lets_man_find_the_pages(self):
+        environment = {**os.environ, "MANPATH": str(self.prefix / "share/man"), "LC_ALL": "C.UTF-8"}
+        for page in ("tarnwick", "tarnwick-pc", "tarnwick-server"):
+            shown = subprocess.run(["man", page], capture_output=True, text=True, env=environment)
+            self.assertEqual((shown.returncode, shown.stderr), (0, ""))
+            self.assertIn(page, shown.stdout)
 
     def test_starts_the_units_by_the_bus(self):
         for kind, folder in (("user", "services"), ("system", "system-services")):

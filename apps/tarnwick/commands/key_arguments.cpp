@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "apps/tarnwick/completion/values.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/naming.h"
 #include "apps/tarnwick/options.h"
@@ -28,7 +29,7 @@ void KeyArguments::add_options(CLI::App& command) {
   if (record_class_ == ClassId::kComponent) {
     command.add_option("ID", component_, "the component's id")->required()->check(id_range());
   } else if (record_class_ == ClassId::kReport) {
-    command.add_option("NAME", name_, "the report's name")->required();
+    note_report(*command.add_option("NAME", name_, "the report's name")->required());
   } else {
     command.add_option("COMPUTER", name_, "the PC's computer id, or its MAC number")->required();
     add_component_option(command, component_, "the component, where the PC uses several");

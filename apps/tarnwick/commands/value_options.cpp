@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "apps/tarnwick/completion/values.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/switches.h"
 #include "apps/tarnwick/options.h"
@@ -44,6 +45,9 @@ void ValueOptions::add_options(CLI::App& command) {
     Given& given = given_.emplace_back(&attribute, std::move(name));
     given.option = command.add_option(given.name, given.text, help(attribute))
                        ->type_name(type_name(attribute.zero));
+    if (const auto values = all_values(attribute.zero); !values.empty()) {
+      note_values(*given.option, {values.begin(), values.end()});
+    }
   }
   for (const auto& [name, what] : kInFiles) {
     const Attribute* attribute = client::find_attribute(record_class_, name);

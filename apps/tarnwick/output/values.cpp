@@ -174,27 +174,30 @@ nlohmann::ordered_json to_json(const Row& row) {
   return json;
 }
 
-std::string choices(const AttributeValue& like) {
+std::vector<std::string_view> all_values(const AttributeValue& like) {
   return std::visit(
-      []<class T>(const T&) -> std::string {
+      []<class T>(const T&) -> std::vector<std::string_view> {
+        std::vector<std::string_view> values;
         if constexpr (std::is_same_v<T, bool>) {
-          return "yes or no";
-        } else if constexpr (std::is_same_v<T, Date>) {
-          return "yyyy-mm-dd [hh:mm:ss]";
+          values = {"yes", "no"};
         } else if constexpr (std::is_enum_v<T>) {
-          std::vector<std::string_view> names;
           for (const std::string_view name : kNames<T>) {
-            if (!name.empty()) names.push_back(name);
+            if (!name.empty()) values.push_back(name);
           }
-          if (names.size() < kNames<T>.size()) names.push_back(kNone);
-          const std::string_view last = names.back();
-          names.pop_back();
-          return fmt::format("{} or {}", fmt::join(names, ", "), last);
-        } else {
-          return {};
+          if (values.size() < kNames<T>.size()) values.push_back(kNone);
         }
+        return values;
       },
       like);
+}
+
+std::string choices(const AttributeValue& like) {
+  if (std::holds_alternative<Date>(like)) return "yyyy-mm-dd [hh:mm:ss]";
+  std::vector<std::string_view> values = all_values(like);
+  if (values.empty()) return {};
+  const std::string_view last = values.back();
+  values.pop_back();
+  return fmt::format("{} or {}", fmt::join(values, ", "), last);
 }
 
 }  // namespace tarnwick::cli

@@ -3,6 +3,7 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "apps/tarnwick/session/session.h"
 
@@ -27,6 +28,10 @@ namespace tarnwick::cli {
 /// As parse, from what to_json makes.
 [[nodiscard]] AttributeValue from_json(std::string_view name, const nlohmann::ordered_json& json,
                                        const AttributeValue& like);
+
+/// All values of the same type as `like`, as they are written: yes and no, the names of an
+/// enumeration; none for a text, a number or a date.
+[[nodiscard]] std::vector<std::string_view> all_values(const AttributeValue& like);
 
 /// What may be written for a value of the same type as `like`: "yes or no", the names of an
 /// enumeration; empty for a text or a number.

@@ -1,0 +1,95 @@
+#include "apps/tarnwick/command_tree.h"
+
+#include <CLI/CLI.hpp>
+
+#include "apps/tarnwick/completion/completion.h"
+
+namespace tarnwick::cli {
+
+CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string& help,
+                    const std::string& example) {
+  // Without a footer of its own it would bear the parent's.
+  return parent.add_subcommand(name, help)
+      ->footer(example.empty() ? " " : "Example:\n  " + example);
+}
+
+CLI::App* add_command(CLI::App& parent, CommandLine& line, const std::string& name,
+                      const std::string& help, const std::string& example, Run run) {
+  return add_group(parent, name, help, example)->callback([&line, run] { line.chosen = run; });
+}
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  tarnwick init ./var --role dw_admin --password-file ./password --sample
+  export TARNWICK_CONNECT='Provider=Tarnwick.Embedded;Data Source=./var'
+  export TARNWICK_ROLE=dw_admin TARNWICK_PASSWORD_FILE=./password
+  tarnwick component tree
+  tarnwick pc list --component 10 --active
+  tarnwick report set 'Open Orders' --report-version 1.8.0
+  tarnwick report list --json | jq '.[].Name'
+
+Every command has a --help of its own. The switches above may stand anywhere.
+
+Commands talk to the D-Bus service of the session and start it where nothing else does; without a
+session, or where they would disturb its other clients, they start one of their own. Only init,
+copy, upgrade, lock list and the role commands always work on the database itself.
+
+Exit codes: 0 done; 1 failed, the account is on standard error; 2 wrong usage; 3 the record was
+changed by someone else since it was read; 4 another process maintains the row; 5 no such record;
+6 the connection was lost while it was written, so that nobody knows whether it was.)";
+
+/// Help that keeps to the width of a page.
+class WrappingFormatter final : public CLI::Formatter {
+ public:
+  std::string make_option_desc(const CLI::Option* option) const override {
+    return wrapped(CLI::Formatter::make_option_desc(option));
+  }
+  std::string make_subcommand(const CLI::App* command) const override {
+    std::ostringstream line;
+    CLI::detail::format_help(line, command->get_display_name(true),
+                             wrapped(command->get_description()), column_width_);
+    return line.str();
+  }
+
+ private:
+  [[nodiscard]] std::string wrapped(const std::string& text) const {
+    const std::size_t width = 100 - column_width_;
+    std::string result;
+    std::size_t used = 0;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+      const bool fits = used + 1 + word.size() <= width;
+      if (!result.empty()) result += fits ? ' ' : '\n';
+      used = (fits && !result.empty() ? used + 1 : 0) + word.size();
+      result += word;
+    }
+    return result;
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<CLI::App> make_command_tree(CommandLine& line) {
+  auto tree = std::make_unique<CLI::App>(
+      "Reads and maintains the components, PCs and reports of a data warehouse.", "tarnwick");
+  CLI::App& app = *tree;
+  app.set_version_flag("--version", TARNWICK_VERSION);
+  app.fallthrough();
+  app.footer(kFooter);
+  app.formatter(std::make_shared<WrappingFormatter>());
+  add_options(app, line.options);
+  add_init_command(app, line);
+  add_check_command(app, line);
+  add_component_commands(app, line);
+  add_pc_commands(app, line);
+  add_report_commands(app, line);
+  add_lock_commands(app, line);
+  add_role_commands(app, line);
+  add_copy_command(app, line);
+  add_upgrade_command(app, line);
+  add_completion_command(app, line);
+  return tree;
+}
+
+}  // namespace tarnwick::cli

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tarnwick::cli {
+
+/// What `shell` ("bash", "zsh", "fish") reads to complete the program's command lines.
+[[nodiscard]] std::string_view completion_script(const std::string& shell);
+
+}  // namespace tarnwick::cli
