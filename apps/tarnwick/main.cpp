@@ -165,6 +165,7 @@ int parse_and_run(int argc, char** argv) {
   add_lock_commands(app, line);
   add_copy_command(app, line);
   add_upgrade_command(app, line);
+  add_file_commands(app, line);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

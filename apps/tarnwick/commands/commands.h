@@ -37,5 +37,6 @@ void add_report_commands(CLI::App& app, CommandLine& line);
 void add_lock_commands(CLI::App& app, CommandLine& line);
 void add_copy_command(CLI::App& app, CommandLine& line);
 void add_upgrade_command(CLI::App& app, CommandLine& line);
+void add_file_commands(CLI::App& app, CommandLine& line);
 
 }  // namespace tarnwick::cli
