@@ -13,10 +13,12 @@ namespace {
 
 void tell_nothing(const Row&, const std::optional<Row>&, const Row&) {}
 
-// The values that are written; all others are left as they are.
+// The values that are written; all others are left as they are, but in a new record, where
+// something else would stand.
 Row values_of(const Change& change) {
   Row wanted = change.record->row;
   read_nulls(wanted);
+  if (change.action == Change::Action::kAdd) return wanted;
   Row values(wanted.record_class());
   for (const Difference& difference : change.differences) {
     if (!difference.written || difference.field->kind != FileField::Kind::kValue) continue;

@@ -170,15 +170,15 @@ std::string lines_of(const Totals& totals, Outcome outcome) {
                                         outcome == Outcome::kPlanned ? "Would be done: " : "",
                                         totals.added, totals.changed, totals.deleted);
   if (totals.left_alone > 0) {
-    lines += fmt::format("{} left alone: someone else changed or maintains them.\n",
+    lines += fmt::format("{} left alone: changed or maintained by someone else.\n",
                          counted(totals.left_alone, "record"));
   }
   if (totals.not_written > 0) {
-    lines += fmt::format("{} left as they are: the object model does not write them.\n",
-                         counted(totals.not_written, "value"));
+    lines +=
+        fmt::format("{} not written by the object model.\n", counted(totals.not_written, "value"));
   }
   if (totals.only_stored > 0) {
-    lines += fmt::format("{} not in the folder: apply --prune deletes them.\n",
+    lines += fmt::format("{} not in the folder, to be deleted by apply --prune.\n",
                          counted(totals.only_stored, "record"));
   }
   return lines;
