@@ -6,7 +6,6 @@
 
 #include "ado/recordset.h"
 #include "apps/tarnwick/files/json_records.h"
-#include "apps/tarnwick/output/values.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -19,11 +18,11 @@ Bytes bytes_of(const std::filesystem::path& file) {
 
 Variant variant_of(const AttributeValue& value) {
   return std::visit(
-      []<class T>(const T& held) -> Variant {
+      []<class T>([[maybe_unused]] const T& held) -> Variant {
         if constexpr (std::is_same_v<T, MaintTypeEnum>) {
           return static_cast<std::int32_t>(held);
         } else if constexpr (std::is_enum_v<T>) {
-          return from_utf8(display(held));  // a column holds the code
+          return Text();  // no code
         } else {
           return held;
         }
@@ -37,7 +36,12 @@ void insert(ado::Recordset& table, const FileRecord& record) {
     ado::Field column = table.field(from_utf8(field.name));
     if (field.kind == FileField::Kind::kValue) {
       const AttributeValue& value = record.row[*field.attribute];
-      if (!std::holds_alternative<Empty>(value)) column.set_value(variant_of(value));
+      const auto code = record.codes.find(field.name);
+      if (code != record.codes.end()) {
+        column.set_value(code->second);
+      } else if (!std::holds_alternative<Empty>(value)) {
+        column.set_value(variant_of(value));
+      }
     } else {
       const auto& file = field.kind == FileField::Kind::kTtx ? record.ttx : record.report_file;
       if (!file.empty()) column.set_value(bytes_of(file));

@@ -19,6 +19,11 @@ namespace fs = std::filesystem;
 
 using Fields = std::span<const FileField>;
 
+bool is_code(const AttributeValue& value) {
+  return std::holds_alternative<ReportCodeEnum>(value) ||
+         std::holds_alternative<ReportTypesEnum>(value);
+}
+
 /// Makes records of what one file says.
 class RecordReader final {
  public:
@@ -34,7 +39,7 @@ class RecordReader final {
 
  private:
   FileRecord record(const RawRecord& raw) {
-    FileRecord record{.row = Row(class_), .ttx = {}, .report_file = {}};
+    FileRecord record{.row = Row(class_)};
     for (const RawRecord::Field& field : raw.fields) take(record, field);
     for (const FileField& field : fields_) require_value(record.row, field, raw.line);
     const auto [first, is_new] = lines_.try_emplace(identity_of(record.row), raw.line);
@@ -56,7 +61,11 @@ class RecordReader final {
       record.report_file = file_named(raw);
     } else {
       try {
-        record.row.set(*field->attribute, from_file_value(*field->attribute, raw.value));
+        const AttributeValue value = from_file_value(*field->attribute, raw.value);
+        record.row.set(*field->attribute, value);
+        if (is_code(value) && value != field->attribute->zero) {
+          record.codes[field->name] = from_utf8(raw.value.get_ref<const std::string&>());
+        }
       } catch (const BadValue& error) {
         refuse_line(file_, raw.line, fmt::format("{} {}", raw.name, error.what()));
       }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <filesystem>
+#include <map>
 #include <string_view>
 #include <vector>
 
@@ -11,10 +12,11 @@ namespace tarnwick::cli {
 
 /// A record that stands in a file.
 struct FileRecord {
-  Row row;  // the values, Empty where the file has null
+  Row row;                                      // the values, Empty where the file has null
+  std::map<std::string_view, Text> codes = {};  // as the file spells them, by their fields
   // Files that hold more of it; empty: none.
-  std::filesystem::path ttx;
-  std::filesystem::path report_file;
+  std::filesystem::path ttx = {};
+  std::filesystem::path report_file = {};
 };
 
 /// The records of a database as files, in the order of documents().

@@ -52,8 +52,7 @@ TEST(ApplyChange, AddsWhereTheTransportOffersNoInsert) {
   ASSERT_TRUE(process.connect());
   const Session session(nullptr, std::make_unique<WithoutInsert>(process.state));
   RecordFolder folder;
-  FileRecord& report =
-      folder[2].emplace_back(FileRecord{.row = Row::of<Report>(), .ttx = {}, .report_file = {}});
+  FileRecord& report = folder[2].emplace_back(FileRecord{.row = Row::of<Report>()});
   report.row.set<Report, "Name">(u"New");
   report.row.set<Report, "Title">(u"Mine");
   const auto changes = compare(session, folder, {});

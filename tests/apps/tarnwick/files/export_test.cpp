@@ -92,27 +92,9 @@ TEST_F(Export, HoldsEveryColumnOfTheTablesButVersionsAndStamps) {
     columns.erase("RowVersion");
     columns.erase("SoftLock");
     std::set<std::string> keys;
-    for (const auto& [key, value] : document(name).at(0).items()) keys.insert(key);
+    const Json records = document(name);
+    for (const auto& [key, value] : records.at(0).items()) keys.insert(key);
     EXPECT_EQ(keys, columns) << table;
-  }
-}
-
-TEST_F(Export, HoldsEveryValueOfTheSamples) {
-  export_catalog();
-  for (const char* name : {"components.json", "pcs.json", "reports.json"}) {
-    const Json exported = document(name);
-    const Json samples = Json::parse(content_of(kSamples / name));
-    ASSERT_EQ(exported.size(), samples.size());
-    for (const Json& sample : samples) {
-      const bool is_there = std::ranges::any_of(exported, [&](const Json& record) {
-        return std::ranges::all_of(sample.items(), [&](const auto& item) {
-          const Json& value = record.at(item.key());
-          const bool nothing = value == "" || value == 0 || value.is_null();
-          return item.value().is_null() ? nothing : value == item.value();
-        });
-      });
-      EXPECT_TRUE(is_there) << sample;
-    }
   }
 }
 
