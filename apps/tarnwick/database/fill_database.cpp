@@ -23,6 +23,9 @@ Variant variant_of(const AttributeValue& value) {
           return static_cast<std::int32_t>(held);
         } else if constexpr (std::is_enum_v<T>) {
           return Text();  // no code
+        } else if constexpr (std::is_same_v<T, Date>) {
+          // What lies outside the calendar is no date to the engine.
+          return is_in_calendar(held) ? Variant(held) : Variant(held.days);
         } else {
           return held;
         }

@@ -37,7 +37,7 @@ class Export : public FolderTest {
                              "A  B", "O''Brien", "trailing ", ".hidden", "a/b", "a\\b", "a:b"}) {
       sql(std::string("Insert Into DW_Reports (ReportName, ImageIndex, MaintType, TTX_Binary, "
                       "Report_Binary) Values ('") +
-          name + "', 0, 0, randomblob(20), randomblob(300))");
+          name + "', 0, 0, x'0109FF0D0A41', randomblob(300))");
     }
     sql("Insert Into DW_Reports (ReportName, Title, TTX_Binary, Report_Binary) Values "
         "(hex(zeroblob(60)), '', x'', x'');"

@@ -164,7 +164,10 @@ TEST_F(RecordFolders, AreRefusedForDocumentsOfAnotherShape) {
   components("[\n {\"CompID\": 1,\n  \"CompName\":\n {}}]");
   expect_refused("components.json",
                  ", line 3: CompName is an array or an object, but must be a single value.");
-  components("[\n {\"CompID\": 1},\n {\"CompName\": [\n]}]");
+  components("[\n {\"CompID\": 1,\n  \"CompName\": [\n]}]");
+  expect_refused("components.json",
+                 ", line 3: CompName is an array or an object, but must be a single value.");
+  components("[\n {\n\"CompID\": 1}]");
   expect_refused("components.json", ", line 2: ForceDisplay is missing, or null.");
 }
 
@@ -196,6 +199,7 @@ TEST_F(RecordFolders, AreRefusedForFieldsThatMakeNoSense) {
   }
   components(R"([{"CompID": 1, "ForceDisplay": 1, "MaintType": 2}])");
   expect_refused("components.json", ", line 1: ForceDisplay is 1, but must be true or false.");
+  components("[]");
   pcs(std::string("[") + std::string(kPc).substr(0, std::string(kPc).size() - 1) +
       ",\n \"LastLogin\": \"yesterday\"}]");
   expect_refused("pcs.json",
