@@ -9,14 +9,28 @@
 namespace tarnwick::client {
 namespace {
 
+template <class Value>
+AttributeValue value_of_null(const Nulls& nulls, Form form) {
+  if (form == Form::kOwn) return Value();
+  if (nulls.refused) return Empty();
+  if constexpr (std::is_arithmetic_v<Value> || std::is_enum_v<Value>) {
+    return static_cast<Value>(nulls.value);
+  } else {
+    return Value();
+  }
+}
+
 template <class Record>
 std::vector<Attribute> make_attributes() {
   std::vector<Attribute> made;
   const automation::Class& of = automation::class_of(automation::kClassOf<Record>);
   const auto add = [&]<auto kGet, auto kSet>(const Property<kGet, kSet>& property) {
+    using Value = typename Property<kGet, kSet>::Value;
     made.push_back({.member = automation::find_member(of, property.name),
                     .description = property.description,
-                    .zero = typename Property<kGet, kSet>::Value(),
+                    .column = property.reading.column,
+                    .zero = Value(),
+                    .null = value_of_null<Value>(property.reading.nulls, property.form),
                     .key = property.key,
                     .stored = property.writing.place != 0,
                     .settable = property.access == Access::kReadWrite,

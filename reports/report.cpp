@@ -171,7 +171,7 @@ bool Report::extract_report(TextView full_path_name) {
     }
     const ado::Field file = state_.report_row->field(u"Report_Binary");
     if (file.is_null()) {
-      raise_message(state_, u"The Report_Binary field is null, no report is stored in the table!");
+      raise_message(state_, Text(kNoReportFile));
     }
     bytes_to_file(state_, to_bytes(file.value()), full_path_name);
     result = true;

@@ -53,6 +53,9 @@ class Report final : public RecordObject {
   /// whatever extension was given. A character above U+00FF fails: nothing is written.
   bool extract_ttx(TextView full_path_name);
 
+  /// What the last cause says where `extract_report` found the report, and no report file with it.
+  static constexpr TextView kNoReportFile =
+      u"The Report_Binary field is null, no report is stored in the table!";
   /// Writes the stored report file to this file.
   bool extract_report(TextView full_path_name);
 

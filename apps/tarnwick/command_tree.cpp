@@ -88,6 +88,7 @@ std::unique_ptr<CLI::App> make_command_tree(CommandLine& line) {
   add_role_commands(app, line);
   add_copy_command(app, line);
   add_upgrade_command(app, line);
+  add_file_commands(app, line);
   add_completion_command(app, line);
   return tree;
 }

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <sstream>
+#include <utility>
 
 #include "ado/connection_string.h"
 #include "apps/tarnwick/completion/values.h"
@@ -221,11 +223,13 @@ Text file_argument(const std::string& argument) {
 
 std::string content_of(const std::filesystem::path& file, ExitCode code) {
   std::ifstream stream(file, std::ios::binary);
-  std::string content{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.is_open() || stream.bad()) {
+  std::ostringstream content;
+  // To take over nothing would count as a failure.
+  if (stream.peek() != std::ifstream::traits_type::eof()) content << stream.rdbuf();
+  if (!stream.is_open() || stream.bad() || content.bad()) {
     throw Failure(code, fmt::format("The file '{}' cannot be read.", file.string()));
   }
-  return content;
+  return std::move(content).str();
 }
 
 }  // namespace tarnwick::cli

@@ -60,6 +60,18 @@ TEST(Attributes, TellWhatMayBeDoneWithThem) {
   EXPECT_EQ(find_attribute(ClassId::kReport, "name"), nullptr);
 }
 
+TEST(Attributes, KnowTheirColumnsAndWhatNullIsReadAs) {
+  const Attribute& picture = *find_attribute(ClassId::kComponent, "ImageIndex");
+  EXPECT_EQ(picture.column, u"ImageIndex");
+  EXPECT_EQ(picture.null, AttributeValue(std::int16_t{1}));
+  EXPECT_EQ(find_attribute(ClassId::kReport, "SQL")->column, u"SQLStmnt");
+  EXPECT_EQ(find_attribute(ClassId::kReport, "SQL")->null, AttributeValue(Text()));
+  EXPECT_EQ(find_attribute(ClassId::kReport, "TTX")->null, AttributeValue(Text()));
+  EXPECT_EQ(find_attribute(ClassId::kReport, "Created")->null, AttributeValue(Date()));
+  EXPECT_EQ(find_attribute(ClassId::kReport, "Name")->null, AttributeValue(Empty()))
+      << "it may not be null";
+}
+
 TEST(Attributes, ConvertWhatTheirMembersGiveAndTake) {
   const Attribute& code = *find_attribute(ClassId::kComponent, "ReportCode");
   EXPECT_EQ(from_member_value(code, std::int32_t{PCAll_rc}), AttributeValue(PCAll_rc));

@@ -39,5 +39,6 @@ void add_lock_list_command(CLI::App& locks, CommandLine& line);
 void add_copy_command(CLI::App& app, CommandLine& line);
 void add_role_commands(CLI::App& app, CommandLine& line);
 void add_upgrade_command(CLI::App& app, CommandLine& line);
+void add_file_commands(CLI::App& app, CommandLine& line);
 
 }  // namespace tarnwick::cli

@@ -8,9 +8,11 @@
 
 #include "apps/common/engines.h"
 #include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/database/fill_database.h"
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/database/samples.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/files/record_folder.h"
 #include "apps/tarnwick/output/shell_word.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/create_database.h"
@@ -21,7 +23,7 @@ namespace {
 
 struct Arguments {
   std::string folder;
-  std::string sample_folder;
+  std::string from;
   bool sample = false;
 };
 
@@ -32,11 +34,11 @@ void init(const Options& options, const Arguments& arguments) {
   const Text role = text_argument(options.role);
   require_no_quote(role, "The role");
   const Text folder = file_argument(arguments.folder);
-  std::optional<Samples> samples;
-  if (!arguments.sample_folder.empty()) {
-    samples.emplace(arguments.sample_folder);
+  std::optional<RecordFolder> records;
+  if (!arguments.from.empty()) {
+    records = read_folder(arguments.from);
   } else if (arguments.sample) {
-    samples.emplace(samples_folder());
+    records = read_folder(samples_folder());
   }
   const Text password = read_password(options.password_file, true);
   require_no_quote(password, "The password");
@@ -45,11 +47,11 @@ void init(const Options& options, const Arguments& arguments) {
   const Text connect_string = embedded_connect_string(folder);
   const auto file = native_folder / (to_utf8(kDatabase) + ".db");
   std::function<void(TextView)> fill;
-  if (samples) {
+  if (records) {
     fill = [&](TextView name) {
       apps::ProgramEngines engines;
-      samples->insert_into(
-          open_in_role(engines.list(), connect_string, role, password, nullptr, name));
+      fill_database(open_in_role(engines.list(), connect_string, role, password, nullptr, name),
+                    *records);
     };
   }
   finish_first([&] {
@@ -61,9 +63,10 @@ void init(const Options& options, const Arguments& arguments) {
     }
   });
   fmt::print("Made the embedded database {}", file.string());
-  if (samples) {
-    fmt::print(" with {} components, {} PCs and {} reports", samples->components.size(),
-               samples->pcs.size(), samples->reports.size());
+  if (records) {
+    const auto& [components, pcs, reports] = *records;
+    fmt::print(" with {} components, {} PCs and {} reports", components.size(), pcs.size(),
+               reports.size());
   }
   fmt::print(".\nTo connect:\n  export TARNWICK_CONNECT={}\n  export TARNWICK_ROLE={}\n",
              shell_word(to_utf8(connect_string)), shell_word(options.role));
@@ -84,8 +87,8 @@ void add_init_command(CLI::App& app, CommandLine& line) {
   command->add_option("FOLDER", arguments->folder, "where; made if it is not there")->required();
   command->add_flag("--sample", arguments->sample, "fill it with the sample data");
   command
-      ->add_option("--sample-folder", arguments->sample_folder,
-                   "fill it with the sample data that lie in this folder")
+      ->add_option("--from,--sample-folder", arguments->from,
+                   "fill it with what lies in this folder, as export writes it")
       ->type_name("DIR");
 }
 

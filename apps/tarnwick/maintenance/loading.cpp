@@ -26,7 +26,7 @@ Loaded load_rows(const Session& session, const std::string& what, const Filter& 
   Loaded loaded;
   loaded.complete = list.template call<"Refresh">();
   loaded.rows = list.rows();
-  fill_gaps(loaded.rows);
+  loaded.gaps = fill_gaps(loaded.rows);
   if (leave_out) std::erase_if(loaded.rows, leave_out);
   loaded.account = session.last_error_msg();
   loaded.cause = session.last_cause();
@@ -56,15 +56,18 @@ Loaded load_pcs(const Session& session, std::optional<std::int16_t> comp_id) {
 
 Loaded load_reports(const Session& session) { return load_rows<"Reports">(session, "the reports"); }
 
-void fill_gaps(std::vector<Row>& rows) {
+bool fill_gaps(std::vector<Row>& rows) {
+  bool any = false;
   for (Row& row : rows) {
     if (row.complete()) continue;
+    any = true;
     row.fill();
     tell_error(
         fmt::format("{} has a text that the bus cannot carry; it is shown as empty. With "
                     "--in-process the service is not needed.",
                     describe(row)));
   }
+  return any;
 }
 
 void refuse_load(const std::string& what, const FailureCause& cause, TextView account) {

@@ -12,6 +12,7 @@ namespace tarnwick::cli {
 struct Loaded {
   std::vector<Row> rows;
   bool complete = true;
+  bool gaps = false;  // texts that could not be had are shown as empty
   Text account;
   FailureCause cause;
 };
@@ -24,8 +25,9 @@ struct Loaded {
                               std::optional<std::int16_t> comp_id = std::nullopt);
 [[nodiscard]] Loaded load_reports(const Session& session);
 
-/// Fills what is not known in rows that were fetched, and tells of each on standard error.
-void fill_gaps(std::vector<Row>& rows);
+/// Fills what is not known in rows that were fetched, and tells of each on standard error. Whether
+/// there were any.
+bool fill_gaps(std::vector<Row>& rows);
 
 /// Throws the Failure of a load of `what` ("the components") that left `cause` and `account`.
 [[noreturn]] void refuse_load(const std::string& what, const FailureCause& cause, TextView account);

@@ -91,6 +91,13 @@ Record make_record(const Session& session, const Row& row) {
   return record;
 }
 
+Row new_row(const Session& session, const Row& key) {
+  client::Transport& transport = session.transport();
+  Row row = transport.read(transport.create(automation::class_of(key.record_class())));
+  row.overlay(key);
+  return row;
+}
+
 Row row_of(const Record& record) {
   Row row = record.read();
   if (!row.complete()) {
@@ -145,8 +152,8 @@ void remove(const Session& session, const Row& key) {
   }
 }
 
-void write(const Session& session, const Options& options, const Record& record, const Row& read,
-           const Row& wanted, const std::function<UpdateErrorEnum()>& step) {
+void write(const Session& session, const Record& record, const Row& read, const Row& wanted,
+           const std::function<UpdateErrorEnum()>& step, const ExplainConflict& explain) {
   const std::string what = describe(read);
   session.clear_last_cause();
   const UpdateErrorEnum result = carry_out(step);
@@ -170,7 +177,7 @@ void write(const Session& session, const Options& options, const Record& record,
   std::optional<Row> stored;
   if (const auto other = read_if_there(session, key_of(wanted))) stored = row_of(*other);
   if (!changed && !stored) refuse_write(cause, what, account);
-  explain_conflict(options, read, stored, wanted);
+  explain(read, stored, wanted);
   throw Failure(ExitCode::kChanged,
                 came ? fmt::format("{} was added by someone else meanwhile; nothing was written.",
                                    describe(wanted))
@@ -178,6 +185,14 @@ void write(const Session& session, const Options& options, const Record& record,
                                    "written.",
                                    what),
                 account);
+}
+
+void write(const Session& session, const Options& options, const Record& record, const Row& read,
+           const Row& wanted, const std::function<UpdateErrorEnum()>& step) {
+  write(session, record, read, wanted, step,
+        [&](const Row& before, const std::optional<Row>& stored, const Row& to_write) {
+          explain_conflict(options, before, stored, to_write);
+        });
 }
 
 void tell_written(const Session& session, const Options& options, const Row& before,
@@ -207,9 +222,7 @@ void add(const Session& session, const Options& options, const Addition& additio
   if (is_there(session, key)) {
     throw Failure(ExitCode::kFailed, fmt::format("{} {}.", describe(key), addition.exists));
   }
-  client::Transport& transport = session.transport();
-  Row before = transport.read(transport.create(automation::class_of(key.record_class())));
-  before.overlay(key);
+  const Row before = new_row(session, key);
   Row values = before;
   values.overlay(addition.given);
   const Record record = make_record(session, values);

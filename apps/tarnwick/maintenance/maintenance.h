@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "apps/tarnwick/options.h"
@@ -13,6 +14,9 @@ namespace tarnwick::cli {
 /// A record object that bears what `row` knows, for maintenance. Throws Failure, also as
 /// require_plain_key.
 [[nodiscard]] Record make_record(const Session& session, const Row& row);
+
+/// What a new object of the class of `key` has, with this key.
+[[nodiscard]] Row new_row(const Session& session, const Row& key);
 
 /// What the record was loaded with while its row was locked, without the stamp of that lock. Throws
 /// Failure for a record with a text that cannot be had: it would be lost if it were written back.
@@ -36,9 +40,16 @@ namespace tarnwick::cli {
 /// process maintains is not deleted under its hands. Throws Failure as `lock`, and kUnknown.
 void remove(const Session& session, const Row& key);
 
+/// Called where a write was refused because the row changed, or came: what was read, what is stored
+/// now (nothing when the row is gone) and what was to be written.
+using ExplainConflict =
+    std::function<void(const Row& read, const std::optional<Row>& stored, const Row& wanted)>;
+
 /// Runs `step`, which writes `wanted` to the row that `read` was read from (version_of is empty
-/// when there was none), and answers for the result: a refusal because the row changed, or came, is
-/// explained column by column. Throws Failure; the record is unlocked then.
+/// when there was none), and answers for the result. Throws Failure; the record is unlocked then.
+void write(const Session& session, const Record& record, const Row& read, const Row& wanted,
+           const std::function<UpdateErrorEnum()>& step, const ExplainConflict& explain);
+/// The same; a conflict is explained column by column on standard output.
 void write(const Session& session, const Options& options, const Record& record, const Row& read,
            const Row& wanted, const std::function<UpdateErrorEnum()>& step);
 

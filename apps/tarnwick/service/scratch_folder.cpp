@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <mutex>
 #include <set>
-#include <string>
 #include <system_error>
+#include <utility>
 
 namespace tarnwick::cli {
 namespace {
@@ -26,13 +26,20 @@ Registry& registry() {
 }  // namespace
 
 ScratchFolder::ScratchFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "tarnwick-XXXXXX").string();
+  make((std::filesystem::temp_directory_path() / "tarnwick-XXXXXX").string());
+}
+
+ScratchFolder::ScratchFolder(const std::filesystem::path& parent) {
+  make((parent / ".tarnwick-XXXXXX").string());
+}
+
+void ScratchFolder::make(std::string name) {
   const std::lock_guard lock(registry().mutex);
   if (mkdtemp(name.data()) == nullptr) {
     throw std::system_error(errno, std::generic_category(),
                             "cannot make a folder for temporary files");
   }
-  path_ = name;
+  path_ = std::move(name);
   registry().folders.insert(path_);
 }
 

@@ -1,15 +1,18 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace tarnwick::cli {
 
-/// A folder of its own under the system's folder for temporary files; goes with everything in it,
-/// also where a signal ends this process (see set_up_process).
+/// A folder of its own under the system's folder for temporary files, or under another one; goes
+/// with everything in it, also where a signal ends this process (see set_up_process).
 class ScratchFolder final {
  public:
-  /// Throws std::system_error.
+  // Throw std::system_error.
   ScratchFolder();
+  /// A hidden one in `parent`, whose files can be moved there as they are.
+  explicit ScratchFolder(const std::filesystem::path& parent);
   ~ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
@@ -21,6 +24,8 @@ class ScratchFolder final {
   static void remove_all_for_good();
 
  private:
+  void make(std::string name);
+
   std::filesystem::path path_;
 };
 

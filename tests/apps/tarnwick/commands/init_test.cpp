@@ -202,10 +202,8 @@ TEST_F(Init, MakesNothingFromSampleDataThatDoNotFitTheTables) {
   folder_.write("own/reports.json", "[]");
   const Ending ending = init({"--sample-folder", (folder_.path() / "own").string()});
   EXPECT_EQ(ending.exit_code, 1);
-  EXPECT_EQ(ending.err,
-            "tarnwick: The database was not made.\n"
-            "Item cannot be found in the collection that corresponds to the requested name or "
-            "ordinal.\n");
+  EXPECT_EQ(ending.err, "tarnwick: The file '" + (folder_.path() / "own" / "pcs.json").string() +
+                            "', line 1: there is no field 'Nonsense'.\n");
   EXPECT_FALSE(std::filesystem::exists(database_folder_)) << "nor the folder";
 }
 
