@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "apps/tarnwick/service/scratch_folder.h"
+#include "apps/tarnwick/terminal/pager.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -64,6 +65,7 @@ void watch(sigset_t set) {
     while (sigwait(&set, &number) != 0) {
     }
     ending().lock();
+    end_pager_for_good();
     ScratchFolder::remove_all_for_good();
     end_by(number);
   }).detach();
