@@ -132,6 +132,16 @@ std::vector<HeldRow> Connection::held_rows() {
   return engine_step([](EngineSession& session) { return session.held_rows(); });
 }
 
+std::optional<HeldRow> Connection::holder_of(const RowName& row) {
+  require_open();
+  return engine_step([&](EngineSession& session) { return session.holder_of(row); });
+}
+
+Text Connection::byte_length_of(TextView column) {
+  require_open();
+  return engine_step([&](EngineSession& session) { return session.byte_length_of(column); });
+}
+
 std::optional<std::vector<Text>> Connection::columns_of(TextView table) {
   require_open();
   return engine_step([&](EngineSession& session) { return session.columns_of(table); });

@@ -73,6 +73,10 @@ class Connection final {
 
   /// The rows that any session of the database maintains; see EngineSession.
   [[nodiscard]] std::vector<HeldRow> held_rows();
+  /// Who maintains that row; see EngineSession. Error 3704 when closed.
+  [[nodiscard]] std::optional<HeldRow> holder_of(const RowName& row);
+  /// An expression for statements; see EngineSession. Error 3704 when closed.
+  [[nodiscard]] Text byte_length_of(TextView column);
 
   /// The columns of `table`; see EngineSession. Error 3704 when closed.
   [[nodiscard]] std::optional<std::vector<Text>> columns_of(TextView table);

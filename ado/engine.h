@@ -28,15 +28,20 @@ struct Assignment {
   const Variant* value = nullptr;
 };
 
+/// What a read without locks does about a row that another session maintains.
+enum class HeldRowReading {
+  kWait,         // waits for it
+  kAsItStands,   // shows it, with or without what is not committed yet
+  kAsCommitted,  // shows it as it was committed; where the database cannot, throws lock_timeout()
+};
+
 /// What Recordset::open asks for.
 struct RowsetRequest {
   TextView statement;
   CursorLocation location = CursorLocation::kServer;
   CursorType type = CursorType::kForwardOnly;
   LockType lock = LockType::kReadOnly;
-  /// Of a read without locks: wait for the rows that other sessions maintain. Otherwise they are
-  /// shown as they stand, with or without what is not committed yet.
-  bool wait_for_rows = true;
+  HeldRowReading held_rows = HeldRowReading::kWait;
 
   /// A pessimistic server cursor locks the row that it fetches; asked for inside a transaction, the
   /// row stays locked until the transaction ends, otherwise until the next fetch or the end of the
@@ -76,6 +81,12 @@ struct HeldRow {
   std::optional<std::int64_t> process_id;  // of the holder, where the engine knows it
 };
 
+/// Names a row of a table that is maintained.
+struct RowName {
+  Text table;
+  std::vector<Text> key;  // the key columns' values, in the order of the table's key
+};
+
 /// One session on a database. Begins outside a transaction and with no lock time-out (waits for
 /// ever). Its end rolls back and releases all that it held.
 class EngineSession {
@@ -111,6 +122,12 @@ class EngineSession {
 
   /// The rows that any session of the database maintains at the moment.
   [[nodiscard]] virtual std::vector<HeldRow> held_rows() = 0;
+
+  /// Who maintains that row at the moment, if anybody does.
+  [[nodiscard]] virtual std::optional<HeldRow> holder_of(const RowName& row);
+
+  /// An expression for the length in bytes of what the column holds, which reads none of it.
+  [[nodiscard]] virtual Text byte_length_of(TextView column);
 };
 
 /// Makes sessions.

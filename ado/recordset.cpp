@@ -44,9 +44,9 @@ void Recordset::set_lock_type(LockType value) {
   lock_ = value;
 }
 
-void Recordset::set_wait_for_rows(bool value) {
+void Recordset::set_held_rows(HeldRowReading value) {
   require_closed();
-  wait_for_rows_ = value;
+  held_rows_ = value;
 }
 
 CursorType Recordset::cursor_type() const {
@@ -63,7 +63,7 @@ void Recordset::open(TextView statement, std::int32_t options) {
                               .location = location_,
                               .type = cursor_type(),
                               .lock = lock_,
-                              .wait_for_rows = wait_for_rows_};
+                              .held_rows = held_rows_};
   connection_->trace_line(u"Open ", location_ == CursorLocation::kClient ? u"client" : u"server",
                           u" ", kTypeWords[static_cast<std::size_t>(request.type)], u" ",
                           kLockWords[static_cast<std::size_t>(lock_)], u": ", statement);

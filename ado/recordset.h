@@ -33,9 +33,9 @@ class Recordset final {
   void set_cursor_location(CursorLocation value);
   void set_cursor_type(CursorType value);
   void set_lock_type(LockType value);
-  /// False: `open` waits for no row that another session maintains, but shows it as it stands. For
-  /// a recordset that locks rows it means nothing. Error 3705 while open.
-  void set_wait_for_rows(bool value);
+  /// What `open` does about rows that other sessions maintain. For a recordset that locks rows it
+  /// means nothing. Error 3705 while open.
+  void set_held_rows(HeldRowReading value);
   [[nodiscard]] const std::shared_ptr<Connection>& active_connection() const { return connection_; }
   [[nodiscard]] CursorLocation cursor_location() const { return location_; }
   /// The type in force: a client cursor is static.
@@ -129,7 +129,7 @@ class Recordset final {
   CursorLocation location_ = CursorLocation::kServer;
   CursorType type_ = CursorType::kForwardOnly;
   LockType lock_ = LockType::kReadOnly;
-  bool wait_for_rows_ = true;
+  HeldRowReading held_rows_ = HeldRowReading::kWait;
 
   std::unique_ptr<Rowset> rowset_;  // set while open
   std::optional<RowBuffer> rows_;   // all rows, or the current one alone

@@ -30,9 +30,17 @@ UpdateErrorEnum insert_row(void* instance, TextView full_report_name) {
 }
 
 template <class T>
+Look look_at(void* instance) {
+  return static_cast<T*>(instance)->look();
+}
+
+template <class T>
 Class make_class() {
   Class made{kClassOf<T>, MembersOf<T>::kName, members_of<T>(), create<T>};
-  if constexpr (std::derived_from<T, RecordObject>) made.insert = insert_row<T>;
+  if constexpr (std::derived_from<T, RecordObject>) {
+    made.insert = insert_row<T>;
+    made.look = look_at<T>;
+  }
   return made;
 }
 
@@ -154,5 +162,7 @@ void let(const Object& object, const Member& member, const Value& value) {
 UpdateErrorEnum insert(const Object& record, TextView full_report_name) {
   return class_of(record.class_id).insert(record.instance.get(), full_report_name);
 }
+
+Look look(const Object& record) { return class_of(record.class_id).look(record.instance.get()); }
 
 }  // namespace tarnwick::automation

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "automation/value.h"
+#include "records/row_look.h"
 #include "state/enums.h"
 #include "state/shared_state.h"
 
@@ -84,6 +85,8 @@ struct Class {
   Object (*create)(SharedState& state) = nullptr;
   /// Of a record class, whose objects are rows of a table; see insert().
   UpdateErrorEnum (*insert)(void* instance, TextView full_report_name) = nullptr;
+  /// Of a record class; see look().
+  Look (*look)(void* instance) = nullptr;
 };
 
 struct Enumerand {
@@ -127,5 +130,9 @@ void let(const Object& object, const Member& member, const Value& value);
 /// there already is refused (RecordChanged_ue). `full_report_name`: the report file to store, as
 /// Update takes it; throws Error 5 for a record of another class unless it is empty.
 [[nodiscard]] UpdateErrorEnum insert(const Object& record, TextView full_report_name = {});
+
+/// Loads `record`, of a class that is one, from its row as it was committed: locks nothing, writes
+/// nothing and waits for nobody. See look_at_row.
+[[nodiscard]] Look look(const Object& record);
 
 }  // namespace tarnwick::automation

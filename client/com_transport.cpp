@@ -119,6 +119,8 @@ class ComTransport final : public Transport {
 
   UpdateErrorEnum insert(const Object&, TextView) override { throw not_offered("Insert"); }
   std::vector<PcKey> find_pcs(TextView) override { throw not_offered("FindPCs"); }
+  Look look(const Object&) override { throw not_offered("Look"); }
+  std::vector<StoredReportFile> stored_report_files() override { throw not_offered("ReportFiles"); }
 
   FailureCause last_cause() override;
   void clear_last_cause() override { require(cause()->Clear()); }

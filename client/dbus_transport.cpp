@@ -38,6 +38,12 @@ bool is_at_end(const Message& message) {
   return check(sd_bus_message_at_end(message.get(), 0), "reading a reply") != 0;
 }
 
+std::int64_t read_int64(const Message& message) {
+  std::int64_t value = 0;
+  check(sd_bus_message_read_basic(message.get(), SD_BUS_TYPE_INT64, &value), "reading a reply");
+  return value;
+}
+
 const Class& class_of(const Object& object) { return automation::class_of(object.class_id); }
 
 // What a call needs is converted as the service does it.
@@ -80,6 +86,8 @@ class Client final : public DbusTransport, private dbus::Paths {
   }
 
   std::vector<PcKey> find_pcs(TextView name) override;
+  Look look(const Object& record) override;
+  std::vector<StoredReportFile> stored_report_files() override;
   FailureCause last_cause() override;
 
   void clear_last_cause() override {
@@ -266,6 +274,28 @@ std::vector<PcKey> Client::find_pcs(TextView name) {
     leave(reply);
   }
   return keys;
+}
+
+Look Client::look(const Object& record) {
+  const Message reply = connection_.call(hand_out(record), dbus::kRecordInterface, "Look");
+  Look look{.outcome = LookOutcome{take<std::int32_t>(reply)}, .stamp = {}, .process_id = {}};
+  look.held = take<bool>(reply);
+  look.stamp = take<Text>(reply);
+  const std::int64_t process = read_int64(reply);
+  if (process != 0) look.process_id = process;
+  return look;
+}
+
+std::vector<StoredReportFile> Client::stored_report_files() {
+  const Message reply =
+      connection_.call(dbus::kRootPath, dbus::kAutomationInterface, "ReportFiles");
+  std::vector<StoredReportFile> files;
+  enter(reply, SD_BUS_TYPE_ARRAY, "(sx)");
+  while (enter(reply, SD_BUS_TYPE_STRUCT, "sx")) {
+    files.push_back({take<Text>(reply), read_int64(reply)});
+    leave(reply);
+  }
+  return files;
 }
 
 FailureCause Client::last_cause() {

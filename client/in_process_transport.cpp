@@ -55,6 +55,14 @@ class InProcessTransport final : public Transport {
     return carried_out([&] { return tarnwick::find_pcs(state_, name); });
   }
 
+  Look look(const Object& record) override {
+    return carried_out([&] { return automation::look(record); });
+  }
+
+  std::vector<StoredReportFile> stored_report_files() override {
+    return carried_out([&] { return tarnwick::stored_report_files(state_); });
+  }
+
   FailureCause last_cause() override { return state_.failures.last(); }
   void clear_last_cause() override { state_.failures.clear(); }
 

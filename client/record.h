@@ -27,6 +27,8 @@ class Record final {
 
   /// LockRecord: opens the row for maintenance and loads the object from it.
   [[nodiscard]] bool lock() const;
+  /// Loads the object from its row without locking it; see automation::look.
+  [[nodiscard]] Look look() const { return transport_->look(object_); }
   /// ReleaseRecord.
   bool release() const;
   [[nodiscard]] Row read() const { return transport_->read(object_); }

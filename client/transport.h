@@ -8,6 +8,7 @@
 #include "automation/model.h"
 #include "client/row.h"
 #include "pcs/find_pcs.h"
+#include "reports/stored_report_files.h"
 #include "state/enums.h"
 #include "state/failures.h"
 
@@ -72,6 +73,10 @@ class Transport {
   virtual UpdateErrorEnum insert(const Object& record, TextView report_file) = 0;
   /// See tarnwick::find_pcs.
   [[nodiscard]] virtual std::vector<PcKey> find_pcs(TextView name) = 0;
+  /// See automation::look.
+  [[nodiscard]] virtual Look look(const Object& record) = 0;
+  /// See tarnwick::stored_report_files.
+  [[nodiscard]] virtual std::vector<StoredReportFile> stored_report_files() = 0;
 
   /// The cause of the last failure; kind kNone where there has been none since it was cleared. That
   /// of a call that went through may be error 3021: an update that found no row and inserted one.
@@ -83,7 +88,8 @@ class Transport {
 [[nodiscard]] std::unique_ptr<Transport> make_in_process_transport(SharedState& state);
 
 /// On Windows: the object model in the registered COM server, by its dispatch interfaces, for a
-/// thread that has initialised COM. Insert and FindPCs are not offered.
+/// thread that has initialised COM. Insert, Look, FindPCs and ReportFiles are
+/// not offered.
 [[nodiscard]] std::unique_ptr<Transport> make_com_transport();
 
 }  // namespace tarnwick::client

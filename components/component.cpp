@@ -64,6 +64,14 @@ bool Component::lock_record() {
   });
 }
 
+Look Component::look() {
+  const Text id = decimal(comp_id_);
+  return look_at_row(state_, {u"Component", u"Look"},
+                     join({u"Select * From DW_SEC_COMP Where CompID = ", id}),
+                     {Text(Properties<Component>::kTable), {id}},
+                     [&](ado::Recordset& row) { return refresh_component(state_, &row, this); });
+}
+
 UpdateErrorEnum Component::update() { return write(u"Update", Existing::kWritten); }
 
 UpdateErrorEnum Component::insert() { return write(u"Insert", Existing::kRefused); }

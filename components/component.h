@@ -56,6 +56,10 @@ class Component final : public RecordObject {
   /// Gives the row back unwritten. True also when nothing was locked.
   bool release_record() { return release(true); }
 
+  /// Loads the object from its row as it was committed, without opening it for maintenance; see
+  /// look_at_row.
+  Look look();
+
   /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded.
   /// Takes the lock itself if none is held. MetaID and AuthorizedRole are not written. A renumbered
   /// component is inserted under its new id and its old row deleted. Returns OK_ue; Error_ue;

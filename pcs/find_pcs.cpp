@@ -30,7 +30,7 @@ std::vector<PcKey> find_pcs(SharedState& state, TextView name) {
   rows.set_cursor_location(ado::CursorLocation::kServer);
   rows.set_cursor_type(ado::CursorType::kForwardOnly);
   rows.set_lock_type(ado::LockType::kReadOnly);
-  rows.set_wait_for_rows(false);
+  rows.set_held_rows(ado::HeldRowReading::kAsItStands);
   rows.open(statement_for(name), ado::kCommandText);
   std::vector<PcKey> found;
   for (; !rows.eof(); rows.move_next()) {

@@ -77,6 +77,15 @@ bool RegisteredPC::lock_record() {
   });
 }
 
+Look RegisteredPC::look() {
+  const Text id = decimal(comp_id_);
+  return look_at_row(state_, {u"RegisteredPC", u"Look"},
+                     join({u"Select * From DW_SEC_PC Where MACNbr = '", mac_number_,
+                           u"' And ComputerID = '", computer_id_, u"' And CompID = ", id}),
+                     {Text(Properties<RegisteredPC>::kTable), {mac_number_, computer_id_, id}},
+                     [&](ado::Recordset& row) { return refresh_pc(state_, &row, this); });
+}
+
 UpdateErrorEnum RegisteredPC::update() { return write(u"Update", Existing::kWritten); }
 
 UpdateErrorEnum RegisteredPC::insert() { return write(u"Insert", Existing::kRefused); }

@@ -63,6 +63,10 @@ class RegisteredPC final : public RecordObject {
   /// Gives the row back unwritten. True also when nothing was locked.
   bool release_record() { return release(true); }
 
+  /// Loads the object from its row as it was committed, without opening it for maintenance; see
+  /// look_at_row.
+  Look look();
+
   /// Writes the object to its row, or inserts it, if nobody changed the row since it was loaded;
   /// takes the lock itself if none is held. A PC whose key changed is written under the new key and
   /// its old row deleted. A zero date leaves its column as it is. Neither the row version nor the

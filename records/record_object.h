@@ -1,6 +1,7 @@
 #pragma once
 
 #include "records/record_lock.h"
+#include "records/row_look.h"
 #include "state/guard.h"
 #include "state/model_object.h"
 

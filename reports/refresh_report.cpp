@@ -8,15 +8,26 @@
 
 namespace tarnwick {
 
+namespace {
+
+Text read_columns() {
+  Text columns;
+  for_each_property<Report>([&](const auto& property) {
+    columns.append(columns.empty() ? u"" : u", ").append(property.reading.column);
+  });
+  return columns;
+}
+
+}  // namespace
+
 const Text& report_list() {
-  static const Text statement = [] {
-    Text columns;
-    for_each_property<Report>([&](const auto& property) {
-      columns.append(columns.empty() ? u"" : u", ").append(property.reading.column);
-    });
-    return join({u"Select ", columns, u"  From  DW_Reports  Order By ReportName"});
-  }();
+  static const Text statement =
+      join({u"Select ", read_columns(), u"  From  DW_Reports  Order By ReportName"});
   return statement;
+}
+
+Text report_row(TextView name) {
+  return join({u"Select ", read_columns(), u" From DW_Reports Where ReportName = '", name, u"'"});
 }
 
 bool refresh_report(SharedState& state, Report* report, ado::Recordset* rows) {

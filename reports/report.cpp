@@ -76,6 +76,12 @@ bool Report::lock_record() {
   });
 }
 
+Look Report::look() {
+  return look_at_row(state_, {u"Report", u"Look"}, report_row(name_),
+                     {Text(Properties<Report>::kTable), {name_}},
+                     [&](ado::Recordset& row) { return refresh_report(state_, this, &row); });
+}
+
 UpdateErrorEnum Report::update(TextView full_report_name) {
   return write(u"Update", full_report_name, Existing::kWritten);
 }

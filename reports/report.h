@@ -27,6 +27,10 @@ class Report final : public RecordObject {
   /// Gives the row back unwritten. False when nothing was locked.
   bool release_record() { return release(false); }
 
+  /// Loads the object from its row as it was committed, without opening it for maintenance; see
+  /// look_at_row.
+  Look look();
+
   /// Whether the report has a name.
   [[nodiscard]] bool initialized() const { return !name_.empty(); }
   /// The name.

@@ -29,6 +29,8 @@ constexpr const char* kFooter = R"(Examples:
   tarnwick report set 'Open Orders' --report-version 1.8.0
   tarnwick report list --json | jq '.[].Name'
 
+Listings and records go through the pager on a terminal: $TARNWICK_PAGER, $PAGER or less.
+
 Every command has a --help of its own. The switches above may stand anywhere.
 
 Commands talk to the D-Bus service of the session and start it where nothing else does; without a

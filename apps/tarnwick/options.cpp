@@ -136,6 +136,9 @@ void add_options(CLI::App& app, Options& options) {
                              ->type_name("ADDRESS")
                              ->excludes(system_bus);
   app.add_flag("--json", options.json, "print JSON, for machines");
+  app.add_flag("--no-pager", options.no_pager,
+               "show long output on a terminal at once, not through $TARNWICK_PAGER, $PAGER or "
+               "less");
   app.add_flag("-v,--verbose", options.verbose,
                "tell each step of a change, and the row version before and after");
   app.add_option_function<std::string>(

@@ -24,6 +24,8 @@ struct Options {
   bool system_bus = false;
   std::string address;  // of a bus; empty: the session bus, or the system bus
   bool json = false;
+  bool csv = false;
+  bool no_pager = false;
   bool verbose = false;
   std::string trace_file;
   platform::WhenLocked when_locked;

@@ -126,7 +126,8 @@ Interface automation_interface() {
           {method("CreateObject", {{"class", "s"}}, {{"object", "o"}}),
            method("Release", {{"object", "o"}}, {}), method("SetLockPrompt", {{"prompt", "o"}}, {}),
            reserve, method("Share", {{"on", "b"}}, {}),
-           method("FindPCs", {{"computerOrMACNumber", "s"}}, {{"keys", "a(ssn)"}})}};
+           method("FindPCs", {{"computerOrMACNumber", "s"}}, {{"keys", "a(ssn)"}}),
+           method("ReportFiles", {}, {{"files", "a(sx)"}})}};
 }
 
 Interface rows_interface() {
@@ -135,7 +136,10 @@ Interface rows_interface() {
 }
 
 Interface record_interface() {
-  return {kRecordInterface, {method("Insert", {{"sFullReportName", "s"}}, {{"result", "i"}})}};
+  return {
+      kRecordInterface,
+      {method("Insert", {{"sFullReportName", "s"}}, {{"result", "i"}}),
+       method("Look", {}, {{"outcome", "i"}, {"held", "b"}, {"stamp", "s"}, {"process", "x"}})}};
 }
 
 Interface last_cause_interface() {

@@ -12,6 +12,7 @@
 #include "automation/dbus/interface.h"
 #include "automation/dbus/names.h"
 #include "pcs/find_pcs.h"
+#include "reports/stored_report_files.h"
 #include "runtime/error.h"
 #include "server/connect_string.h"
 
@@ -150,7 +151,7 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& 
   constexpr auto kMember = &Service::on_call<&Service::call_member>;
   constexpr auto kRows = &Service::on_call<&Service::get_rows>;
   constexpr auto kLastCause = &Service::on_call<&Service::call_last_cause>;
-  constexpr auto kInsert = &Service::on_call<&Service::insert>;
+  constexpr auto kRecord = &Service::on_call<&Service::call_record>;
   export_interface(automation_interface(), &Service::find_root, kRoot);
   export_interface(last_cause_interface(), &Service::find_root, kLastCause);
   for (const Class& of : classes()) {
@@ -163,7 +164,7 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& 
     }
   }
   export_interface(rows_interface(), &Service::find_object, kRows);
-  export_interface(record_interface(), &Service::find_object, kInsert);
+  export_interface(record_interface(), &Service::find_object, kRecord);
   check(sd_bus_add_node_enumerator(bus_, &slot, kRootPath, &Service::list_children, this),
         "listing objects");
   slots_.emplace_back(slot);
@@ -187,6 +188,7 @@ int Service::call_root(sd_bus_message* message) {
   if (name == "SetLockPrompt") return set_lock_prompt(message);
   if (name == "Reserve") return reserve(message);
   if (name == "FindPCs") return find_pcs(message);
+  if (name == "ReportFiles") return report_files(message);
   return share(message);
 }
 
@@ -253,6 +255,21 @@ int Service::find_pcs(sd_bus_message* message) {
   return send(std::move(reply));
 }
 
+int Service::report_files(sd_bus_message* message) {
+  const Call call(*this, message, {});
+  MessageHandle reply = new_reply(message);
+  open(reply.get(), SD_BUS_TYPE_ARRAY, "(sx)");
+  for (const StoredReportFile& file : stored_report_files(state_)) {
+    // A name that the bus cannot carry stands in no row that it carries either.
+    if (file.report.find(u'\0') != Text::npos) continue;
+    check(sd_bus_message_append(reply.get(), "(sx)", to_utf8(readable(file.report)).c_str(),
+                                file.length),
+          "making a reply");
+  }
+  close(reply.get());
+  return send(std::move(reply));
+}
+
 int Service::call_member(sd_bus_message* message) {
   Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
   const Member& member = member_named(call.source(), sd_bus_message_get_member(message));
@@ -265,6 +282,19 @@ int Service::call_member(sd_bus_message* message) {
   MessageHandle reply = new_reply(message);
   outgoing.append_to(reply.get());
   return send(std::move(reply));
+}
+
+int Service::call_record(sd_bus_message* message) {
+  const bool looks = std::string_view(sd_bus_message_get_member(message)) == "Look";
+  return looks ? look(message) : insert(message);
+}
+
+int Service::look(sd_bus_message* message) {
+  const Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
+  const Look look = automation::look(call.source());
+  return sd_bus_reply_method_return(message, "ibsx", static_cast<std::int32_t>(look.outcome),
+                                    look.held ? 1 : 0, to_utf8(readable(look.stamp)).c_str(),
+                                    look.process_id.value_or(0));
 }
 
 int Service::insert(sd_bus_message* message) {
@@ -447,7 +477,7 @@ int Service::call_without_interface(sd_bus_message* message) {
   const Class& of = class_of(object.class_id);
   if (called(class_interface(of))) return call_member(message);
   if (is_collection(of) && called(rows_interface())) return get_rows(message);
-  return of.insert != nullptr && called(record_interface()) ? insert(message) : 0;
+  return of.insert != nullptr && called(record_interface()) ? call_record(message) : 0;
 }
 
 template <void (Service::*kHandler)(const char*, const char*, sd_bus_message*)>

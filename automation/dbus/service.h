@@ -61,8 +61,11 @@ class Service {
   int share(sd_bus_message* message);
   int call_last_cause(sd_bus_message* message);
   int find_pcs(sd_bus_message* message);
+  int report_files(sd_bus_message* message);
   int call_member(sd_bus_message* message);
+  int call_record(sd_bus_message* message);
   int insert(sd_bus_message* message);
+  int look(sd_bus_message* message);
   // Makes a call that may lock the record, and notes who locked it.
   Value call_locking(const Call& call, const std::function<Value()>& body);
   int get_rows(sd_bus_message* message);

@@ -24,7 +24,12 @@ OdbcRowset::OdbcRowset(OdbcSession& session, const ado::RowsetRequest& request)
     open_and_lock(request.statement);
     return;
   }
-  const bool passes_locks = !request.wait_for_rows && table_ && session_.is_sql_server();
+  const bool passes_locks =
+      request.held_rows != ado::HeldRowReading::kWait && table_ && session_.is_sql_server();
+  if (passes_locks && request.held_rows == ado::HeldRowReading::kAsCommitted) {
+    open_as_committed(request.statement);
+    return;
+  }
   result_ = passes_locks ? session_.run(without_waiting(request.statement, *table_))
                          : session_.run(request.statement);
   columns_ = result_->columns();
@@ -41,6 +46,27 @@ OdbcRowset::~OdbcRowset() {
   if (session_.is_reading(this)) session_.set_reading(nullptr);
 }
 
+// All rows are read at once, so that what is held is met when the rowset opens.
+void OdbcRowset::open_as_committed(TextView statement) {
+  try {
+    take_in_all(as_committed(statement, *table_));
+  } catch (const AdoError& error) {
+    if (!is_lock_timeout(error)) throw;
+    // The row's own versions, where the database keeps them for who asks.
+    if (!session_.run_in_snapshot([&] { take_in_all(statement); })) throw ado::lock_timeout();
+  }
+  result_.reset();
+  session_.touched_data();
+}
+
+void OdbcRowset::take_in_all(TextView statement) {
+  result_ = session_.run(statement);
+  columns_ = result_->columns();
+  types_ = result_->types();
+  taken_in_.emplace(columns_.size());
+  result_->read(*taken_in_, kAllRows);
+}
+
 // All rows are read at once: what is locked is decided when the rowset opens, not as it is read.
 void OdbcRowset::open_and_lock(TextView statement) {
   if (!session_.is_sql_server()) throw AdoError(AdoErrorNumber::kFeatureNotAvailable);
@@ -53,11 +79,7 @@ void OdbcRowset::open_and_lock(TextView statement) {
     return;
   }
   try {
-    result_ = session_.run(with_row_lock(statement, *table_));
-    columns_ = result_->columns();
-    types_ = result_->types();
-    taken_in_.emplace(columns_.size());
-    result_->read(*taken_in_, kAllRows);
+    take_in_all(with_row_lock(statement, *table_));
   } catch (const AdoError& error) {
     // A row that cannot be had within the time-out is not shown; whoever reads it next without a
     // lock is told why.

@@ -37,6 +37,8 @@ class OdbcRowset final : public ado::Rowset {
 
  private:
   void open_and_lock(TextView statement);
+  void open_as_committed(TextView statement);
+  void take_in_all(TextView statement);
   [[nodiscard]] const TableSelect& base_table() const;
   [[nodiscard]] std::size_t column_named(TextView name) const;
   void write(TextView statement, Parameters& parameters, bool must_find_row);

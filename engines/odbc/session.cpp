@@ -10,6 +10,12 @@
 #include "runtime/conversions.h"
 
 namespace tarnwick::odbc {
+
+struct MaintainedTable {
+  TextView name;
+  std::initializer_list<TextView> key;
+};
+
 namespace {
 
 using ado::AdoError;
@@ -35,10 +41,6 @@ constexpr std::uint32_t kProbeTimeout = 5;
 
 constexpr std::int32_t kNativeNoSuchObject = 208;
 
-struct MaintainedTable {
-  TextView name;
-  std::initializer_list<TextView> key;
-};
 constexpr MaintainedTable kMaintainedTables[] = {
     {u"DW_SEC_COMP", {u"CompID"}},
     {u"DW_SEC_PC", {u"MACNbr", u"ComputerID", u"CompID"}},
@@ -285,24 +287,74 @@ std::optional<std::vector<Text>> OdbcSession::columns_of(TextView table) {
 std::vector<ado::HeldRow> OdbcSession::held_rows() {
   std::vector<ado::HeldRow> held;
   step([&] {
-    // A stamp is visible before its commit only to a reader that takes no locks.
-    const TextView hint = is_sql_server_ ? u" WITH (NOLOCK)" : u"";
     for (const MaintainedTable& table : kMaintainedTables) {
-      Text columns = u"SoftLock";
-      for (const TextView name : table.key) columns.append(u", ").append(name);
-      const auto result =
-          run(join({u"SELECT ", columns, u" FROM ", table.name, hint, u" WHERE SoftLock <> ''"}));
-      for_each_row(*result, [&](const std::vector<ado::Cell>& cells) {
-        Text key;
-        for (std::size_t i = 1; i < cells.size(); ++i) {
-          if (i > 1) key += u", ";
-          key += to_text(cells[i].to_variant());
-        }
-        held.push_back({Text(table.name), std::move(key), text_of(cells[0]), std::nullopt});
-      });
+      for (ado::HeldRow& row : read_stamps(table, {})) held.push_back(std::move(row));
     }
   });
   return held;
+}
+
+std::optional<ado::HeldRow> OdbcSession::holder_of(const ado::RowName& row) {
+  std::vector<ado::HeldRow> held;
+  step([&] {
+    for (const MaintainedTable& table : kMaintainedTables) {
+      if (!equals_ignoring_case(table.name, row.table) || table.key.size() != row.key.size()) {
+        continue;
+      }
+      Text condition;
+      auto part = row.key.begin();
+      for (const TextView name : table.key) {
+        condition.append(u" AND ").append(name).append(u" = ");
+        condition.append(in_marks(*part++, u'\'', u'\''));
+      }
+      held = read_stamps(table, condition);
+    }
+  });
+  if (held.empty()) return std::nullopt;
+  return std::move(held.front());
+}
+
+// A stamp is visible before its commit only to a reader that takes no locks.
+std::vector<ado::HeldRow> OdbcSession::read_stamps(const MaintainedTable& table,
+                                                   TextView condition) {
+  const TextView hint = is_sql_server_ ? u" WITH (NOLOCK)" : u"";
+  Text columns = u"SoftLock";
+  for (const TextView name : table.key) columns.append(u", ").append(name);
+  const auto result = run(join(
+      {u"SELECT ", columns, u" FROM ", table.name, hint, u" WHERE SoftLock <> ''", condition}));
+  std::vector<ado::HeldRow> held;
+  for_each_row(*result, [&](const std::vector<ado::Cell>& cells) {
+    Text key;
+    for (std::size_t i = 1; i < cells.size(); ++i) {
+      if (i > 1) key += u", ";
+      key += to_text(cells[i].to_variant());
+    }
+    held.push_back({Text(table.name), std::move(key), text_of(cells[0]), std::nullopt});
+  });
+  return held;
+}
+
+Text OdbcSession::byte_length_of(TextView column) {
+  return is_sql_server_ ? join({u"DATALENGTH(", column, u")"})
+                        : EngineSession::byte_length_of(column);
+}
+
+bool OdbcSession::run_in_snapshot(const std::function<void()>& read) {
+  if (in_transaction_) return false;
+  std::int32_t refusal = 0;
+  try {
+    refusal = refusal_of([&] {
+      run(u"SET TRANSACTION ISOLATION LEVEL SNAPSHOT")->finish();
+      read();
+    });
+  } catch (const ado::ConnectionLost&) {
+    throw;
+  } catch (const AdoError&) {
+    match_isolation();
+    throw;
+  }
+  match_isolation();
+  return refusal == 0;
 }
 
 Handle OdbcSession::statement() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -17,6 +18,7 @@
 namespace tarnwick::odbc {
 
 class OdbcRowset;
+struct MaintainedTable;
 
 /// One connection to a database server.
 ///
@@ -46,6 +48,8 @@ class OdbcSession final : public ado::EngineSession {
   [[nodiscard]] bool alive() override;
   [[nodiscard]] std::optional<std::vector<Text>> columns_of(TextView table) override;
   [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;
+  [[nodiscard]] std::optional<ado::HeldRow> holder_of(const ado::RowName& row) override;
+  [[nodiscard]] Text byte_length_of(TextView column) override;
 
   // For the session's rowsets.
 
@@ -58,6 +62,10 @@ class OdbcSession final : public ado::EngineSession {
   [[nodiscard]] Handle statement();
   /// Runs `text` as it stands. Only inside a step.
   [[nodiscard]] std::unique_ptr<Result> run(TextView text);
+  /// Runs `read`, whose statements see the rows as they were committed and wait for nobody. False,
+  /// and what it read is nothing, where the database keeps no versions for that, or inside a
+  /// transaction. Only inside a step.
+  [[nodiscard]] bool run_in_snapshot(const std::function<void()>& read);
 
   /// The columns that identify a row of the table, by the table's key; cached. Throws AdoError
   /// where it has none. Only inside a step.
@@ -94,6 +102,8 @@ class OdbcSession final : public ado::EngineSession {
   [[nodiscard]] bool transaction_survived();
   [[nodiscard]] bool answers();
   void leave_transaction();
+  [[nodiscard]] std::vector<ado::HeldRow> read_stamps(const MaintainedTable& table,
+                                                      TextView condition);
   [[nodiscard]] std::vector<Text> read_key(const TableSelect& table, bool primary);
   [[nodiscard]] std::vector<Text> ask_for_key(const TableSelect& table, bool primary);
 

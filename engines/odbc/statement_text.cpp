@@ -190,14 +190,25 @@ std::optional<TableSelect> parse_table_select(TextView statement) {
   return select;
 }
 
-Text with_row_lock(TextView statement, const TableSelect& select) {
-  return join({statement.substr(0, select.hint_at), u" WITH (UPDLOCK, ROWLOCK)",
+namespace {
+
+Text with_hint(TextView statement, const TableSelect& select, TextView hint) {
+  return join({statement.substr(0, select.hint_at), u" WITH (", hint, u")",
                statement.substr(select.hint_at)});
 }
 
+}  // namespace
+
+Text with_row_lock(TextView statement, const TableSelect& select) {
+  return with_hint(statement, select, u"UPDLOCK, ROWLOCK");
+}
+
 Text without_waiting(TextView statement, const TableSelect& select) {
-  return join(
-      {statement.substr(0, select.hint_at), u" WITH (NOLOCK)", statement.substr(select.hint_at)});
+  return with_hint(statement, select, u"NOLOCK");
+}
+
+Text as_committed(TextView statement, const TableSelect& select) {
+  return with_hint(statement, select, u"READCOMMITTED, NOWAIT");
 }
 
 Text columns_only(TextView statement, const TableSelect& select) {

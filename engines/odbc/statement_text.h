@@ -26,6 +26,10 @@ struct TableSelect {
 /// `statement` with a hint on its table that shows rows as they stand and waits for no lock.
 [[nodiscard]] Text without_waiting(TextView statement, const TableSelect& select);
 
+/// `statement` with a hint on its table that shows rows as they were committed, whatever the
+/// session's isolation, and fails at once where that takes a lock that somebody else has.
+[[nodiscard]] Text as_committed(TextView statement, const TableSelect& select);
+
 /// A statement with the columns of `statement` and no rows, which waits for no lock.
 [[nodiscard]] Text columns_only(TextView statement, const TableSelect& select);
 

@@ -100,7 +100,7 @@ std::unique_ptr<ado::Rowset> Session::open(const ado::RowsetRequest& request) {
                                            std::move(shape));
   }
   return std::make_unique<ReadRowset>(admitted(), std::move(prepared->query), std::move(shape),
-                                      request.wait_for_rows);
+                                      request.held_rows == ado::HeldRowReading::kWait);
 }
 
 void Session::begin() { database().log.begin(); }
@@ -137,6 +137,9 @@ std::optional<std::vector<Text>> Session::columns_of(TextView table) {
 }
 
 std::vector<ado::HeldRow> Session::held_rows() { return admitted().locks.held_rows(); }
+
+// SQLite knows it from the row's header, and leaves the pages of the value alone.
+Text Session::byte_length_of(TextView column) { return join({u"length(", column, u")"}); }
 
 std::optional<Session::Prepared> Session::prepare(TextView statement) {
   const std::string sql = utf8_of(statement);

@@ -27,6 +27,7 @@ class Session final : public ado::EngineSession {
   void rollback() override;
   [[nodiscard]] std::optional<std::vector<Text>> columns_of(TextView table) override;
   [[nodiscard]] std::vector<ado::HeldRow> held_rows() override;
+  [[nodiscard]] Text byte_length_of(TextView column) override;
 
  private:
   struct Prepared {

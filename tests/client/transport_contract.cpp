@@ -251,6 +251,43 @@ TEST_P(TransportContract, FindsTheKeysOfPcs) {
   EXPECT_THAT(transport().find_pcs(u"nobody"), IsEmpty());
 }
 
+TEST_P(TransportContract, LooksAtARecordWithoutLockingIt) {
+  if (!GetParam().offers_all) {
+    EXPECT_EQ(refusal_of([&] { (void)pc(u"02-A").look(); }).reason(),
+              CallError::Reason::kNotOffered);
+    return;
+  }
+  const Record stored = stored_pc(u"02-A");
+  const Record seen = pc(u"02-a");
+  Look look = seen.look();
+  EXPECT_EQ(look.outcome, LookOutcome::kLoaded);
+  EXPECT_FALSE(look.held);
+  EXPECT_EQ((seen.read().get<RegisteredPC, "MACNumber">()), u"02-A");
+  EXPECT_EQ(pc(u"nobody").look().outcome, LookOutcome::kMissing);
+  ASSERT_TRUE(stored.lock());
+  look = seen.look();
+  EXPECT_TRUE(look.held);
+  EXPECT_NE(look.stamp.find(u" - "), Text::npos);
+  EXPECT_TRUE(look.process_id.has_value());
+  EXPECT_TRUE(stored.release());
+}
+
+TEST_P(TransportContract, TellsTheLengthsOfReportFiles) {
+  if (!GetParam().offers_all) {
+    EXPECT_EQ(refusal_of([&] { (void)transport().stored_report_files(); }).reason(),
+              CallError::Reason::kNotOffered);
+    return;
+  }
+  EXPECT_THAT(transport().stored_report_files(), IsEmpty());
+  database_.run(
+      "INSERT INTO DW_Reports (ReportName, Report_Binary) VALUES ('Größe', X'000102'), "
+      "('None', NULL)");
+  const auto files = transport().stored_report_files();
+  ASSERT_EQ(files.size(), 1u);
+  EXPECT_EQ(files[0].report, u"Größe");
+  EXPECT_EQ(files[0].length, 3);
+}
+
 TEST_P(TransportContract, TellsTheCauseOfTheLastFailureUntilItIsCleared) {
   transport().clear_last_cause();
   EXPECT_EQ(transport().last_cause().kind, ado::FailureKind::kNone);

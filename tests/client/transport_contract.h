@@ -22,7 +22,7 @@ class Reach {
 struct Way {
   std::string name;
   std::unique_ptr<Reach> (*open)();
-  /// Whether Insert and FindPCs are offered.
+  /// Whether Insert, Look, FindPCs and ReportFiles are offered.
   bool offers_all = true;
 };
 

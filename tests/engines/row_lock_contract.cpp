@@ -219,11 +219,68 @@ TEST_P(EngineContract, AReaderThatDoesNotWaitIsShownAHeldRow) {
   session->begin();
   auto held = hold(*session, kSales);
   held.update({{u"SoftLock", text(u"HOST - now")}});
-  const auto rowset = other->open({.statement = kAllReports, .wait_for_rows = false});
+  const auto rowset =
+      other->open({.statement = kAllReports, .held_rows = ado::HeldRowReading::kAsItStands});
   ado::RowBuffer rows(rowset->columns().size());
   rowset->fetch(rows, 10);
   EXPECT_EQ(rows.rows(), 2u);
   session->rollback();
+}
+
+TEST_P(EngineContract, AReaderOfWhatWasCommittedNeverSeesWhatIsNot) {
+  const auto session = open_session();
+  const auto other = open_session();
+  add_reports(*session, {u"Sales", u"Stock"});
+  const auto read = [&](TextView statement) {
+    const auto rowset =
+        other->open({.statement = statement, .held_rows = ado::HeldRowReading::kAsCommitted});
+    ado::RowBuffer rows(rowset->columns().size());
+    rowset->fetch(rows, 10);
+    return rows.rows();
+  };
+  session->begin();
+  auto held = hold(*session, kSales);
+  held.update({{u"SoftLock", text(u"HOST - now")}});
+  try {
+    EXPECT_EQ(read(u"Select ReportName From DW_Reports Where ReportName = 'Sales' "
+                   u"And SoftLock Is Null"),
+              1u);
+  } catch (const ado::AdoError& error) {
+    // Said at once, where the database keeps no versions of the row.
+    EXPECT_EQ(error.native(), ado::kNativeLockTimeout);
+  }
+  EXPECT_EQ(read(u"Select ReportName From DW_Reports Where ReportName = 'Stock'"), 1u);
+  session->rollback();
+  EXPECT_EQ(read(kAllReports), 2u);
+}
+
+TEST_P(EngineContract, TheHolderOfARowIsToldByItsKey) {
+  const auto session = open_session();
+  const auto other = open_session();
+  add_reports(*session, {u"Sales", u"Stock"});
+  session->begin();
+  hold(*session, kSales).update({{u"SoftLock", text(u"HOST - now")}});
+  const auto holder = other->holder_of({u"dw_reports", {u"sales"}});
+  ASSERT_TRUE(holder.has_value());
+  EXPECT_EQ(holder->stamp, u"HOST - now");
+  EXPECT_FALSE(other->holder_of({u"DW_Reports", {u"Stock"}}).has_value());
+  EXPECT_FALSE(other->holder_of({u"DW_SEC_PC", {u"Sales"}}).has_value());
+  session->rollback();
+  EXPECT_FALSE(other->holder_of({u"DW_Reports", {u"Sales"}}).has_value());
+}
+
+TEST_P(EngineContract, TellsTheLengthOfAValue) {
+  const auto session = open_session();
+  add_reports(*session, {u"Sales"});
+  const auto rowset =
+      session->open({.statement = join({u"Select ", session->byte_length_of(u"Report_Binary"),
+                                        u" As FileLength From DW_Reports"})});
+  ado::RowBuffer rows(rowset->columns().size());
+  rowset->fetch(rows, 10);
+  ASSERT_EQ(rows.rows(), 1u);
+  std::vector<ado::Cell> cells(1);
+  rows.read_row(0, cells);
+  EXPECT_TRUE(cells[0].is_null());
 }
 
 }  // namespace tarnwick::engine_contract

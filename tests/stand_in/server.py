@@ -423,10 +423,13 @@ def lock_name(rowid):
 ORDERS = [
     (r"STAND_IN CLIENT$", Session.client),
     (r"STAND_IN (\w+) '((?:[^']|'')*)'(?: (\d+) '(.*)')?$", Session.order_fault),
-    (r"SET TRANSACTION ISOLATION", lambda session, match: None),
+    (r"SET TRANSACTION ISOLATION LEVEL SNAPSHOT$",
+     lambda session, match: setattr(session, "in_snapshot", True)),
+    (r"SET TRANSACTION ISOLATION", lambda session, match: setattr(session, "in_snapshot", False)),
     (r"SET [A-Z_, ]+ [-\w]+(\s*;\s*SET [A-Z_, ]+ [-\w]+)*\s*;?$", Session.set_options),
     (r"USE \[?(\w+)\]?$", Session.use),
-    (r"IF EXISTS \(SELECT 1 FROM sys\.databases", lambda session, match: None),
+    (r"IF EXISTS \(SELECT 1 FROM sys\.databases",
+     lambda session, match: setattr(session, "in_snapshot", False)),
     (r"IF DB_NAME\(\)|IF EXISTS \(SELECT 1 WHERE", lambda session, match: None),
     (r"IF @@TRANCOUNT = 0 BEGIN TRANSACTION$", Session.begin_if_none),
     (r"SELECT XACT_STATE\(\)$", lambda session, match:

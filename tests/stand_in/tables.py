@@ -78,6 +78,8 @@ class Database:
 
     def __init__(self, changed):
         self.sqlite = sqlite3.connect(":memory:", isolation_level=None, check_same_thread=False)
+        self.sqlite.create_function("DATALENGTH", 1,
+                                    lambda value: None if value is None else len(value))
         self.tables = {}
         self.locks = {}  # (table, rowid) -> {session: mode}
         self.version = 2000
@@ -160,6 +162,8 @@ class Database:
                 described += table.types.items()
             elif column:
                 described.append((alias or column, table.types[column]))
+            elif re.match(r"DATALENGTH\s*\(", plain, re.I):
+                described.append((alias or "", Type("bigint")))
             elif re.match(r"COUNT\s*\(", plain, re.I):
                 is_count = True
                 described.append((alias or "", Type("int")))
@@ -167,9 +171,18 @@ class Database:
                 raise SqlError(207, f"Invalid column name '{plain}'.")
         # A scan waits for the rows that it comes by; with a condition, for those that meet it.
         mode = HOLD if re.search(r"WITH\s*\([^)]*UPDLOCK", statement, re.I) else READ
+        if session.in_snapshot:
+            raise SqlError(3952, "Snapshot isolation transaction failed: snapshot isolation is not "
+                           "allowed in this database.")
         if not re.search(r"WITH\s*\([^)]*NOLOCK", statement, re.I):
-            for rowid, in self.query(f"SELECT rowid FROM [{table.name}]{rest}", bound):
-                session.lock(table, rowid, mode)
+            patience = session.lock_timeout
+            if re.search(r"WITH\s*\([^)]*NOWAIT", statement, re.I):
+                session.lock_timeout = 0
+            try:
+                for rowid, in self.query(f"SELECT rowid FROM [{table.name}]{rest}", bound):
+                    session.lock(table, rowid, mode)
+            finally:
+                session.lock_timeout = patience
         rows = self.query(f"SELECT {listed} FROM [{table.name}]{rest}", bound)
         return described, rows if is_count else [
             [bool(v) if kind.name == "bit" and v is not None else v
@@ -259,6 +272,7 @@ class Locking:
         self.database = None
         self.lock_timeout = -1  # milliseconds
         self.in_transaction = False
+        self.in_snapshot = False  # its isolation, which no database here allows
         self.touched_data = False
         self.undo = []
         self.waits_for = ()

@@ -1,6 +1,7 @@
 #include <memory>
 
 #include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/commands/listing.h"
 #include "apps/tarnwick/commands/record_commands.h"
 #include "apps/tarnwick/maintenance/loading.h"
 #include "apps/tarnwick/maintenance/maintenance.h"
@@ -11,17 +12,32 @@
 namespace tarnwick::cli {
 namespace {
 
-void list_components(const Options& options) {
-  list(options, load_components(*connect(options)),
-       columns<Component, "CompID", "Name", "ParentID", "Priority", "MaintenanceType", "ReportCode",
-               "SecurityGroup", "ServerName", "MetaID">(),
-       columns<Component, "ImageIndex", "ForceDisplay", "AuthorizedRole", "RowVersion">());
+void list_components(const Options& options, const Listing& listing) {
+  // What it was loaded through goes before it is looked at for long.
+  Loaded loaded = load_components(*connect(options));
+  listing.show(options, std::move(loaded),
+               columns<Component, "CompID", "Name", "ParentID", "Priority", "MaintenanceType",
+                       "ReportCode", "SecurityGroup", "ServerName", "MetaID">(),
+               columns<Component, "ImageIndex", "ForceDisplay", "AuthorizedRole", "RowVersion">());
 }
 
 void show_tree(const Options& options) {
   const Loaded loaded = load_components(*connect(options));
   print_tree(options, loaded.rows);
   require_complete(loaded);
+}
+
+void add_list(CLI::App& components, CommandLine& line) {
+  const auto listing = std::make_shared<Listing>(ClassId::kComponent);
+  CLI::App* command =
+      add_command(components, line, "list", "All components, or some of them, by id.",
+                  "tarnwick component list --parent 1 --sort Priority",
+                  [listing](const Options& options) { list_components(options, *listing); });
+  listing->add_filter(*command, "ParentID", "only the children of this component");
+  listing->add_filter(*command, "ReportCode", "only those with this report code");
+  listing->add_filter(*command, "SecurityGroup", "only those of this security group");
+  listing->add_filter(*command, "ServerName", "only those on this server");
+  listing->add_options(*command, line);
 }
 
 void add_add(RecordCommands& one) {
@@ -43,9 +59,10 @@ void add_add(RecordCommands& one) {
 
 void add_component_commands(CLI::App& app, CommandLine& line) {
   CLI::App* components = add_group(app, "component", "The components of the product.");
-  add_command(*components, line, "list", "All components, by id.", "", list_components);
-  add_command(*components, line, "tree", "The components as a tree, siblings by priority.", "",
-              show_tree);
+  add_list(*components, line);
+  add_csv(*add_command(*components, line, "tree", "The components as a tree, siblings by priority.",
+                       "", show_tree),
+          line);
 
   RecordCommands one(*components, line, ClassId::kComponent);
   one.add_show("One component.", "tarnwick component show 10 --field SecurityGroup");

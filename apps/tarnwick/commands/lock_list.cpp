@@ -15,10 +15,12 @@
 
 #include "apps/common/engines.h"
 #include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/commands/listing.h"
 #include "apps/tarnwick/database/held_rows.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/output/holds.h"
 #include "apps/tarnwick/output/telling.h"
+#include "apps/tarnwick/terminal/pager.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "apps/tarnwick/terminal/terminal_mode.h"
 #include "runtime/error.h"
@@ -27,6 +29,10 @@ namespace tarnwick::cli {
 namespace {
 
 constexpr std::chrono::milliseconds kRedrawn{1000};
+
+// As to_json names them.
+const std::vector<std::string> kFields{"Table",   "Row",     "HeldBy", "Since",  "Seconds",
+                                       "Process", "Program", "User",   "Session"};
 
 // How many rows there is room for on the screen, beside the line above the table, the heading, the
 // line that tells how many more there are, a note of up to two lines, and the cursor's line.
@@ -65,50 +71,65 @@ std::vector<Hold> read(HeldRows& held) {
   return or_fail([&] { return held.read(); });
 }
 
-void watch(const Options& options) {
+std::vector<Hold> sorted(std::vector<Hold> rows, const Order& order, Date now) {
+  order.apply(rows, [&](std::size_t column, std::size_t line) {
+    return sort_key(rows[line], column, now);
+  });
+  return rows;
+}
+
+void watch(const Options& options, const Order& order) {
   if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) {
     throw Failure(ExitCode::kUsage,
                   "--watch needs a terminal: one to show the rows on, and one to end it from.");
   }
-  if (options.json) throw Failure(ExitCode::kUsage, "--watch is for people: leave out --json.");
+  if (options.json || options.csv) {
+    throw Failure(ExitCode::kUsage, fmt::format("--watch is for people: leave out --{}.",
+                                                options.json ? "json" : "csv"));
+  }
   apps::ProgramEngines engines;
   HeldRows held = held_rows(engines, options);
   // Any key ends it, also one that would send a signal.
   const TerminalMode one_key(ICANON | ECHO | ISIG);
   fmt::print("\x1b[2J");
   do {
-    const auto rows = read(held);
     const Date now = local_now();
+    const auto rows = sorted(read(held), order, now);
     fmt::print("\x1b[H\x1b[JRows that are maintained, {}. Any key ends this.\n",
                to_utf8(to_iso_text(now)));
-    print_holds(rows, now, room_on_screen());
+    fmt::print("{}", holds_text(rows, now, room_on_screen()));
     if (!held.note().empty()) fmt::print("{}\n", held.note());
     std::fflush(stdout);
   } while (!key_comes_within(kRedrawn));
 }
 
-void list(const Options& options) {
+void list(const Options& options, const Order& order) {
   apps::ProgramEngines engines;
   HeldRows held = held_rows(engines, options);
-  const auto rows = read(held);
-  if (!held.note().empty()) tell_error(held.note().c_str());
   const Date now = local_now();
-  if (!options.json) return print_holds(rows, now, std::numeric_limits<std::size_t>::max());
+  const auto rows = sorted(read(held), order, now);
+  if (!held.note().empty()) tell_error(held.note().c_str());
   auto array = nlohmann::ordered_json::array();
   for (const Hold& row : rows) array.push_back(to_json(row, now));
-  print_json(array);
+  if (options.json) return page(options, json_text(array));
+  if (options.csv) return page(options, csv_text(kFields, array));
+  page(options, holds_text(rows, now, std::numeric_limits<std::size_t>::max()));
 }
 
 }  // namespace
 
 void add_lock_list_command(CLI::App& locks, CommandLine& line) {
   const auto watched = std::make_shared<bool>(false);
-  add_command(locks, line, "list",
-              "Who holds which row, since when and for how long, in which process.",
-              "tarnwick lock list",
-              [watched](const Options& options) { *watched ? watch(options) : list(options); })
-      ->add_flag("--watch", *watched,
-                 "keep the list on the screen, read anew every second, until a key is pressed");
+  const auto order = std::make_shared<Order>(hold_columns());
+  CLI::App* command = add_command(
+      locks, line, "list", "Who holds which row, since when and for how long, in which process.",
+      "tarnwick lock list --sort Since", [watched, order](const Options& options) {
+        *watched ? watch(options, *order) : list(options, *order);
+      });
+  order->add_options(*command);
+  add_csv(*command, line);
+  command->add_flag("--watch", *watched,
+                    "keep the list on the screen, read anew every second, until a key is pressed");
 }
 
 }  // namespace tarnwick::cli

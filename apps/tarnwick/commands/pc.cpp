@@ -6,6 +6,7 @@
 
 #include "apps/tarnwick/commands/commands.h"
 #include "apps/tarnwick/commands/key_arguments.h"
+#include "apps/tarnwick/commands/listing.h"
 #include "apps/tarnwick/commands/record_commands.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/loading.h"
@@ -19,10 +20,14 @@ namespace {
 
 using PC = RegisteredPC;
 
+constexpr std::uint32_t kMostDays = 1'000'000;
+
 struct ListArguments {
   std::optional<std::int16_t> component;
   bool active = false;
   bool inactive = false;
+  std::optional<std::uint32_t> idle;  // days
+  Listing listing{ClassId::kRegisteredPC};
 };
 
 // Who does what a command notes; each uses a part of it.
@@ -52,11 +57,18 @@ void list_pcs(const Options& options, const ListArguments& arguments) {
     std::erase_if(loaded.rows,
                   [&](const Row& row) { return row.get<PC, "Active">() != arguments.active; });
   }
-  list(options, loaded,
-       columns<PC, "ComputerID", "MACNumber", "CompID", "Active", "LastUser", "LastLogin",
-               "TotalLogins", "SoftwareVersion">(),
-       columns<PC, "MaintenanceType", "ImageIndex", "ActivatedBy", "ActivateDate", "DeActivatedBy",
-               "DeActivatedDate", "SoftLock", "RowVersion">());
+  if (arguments.idle) {
+    const double since = local_now().days - *arguments.idle;
+    std::erase_if(loaded.rows, [&](const Row& row) {
+      const Date login = row.get<PC, "LastLogin">();
+      return !login.is_zero() && login.days > since;
+    });
+  }
+  arguments.listing.show(options, std::move(loaded),
+                         columns<PC, "ComputerID", "MACNumber", "CompID", "Active", "LastUser",
+                                 "LastLogin", "TotalLogins", "SoftwareVersion">(),
+                         columns<PC, "MaintenanceType", "ImageIndex", "ActivatedBy", "ActivateDate",
+                                 "DeActivatedBy", "DeActivatedDate", "SoftLock", "RowVersion">());
 }
 
 // What a command changes in a row.
@@ -122,12 +134,21 @@ void add_register(CLI::App& pcs, CommandLine& line) {
 void add_list(CLI::App& pcs, CommandLine& line) {
   const auto arguments = std::make_shared<ListArguments>();
   CLI::App* command =
-      add_command(pcs, line, "list", "All PCs, or those of one component, by MAC number.",
-                  "tarnwick pc list --component 10 --inactive",
+      add_command(pcs, line, "list", "All PCs, or some of them, by MAC number.",
+                  "tarnwick pc list --component 10 --idle 90 --sort LastLogin",
                   [arguments](const Options& options) { list_pcs(options, *arguments); });
   add_component_option(*command, arguments->component, "only the PCs of this component");
   CLI::Option* active = command->add_flag("--active", arguments->active, "only active ones");
   command->add_flag("--inactive", arguments->inactive, "only deactivated ones")->excludes(active);
+  command
+      ->add_option("--idle", arguments->idle,
+                   "only those without a login for so many days, or without any")
+      ->type_name("DAYS")
+      ->check(CLI::Range(std::uint32_t{0}, kMostDays).description(""));
+  Listing& listing = arguments->listing;
+  listing.add_filter(*command, "LastUser", "only those that this user logged in at last", "--user");
+  listing.add_filter(*command, "SoftwareVersion", "only those that run this version");
+  listing.add_options(*command, line);
 }
 
 // A change that depends on what is stored holds the row from the reading to the writing.

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "apps/tarnwick/commands/key_arguments.h"
+#include "apps/tarnwick/commands/listing.h"
 #include "apps/tarnwick/completion/values.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/maintenance.h"
@@ -29,14 +30,18 @@ CLI::App* RecordCommands::add(const std::string& name, const std::string& help,
 void RecordCommands::add_show(const std::string& help, const std::string& example) {
   const auto field = std::make_shared<std::string>();
   CLI::App* command = add("show", help, example, [field](const Options& options, const Row& given) {
-    const auto session = connect(options);
-    show(options, stored_row(*session, find_key(*session, given)), *field);
+    auto session = connect(options);
+    const Row row = seen_row(*session, find_key(*session, given));
+    // Nobody has to wait for who reads.
+    session.reset();
+    show(options, row, *field);
   });
   std::vector<std::string> names;
   for (const Attribute& attribute : client::attributes_of(record_class_)) {
     names.emplace_back(attribute.name());
   }
   note_values(*command->add_option("--field", *field, "this field's value alone"), names);
+  add_csv(*command, line_);
 }
 
 void RecordCommands::add_edit(const std::string& help, const std::string& example) {

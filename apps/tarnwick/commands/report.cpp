@@ -1,10 +1,12 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <map>
 #include <memory>
 
 #include "apps/tarnwick/commands/commands.h"
 #include "apps/tarnwick/commands/key_arguments.h"
+#include "apps/tarnwick/commands/listing.h"
 #include "apps/tarnwick/commands/record_commands.h"
 #include "apps/tarnwick/maintenance/cause.h"
 #include "apps/tarnwick/maintenance/loading.h"
@@ -17,12 +19,36 @@
 namespace tarnwick::cli {
 namespace {
 
-void list_reports(const Options& options) {
-  list(options, load_reports(*connect(options)),
-       columns<Report, "Name", "Title", "ReportGroupID", "Version", "Author", "Created",
-               "ReportType">(),
-       columns<Report, "ImageIndex", "SQL", "TTX", "Description", "MaintenanceType", "Definition",
-               "SoftLock", "RowVersion">());
+constexpr const char* kFileSize = "FileSize";
+
+// How many bytes the report file of each report has, where the object model can be asked.
+MoreColumn file_sizes(const Session& session) {
+  const auto sizes = std::make_shared<std::map<Text, std::int64_t>>();
+  try {
+    for (const StoredReportFile& file : session.transport().stored_report_files()) {
+      sizes->insert_or_assign(file.report, file.length);
+    }
+  } catch (const client::CallError& error) {
+    if (error.reason() != client::CallError::Reason::kNotOffered) throw;
+  }
+  return {kFileSize, [sizes](const Row& report) -> std::optional<std::int64_t> {
+            const auto found = sizes->find(report.get<Report, "Name">());
+            if (found == sizes->end()) return std::nullopt;
+            return found->second;
+          }};
+}
+
+void list_reports(const Options& options, const Listing& listing) {
+  auto session = connect(options);
+  Loaded loaded = load_reports(*session);
+  const MoreColumn sizes = file_sizes(*session);
+  session.reset();
+  listing.show(options, std::move(loaded),
+               columns<Report, "Name", "Title", "ReportGroupID", "Version", "Author", "Created",
+                       "ReportType">(),
+               columns<Report, "ImageIndex", "SQL", "TTX", "Description", "MaintenanceType",
+                       "Definition", "SoftLock", "RowVersion">(),
+               {sizes});
 }
 
 std::string name_of(const Row& report) { return printable(report.get<Report, "Name">()); }
@@ -158,6 +184,20 @@ void extract_ttx(const Session& session, const Options&, const Row& key, const T
   fmt::print("Field definitions of '{}' extracted to {}.\n", name_of(key), target.string());
 }
 
+void add_list(CLI::App& reports, CommandLine& line) {
+  const auto listing =
+      std::make_shared<Listing>(ClassId::kReport, std::vector<std::string>{kFileSize});
+  CLI::App* command = add_command(
+      reports, line, "list",
+      "All reports, or some of them, by name. FileSize is how many bytes the report file has that "
+      "is stored; empty where there is none, and over COM, which does not tell.",
+      "tarnwick report list --group Sales --sort FileSize --reverse",
+      [listing](const Options& options) { list_reports(options, *listing); });
+  listing->add_filter(*command, "ReportGroupID", "only those of this group");
+  listing->add_filter(*command, "ReportType", "only those of this type (CRY or none)");
+  listing->add_options(*command, line);
+}
+
 void add_add(RecordCommands& one) {
   const auto arguments = std::make_shared<AddArguments>();
   CLI::App* command =
@@ -205,7 +245,7 @@ void add_with_file(RecordCommands& one, const std::string& name, const std::stri
 void add_report_commands(CLI::App& app, CommandLine& line) {
   CLI::App* reports = add_group(app, "report", "The report catalog.");
   RecordCommands one(*reports, line, ClassId::kReport);
-  add_command(*reports, line, "list", "All reports, by name.", "", list_reports);
+  add_list(*reports, line);
   one.add_show("One report.", "tarnwick report show 'Open Orders' --field SQL");
   add_add(one);
   one.add_set("Changes fields of a report, unless somebody else changes it meanwhile.",

@@ -7,6 +7,7 @@
 #include "ado/error.h"
 #include "apps/tarnwick/maintenance/cause.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/output/values.h"
 #include "apps/tarnwick/terminal/process_setup.h"
@@ -30,6 +31,15 @@ bool lock_if_there(const Session& session, const Record& record, const std::stri
                   fmt::format("{} is being maintained by another process.", what));
   }
   throw failure_of(cause, fmt::format("{} cannot be read", what), session.last_error_msg());
+}
+
+// " is being maintained by VEL-ADM-001 since ... (process 4711)", as far as it is known.
+std::string holder(const Look& look) {
+  const Stamp stamp = parse_stamp(look.stamp);
+  return fmt::format(" is being maintained by {}{}{}",
+                     stamp.computer.empty() ? "another process" : printable(stamp.computer),
+                     stamp.since.empty() ? "" : fmt::format(" since {}", printable(stamp.since)),
+                     look.process_id ? fmt::format(" (process {})", *look.process_id) : "");
 }
 
 std::optional<Record> read_if_there(const Session& session, const Row& key) {
@@ -133,6 +143,29 @@ bool is_there(const Session& session, const Row& key) {
 }
 
 Row stored_row(const Session& session, const Row& key) { return row_of(read_record(session, key)); }
+
+Row seen_row(const Session& session, const Row& key) {
+  const std::string what = describe(key);
+  const Record record = make_record(session, key);
+  session.clear_last_cause();
+  const Look look = record.look();
+  if (look.outcome == LookOutcome::kMissing) {
+    throw Failure(ExitCode::kMissing, fmt::format("{} does not exist.", what));
+  }
+  if (look.outcome == LookOutcome::kFailed) {
+    throw failure_of(session.last_cause(), fmt::format("{} cannot be read", what),
+                     session.last_error_msg());
+  }
+  if (look.outcome == LookOutcome::kHeld) {
+    throw Failure(ExitCode::kLocked,
+                  fmt::format("{}{}; the database does not show what was committed before.", what,
+                              holder(look)));
+  }
+  if (look.held) {
+    tell_error(fmt::format("{}{}; it is shown as it was committed.", what, holder(look)));
+  }
+  return row_of(record);
+}
 
 void remove(const Session& session, const Row& key) {
   const std::string what = describe(key);

@@ -36,6 +36,12 @@ namespace tarnwick::cli {
 /// The row of `key` as it is stored. Throws Failure as `lock`.
 [[nodiscard]] Row stored_row(const Session& session, const Row& key);
 
+/// The row of `key` as it is stored, for who only wants to see it: locks nothing and waits for
+/// nobody. Of a row that somebody maintains, who does is told on standard error, and it is shown as
+/// it was committed. Throws Failure: kMissing, kFailed; kLocked where the database cannot show a
+/// row that is maintained.
+[[nodiscard]] Row seen_row(const Session& session, const Row& key);
+
 /// Deletes the row and makes sure that it is gone. Takes the lock first, so that a row that another
 /// process maintains is not deleted under its hands. Throws Failure as `lock`, and kUnknown.
 void remove(const Session& session, const Row& key);

@@ -9,16 +9,6 @@
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::cli {
-namespace {
-
-bool same_key_part(const AttributeValue& a, const AttributeValue& b) {
-  const Text* const text = std::get_if<Text>(&a);
-  const Text* const other = std::get_if<Text>(&b);
-  return text != nullptr && other != nullptr ? equals_ignoring_case(*text, *other) : a == b;
-}
-
-}  // namespace
-
 std::string describe(const Row& row) {
   if (row.record_class() == ClassId::kComponent) {
     return fmt::format("Component {}", row.get<Component, "CompID">());
@@ -39,9 +29,15 @@ Row key_of(const Row& row) {
   return key;
 }
 
+bool same_value(const AttributeValue& a, const AttributeValue& b) {
+  const Text* const text = std::get_if<Text>(&a);
+  const Text* const other = std::get_if<Text>(&b);
+  return text != nullptr && other != nullptr ? equals_ignoring_case(*text, *other) : a == b;
+}
+
 bool same_key(const Row& a, const Row& b) {
   return std::ranges::all_of(a.attributes(), [&](const Attribute& attribute) {
-    return !attribute.key || same_key_part(a[attribute], b[attribute]);
+    return !attribute.key || same_value(a[attribute], b[attribute]);
   });
 }
 
@@ -51,6 +47,14 @@ Text version_of(const Row& row) {
     if (const Text* const version = std::get_if<Text>(&row[attribute])) return *version;
   }
   return {};
+}
+
+// The holder's computer name, " - ", and the time; a name may hold a dash itself.
+Stamp parse_stamp(TextView stamp) {
+  const std::string text = to_display_utf8(stamp);
+  const std::size_t dash = text.rfind(" - ");
+  if (dash == std::string::npos) return {text, ""};
+  return {text.substr(0, dash), text.substr(dash + 3)};
 }
 
 void require_plain_key(const Row& row) {

@@ -18,8 +18,18 @@ namespace tarnwick::cli {
 /// Whether the two are one row of the database, which does not tell letter case apart.
 [[nodiscard]] bool same_key(const Row& a, const Row& b);
 
+/// Whether the two values are one to the database, which does not tell letter case apart.
+[[nodiscard]] bool same_value(const AttributeValue& a, const AttributeValue& b);
+
 /// The row version that the row was read with; empty when it was not read.
 [[nodiscard]] Text version_of(const Row& row);
+
+/// Who maintains a row, since when.
+struct Stamp {
+  std::string computer;
+  std::string since;  // "" where the stamp is not made like that
+};
+[[nodiscard]] Stamp parse_stamp(TextView stamp);
 
 /// Throws Failure (kUsage) when a part of a key holds a single quote. Keys go into statements as
 /// they stand: with a quote they would reach other rows than their own.

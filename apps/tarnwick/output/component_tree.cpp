@@ -12,6 +12,7 @@
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/output/values.h"
+#include "apps/tarnwick/terminal/pager.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -101,7 +102,12 @@ std::vector<TreeNode> in_tree_order(const std::vector<Row>& components) {
 
 void print_tree(const Options& options, const std::vector<Row>& components) {
   const std::vector<TreeNode> nodes = in_tree_order(components);
-  if (options.json) return print_json(to_nested_json(nodes));
+  if (options.json) return page(options, json_text(to_nested_json(nodes)));
+  if (options.csv) {
+    std::vector<Row> rows;
+    for (const TreeNode& node : nodes) rows.push_back(*node.component);
+    return page(options, listing_text(options, ClassId::kComponent, rows));
+  }
   if (nodes.empty()) {
     fmt::print("None.\n");
     return;
@@ -120,7 +126,7 @@ void print_tree(const Options& options, const std::vector<Row>& components) {
     lines.resize(node.depth);
     lines.push_back(lines.empty() ? table.add_line(line) : table.add_line(line, lines.back()));
   }
-  table.print();
+  page(options, table.text());
 }
 
 }  // namespace tarnwick::cli

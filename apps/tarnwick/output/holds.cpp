@@ -99,11 +99,8 @@ nlohmann::ordered_json to_json(const Hold& hold, Date now) {
           {"Session", number_or_null(hold.session)}};
 }
 
-void print_holds(const std::vector<Hold>& holds, Date now, std::size_t most) {
-  if (holds.empty()) {
-    fmt::print("None.\n");
-    return;
-  }
+std::string holds_text(const std::vector<Hold>& holds, Date now, std::size_t most) {
+  if (holds.empty()) return "None.\n";
   using Column = Table::Column;
   Table table;
   table.add_column("Table");
@@ -132,8 +129,43 @@ void print_holds(const std::vector<Hold>& holds, Date now, std::size_t most) {
     if (has_sessions) cells.push_back(digits(hold.session));
     table.add_line(cells);
   }
-  table.print();
-  if (shown < holds.size()) fmt::print("... and {} more.\n", holds.size() - shown);
+  std::string text = table.text();
+  if (shown < holds.size()) text += fmt::format("... and {} more.\n", holds.size() - shown);
+  return text;
+}
+
+const std::vector<std::string>& hold_columns() {
+  static const std::vector<std::string> columns{"Table",   "Row",     "HeldBy", "Since",  "For",
+                                                "Process", "Program", "User",   "Session"};
+  return columns;
+}
+
+SortKey sort_key(const Hold& hold, std::size_t column, Date now) {
+  const auto number = [](const auto& value) {
+    return value ? SortKey(static_cast<double>(*value)) : SortKey();
+  };
+  const Stamp stamp = read_stamp(hold.row.stamp, now);
+  const auto held = stamp.held ? std::make_optional(stamp.held->count()) : std::nullopt;
+  switch (column) {
+    case 0:
+      return sort_key(TextView(hold.row.table));
+    case 1:
+      return sort_key(TextView(hold.row.key));
+    case 2:
+      return sort_key(TextView(from_stored_utf8(stamp.computer)));
+    case 3:
+      return number(held ? std::make_optional(-*held) : held);
+    case 4:
+      return number(held);
+    case 5:
+      return number(hold.row.process_id);
+    case 6:
+      return sort_key(TextView(hold.program));
+    case 7:
+      return sort_key(TextView(hold.user));
+    default:
+      return number(hold.session);
+  }
 }
 
 }  // namespace tarnwick::cli

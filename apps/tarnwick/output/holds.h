@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ado/engine.h"
+#include "apps/tarnwick/output/sorting.h"
 #include "runtime/date.h"
 
 namespace tarnwick::cli {
@@ -41,6 +42,10 @@ struct Stamp {
 [[nodiscard]] nlohmann::ordered_json to_json(const Hold& hold, Date now);
 
 /// A table with at most `most` of them, and how many more there are; or "None.".
-void print_holds(const std::vector<Hold>& holds, Date now, std::size_t most);
+[[nodiscard]] std::string holds_text(const std::vector<Hold>& holds, Date now, std::size_t most);
+
+/// What a list of held rows may be sorted by, and the key of a row in the column at that place.
+[[nodiscard]] const std::vector<std::string>& hold_columns();
+[[nodiscard]] SortKey sort_key(const Hold& hold, std::size_t column, Date now);
 
 }  // namespace tarnwick::cli

@@ -4,7 +4,7 @@
 #include <libsmartcols.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <new>
 
@@ -44,7 +44,6 @@ void Table::Unref::operator()(libscols_table* table) const { scols_unref_table(t
 
 Table::Table() : table_(scols_new_table()) {
   if (table_ == nullptr) throw std::bad_alloc();
-  check(scols_table_set_stream(table_.get(), stdout));
   // The cells are printable already; the library would turn a backslash that stands before an x.
   check(scols_table_enable_noencoding(table_.get(), 1));
   if (isatty(STDOUT_FILENO) == 0) {
@@ -74,9 +73,12 @@ std::size_t Table::add_line(const std::vector<std::string>& cells,
   return lines_.size() - 1;
 }
 
-void Table::print() {
-  std::fflush(stdout);
-  scols_print_table(table_.get());
+std::string Table::text() {
+  if (lines_.empty()) return {};
+  char* printed = nullptr;
+  check(scols_print_table_to_string(table_.get(), &printed));
+  const std::unique_ptr<char, decltype(&std::free)> owned(printed, &std::free);
+  return std::string(printed) + '\n';
 }
 
 }  // namespace tarnwick::cli

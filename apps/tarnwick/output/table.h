@@ -41,8 +41,8 @@ class Table final {
   std::size_t add_line(const std::vector<std::string>& cells,
                        std::optional<std::size_t> parent = std::nullopt);
 
-  /// To standard output; nothing at all when there are no lines.
-  void print();
+  /// The table with a line end; nothing at all when there are no lines.
+  [[nodiscard]] std::string text();
 
  private:
   struct Unref {

@@ -4,11 +4,16 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <span>
+#include <sstream>
+#include <utility>
 
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/csv.h"
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/values.h"
+#include "apps/tarnwick/terminal/pager.h"
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::cli {
@@ -60,6 +65,26 @@ std::string brief(const AttributeValue& value) {
   return text.substr(0, end) + "…";
 }
 
+std::vector<std::string> headings_of(std::span<const Attribute> attributes) {
+  std::vector<std::string> headings;
+  for (const Attribute& attribute : attributes) headings.emplace_back(attribute.name());
+  return headings;
+}
+
+std::vector<std::string> csv_cells(const std::vector<std::string>& headings,
+                                   const nlohmann::ordered_json& object) {
+  std::vector<std::string> cells;
+  for (const std::string& heading : headings) {
+    const auto& value = object.at(heading);
+    if (value.is_string()) {
+      cells.push_back(value.get<std::string>());
+    } else {
+      cells.push_back(value.is_null() ? std::string() : value.dump());
+    }
+  }
+  return cells;
+}
+
 void print_changes(const Row& before, const Row& after) {
   for (const Attribute& attribute : before.attributes()) {
     if (is_version(attribute) || before[attribute] == after[attribute]) continue;
@@ -70,19 +95,34 @@ void print_changes(const Row& before, const Row& after) {
 
 }  // namespace
 
-void print_json(const nlohmann::ordered_json& json) {
+std::string json_text(const nlohmann::ordered_json& json) {
   // What is not UTF-8 in a file name or an answer must not end the program.
-  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
+}
+
+void print_json(const nlohmann::ordered_json& json) { fmt::print("{}", json_text(json)); }
+
+std::string csv_text(const std::vector<std::string>& headings,
+                     const nlohmann::ordered_json& array) {
+  std::ostringstream table;
+  write_csv(table, headings);
+  for (const auto& object : array) write_csv(table, csv_cells(headings, object));
+  return std::move(table).str();
 }
 
 void show(const Options& options, const Row& row, const std::string& name) {
+  const auto as_csv = [&](const std::vector<std::string>& headings) {
+    return csv_text(headings, nlohmann::ordered_json::array({to_json(row)}));
+  };
   if (!name.empty()) {
-    const AttributeValue& value = row[attribute_named(row, name)];
-    if (options.json) return print_json(to_json(value));
-    fmt::print("{}\n", display(value));
-    return;
+    const Attribute& attribute = attribute_named(row, name);
+    const AttributeValue& value = row[attribute];
+    if (options.csv) return page(options, as_csv({std::string(attribute.name())}));
+    return page(options, options.json ? json_text(to_json(value)) : display(value) + '\n');
   }
-  if (options.json) return print_json(to_json(row));
+  if (options.csv) return page(options, as_csv(headings_of(row.attributes())));
+  if (options.json) return page(options, json_text(to_json(row)));
+  std::string shown;
   std::size_t width = 0;
   for (const Attribute& attribute : row.attributes())
     width = std::max(width, attribute.name().size());
@@ -90,11 +130,12 @@ void show(const Options& options, const Row& row, const std::string& name) {
     std::string text = printable(display(row[attribute]), true);
     while (text.ends_with('\n')) text.pop_back();
     if (text.empty()) {
-      fmt::print("{}\n", attribute.name());
+      shown += fmt::format("{}\n", attribute.name());
     } else {
-      fmt::print("{:<{}}  {}\n", attribute.name(), width, hanging(text, width + 2));
+      shown += fmt::format("{:<{}}  {}\n", attribute.name(), width, hanging(text, width + 2));
     }
   }
+  page(options, shown);
 }
 
 std::vector<std::string> cells(const Row& row, const Columns& columns) {
@@ -103,25 +144,54 @@ std::vector<std::string> cells(const Row& row, const Columns& columns) {
   return cells;
 }
 
-void list(const Options& options, const Loaded& loaded, const Columns& first,
-          const Columns& without) {
+std::string listing_text(const Options& options, ClassId record_class, const std::vector<Row>& rows,
+                         const std::vector<MoreColumn>& more) {
+  const auto to_object = [&](const Row& row) {
+    nlohmann::ordered_json object = to_json(row);
+    for (const MoreColumn& column : more) {
+      const auto number = column.of(row);
+      object[column.name] = number ? nlohmann::ordered_json(*number) : nullptr;
+    }
+    return object;
+  };
   if (options.json) {
     auto array = nlohmann::ordered_json::array();
-    for (const Row& row : loaded.rows) array.push_back(to_json(row));
-    print_json(array);
+    for (const Row& row : rows) array.push_back(to_object(row));
+    return json_text(array);
+  }
+  std::vector<std::string> headings = headings_of(client::attributes_of(record_class));
+  for (const MoreColumn& column : more) headings.push_back(column.name);
+  std::ostringstream table;
+  write_csv(table, headings);
+  for (const Row& row : rows) write_csv(table, csv_cells(headings, to_object(row)));
+  return std::move(table).str();
+}
+
+void list(const Options& options, ClassId record_class, const Loaded& loaded, const Columns& first,
+          const Columns& without, const std::vector<MoreColumn>& more) {
+  if (options.json || options.csv) {
+    page(options, listing_text(options, record_class, loaded.rows, more));
   } else if (loaded.rows.empty()) {
     fmt::print("None.\n");
   } else {
     Columns columns = first;
-    for (const Attribute& attribute : loaded.rows.front().attributes()) {
+    for (const Attribute& attribute : client::attributes_of(record_class)) {
       if (!holds(first, attribute) && !holds(without, attribute)) columns.push_back(&attribute);
     }
     Table table;
     for (const Attribute* attribute : columns) {
       table.add_column(attribute->name(), column_of(*attribute));
     }
-    for (const Row& row : loaded.rows) table.add_line(cells(row, columns));
-    table.print();
+    for (const MoreColumn& column : more) table.add_column(column.name, Table::Column::kNumber);
+    for (const Row& row : loaded.rows) {
+      auto line = cells(row, columns);
+      for (const MoreColumn& column : more) {
+        const auto number = column.of(row);
+        line.push_back(number ? fmt::format("{}", *number) : "");
+      }
+      table.add_line(line);
+    }
+    page(options, table.text());
   }
   require_complete(loaded);
 }
@@ -165,7 +235,7 @@ void explain_conflict(const Options& options, const Row& read, const std::option
   }
   if (options.json) return print_json({{"Conflict", array}, {"RowIsThere", stored.has_value()}});
   if (!stored) fmt::print("The row is no longer there.\n");
-  table.print();
+  fmt::print("{}", table.text());
 }
 
 }  // namespace tarnwick::cli

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
@@ -15,6 +17,12 @@ namespace tarnwick::cli {
 
 /// To standard output, with a line end.
 void print_json(const nlohmann::ordered_json& json);
+/// What that prints.
+[[nodiscard]] std::string json_text(const nlohmann::ordered_json& json);
+/// The same of an array of objects as CSV: a line with `headings`, and one for each object with its
+/// values under them as they stand in JSON, null as nothing.
+[[nodiscard]] std::string csv_text(const std::vector<std::string>& headings,
+                                   const nlohmann::ordered_json& array);
 
 /// All attributes, one below the other; of one alone (by its name, in any letter case) the bare
 /// value. Throws Failure (kUsage) for a name that is no attribute's.
@@ -28,10 +36,21 @@ requires(client::HasAttribute<T, kNames>&&...) [[nodiscard]] Columns columns() {
   return {&all[client::place_of_attribute<T>(kNames.view())]...};
 }
 
-/// A table with the columns `first` and then those that are not in `without` either, or a JSON
-/// array of the rows with all their attributes. Throws Failure in the end if those are not all.
-void list(const Options& options, const Loaded& loaded, const Columns& first,
-          const Columns& without);
+/// A column of a listing that is no attribute: a number, where the row has one.
+struct MoreColumn {
+  std::string name;
+  std::function<std::optional<std::int64_t>(const Row&)> of;
+};
+
+/// A table with the columns `first`, then those that are not in `without` either, then `more`; or,
+/// as JSON or CSV, the rows with all their attributes and `more`. Throws Failure in the end if
+/// those are not all.
+void list(const Options& options, ClassId record_class, const Loaded& loaded, const Columns& first,
+          const Columns& without, const std::vector<MoreColumn>& more = {});
+/// The same lines for who has no table of them: JSON or CSV, with all attributes.
+[[nodiscard]] std::string listing_text(const Options& options, ClassId record_class,
+                                       const std::vector<Row>& rows,
+                                       const std::vector<MoreColumn>& more = {});
 
 /// What a line of a table shows of the row.
 [[nodiscard]] std::vector<std::string> cells(const Row& row, const Columns& columns);

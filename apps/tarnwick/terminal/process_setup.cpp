@@ -13,6 +13,7 @@
 
 #include "apps/tarnwick/service/scratch_folder.h"
 #include "apps/tarnwick/terminal/terminal_mode.h"
+#include "apps/tarnwick/terminal/pager.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -66,6 +67,7 @@ void watch(sigset_t set) {
     }
     ending().lock();
     TerminalMode::restore_for_good();
+    end_pager_for_good();
     ScratchFolder::remove_all_for_good();
     end_by(number);
   }).detach();

@@ -10,7 +10,8 @@ namespace tarnwick::cli {
 /// Standard descriptors that are closed are taken up, so that no file that is opened later bears
 /// the number of one: reading and writing there fails, but complaints go nowhere. A write that
 /// nobody takes (a closed pipe, a file beyond its limit) fails too, instead of ending the process.
-/// A signal that ends the process gives the terminal back and removes the scratch folders first.
+/// A signal that ends the process ends the pager, gives the terminal back and removes the scratch
+/// folders first.
 void set_up_process();
 
 /// Runs `step`, which cleans up behind itself: a signal that ends the process waits for its end.

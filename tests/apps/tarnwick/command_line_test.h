@@ -53,6 +53,7 @@ class CommandLineTest : public ::testing::Test {
                       {"TARNWICK_PASSWORD_FILE", password_file_},
                       {"VISUAL", ""},
                       {"EDITOR", ""},
+                      {"TARNWICK_PAGER", "cat"},
                       {"LC_ALL", "C.UTF-8"}});
     return variables;
   }

@@ -129,6 +129,58 @@ TEST_F(OdbcRowsetTest, AnyOtherErrorOfALockingOpenIsThrown) {
   EXPECT_EQ(error_of([&] { (void)hold(); }).number(), -2147217900);
 }
 
+// --- Reading what was committed ------------------------------------------------------------------
+
+constexpr TextView kCommitted =
+    u"exec Select * From DW_Reports WITH (READCOMMITTED, NOWAIT) Where ReportName = 'Sales'";
+constexpr TextView kInSnapshot = u"exec SET TRANSACTION ISOLATION LEVEL SNAPSHOT";
+constexpr TextView kBack =
+    u"exec IF EXISTS (SELECT 1 FROM sys.databases WHERE database_id = DB_ID() "
+    u"AND is_read_committed_snapshot_on = 1) SET TRANSACTION ISOLATION LEVEL "
+    u"REPEATABLE READ ELSE SET TRANSACTION ISOLATION LEVEL READ COMMITTED";
+
+TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedWaitsForNoLock) {
+  const auto rowset =
+      session_->open({.statement = kSales, .held_rows = ado::HeldRowReading::kAsCommitted});
+  EXPECT_THAT(odbc_.take_log(), ElementsAre(kCommitted));
+  ado::RowBuffer rows(4);
+  rowset->fetch(rows, 10);
+  EXPECT_EQ(rows.rows(), 1u);
+}
+
+TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedTakesASnapshotWhereTheRowIsHeld) {
+  odbc_.on(u"NOWAIT", {fails("42000", 1222, u"locked")});
+  const auto rowset =
+      session_->open({.statement = kSales, .held_rows = ado::HeldRowReading::kAsCommitted});
+  EXPECT_THAT(odbc_.take_log(),
+              ElementsAre(kCommitted, kInSnapshot, Text(u"exec ") + Text(kSales), kBack));
+  ado::RowBuffer rows(4);
+  rowset->fetch(rows, 10);
+  EXPECT_EQ(rows.rows(), 1u);
+}
+
+TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedIsToldWhereTheDatabaseKeepsNoSnapshots) {
+  odbc_.on(u"NOWAIT", {fails("42000", 1222, u"locked")});
+  odbc_.on(u"Where ReportName", {fails("42000", 3952, u"Snapshot isolation is not allowed")});
+  const auto error = error_of([&] {
+    (void)session_->open({.statement = kSales, .held_rows = ado::HeldRowReading::kAsCommitted});
+  });
+  EXPECT_EQ(error.native(), 1222);
+  EXPECT_EQ(odbc_.take_log().back(), kBack);
+}
+
+TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedTakesNoSnapshotInsideATransaction) {
+  odbc_.on(u"NOWAIT", {fails("42000", 1222, u"locked")});
+  session_->begin();
+  (void)odbc_.take_log();
+  EXPECT_EQ(
+      error_of([&] {
+        (void)session_->open({.statement = kSales, .held_rows = ado::HeldRowReading::kAsCommitted});
+      }).native(),
+      1222);
+  EXPECT_THAT(odbc_.take_log(), ElementsAre(kCommitted));
+}
+
 TEST_F(OdbcRowsetTest, ALockIsRefusedWhereItCannotBeHad) {
   odbc_.on(u"From A, B", {reports({sales()})});
   EXPECT_EQ(error_of([&] { (void)hold(u"Select * From A, B"); }).number(), 3251);

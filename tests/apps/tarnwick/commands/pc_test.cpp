@@ -249,12 +249,13 @@ TEST_F(PcCommands, ReadNothingButKeysToFindAPc) {
   for (const std::string& line : lines_of(content_of(trace))) {
     if (line.starts_with("Open ")) opened.push_back(line);
   }
-  EXPECT_THAT(opened,
-              ElementsAre("Open server forward-only read-only: Select MACNbr, ComputerID, CompID "
-                          "From DW_SEC_PC Where ComputerID = 'VEL-SAL-012' Or MACNbr = "
-                          "'VEL-SAL-012' Order By MACNbr, ComputerID, CompID",
-                          "Open server dynamic pessimistic: Select * From DW_SEC_PC Where MACNbr = "
-                          "'02-5A-CD-1D-C9-76' And ComputerID = 'VEL-SAL-012' And CompID = 10"));
+  EXPECT_THAT(
+      opened,
+      ElementsAre("Open server forward-only read-only: Select MACNbr, ComputerID, CompID "
+                  "From DW_SEC_PC Where ComputerID = 'VEL-SAL-012' Or MACNbr = "
+                  "'VEL-SAL-012' Order By MACNbr, ComputerID, CompID",
+                  "Open server forward-only read-only: Select * From DW_SEC_PC Where MACNbr = "
+                  "'02-5A-CD-1D-C9-76' And ComputerID = 'VEL-SAL-012' And CompID = 10"));
 }
 
 TEST_F(PcCommands, FindAPcWhateverTheLetterCaseOfItsName) {

@@ -26,10 +26,10 @@ TEST_F(ReportCommands, ListAllByName) {
   ASSERT_EQ(lines.size(), 13u);
   EXPECT_EQ(lines[0],
             "Name               Title                       ReportGroupID  Version Author      "
-            "Created             ReportType");
+            "Created             ReportType FileSize");
   EXPECT_EQ(lines[1],
             "Cost Centre Detail Cost Centre Detail          Finance        2.0.0   C. Martínez "
-            "2022-02-21 08:15:00 CRY");
+            "2022-02-21 08:15:00 CRY           10352");
   EXPECT_THAT(lines[5], StartsWith("Load Protocol      Nightly Load Protocol "));
 }
 

@@ -73,10 +73,7 @@ TEST(HeldRowInJson, HasAllItsMembersAndNullForWhatIsNotKnown) {
 
 TEST(HeldRowsInATable, AreCutToTheLinesThatThereAre) {
   const std::vector<Hold> rows{row(u"VEL-1"), row(u"VEL-2"), row(u"VEL-3")};
-  testing::internal::CaptureStdout();
-  print_holds(rows, kNow, 2);
-  std::fflush(stdout);
-  const std::string shown = testing::internal::GetCapturedStdout();
+  const std::string shown = holds_text(rows, kNow, 2);
   EXPECT_NE(shown.find("VEL-2"), std::string::npos);
   EXPECT_EQ(shown.find("VEL-3"), std::string::npos);
   EXPECT_TRUE(shown.ends_with("\n... and 1 more.\n")) << shown;
