@@ -129,13 +129,21 @@ void tell(const Options& options, const Load& load, const Findings& findings) {
   tell(findings);
 }
 
+bool is_older_database(const Login& login) {
+  try {
+    const auto folder = embedded_folder(login.connect_string);
+    return folder && sqlite::needs_upgrade(*folder, kDatabase);
+  } catch (const Failure&) {
+    return false;  // none that could be connected to
+  }
+}
+
 // Connects; that the tables are older ones is a finding, too.
 std::unique_ptr<Session> connect_or_tell(const Options& options, const Login& login) {
   try {
     return connect(options, login);
   } catch (const Failure&) {
-    const auto folder = embedded_folder(login.connect_string);
-    if (folder && sqlite::needs_upgrade(*folder, kDatabase)) {
+    if (is_older_database(login)) {
       tell(options, {},
            {{"OlderVersion", "The database", "its tables are of an older version",
              "tarnwick upgrade"}});
