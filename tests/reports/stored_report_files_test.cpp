@@ -45,12 +45,13 @@ TEST_F(StoredReportFiles, AreToldOfRowsThatAreMaintainedToo) {
 
 TEST_F(StoredReportFiles, AreToldWithoutATransactionOrALoad) {
   (void)process_.trace();
+  const auto store = state().reports;
   (void)files();
   EXPECT_THAT(process_.trace(),
               ElementsAre(u"Open server forward-only read-only: Select ReportName, "
                           u"length(Report_Binary) As FileLength From DW_Reports "
                           u"Order By ReportName"));
-  EXPECT_EQ(state().reports, nullptr);
+  EXPECT_EQ(state().reports, store);
   EXPECT_THAT(message(), IsEmpty());
 }
 

@@ -6,12 +6,14 @@
 #include <optional>
 
 #include "apps/tarnwick/commands/commands.h"
+#include "apps/tarnwick/commands/listing.h"
 #include "apps/tarnwick/database/embedded_folder.h"
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
+#include "apps/tarnwick/terminal/pager.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/database_roles.h"
 #include "runtime/error.h"
@@ -112,15 +114,14 @@ void list_roles(const Options& options) {
   DatabaseRoles roles =
       open_roles(options, "SELECT name FROM sys.database_principals WHERE type = 'A'");
   const auto names = or_fail("The roles cannot be read.", [&] { return roles.names(); });
-  if (options.json) {
-    nlohmann::ordered_json array = nlohmann::ordered_json::array();
-    for (const Text& name : names) array.push_back({{"Name", to_display_utf8(name)}});
-    return print_json(array);
-  }
+  auto array = nlohmann::ordered_json::array();
+  for (const Text& name : names) array.push_back({{"Name", to_display_utf8(name)}});
+  if (options.json) return print_json(array);
+  if (options.csv) return page(options, csv_text({"Name"}, array));
   Table table;
   table.add_column("Name");
   for (const Text& name : names) table.add_line({to_display_utf8(name)});
-  table.print();
+  page(options, table.text());
 }
 
 void add_role(const Options& options, const Arguments& arguments) {
@@ -169,7 +170,9 @@ void add_role_commands(CLI::App& app, CommandLine& line) {
   CLI::App* roles = add_group(app, "role",
                               "The application roles of an embedded database. Whoever may enter "
                               "one and write the file may change them.");
-  add_command(*roles, line, "list", "All roles, by name.", "tarnwick role list", list_roles);
+  add_csv(
+      *add_command(*roles, line, "list", "All roles, by name.", "tarnwick role list", list_roles),
+      line);
 
   const auto add_one = [&](const std::string& name, const std::string& help,
                            const std::string& example, bool takes_password,

@@ -77,7 +77,7 @@ std::vector<Candidate> read(const std::shared_ptr<ado::Connection>& connection,
   rows.set_cursor_location(ado::CursorLocation::kServer);
   rows.set_cursor_type(ado::CursorType::kForwardOnly);
   rows.set_lock_type(ado::LockType::kReadOnly);
-  rows.set_wait_for_rows(false);
+  rows.set_held_rows(ado::HeldRowReading::kAsItStands);
   rows.open(statement_for(wanted), ado::kCommandText);
   std::vector<Candidate> names;
   for (; !rows.eof(); rows.move_next()) {

@@ -9,7 +9,7 @@ namespace tarnwick::cli {
 Findings examine_holds(const std::vector<Hold>& holds, Date now, std::chrono::minutes longest) {
   Findings findings;
   for (const Hold& hold : holds) {
-    const Stamp stamp = read_stamp(hold.row.stamp, now);
+    const HoldStamp stamp = read_stamp(hold.row.stamp, now);
     if (longest > longest.zero() && (!stamp.held || *stamp.held < longest)) continue;
     const std::string time =
         stamp.held ? fmt::format("it has been held for {}", duration(*stamp.held)) : "it is held";

@@ -37,7 +37,7 @@ std::unique_ptr<ado::Recordset> open(const std::shared_ptr<ado::Connection>& con
   rows->set_cursor_location(ado::CursorLocation::kServer);
   rows->set_cursor_type(ado::CursorType::kForwardOnly);
   rows->set_lock_type(ado::LockType::kReadOnly);
-  rows->set_wait_for_rows(false);
+  rows->set_held_rows(ado::HeldRowReading::kAsItStands);
   rows->open(statement, ado::kCommandText);
   return rows;
 }

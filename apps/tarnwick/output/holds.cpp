@@ -55,13 +55,10 @@ std::optional<std::chrono::seconds> time_since(const Text& since, Date now) {
 
 }  // namespace
 
-Stamp read_stamp(const Text& stamp, Date now) {
-  // The holder's computer name, " - ", and the time; a name may hold a dash itself.
-  constexpr TextView kBetween = u" - ";
-  const std::size_t dash = stamp.rfind(kBetween);
-  if (dash == Text::npos) return {to_display_utf8(stamp), "", std::nullopt};
-  const Text since = stamp.substr(dash + kBetween.size());
-  return {to_display_utf8(stamp.substr(0, dash)), to_display_utf8(since), time_since(since, now)};
+HoldStamp read_stamp(const Text& stamp, Date now) {
+  Stamp parsed = parse_stamp(stamp);
+  const auto held = time_since(from_stored_utf8(parsed.since), now);
+  return {std::move(parsed), held};
 }
 
 std::string duration(std::chrono::seconds time) {
@@ -86,7 +83,7 @@ std::string holder_of(const Hold& hold, const Stamp& stamp) {
 }
 
 nlohmann::ordered_json to_json(const Hold& hold, Date now) {
-  const Stamp stamp = read_stamp(hold.row.stamp, now);
+  const HoldStamp stamp = read_stamp(hold.row.stamp, now);
   const auto seconds = stamp.held ? std::make_optional(stamp.held->count()) : std::nullopt;
   return {{"Table", to_display_utf8(hold.row.table)},
           {"Row", to_display_utf8(hold.row.key)},
@@ -117,7 +114,7 @@ std::string holds_text(const std::vector<Hold>& holds, Date now, std::size_t mos
   const std::size_t shown = std::min(holds.size(), most);
   for (std::size_t i = 0; i < shown; ++i) {
     const Hold& hold = holds[i];
-    const Stamp stamp = read_stamp(hold.row.stamp, now);
+    const HoldStamp stamp = read_stamp(hold.row.stamp, now);
     std::vector<std::string> cells{to_display_utf8(hold.row.table),
                                    to_display_utf8(hold.row.key),
                                    stamp.computer,
@@ -144,7 +141,7 @@ SortKey sort_key(const Hold& hold, std::size_t column, Date now) {
   const auto number = [](const auto& value) {
     return value ? SortKey(static_cast<double>(*value)) : SortKey();
   };
-  const Stamp stamp = read_stamp(hold.row.stamp, now);
+  const HoldStamp stamp = read_stamp(hold.row.stamp, now);
   const auto held = stamp.held ? std::make_optional(stamp.held->count()) : std::nullopt;
   switch (column) {
     case 0:

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ado/engine.h"
+#include "apps/tarnwick/maintenance/naming.h"
 #include "apps/tarnwick/output/sorting.h"
 #include "runtime/date.h"
 
@@ -25,13 +26,11 @@ struct Hold {
 };
 
 /// What the stamp of a held row says.
-struct Stamp {
-  std::string computer;
-  std::string since;  // as the holder wrote it
+struct HoldStamp : Stamp {
   /// By the clocks of both computers; nothing where the stamp tells no time, or one to come.
   std::optional<std::chrono::seconds> held;
 };
-[[nodiscard]] Stamp read_stamp(const Text& stamp, Date now);
+[[nodiscard]] HoldStamp read_stamp(const Text& stamp, Date now);
 
 /// "45 s", "12 min", "3 h 05 min", "2 d 4 h".
 [[nodiscard]] std::string duration(std::chrono::seconds time);

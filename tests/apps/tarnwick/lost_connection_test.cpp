@@ -22,13 +22,17 @@ class LostConnections : public CommandLineTest {
     ASSERT_EQ(copied.exit_code, 0) << copied.err;
   }
 
-  /// Runs a command on the server.
-  [[nodiscard]] Ending run_there(std::vector<std::string> arguments) const {
+  /// How a command on the server is started.
+  [[nodiscard]] Start start_there(std::vector<std::string> arguments) const {
     Start start = this->start(std::move(arguments));
     start.environment["TARNWICK_CONNECT"] = to_utf8(server_.connection_string());
     start.environment["TARNWICK_ROLE"] = to_utf8(test_support::StandIn::kRole);
     start.environment["TARNWICK_PASSWORD_FILE"] = role_file_;
-    return test_support::run(start);
+    return start;
+  }
+  /// Runs a command on the server.
+  [[nodiscard]] Ending run_there(std::vector<std::string> arguments) const {
+    return test_support::run(start_there(std::move(arguments)));
   }
 
   test_support::StandIn server_;
@@ -73,6 +77,21 @@ TEST_F(LostConnections, InADeletionLeaveTheOutcomeUnknown) {
   const Ending ending = run_there({"report", "delete", "Headcount"});
   EXPECT_EQ(ending.exit_code, 6);
   EXPECT_THAT(ending.err, HasSubstr("nobody knows whether it was"));
+}
+
+class HeldOnAServer : public LostConnections {};
+
+TEST_F(HeldOnAServer, IsNotShownWithoutRowVersionsButWhoHoldsItIsSaid) {
+  Program holder(start_there({"lock", "hold", "report", "Headcount"}));
+  holder.wait_for(" locked. Press Enter to release it.\n");
+  const Ending ending = run_there({"report", "show", "Headcount"});
+  EXPECT_EQ(ending.exit_code, 4);
+  EXPECT_EQ(ending.out, "");
+  EXPECT_THAT(ending.err, ::testing::MatchesRegex(
+                              "tarnwick: Report 'Headcount' is being maintained by [^ ]+ "
+                              "since [0-9/]+ [0-9:]+ [AP]M; the database does not show what "
+                              "was committed before\\.\n"));
+  EXPECT_EQ(run_there({"report", "show", "Open Orders"}).exit_code, 0);
 }
 
 }  // namespace

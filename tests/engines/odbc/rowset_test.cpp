@@ -149,6 +149,7 @@ TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedWaitsForNoLock) {
 }
 
 TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedTakesASnapshotWhereTheRowIsHeld) {
+  odbc_.logs_options = true;
   odbc_.on(u"NOWAIT", {fails("42000", 1222, u"locked")});
   const auto rowset =
       session_->open({.statement = kSales, .held_rows = ado::HeldRowReading::kAsCommitted});
@@ -160,8 +161,9 @@ TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedTakesASnapshotWhereTheRowIsHeld)
 }
 
 TEST_F(OdbcRowsetTest, AReaderOfWhatWasCommittedIsToldWhereTheDatabaseKeepsNoSnapshots) {
-  odbc_.on(u"NOWAIT", {fails("42000", 1222, u"locked")});
-  odbc_.on(u"Where ReportName", {fails("42000", 3952, u"Snapshot isolation is not allowed")});
+  odbc_.logs_options = true;
+  odbc_.on(u"From DW_Reports", {fails("42000", 1222, u"locked"),
+                                fails("42000", 3952, u"Snapshot isolation is not allowed")});
   const auto error = error_of([&] {
     (void)session_->open({.statement = kSales, .held_rows = ado::HeldRowReading::kAsCommitted});
   });

@@ -17,7 +17,7 @@ const Date kNow = to_date({.year = 2024, .month = 3, .day = 1, .hour = 14});
 Hold row(const Text& stamp) { return {.row = {u"DW_Reports", u"Sales", stamp, 815}}; }
 
 TEST(StampOfAHeldRow, TellsComputerAndTime) {
-  const Stamp stamp = read_stamp(u"VEL-1 - A - 3/1/2024 1:59:15 PM", kNow);
+  const HoldStamp stamp = read_stamp(u"VEL-1 - A - 3/1/2024 1:59:15 PM", kNow);
   EXPECT_EQ(stamp.computer, "VEL-1 - A");
   EXPECT_EQ(stamp.since, "3/1/2024 1:59:15 PM");
   EXPECT_EQ(stamp.held, seconds(45));
