@@ -5,11 +5,11 @@
 
 What is typed stands in blocks that begin with ```console, behind "$ "; a line that ends with a
 backslash goes on in the next one. A block ```console second is typed in a second terminal, whose
-commands may wait: an empty line there is the Enter key. A line of dots stands for any lines, a point
-in time for any other, a word of sixteen hexadecimal digits for any row version, and blanks count as
-one. TARNWICK and TARNWICK_SERVER name the programs, TARNWICK_SAMPLES a folder, SERVER a program that
+commands may wait: an empty line there is the Enter key. A line of dots stands for any lines, and a
+time, a process or a row version for any other; blanks count as one. TARNWICK and TARNWICK_SERVER name the programs, TARNWICK_SAMPLES a folder, SERVER a program that
 tells where a database server listens and serves until its input ends."""
 
+import getpass
 import os
 import pathlib
 import re
@@ -41,9 +41,9 @@ class Terminal:
         self.shell.stdin.write(text.encode())
         self.shell.stdin.flush()
 
-    def read_until(self, finished):
+    def read_until(self, finished, patience=PATIENCE):
         """What was said, once `finished` finds it complete."""
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + patience
         while not finished(self.unread):
             ready, _, _ = select.select([self.output], [], [], max(0, end - time.monotonic()))
             some = os.read(self.output, 65536) if ready else b""
@@ -100,6 +100,16 @@ def blocks_of(text):
     yield pieces[-1]
 
 
+# What is different each time.
+VARIABLE = re.compile(r"""
+      \d{4}-\d\d-\d\d(?:[ ]\d\d:\d\d(?::\d\d)?)?
+    | \d{1,2}/\d{1,2}/\d{4}[ ]\d{1,2}:\d\d:\d\d[ ][AP]M
+    | \d+[ ]s[ ]\d+               # how long a row has been held, and the process
+    | process[ ]\d+
+    | \b[0-9A-F]{16}\b            # a row version
+    """, re.VERBOSE)
+
+
 def pattern_of(lines):
     """What matches what these lines stand for."""
     patterns = []
@@ -107,11 +117,14 @@ def pattern_of(lines):
         if line == ANY_LINES:
             patterns.append(r"(?:.*\n)*?")
             continue
-        pattern = r"[ \t]+".join(map(re.escape, line.split())) + r"[ \t]*\n"
-        pattern = re.sub(r"\d{4}\\-\d\d\\-\d\d", r"\\d{4}-\\d\\d-\\d\\d", pattern)
-        pattern = re.sub(r"\d\d:\d\d(:\d\d)?", r"\\d\\d:\\d\\d(?::\\d\\d)?", pattern)
-        pattern = re.sub(r"\b[0-9A-F]{16}\b", "[0-9A-F]{16}", pattern)
-        patterns.append(r"[ \t]*" + pattern)
+        words = " ".join(line.split())
+        pattern, at = "", 0
+        for found in VARIABLE.finditer(words):
+            pattern += re.escape(words[at:found.start()])
+            pattern += re.sub(r"[0-9A-F]+", "[0-9A-FPM]+", found.group()).replace(" ", r"\ ")
+            at = found.end()
+        pattern += re.escape(words[at:])
+        patterns.append(r"[ \t]*" + pattern.replace(r"\ ", r"[ \t]+") + r"[ \t]*\n")
     return re.compile("".join(patterns))
 
 
@@ -122,12 +135,15 @@ class Tour:
         self.first = Terminal(folder, environment)
         self.second = Terminal(folder, environment)
         # What is this machine's, and how the document calls it.
-        self.names = [(str(folder), "/home/jensen"), (socket.gethostname(), "velmar-admin")]
+        self.names = [(re.escape(str(folder)), "/home/jensen"),
+                      (rf"\b{re.escape(socket.gethostname())}\b", "velmar-admin"),
+                      (rf"\b{re.escape(getpass.getuser())}$", "jensen")]
         self.server = server
 
     def as_told(self, said):
+        said = said.replace("\r\n", "\n")
         for real, told in self.names:
-            said = said.replace(real, told)
+            said = re.sub(real, told, said, flags=re.MULTILINE)
         return said
 
     def take(self, block, write):
@@ -138,16 +154,17 @@ class Tour:
             code = 0
             if block.second:
                 self.second.send(command + "\n")
+                # Nobody knows when what is not told yet is complete.
                 said = self.second.read_until(
-                    lambda said: pattern.fullmatch(self.as_told(said.decode())) if not write
-                    else said.endswith(b"\n"))
+                    lambda said: not write and pattern.fullmatch(self.as_told(said.decode())),
+                    5 if write else PATIENCE)
             else:
                 said, code = self.first.run(command)
             said = self.as_told(said)
             if not pattern.fullmatch(said):
                 if not write:
                     raise AssertionError(f"{typed}\nsays\n{said}\nand not\n" + "\n".join(told))
-                step[1] = said.rstrip("\n").split("\n") if said else []
+                step[1] = [line.rstrip() for line in said.rstrip("\n").split("\n")] if said else []
             if code != 0 and "tarnwick: " not in said and not said.startswith("Nothing"):
                 raise AssertionError(f"{typed}\nends with {code} and says\n{said}")
 

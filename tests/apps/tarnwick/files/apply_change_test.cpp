@@ -39,6 +39,10 @@ class WithoutInsert final : public client::Transport {
     throw client::CallError(client::CallError::Reason::kNotOffered, "no Insert");
   }
   std::vector<PcKey> find_pcs(TextView name) override { return whole_->find_pcs(name); }
+  Look look(const Object& record) override { return whole_->look(record); }
+  std::vector<StoredReportFile> stored_report_files() override {
+    return whole_->stored_report_files();
+  }
   FailureCause last_cause() override { return whole_->last_cause(); }
   void clear_last_cause() override { whole_->clear_last_cause(); }
 
