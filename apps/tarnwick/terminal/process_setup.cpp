@@ -12,8 +12,8 @@
 #include <thread>
 
 #include "apps/tarnwick/service/scratch_folder.h"
-#include "apps/tarnwick/terminal/terminal_mode.h"
 #include "apps/tarnwick/terminal/pager.h"
+#include "apps/tarnwick/terminal/terminal_mode.h"
 
 namespace tarnwick::cli {
 namespace {

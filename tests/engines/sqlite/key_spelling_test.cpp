@@ -7,7 +7,6 @@
 namespace tarnwick::sqlite {
 namespace {
 
-
 constexpr TextView kLarge = u"Select * From DW_Reports Where ReportName = 'ÜBERSICHT'";
 constexpr TextView kSmall = u"Select * From dbo.DW_Reports Where ReportName = 'übersicht'";
 
