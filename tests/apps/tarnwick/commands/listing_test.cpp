@@ -54,7 +54,8 @@ TEST_F(Listings, AreCsvWithAllFieldsOfTheRecords) {
 }
 
 TEST_F(Listings, AreCsvWithHeadingsThoughThereIsNothingToList) {
-  EXPECT_EQ(say({"lock", "list", "--csv"}), "Table,Row,HeldBy,Since,Process\r\n");
+  EXPECT_EQ(say({"lock", "list", "--csv"}),
+            "Table,Row,HeldBy,Since,Seconds,Process,Program,User,Session\r\n");
   EXPECT_EQ(lines_of(say({"pc", "list", "--component", "13", "--csv"})),
             (std::vector<std::string>{
                 "MACNumber,ComputerID,CompID,MaintenanceType,Active,ImageIndex,LastUser,LastLogin,"
@@ -155,7 +156,7 @@ TEST_F(Listings, RefuseAColumnBeforeAnythingIsConnected) {
   EXPECT_EQ(ending.exit_code, 2);
   EXPECT_EQ(ending.err,
             "tarnwick: --sort: there is no column 'Colour', but Table, Row, HeldBy, Since, "
-            "Process.\nSee tarnwick lock list --help.\n");
+            "For, Process, Program, User, Session.\nSee tarnwick lock list --help.\n");
 }
 
 TEST_F(Listings, SortTheLocks) {
