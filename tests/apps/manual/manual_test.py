@@ -75,7 +75,7 @@ class Manual(unittest.TestCase):
 
     def assert_terms(self, part, terms, of):
         for term in terms:
-            self.assertRegex(part, rf"(?m)^ +(-., )?{re.escape(term)}( |$|,)", f"{term} of {of}")
+            self.assertRegex(part, rf"(?m)^ +(?:-[-\w]+, )*{re.escape(term)}( |$|,)", f"{term} of {of}")
 
     def test_has_a_page_for_each_group_of_commands(self):
         groups = {f"tarnwick-{name}.1" for name in self.help[0].commands if self.is_group(name)}
