@@ -3,8 +3,8 @@
 
 #include "tests/stand_in/stand_in.h"
 
-// The stand-in with the database Velmar_Sec, for tests that are no C++: prints the connection string
-// of the administrator and serves until its input ends.
+// The stand-in with the database Velmar_Sec, for tests that are no C++: prints the connection
+// string of the administrator and serves until its input ends.
 int main() {
   tarnwick::test_support::StandIn server;
   server.make_database();

@@ -10,7 +10,6 @@
 namespace tarnwick::sqlite {
 namespace {
 
-
 /// What the SQL function meanwhile() does, in whatever statement it stands.
 std::function<void()> meanwhile;
 
