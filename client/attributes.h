@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <ranges>
+#include <numeric>
 #include <span>
 #include <string_view>
 #include <tuple>
@@ -55,7 +55,11 @@ inline constexpr auto kRead = property_order::places<Record, property_order::InR
 /// Which rows of the table the attributes come from, in their order.
 template <class Record>
 consteval auto attribute_rows() {
-  constexpr auto kTable = std::views::iota(std::size_t{0}, kWritten<Record>.size());
+  constexpr auto kTable = [] {
+    std::array<std::size_t, kWritten<Record>.size()> table{};
+    std::iota(table.begin(), table.end(), std::size_t{0});
+    return table;
+  }();
   constexpr auto kIsOne = [](std::size_t row) {
     return kWritten<Record>[row] != 0 || kRead<Record>[row] != 0;
   };

@@ -42,7 +42,7 @@ void ValueOptions::add_options(CLI::App& command) {
   for (const Attribute& attribute : client::attributes_of(record_class_)) {
     std::string name = switch_of(attribute);
     if (name.empty()) continue;
-    Given& given = given_.emplace_back(&attribute, std::move(name));
+    Given& given = given_.emplace_back(Given{&attribute, std::move(name)});
     given.option = command.add_option(given.name, given.text, help(attribute))
                        ->type_name(type_name(attribute.zero));
     if (const auto values = all_values(attribute.zero); !values.empty()) {
@@ -54,7 +54,7 @@ void ValueOptions::add_options(CLI::App& command) {
     if (attribute == nullptr) continue;
     const std::string its_switch = switch_of(*attribute);
     command
-        .add_option(its_switch + "-file", given_by_file_.emplace_back(attribute).file,
+        .add_option(its_switch + "-file", given_by_file_.emplace_back(GivenByFile{attribute}).file,
                     fmt::format("take the {} from this file (UTF-8)", what))
         ->type_name("FILE")
         ->excludes(its_switch);

@@ -35,8 +35,7 @@ std::vector<std::int16_t> circle_above(const Parents& parents, std::int16_t id,
 }
 
 Finding told_of(std::vector<std::int16_t> circle) {
-  const auto lowest = std::ranges::min_element(circle);
-  std::ranges::rotate(circle, lowest);
+  std::rotate(circle.begin(), std::ranges::min_element(circle), circle.end());
   const std::int16_t id = circle.front();
   std::string what = "it is its own parent";
   if (circle.size() > 1) {

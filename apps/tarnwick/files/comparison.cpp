@@ -6,7 +6,6 @@
 #include <iterator>
 #include <map>
 #include <optional>
-#include <ranges>
 #include <string>
 
 #include "apps/tarnwick/failure.h"
@@ -257,7 +256,7 @@ std::vector<Change> compare(const Session& session, const RecordFolder& folder,
     std::ranges::move(changes, std::back_inserter(all));
     std::ranges::move(deletions(there, wanted, record_class), std::back_inserter(deleted));
   }
-  std::ranges::move(std::views::reverse(deleted), std::back_inserter(all));
+  std::move(deleted.rbegin(), deleted.rend(), std::back_inserter(all));
   return all;
 }
 

@@ -285,7 +285,9 @@ TEST_F(Apply, OfNothingButEmptyValuesHasNothingToDoTheSecondTime) {
       {"components.json", automation::ClassId::kComponent},
       {"pcs.json", automation::ClassId::kRegisteredPC},
       {"reports.json", automation::ClassId::kReport}};
-  for (const auto& [name, record_class] : classes) {
+  for (const auto& its : classes) {
+    const auto& name = its.first;
+    const automation::ClassId record_class = its.second;
     edit(name, [&](Json& records) {
       Json added = Json::object();
       for (const auto& attribute : client::attributes_of(record_class)) {
