@@ -67,16 +67,16 @@ cat >"$work/version/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.25)
 project(version LANGUAGES CXX)
 find_package(Tarnwick ${WANTED} QUIET COMPONENTS ${PART})
-message("found: ${Tarnwick_FOUND} ${Tarnwick_VERSION}")
+message("found: ${Tarnwick_FOUND}")
 CMAKE
 found() {
   cmake -S "$work/version" -B "$work/version/build" -DCMAKE_PREFIX_PATH="$prefix" \
     -DWANTED="$1" -DPART="$2" 2>&1 | sed -n 's/^found: //p'
 }
-same 'the version before' "1 $version" "$(found "$major.$minor" object_model)"
-same 'the next version' "0 $version" "$(found "$major.$((minor + 1))" object_model)"
-same 'another first number' "0 $version" "$(found "$((major + 1))" object_model)"
-same 'a part that is none' "0 $version" "$(found "$major.$minor" spreadsheet)"
+same 'this version' 1 "$(found "$major.$minor" object_model)"
+same 'the next version' 0 "$(found "$major.$((minor + 1))" object_model)"
+same 'another first number' 0 "$(found "$((major + 1))" object_model)"
+same 'a part that is none' 0 "$(found "$major.$minor" spreadsheet)"
 
 echo 'Running on the embedded engine'
 printf 'secret\n' >"$work/password"
