@@ -45,13 +45,13 @@ inline constexpr TextView kLockTimeoutText = u"Lock request time out period exce
 enum class FailureKind : std::int32_t {
   kNone = 0,
   kOther = 1,
-  kLockTimeout = 2,     // another session holds the row
-  kDeadlock = 3,        // the engine gave this transaction up for another one
-  kConnectionLost = 4,  // the connection is closed
-  kDiskFull = 5,        // also a quota, a log, the largest size of a file
-  kTimeout = 6,         // the database did not answer in time
-  kChanged = 7,         // the row is not what it was when it was read
-  kRefused = 8,         // by a rule: of the database, or of the object model
+  kLockTimeout = 2,     ///< another session holds the row
+  kDeadlock = 3,        ///< the engine gave this transaction up for another one
+  kConnectionLost = 4,  ///< the connection is closed
+  kDiskFull = 5,        ///< also a quota, a log, the largest size of a file
+  kTimeout = 6,         ///< the database did not answer in time
+  kChanged = 7,         ///< the row is not what it was when it was read
+  kRefused = 8,         ///< by a rule: of the database, or of the object model
 };
 
 /// The description that goes with `number`, or an empty text where the provider words it.

@@ -9,12 +9,14 @@ namespace tarnwick::ado {
 /// less. Lines are the same for all engines, but for what they say of a failure; the values of
 /// passwords are blanked. A statement stands as it was given,
 /// line breaks included: who writes lines to a file has to mark those.
+/// @verbatim
 ///   Connect <connection string>            DefaultDatabase <name>        Disconnect
 ///   Execute <statement>                    Begin / Commit / Rollback
 ///   Open <client|server> <forward-only|keyset|dynamic|static>
 ///        <read-only|pessimistic|optimistic|batch>: <statement>           (one line)
 ///   Update <column>, <column>...           Insert <column>, <column>...
 ///   Failed <number> <the engine's own number>: <the engine's text>
+/// @endverbatim
 /// The cursor type is the one in force (see Recordset::cursor_type); columns stand in the order of
 /// the statement's result.
 class Trace {

@@ -16,36 +16,40 @@ namespace tarnwick::automation {
 // The object model as clients see it: one table per class, from which both wire forms are made.
 // Names and order are what clients were built against.
 
+/// What kind of value an argument or a result is.
 enum class Kind : std::uint8_t {
-  kNothing,  // no result
+  kNothing,  ///< no result
   kText,
   kBoolean,
   kInt16,
   kInt32,
-  kEnumeration,  // an int32
+  kEnumeration,  ///< an int32
   kDate,
-  kObject,         // of the class `class_id`, or Nothing
-  kKeyOrPosition,  // a text is a key, a number a position from 1
-  kEmpty,          // a variant; always empty, but for an item of COM's plain collections
-  kCollection,     // of objects of the class `class_id`
-  kEnumerator,     // over objects of the class `class_id`
+  kObject,         ///< of the class `class_id`, or Nothing
+  kKeyOrPosition,  ///< a text is a key, a number a position from 1
+  kEmpty,          ///< a variant; always empty, but for an item of COM's plain collections
+  kCollection,     ///< of objects of the class `class_id`
+  kEnumerator,     ///< over objects of the class `class_id`
 };
 
+/// Those that are known by name to clients.
 enum class EnumerationId : std::uint8_t {
   kUpdateError,
   kMaintType,
   kReportCode,
   kReportTypes,
-  kFailureKind,  // of no member of the classes
+  kFailureKind,  ///< of no member of the classes
 };
 
+/// The type of an argument or a result.
 struct Type {
   Kind kind = Kind::kNothing;
-  EnumerationId enumeration{};  // for kEnumeration
-  ClassId class_id{};           // for kObject, kCollection and kEnumerator
+  EnumerationId enumeration{};  ///< for kEnumeration
+  ClassId class_id{};           ///< for kObject, kCollection and kEnumerator
   friend bool operator==(const Type&, const Type&) = default;
 };
 
+/// An argument of a member.
 struct Argument {
   std::string_view name;
   Type type;
@@ -58,6 +62,7 @@ struct Argument {
 inline constexpr std::int32_t kIdOfDefaultMember = 0;
 inline constexpr std::int32_t kIdOfEnumerator = -4;
 
+/// A method or a property of a class.
 struct Member {
   /// kGet may have arguments (Item); kGetLet never has.
   enum class Access : std::uint8_t { kMethod, kGet, kGetLet };
@@ -71,13 +76,14 @@ struct Member {
 
   using Call = Value (*)(void* instance, std::span<const Value> arguments);
   Call call = nullptr;
-  Call let = nullptr;  // one argument, no result
+  Call let = nullptr;  ///< one argument, no result
 
   /// The dispatch id: its place in the table, from 1, but for the default member and the one that
   /// enumerates.
   std::int32_t id = 0;
 };
 
+/// One of the seven classes, with its members in the order that clients know.
 struct Class {
   ClassId id{};
   std::string_view name;
@@ -89,11 +95,13 @@ struct Class {
   Look (*look)(void* instance) = nullptr;
 };
 
+/// A member of an enumeration.
 struct Enumerand {
   std::string_view name;
   std::int32_t value = 0;
 };
 
+/// An enumeration that members take or return.
 struct Enumeration {
   EnumerationId id{};
   std::string_view name;

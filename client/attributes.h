@@ -20,14 +20,14 @@ using AttributeValue = std::variant<Empty, Text, std::int16_t, std::int32_t, boo
 
 /// A property of a record class as a part of its rows.
 struct Attribute {
-  const automation::Member* member = nullptr;  // as clients know it
+  const automation::Member* member = nullptr;  ///< as clients know it
   std::string_view description;
-  TextView column;        // that it is read from
-  AttributeValue zero;    // of its type
-  AttributeValue null;    // what Null in the column is read as; Empty where that is an error
-  bool key = false;       // a part of what names the record
-  bool stored = false;    // goes into the row when the record is written
-  bool settable = false;  // by clients, on a record object
+  TextView column;        ///< that it is read from
+  AttributeValue zero;    ///< of its type
+  AttributeValue null;    ///< what Null in the column is read as; Empty where that is an error
+  bool key = false;       ///< a part of what names the record
+  bool stored = false;    ///< goes into the row when the record is written
+  bool settable = false;  ///< by clients, on a record object
   Form form = Form::kPlain;
 
   [[nodiscard]] std::string_view name() const { return member->name; }

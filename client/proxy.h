@@ -37,7 +37,7 @@ concept HasProperty = HasMember<T, kName> && !HasMethod<T, kName>;
 template <class T, Name kName>
 concept HasSetter = HasProperty<T, kName> &&(kMemberOf<T, kName>.access == Member::Access::kGetLet);
 
-// How a C++ type of the tables stands on this side.
+/// How a C++ type of the tables stands on this side.
 template <class T>
 struct Passing {
   using Type = T;

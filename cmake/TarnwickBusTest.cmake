@@ -1,8 +1,8 @@
 # All that these tests start and read: the programs, and the descriptions of the interfaces.
 if(NOT TARGET bus_test_programs)
   add_custom_target(bus_test_programs)
-  add_dependencies(bus_test_programs dbus_interfaces make_database manual record_login tarnwick
-                   tarnwick-desktop tarnwick-server)
+  add_dependencies(bus_test_programs dbus_interfaces library make_database manual record_login
+                   serve_stand_in tarnwick tarnwick-desktop tarnwick-server)
 endif()
 
 # tarnwick_bus_test(NAME FILE)

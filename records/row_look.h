@@ -12,10 +12,11 @@ namespace tarnwick {
 enum class LookOutcome : std::int32_t {
   kMissing = 0,
   kLoaded = 1,
-  kHeld = 2,    // it is maintained, and this database does not show what was committed before
-  kFailed = 3,  // an error, now in the error state
+  kHeld = 2,    ///< it is maintained, and this database does not show what was committed before
+  kFailed = 3,  ///< an error, now in the error state
 };
 
+/// What came of a look at the row of a record.
 struct Look {
   LookOutcome outcome = LookOutcome::kFailed;
   /// Whether somebody maintains the row at the moment; if so, with which stamp and in which process

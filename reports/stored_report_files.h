@@ -10,7 +10,7 @@ namespace tarnwick {
 /// The report file that is stored with a report.
 struct StoredReportFile {
   Text report;
-  std::int64_t length = 0;  // in bytes
+  std::int64_t length = 0;  ///< in bytes
 };
 
 /// One for each report that has a file, in the order of the catalog. The database tells the lengths

@@ -20,7 +20,7 @@ enum class ErrorNumber : std::int32_t {
   kObjectNotSet = 91,
   kInvalidUseOfNull = 94,
   kKeyAlreadyAssociated = 457,
-  kUserDefined = static_cast<std::int32_t>(0x80040000u),  // first user-defined error
+  kUserDefined = static_cast<std::int32_t>(0x80040000u),  ///< first user-defined error
 };
 
 /// The description that goes with `number`, or an empty text for a number without one.

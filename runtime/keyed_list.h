@@ -75,6 +75,7 @@ class KeyedList {
   };
   [[nodiscard]] Walk walk() const { return Walk(*this); }
 
+  /// A walk as range-based loops want it.
   class Iterator {
    public:
     using value_type = T;

@@ -9,9 +9,11 @@
 
 namespace tarnwick {
 
+/// A variant without a value.
 struct Empty {
   friend bool operator==(Empty, Empty) = default;
 };
+/// A database's Null.
 struct Null {
   friend bool operator==(Null, Null) = default;
 };

@@ -11,8 +11,8 @@ namespace tarnwick {
 struct FailureCause {
   ado::FailureKind kind = ado::FailureKind::kNone;
   std::int32_t number = 0;
-  std::int32_t native = 0;  // the engine's own number; 0 where it has none
-  Text text;                // the engine's own text, else the error's description
+  std::int32_t native = 0;  ///< the engine's own number; 0 where it has none
+  Text text;                ///< the engine's own text, else the error's description
   /// The connection went while a commit was under way: nobody knows whether it was carried out.
   bool outcome_unknown = false;
 };

@@ -36,6 +36,15 @@ InterfaceMember to_interface_member(const Member& member) {
   return made;
 }
 
+// What qdbusxml2cpp makes of a type that Qt knows no class for; it refuses one of which it is not
+// told. Escaped as XML wants it.
+std::string_view qt_type_of(std::string_view signature) {
+  if (signature == "aa{sv}") return "QList&lt;QVariantMap&gt;";
+  if (signature == "a(ssn)") return "QList&lt;TarnwickPcKey&gt;";
+  if (signature == "a(sx)") return "QList&lt;TarnwickReportFile&gt;";
+  return {};
+}
+
 // Names and signatures have no character that XML would want escaped.
 void append_arguments(std::string& xml, const std::vector<InterfaceArgument>& list,
                       std::string_view direction) {
@@ -46,11 +55,23 @@ void append_arguments(std::string& xml, const std::vector<InterfaceArgument>& li
   }
 }
 
+void append_qt_types(std::string& xml, const std::vector<InterfaceArgument>& results) {
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    const std::string_view type = qt_type_of(results[i].signature);
+    if (type.empty()) continue;
+    xml += "      <annotation name=\"org.qtproject.QtDBus.QtTypeName.Out" + std::to_string(i) +
+           "\" value=\"";
+    xml += type;
+    xml += "\"/>\n";
+  }
+}
+
 void append_member(std::string& xml, const InterfaceMember& member) {
   if (member.kind == MemberKind::kMethod) {
     xml += "    <method name=\"" + member.name + "\">\n";
     append_arguments(xml, member.arguments, "in");
     append_arguments(xml, member.results, "out");
+    append_qt_types(xml, member.results);
     xml += "    </method>\n";
     return;
   }
@@ -123,8 +144,9 @@ Interface automation_interface() {
   // The string may bear a password.
   reserve.secret = true;
   return {kAutomationInterface,
-          {method("CreateObject", {{"class", "s"}}, {{"object", "o"}}),
-           method("Release", {{"object", "o"}}, {}), method("SetLockPrompt", {{"prompt", "o"}}, {}),
+          // Not "class" and "object": generated programs would not compile.
+          {method("CreateObject", {{"className", "s"}}, {{"path", "o"}}),
+           method("Release", {{"path", "o"}}, {}), method("SetLockPrompt", {{"prompt", "o"}}, {}),
            reserve, method("Share", {{"on", "b"}}, {}),
            method("FindPCs", {{"computerOrMACNumber", "s"}}, {{"keys", "a(ssn)"}}),
            method("ReportFiles", {}, {{"files", "a(sx)"}})}};

@@ -64,8 +64,14 @@ def install(prefix, destination=None):
                    stdout=subprocess.DEVNULL)
 
 
+# What programs are built with is told in library_test.py.
+DEVELOPMENT = re.compile(r"(usr/)?(include|lib/(.+/)?(libtarnwick[a-z-]*\.a$|cmake/|pkgconfig/)"
+                         r"|share/doc/libtarnwick-dev/)")
+
+
 def files_below(folder):
-    return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
+    files = {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
+    return {file for file in files if not DEVELOPMENT.match(file)}
 
 
 def settings(file):

@@ -1,5 +1,6 @@
 #include "automation/dbus/interface.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace tarnwick::automation::dbus {
@@ -56,6 +57,17 @@ TEST(Interface, BecomesAFileForCodeGenerators) {
   </interface>
 </node>
 )");
+}
+
+TEST(Interface, TellsQtsGeneratorOfTypesThatItDoesNotKnow) {
+  const std::string xml = to_xml(
+      {"org.example.Thing",
+       {{"Rows", InterfaceMember::Kind::kMethod, {}, {{"count", "u"}, {"rows", "aa{sv}"}}}}});
+  EXPECT_THAT(xml, testing::HasSubstr(R"(
+      <arg name="count" type="u" direction="out"/>
+      <arg name="rows" type="aa{sv}" direction="out"/>
+      <annotation name="org.qtproject.QtDBus.QtTypeName.Out1" value="QList&lt;QVariantMap&gt;"/>
+    </method>)"));
 }
 
 }  // namespace
