@@ -39,8 +39,6 @@ constexpr std::chrono::seconds kUnused{30};
 // own patience is longer, and its end of it is the same.
 constexpr std::chrono::seconds kGrace{3};
 
-void warn(TextView text) { spdlog::warn("{}", to_display_utf8(text)); }
-
 // Set where a bus starts its services, and by systemd for its units.
 bool started_on_demand() {
   return std::getenv("DBUS_STARTER_ADDRESS") != nullptr || std::getenv("INVOCATION_ID") != nullptr;
@@ -120,7 +118,7 @@ dbus::EventSourceHandle end_when_asked(sd_event* event, const EndOnSignal& endin
 
 }  // namespace
 
-int serve(const Options& options) {
+int serve(const Options& options, const automation::Events& events) {
   // Opened before the bus is: a file that cannot be written is no reason to answer anybody.
   std::optional<apps::TraceFile> trace;
   if (!options.trace.empty()) trace.emplace(options.trace);
@@ -134,16 +132,17 @@ int serve(const Options& options) {
 
   dbus::Caller caller;
   dbus::Clients clients(bus.get(), run_name(), options.most_objects);
-  platform::UnattendedMessageBox unattended(options.when_locked, warn);
+  const auto unanswered = [&](TextView text) { events.unanswered(text); };
+  platform::UnattendedMessageBox unattended(options.when_locked, unanswered);
   platform::DesktopMessageBox desktop(apps::desktop_program(), options.question_timeout, unattended,
-                                      warn);
+                                      unanswered);
   dbus::Departures departures(side_bus.get());
   dbus::BusMessageBox message_box(side_bus.get(), clients, caller, options.question_timeout,
-                                  desktop, warn);
+                                  desktop, unanswered);
   platform::LinuxHost host(message_box, options.folder);
   apps::ProgramEngines engines;
   SharedState state(host, engines.list(), trace ? &*trace : nullptr);
-  const dbus::Service service(bus.get(), state, clients, departures, caller, warn);
+  const dbus::Service service(bus.get(), state, clients, departures, caller, events);
 
   dbus::NameOwner name(bus.get());
   if (!name.acquire()) {
@@ -158,9 +157,9 @@ int serve(const Options& options) {
   dbus::check(sd_bus_attach_event(side_bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL),
               "attaching the bus");
   dbus::check(sd_bus_set_exit_on_disconnect(bus.get(), 1), "attaching the bus");
-  spdlog::info("Serving");
+  events.started();
   const int result = dbus::check(sd_event_loop(event.get()), "waiting for requests");
-  spdlog::info("Ending");
+  events.ended();
   return result;
 }
 

@@ -29,6 +29,21 @@ std::optional<Action> action_of(std::wstring_view argument) {
   return found == kActions.end() ? std::nullopt : std::optional(found->second);
 }
 
+void pass_on(Switches& switches, const std::wstring& text) {
+  if (!switches.passed_on.empty()) switches.passed_on += L' ';
+  switches.passed_on += text;
+}
+
+bool is_folder(const std::filesystem::path& path) {
+  std::error_code ignored;
+  return std::filesystem::is_directory(path, ignored);
+}
+
+// A separator in front of the closing quote would be taken for its escape.
+std::wstring quoted(const std::wstring& path) {
+  return L"\"" + path + (path.back() == L'\\' ? L"\\\"" : L"\"");
+}
+
 }  // namespace
 
 std::optional<Switches> Switches::parse(std::span<const std::wstring> arguments,
@@ -42,15 +57,25 @@ std::optional<Switches> Switches::parse(std::span<const std::wstring> arguments,
       }
       switches.action = *action;
     } else if (arguments[i] == L"--when-locked" && i + 1 < arguments.size()) {
-      switches.when_locked_text = arguments[++i];
-      const auto when_locked = platform::WhenLocked::parse(
-          to_display_utf8(platform::from_wide(switches.when_locked_text)));
+      const std::wstring& text = arguments[++i];
+      const auto when_locked =
+          platform::WhenLocked::parse(to_display_utf8(platform::from_wide(text)));
       if (!when_locked) {
-        complaint = L"--when-locked takes ask, cancel or retry:N, not '" +
-                    switches.when_locked_text + L"'.";
+        complaint = L"--when-locked takes ask, cancel or retry:N, not '" + text + L"'.";
         return std::nullopt;
       }
       switches.when_locked = *when_locked;
+      pass_on(switches, L"--when-locked " + text);
+    } else if (arguments[i] == L"--folder" && i + 1 < arguments.size()) {
+      const std::wstring& text = arguments[++i];
+      // A relative one means nothing to whoever lets COM start the server.
+      const auto folder = std::filesystem::path(text).lexically_normal();
+      if (!folder.is_absolute() || !is_folder(folder)) {
+        complaint = L"--folder takes the whole name of a folder that exists, not '" + text + L"'.";
+        return std::nullopt;
+      }
+      switches.folder = folder;
+      pass_on(switches, L"--folder " + quoted(folder.wstring()));
     } else {
       complaint = L"The switch '" + arguments[i] + L"' is not known, or lacks its value.";
       return std::nullopt;

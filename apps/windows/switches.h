@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -20,8 +21,11 @@ struct Switches {
   };
   Action action = Action::kIntroduce;
   platform::WhenLocked when_locked;
-  /// --when-locked as it was given; empty when it was not.
-  std::wstring when_locked_text;
+  /// Where the intermediate file goes; empty: where the program finds a place.
+  std::filesystem::path folder;
+  /// What a registration hands on to the server: the switches that are none of actions, as a
+  /// command line has them. Empty when none was given.
+  std::wstring passed_on;
 
   /// Reads the arguments behind the program's name. Actions begin with "/" or "-" and have any
   /// letter case. Nothing, and `complaint` says why, when they cannot be understood.

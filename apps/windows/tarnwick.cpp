@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "apps/common/engines.h"
+#include "apps/windows/event_log.h"
 #include "apps/windows/output.h"
 #include "apps/windows/switches.h"
 #include "automation/com/errors.h"
@@ -10,6 +11,7 @@
 #include "platform/windows/api.h"
 #include "platform/windows/desktop_message_box.h"
 #include "platform/windows/host.h"
+#include "platform/windows/payload_folder.h"
 #include "platform/windows/wide.h"
 
 #include <shellapi.h>  // behind windows.h
@@ -33,7 +35,12 @@ constexpr const wchar_t* kIntroduction =
     L"another\r\n"
     L"                        process maintains: ask on the screen (cancel where there is "
     L"none),\r\n"
-    L"                        cancel, or retry N times, without asking";
+    L"                        cancel, or retry N times, without asking\r\n"
+    L"  --folder DIR          with a registration: where the server puts TTX.bin; otherwise into "
+    L"the\r\n"
+    L"                        folder of the program, or, where that is none for users' files, "
+    L"into\r\n"
+    L"                        %LOCALAPPDATA%\\Tarnwick";
 
 std::vector<std::wstring> arguments() {
   int count = 0;
@@ -48,7 +55,10 @@ void introduce() {
   MessageBoxW(nullptr, kIntroduction, L"Tarnwick", MB_OK | MB_ICONINFORMATION);
 }
 
-void log(TextView text) { OutputDebugStringW((L"Tarnwick: " + platform::to_wide(text)).c_str()); }
+Text description_of(const std::exception& failure) {
+  const auto* error = dynamic_cast<const Error*>(&failure);
+  return error != nullptr ? error->description() : from_stored_utf8(failure.what());
+}
 
 /// An initialized single-threaded apartment, as long as this lives.
 class ComLibrary {
@@ -62,29 +72,39 @@ class ComLibrary {
   ComLibrary& operator=(const ComLibrary&) = delete;
 };
 
-void serve(const Switches& switches) {
+void serve(const Switches& switches, const automation::Events& events) {
   automation::com::wait_for_desktop();
   const ComLibrary library;
-  platform::UnattendedMessageBox unattended(switches.when_locked, log);
+  platform::UnattendedMessageBox unattended(switches.when_locked,
+                                            [&](TextView text) { events.unanswered(text); });
   platform::DesktopMessageBox desktop(unattended);
   const bool asks = switches.when_locked.kind == platform::WhenLocked::Kind::kAsk;
-  platform::WindowsHost host(asks ? static_cast<platform::MessageBox&>(desktop) : unattended);
+  const platform::PayloadFolder folder(switches.folder);
+  platform::WindowsHost host(asks ? static_cast<platform::MessageBox&>(desktop) : unattended,
+                             folder.path());
   ProgramEngines engines;
   SharedState state(host, engines.list());
   const automation::com::TypeLibrary types(platform::executable_file_name());
   automation::com::ProcessLife life(GetCurrentThreadId());
-  automation::com::Apartment apartment(state, types, life);
+  automation::com::Apartment apartment(state, types, life, events);
   automation::com::serve(apartment);
+}
+
+void serve(const Switches& switches) {
+  const EventLog log;
+  const automation::Events events([&](const automation::Event& event) { log.write(event); });
+  try {
+    serve(switches, events);
+  } catch (const std::exception& failure) {
+    events.broken(description_of(failure));
+    throw;
+  }
 }
 
 void carry_out(const Switches& switches) {
   using Action = Switches::Action;
   const auto installation = [&] {
-    std::wstring passed_on;
-    if (!switches.when_locked_text.empty()) {
-      passed_on = L"--when-locked " + switches.when_locked_text;
-    }
-    return automation::com::Installation{platform::executable_file_name(), passed_on};
+    return automation::com::Installation{platform::executable_file_name(), switches.passed_on};
   };
   switch (switches.action) {
     case Action::kIntroduce:
@@ -113,10 +133,8 @@ int run() {
   try {
     carry_out(*switches);
     return kDone;
-  } catch (const Error& error) {
-    print_error(L"Tarnwick: " + platform::to_wide(error.description()));
-  } catch (const std::exception& error) {
-    print_error(L"Tarnwick: " + platform::to_wide(from_stored_utf8(error.what())));
+  } catch (const std::exception& failure) {
+    print_error(L"Tarnwick: " + platform::to_wide(description_of(failure)));
   }
   return kFailed;
 }

@@ -4,8 +4,9 @@
 
 namespace tarnwick::automation::com {
 
-Apartment::Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& life)
-    : state_(state), types_(types), life_(life) {}
+Apartment::Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& life,
+                     const Events& events)
+    : state_(state), types_(types), life_(life), events_(events) {}
 
 ComPtr<IUnknown> Apartment::reference_to(const Object& object) {
   if (!object) return nullptr;
@@ -25,6 +26,7 @@ ComPtr<IUnknown> Apartment::reference_to(const Object& object) {
 void Apartment::keep_cause() noexcept {
   const FailureCause& cause = state_.failures.last();
   if (cause.kind == ado::FailureKind::kNone) return;
+  quietly([&] { events_.failed(u"a client", cause); });
   // For want of memory, or of a caller: the call itself was answered, and its account tells why.
   quietly([&] { causes_.keep(calling_client(), FailureCause(cause)); });
 }

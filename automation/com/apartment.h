@@ -6,6 +6,7 @@
 #include "automation/com/last_causes.h"
 #include "automation/com/process_life.h"
 #include "automation/com/type_library.h"
+#include "automation/events.h"
 #include "automation/model.h"
 #include "state/guard.h"
 
@@ -16,12 +17,13 @@ namespace tarnwick::automation::com {
 /// All arguments, and this, must outlive the COM objects.
 class Apartment {
  public:
-  Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& life);
+  Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& life, const Events& events);
 
   [[nodiscard]] SharedState& state() { return state_; }
   [[nodiscard]] ProcessLife& life() { return life_; }
   [[nodiscard]] const TypeLibrary& types() const { return types_; }
   [[nodiscard]] LastCauses& causes() { return causes_; }
+  [[nodiscard]] const Events& events() const { return events_; }
 
   /// Runs `body` as a call of a client into the object model. What failed in it is kept for that
   /// client in the end; a call in which nothing failed leaves what is kept.
@@ -51,6 +53,7 @@ class Apartment {
   SharedState& state_;
   const TypeLibrary& types_;
   ProcessLife& life_;
+  const Events& events_;
   LastCauses causes_;
   std::unordered_map<const void*, IUnknown*> living_;
 };

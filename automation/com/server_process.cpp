@@ -121,6 +121,7 @@ void wait_for_desktop() {
 void serve(Apartment& apartment) {
   const ServingRight right;
   if (!right.granted()) return;
+  apartment.events().started();
   ProcessLife& life = apartment.life();
   UINT patience = right.waited() ? kLingerMilliseconds : kFirstClientMilliseconds;
   do {
@@ -134,6 +135,7 @@ void serve(Apartment& apartment) {
       CoAddRefServerProcess();  // a client's activation is under way
     } while (true);
   } while (!stays_idle(life, kDrainMilliseconds));
+  apartment.events().ended();
 }
 
 }  // namespace tarnwick::automation::com

@@ -70,20 +70,6 @@ Value read_property(const Object& object, const Member& member) {
   return value;
 }
 
-// Its own errors have positive numbers, and one that the object model shares with its clients.
-bool is_of_an_engine(const FailureCause& cause) {
-  return cause.number < 0 && cause.number != static_cast<std::int32_t>(ErrorNumber::kUserDefined);
-}
-
-Text log_line(const std::string& client, const FailureCause& cause) {
-  Text line = join({u"A call of ", from_stored_utf8(client), u" failed: ", decimal(cause.number),
-                    u" (", decimal(cause.native), u"): ", cause.text});
-  // One failure is one line, whatever the engine says.
-  std::ranges::replace_if(
-      line, [](char16_t unit) { return unit < u' '; }, u' ');
-  return line;
-}
-
 int to_string_list(const std::vector<std::string>& texts, char*** list) {
   auto** made = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
   if (made == nullptr) return -ENOMEM;
@@ -136,13 +122,13 @@ class Service::Call final : public Paths {
 };
 
 Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& departures,
-                 Caller& caller, Log log)
+                 Caller& caller, const Events& events)
     : bus_(bus),
       state_(state),
       clients_(clients),
       departures_(departures),
       caller_(caller),
-      log_(std::move(log)) {
+      events_(events) {
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_filter(bus_, &slot, &Service::on_message, this), "watching messages");
   slots_.emplace_back(slot);
@@ -327,7 +313,7 @@ void Service::wait_for_readers() {
 
 void Service::keep(const std::string& client, const FailureCause& cause) noexcept {
   try {
-    if (is_of_an_engine(cause)) log_(log_line(client, cause));
+    events_.failed(from_stored_utf8(client), cause);
     clients_.set_last_cause(client, cause);
   } catch (...) {
     // The client has left, or there is no memory: nobody will ask.

@@ -14,6 +14,7 @@
 #include "automation/dbus/interface.h"
 #include "automation/dbus/vtable.h"
 #include "automation/dbus/wire.h"
+#include "automation/events.h"
 #include "state/shared_state.h"
 
 namespace tarnwick::automation::dbus {
@@ -25,14 +26,12 @@ struct Caller {
 
 /// The object model on a bus: exports the root object and whatever clients were handed. Registers
 /// with `bus` when it is made and leaves it when it ends; owns no name. Single-threaded: calls are
-/// carried out one after the other, as they come in. What clients hold ends with it. `log` is told
-/// what the engines refused. Calls of clients that have left are not carried out. All other
-/// arguments must outlive this.
+/// carried out one after the other, as they come in. What clients hold ends with it. Calls of
+/// clients that have left are not carried out. All arguments must outlive this.
 class Service {
  public:
-  using Log = std::function<void(TextView)>;
   Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& departures, Caller& caller,
-          Log log);
+          const Events& events);
   ~Service() { clients_.release_all(); }
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
@@ -99,7 +98,7 @@ class Service {
   Clients& clients_;
   Departures& departures_;
   Caller& caller_;
-  Log log_;
+  const Events& events_;
   std::array<std::vector<Property>, kClassCount> properties_;
   std::deque<Vtable> vtables_;
   std::vector<SlotHandle> slots_;

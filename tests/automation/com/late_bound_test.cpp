@@ -359,7 +359,8 @@ TEST_F(LateBoundClient, IsToldThatAnObjectOfAnotherProcessCannotBeKept) {
   SharedState state{host, {}};
   const TypeLibrary types(platform::executable_file_name());
   ProcessLife life(GetCurrentThreadId());
-  Apartment apartment(state, types, life);
+  const Events events([](const Event&) {});
+  Apartment apartment(state, types, life, events);
   for (const auto& [class_id, collection, adder] :
        {std::tuple{ClassId::kComponent, components(), L"AddCompObject"},
         std::tuple{ClassId::kRegisteredPC, pcs(), L"AddPCObject"},

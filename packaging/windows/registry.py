@@ -1,0 +1,27 @@
+"""Exports of the registry, as `reg export` writes them."""
+
+import re
+
+_VALUE = re.compile(r'(@|"(?:[^"\\]|\\.)*")=(.*)', re.DOTALL)
+
+
+def _unquoted(text):
+    return re.sub(r"\\(.)", r"\1", text[1:-1], flags=re.DOTALL)
+
+
+def read_export(file):
+    """Values by the names of their keys: a kind and a text each; the default value's name is empty."""
+    text = file.read_text(encoding="utf-16").replace("\r\n", "\n").replace("\\\n  ", "")
+    keys = {}
+    for block in re.split(r"\n(?=\[HKEY_)", text)[1:]:
+        name, _, rest = block.partition("]\n")
+        values = keys.setdefault(name[1:], {})
+        for entry in re.split(r'\n(?=@=|")', "\n" + rest):
+            found = _VALUE.fullmatch(entry.strip("\n"))
+            if found is None:
+                continue
+            quoted, value = found.groups()
+            kind = "string" if value.startswith('"') else value.partition(":")[0]
+            values["" if quoted == "@" else _unquoted(quoted)] = (
+                kind, _unquoted(value) if kind == "string" else value.partition(":")[2])
+    return keys

@@ -1,0 +1,194 @@
+#!/usr/bin/python3
+"""Tries the installer under Wine: try_installer.py INSTALLER OLDER STAGE
+
+OLDER is an installer of an older version, with the file samples/given-up.txt beyond those of STAGE, which
+is the folder that INSTALLER was made of. Works in $WINEPREFIX, which has to be a new one."""
+
+import hashlib
+import os
+import pathlib
+import re
+import shutil
+import sqlite3
+import subprocess
+import sys
+import tempfile
+
+from registration import ACCOUNT
+from registry import read_export
+
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+PREFIX = pathlib.Path(os.environ["WINEPREFIX"])
+DRIVE = PREFIX / "drive_c"
+WINE = next(path for path in (pathlib.Path("/usr/lib/wine"), pathlib.Path("/usr/bin"))
+            if (path / "wine64").exists())
+PLACE = "C:\\Program Files\\Tarnwick"
+FOLDER = DRIVE / "Program Files/Tarnwick"
+KEYS = ("HKLM\\Software", "HKLM\\System\\CurrentControlSet\\Services\\EventLog",
+        "HKLM\\System\\CurrentControlSet\\Control\\Session Manager\\Environment", "HKCU")
+PATH = ("HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Session Manager\\Environment", "PATH")
+REFUSED = 1603
+TITLE = "Order Analysis"
+
+
+def expect(condition, text):
+    if not condition:
+        sys.exit(f"try_installer: {text}")
+    print(f"  {text}: yes", flush=True)
+
+
+def wine(*command, debug="-all"):
+    return subprocess.run([WINE / "wine64", *command], capture_output=True, text=True, errors="replace",
+                          stdin=subprocess.DEVNULL, env={**os.environ, "WINEDEBUG": debug})
+
+
+def msiexec(*arguments):
+    return wine("msiexec", *arguments, "/qn").returncode
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def end_session():
+    """Ends every process, as the end of a user's session does: under Wine a server outlives scripts."""
+    for switch in ("-k", "-w", "-p"):
+        subprocess.run([WINE / "wineserver", switch], check=False)
+
+
+def registry():
+    keys = {}
+    for number, key in enumerate(KEYS):
+        file = PREFIX / f"export-{number}.reg"
+        exported = wine("reg", "export", key, windows_path(file), "/y")
+        if exported.returncode != 0:
+            sys.exit(f"try_installer: {key} cannot be exported: {exported.stdout}{exported.stderr}")
+        keys |= read_export(file)
+        file.unlink()
+    return keys
+
+
+def files():
+    return {str(path.relative_to(DRIVE)): hashlib.sha256(path.read_bytes()).hexdigest()
+            if path.is_file() else "folder"
+            for path in DRIVE.rglob("*") if not path.is_symlink()}
+
+
+def differences(before, after):
+    return [f"{'changed' if name in before and name in after else 'new' if name in after else 'gone'}: "
+            f"{name}: {before.get(name)} -> {after.get(name)}"
+            for name in sorted({*before, *after}) if before.get(name) != after.get(name)]
+
+
+def same(before, after, text, apart_from=r"(?!)"):
+    found = [line for line in differences(before, after)
+             if not re.search(apart_from, line, re.IGNORECASE)]
+    for line in found:
+        print("   ", line[:300])
+    expect(not found, text)
+
+
+def classes(keys):
+    """The registration of COM in `keys`; a folder may end with a separator or not."""
+    return {key: {name: value if name != "" or not key.endswith("HELPDIR")
+                  else (value[0], value[1].rstrip("\\"))
+                  for name, value in values.items() if not name.startswith(ACCOUNT)}
+            for key, values in keys.items()
+            if key.startswith("HKEY_LOCAL_MACHINE\\Software\\Classes\\")}
+
+
+def versions(keys):
+    """Of what the control panel lists."""
+    return [values["DisplayVersion"][1] for values in keys.values()
+            if values.get("DisplayName") == ("string", "Tarnwick")]
+
+
+def make_database(folder):
+    database = sqlite3.connect(folder / "Velmar_Sec.db")
+    database.executescript((SOURCE / "schema/embedded.sql").read_text(encoding="utf-8"))
+    password = hashlib.pbkdf2_hmac("sha512", b"sesame", b"salt", 1)
+    database.execute("INSERT INTO DW_APP_ROLE (RoleName, Salt, Iterations, Hash)"
+                     " VALUES ('Maintainer', ?, 1, ?)", (b"salt", password))
+    database.execute("INSERT INTO DW_SEC_COMP (CompID, CompName, ForceDisplay, MaintType)"
+                     " VALUES (7, ?, 1, 2)", (TITLE,))
+    database.execute("INSERT INTO DW_Reports (ReportName, Title, TTX_Binary)"
+                     " VALUES ('Alpha', 'First', x'6162')")
+    database.commit()
+    database.close()
+
+
+def use(folder):
+    """Clients of what is installed: scripts by COM, and the command line by its name alone."""
+    connect = f"Provider=Tarnwick.Embedded;Data Source={windows_path(folder)}"
+    script = f"{PLACE}\\samples\\windows\\components.vbs"
+    listed = wine("cscript", "//nologo", script, connect, "Maintainer", "sesame",
+                  debug="-all,+eventlog")
+    expect(f"C7 {TITLE}" in listed.stdout, "the VBScript sample lists a component")
+    expect("Serving" in listed.stderr, "its server tells the event log that it serves")
+    refused = wine("cscript", "//nologo", script, connect, "Maintainer", "wrong",
+                   debug="-all,+eventlog")
+    expect("sesame" not in refused.stderr and "wrong" not in refused.stderr,
+           "the events hold no password")
+    retitled = wine("cscript", "//nologo", f"{PLACE}\\samples\\windows\\retitle.js", connect,
+                    "Maintainer", "sesame", "Alpha", "Second")
+    expect("Alpha: Second" in retitled.stdout, "the JScript sample retitles a report")
+    expect(not (FOLDER / "TTX.bin").exists(), "the programs' folder takes no intermediate file")
+    if (FOLDER / "tarnwick.com").exists():
+        (folder / "password").write_text("sesame\n")
+        for switches in ([], ["--in-process"]):
+            listed = wine("cmd", "/c", "tarnwick", "component", "list", "--connect", connect, "--role",
+                          "Maintainer", "--password-file", windows_path(folder / "password"), *switches)
+            expect(TITLE in listed.stdout, f"the command line lists a component {switches}")
+        (folder / "password").unlink()
+
+
+def main(installer, older, stage):
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="tarnwick-try-"))
+    make_database(folder)
+    files_before, before = files(), registry()
+
+    expect(msiexec("/i", windows_path(older)) == 0, "an older version installs")
+    expect((FOLDER / "samples/given-up.txt").exists(), "and brings a file that was given up since")
+    expect(msiexec("/i", windows_path(installer)) == 0, "the new version installs over it")
+    expect(not (FOLDER / "samples/given-up.txt").exists(), "and takes that file away")
+    installed = registry()
+    expect(versions(installed) == [installer.name.split("-")[1]], "one version is listed, the new one")
+    expected = {str(path.relative_to(stage)) for path in stage.rglob("*") if path.is_file()}
+    expect({str(path.relative_to(FOLDER)) for path in FOLDER.rglob("*") if path.is_file()} == expected,
+           "all files are there, and no others")
+    expect(msiexec("/i", windows_path(older)) == REFUSED, "the older version does not install over it")
+    same(installed, registry(), "and changes nothing")
+
+    expect(PLACE + "\\" in str(installed[PATH[0]].get(PATH[1])), "the folder is in PATH")
+    expect(any(path.name == "Tarnwick for administrators.lnk" for path in DRIVE.rglob("*.lnk")),
+           "the start menu has the administrators' page")
+    expect(wine(f"{PLACE}\\Tarnwick.exe", "/RegServer").returncode == 0, "the server registers itself")
+    same(classes(installed), classes(registry()), "and writes what the installer had written")
+    end_session()
+
+    use(folder)
+    end_session()
+
+    shutil.rmtree(FOLDER / "documents")
+    (FOLDER / "Tarnwick.exe").unlink()
+    wine("reg", "delete", "HKLM\\Software\\Classes\\Tarnwick.Server\\CLSID", "/f")
+    expect(msiexec("/fomus", windows_path(installer)) == 0, "what was deleted is repaired")
+    expect({str(path.relative_to(FOLDER)) for path in FOLDER.rglob("*") if path.is_file()} == expected,
+           "all files are back")
+    same(classes(installed), classes(registry()), "and so is the registration")
+    use(folder)
+    end_session()
+
+    expect(msiexec("/x", windows_path(installer)) == 0, "the program can be removed")
+    expect(not FOLDER.exists(), "its folder is gone")
+    same(before, registry(), "the registry is what it was")
+    same(files_before, files(), "so are all files")
+    database = sqlite3.connect(folder / "Velmar_Sec.db")
+    expect(database.execute("SELECT Title FROM DW_Reports").fetchall() == [("Second",)],
+           "the database is there, with what was written")
+    database.close()
+    shutil.rmtree(folder)
+
+
+if __name__ == "__main__":
+    main(*(pathlib.Path(name).resolve() for name in sys.argv[1:4]))
