@@ -1,6 +1,6 @@
 #include "apps/tarnwick-server/serve.h"
 
-#include <spdlog/spdlog.h>
+#include <fmt/format.h>
 #include <sys/epoll.h>
 
 #include <cstdint>
@@ -15,6 +15,7 @@
 #include "apps/common/engines.h"
 #include "apps/common/trace_file.h"
 #include "apps/tarnwick-server/end_on_signal.h"
+#include "apps/tarnwick-server/service_manager.h"
 #include "automation/dbus/clients.h"
 #include "automation/dbus/error.h"
 #include "automation/dbus/handles.h"
@@ -38,8 +39,6 @@ constexpr std::chrono::seconds kUnused{30};
 // How long a call that is under way may take once the process was told to end. A service manager's
 // own patience is longer, and its end of it is the same.
 constexpr std::chrono::seconds kGrace{3};
-
-void warn(TextView text) { spdlog::warn("{}", to_display_utf8(text)); }
 
 // Set where a bus starts its services, and by systemd for its units.
 bool started_on_demand() {
@@ -66,6 +65,9 @@ std::string escaped(const std::string& path) {
 std::string address_of(const Options& options) {
   if (!options.address.empty()) return options.address;
   if (options.system_bus) {
+    if (environment("DBUS_STARTER_BUS_TYPE") == "system") {
+      if (std::string told = environment("DBUS_STARTER_ADDRESS"); !told.empty()) return told;
+    }
     const std::string told = environment("DBUS_SYSTEM_BUS_ADDRESS");
     return told.empty() ? "unix:path=/run/dbus/system_bus_socket" : told;
   }
@@ -89,6 +91,17 @@ dbus::BusHandle open_bus(const std::string& address) {
   dbus::check(sd_bus_negotiate_fds(bus, 0), "opening the bus");
   dbus::check(sd_bus_start(bus), "opening the bus");
   return handle;
+}
+
+// On the system bus many clients share one user, in whose home they can have files written: nothing
+// that the driver manager reads there may decide about what it loads.
+void leave_home_out() {
+  ::setenv("HOME", "/nonexistent", 1);
+  ::setenv("ODBCINI", "/etc/odbc.ini", 0);
+}
+
+std::string kind_text(const FailureCause& cause) {
+  return std::to_string(static_cast<std::int32_t>(cause.kind));
 }
 
 // Of this process alone: what it stands in the paths for.
@@ -120,11 +133,12 @@ dbus::EventSourceHandle end_when_asked(sd_event* event, const EndOnSignal& endin
 
 }  // namespace
 
-int serve(const Options& options) {
+int serve(const Options& options, const Log& log) {
   // Opened before the bus is: a file that cannot be written is no reason to answer anybody.
   std::optional<apps::TraceFile> trace;
   if (!options.trace.empty()) trace.emplace(options.trace);
 
+  if (options.system_bus) leave_home_out();
   const EndOnSignal ending(kGrace);
   const dbus::EventHandle event = new_event_loop();
   const dbus::EventSourceHandle asked_to_end = end_when_asked(event.get(), ending);
@@ -132,22 +146,37 @@ int serve(const Options& options) {
   const dbus::BusHandle bus = open_bus(address);
   const dbus::BusHandle side_bus = open_bus(address);
 
+  const ServiceManager manager(event.get());
   dbus::Caller caller;
+  const auto unanswered = [&](TextView text) {
+    log.write(Severity::kWarning, "question", to_display_utf8(text),
+              {{"TARNWICK_CLIENT", caller.name}});
+  };
+  const auto refused = [&](const dbus::Refusal& refusal) {
+    log.write(Severity::kWarning, "refusal", to_display_utf8(refusal.line),
+              {{"TARNWICK_CLIENT", refusal.client},
+               {"TARNWICK_KIND", kind_text(refusal.cause)},
+               {"TARNWICK_NUMBER", std::to_string(refusal.cause.number)},
+               {"TARNWICK_NATIVE", std::to_string(refusal.cause.native)},
+               {"TARNWICK_OUTCOME_UNKNOWN", refusal.cause.outcome_unknown ? "1" : "0"}});
+  };
   dbus::Clients clients(bus.get(), run_name(), options.most_objects);
-  platform::UnattendedMessageBox unattended(options.when_locked, warn);
+  platform::UnattendedMessageBox unattended(options.when_locked, unanswered);
   platform::DesktopMessageBox desktop(apps::desktop_program(), options.question_timeout, unattended,
-                                      warn);
+                                      unanswered);
   dbus::Departures departures(side_bus.get());
-  dbus::BusMessageBox message_box(side_bus.get(), clients, caller, options.question_timeout,
-                                  desktop, warn);
+  dbus::BusMessageBox clients_box(side_bus.get(), clients, caller, options.question_timeout,
+                                  desktop, unanswered);
+  WatchedMessageBox message_box(manager, options.question_timeout, clients_box);
   platform::LinuxHost host(message_box, options.folder);
-  apps::ProgramEngines engines;
+  apps::ProgramEngines engines(options.system_bus ? odbc::Drivers::kRegistered
+                                                  : odbc::Drivers::kAny);
   SharedState state(host, engines.list(), trace ? &*trace : nullptr);
-  const dbus::Service service(bus.get(), state, clients, departures, caller, warn);
+  const dbus::Service service(bus.get(), state, clients, departures, caller, refused);
 
   dbus::NameOwner name(bus.get());
   if (!name.acquire()) {
-    spdlog::info("Another process serves this bus");
+    log.write(Severity::kInfo, "end", "Another process serves this bus");
     return EXIT_SUCCESS;
   }
   name.end_when_idle(
@@ -158,9 +187,11 @@ int serve(const Options& options) {
   dbus::check(sd_bus_attach_event(side_bus.get(), event.get(), SD_EVENT_PRIORITY_NORMAL),
               "attaching the bus");
   dbus::check(sd_bus_set_exit_on_disconnect(bus.get(), 1), "attaching the bus");
-  spdlog::info("Serving");
+  log.write(Severity::kInfo, "start", "Serving");
+  manager.ready();
   const int result = dbus::check(sd_event_loop(event.get()), "waiting for requests");
-  spdlog::info("Ending");
+  manager.stopping();
+  log.write(Severity::kInfo, "end", "Ending");
   return result;
 }
 

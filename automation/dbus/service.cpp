@@ -327,7 +327,7 @@ void Service::wait_for_readers() {
 
 void Service::keep(const std::string& client, const FailureCause& cause) noexcept {
   try {
-    if (is_of_an_engine(cause)) log_(log_line(client, cause));
+    if (is_of_an_engine(cause)) log_({client, cause, log_line(client, cause)});
     clients_.set_last_cause(client, cause);
   } catch (...) {
     // The client has left, or there is no memory: nobody will ask.

@@ -23,6 +23,13 @@ struct Caller {
   std::string name;  // unique name; empty between calls
 };
 
+/// What an engine refused to a call of `client`, and as one line of text.
+struct Refusal {
+  const std::string& client;  // unique name
+  const FailureCause& cause;
+  const Text& line;
+};
+
 /// The object model on a bus: exports the root object and whatever clients were handed. Registers
 /// with `bus` when it is made and leaves it when it ends; owns no name. Single-threaded: calls are
 /// carried out one after the other, as they come in. What clients hold ends with it. `log` is told
@@ -30,7 +37,7 @@ struct Caller {
 /// arguments must outlive this.
 class Service {
  public:
-  using Log = std::function<void(TextView)>;
+  using Log = std::function<void(const Refusal&)>;
   Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& departures, Caller& caller,
           Log log);
   ~Service() { clients_.release_all(); }
