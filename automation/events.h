@@ -22,7 +22,9 @@ enum class Severity { kInformation, kWarning, kError };
 
 struct Event {
   EventKind kind;
-  Text text;  // one line; no secret in it
+  Text text;                            // one line; no secret in it
+  Text client = {};                     // whose call it was; empty where it was nobody's
+  const FailureCause* cause = nullptr;  // of what the database refused, while the event is told
 };
 
 [[nodiscard]] Severity severity_of(EventKind kind);
@@ -35,9 +37,11 @@ class Events {
   explicit Events(Log log) : log_(std::move(log)) {}
 
   void started() const { log_({EventKind::kStarted, u"Serving"}); }
-  void ended() const { log_({EventKind::kEnded, u"Ending"}); }
+  void ended(TextView why = u"Ending") const { log_({EventKind::kEnded, Text(why)}); }
   /// `text`: the question, and what was answered for want of anybody.
-  void unanswered(TextView text) const { log_({EventKind::kUnanswered, Text(text)}); }
+  void unanswered(TextView text, TextView client = {}) const {
+    log_({EventKind::kUnanswered, Text(text), Text(client)});
+  }
   /// A call of `client` came to nothing, or to less than it should have. What an engine said is an
   /// event; what the object model refuses by its own rules is between it and its client.
   void failed(TextView client, const FailureCause& cause) const;

@@ -31,6 +31,16 @@ CallError::Reason reason_of(std::string_view name) {
                                        : CallError::Reason::kRefused;
 }
 
+std::string sentence(std::string_view name, const std::string& text) {
+  // It is the bus that says so, in words of its own rules.
+  if (name == SD_BUS_ERROR_ACCESS_DENIED) {
+    return "The bus does not let this user reach the service. On the system's bus its "
+           "administrator admits members of the group tarnwick, from their next login on: " +
+           text;
+  }
+  return "The service refused a call: " + text;
+}
+
 int keep_reply(sd_bus_message* message, void* reply, sd_bus_error*) {
   static_cast<Message*>(reply)->reset(sd_bus_message_ref(message));
   return 1;
@@ -39,8 +49,7 @@ int keep_reply(sd_bus_message* message, void* reply, sd_bus_error*) {
 }  // namespace
 
 DbusRefusal::DbusRefusal(std::string name, const std::string& text)
-    : CallError(reason_of(name), "The service refused a call: " + text, number_in(text)),
-      name_(std::move(name)) {}
+    : CallError(reason_of(name), sentence(name, text), number_in(text)), name_(std::move(name)) {}
 
 DbusConnection::DbusConnection(sd_bus* bus, Questions questions)
     : bus_(bus), questions_(std::move(questions)) {

@@ -114,3 +114,10 @@ end_tests() {
   ((failed == 0)) || exit 1
   exit 0
 }
+
+# require_space FOLDER MEGABYTES: fails where the folder's disk has less left.
+require_space() {
+  local left
+  left=$(df --output=avail -BM "$1" | tail -1 | tr -dc 0-9)
+  ((left >= $2)) || fail "the disk is full: $1 has $left MB left, and $2 MB are needed"
+}

@@ -8,10 +8,12 @@ namespace {
 
 constexpr std::uint32_t kMostSeconds = 86400;
 
-void add_seconds(CLI::App& app, const char* name, std::chrono::seconds& value, const char* help) {
+void add_seconds(CLI::App& app, const char* name, const char* variable, std::chrono::seconds& value,
+                 const char* help) {
   app.add_option_function<std::uint32_t>(
          name, [&value](std::uint32_t seconds) { value = std::chrono::seconds(seconds); }, help)
       ->type_name("SECONDS")
+      ->envname(variable)
       ->check(CLI::Range(std::uint32_t{0}, kMostSeconds));
 }
 
@@ -33,22 +35,25 @@ void add_options(CLI::App& app, Options& options) {
          },
          "What answers when a row is locked and nobody can be asked: ask (as cancel), cancel, or "
          "retry:N")
-      ->type_name("ANSWER");
-  add_seconds(app, "--question-timeout", options.question_timeout,
-              "Answer an open question with Cancel after this time (60)");
+      ->type_name("ANSWER")
+      ->envname("TARNWICK_SERVER_WHEN_LOCKED");
+  add_seconds(app, "--question-timeout", "TARNWICK_SERVER_QUESTION_TIMEOUT",
+              options.question_timeout, "Answer an open question with Cancel after this time (60)");
   app.add_option("--folder", options.folder, "Where TTX.bin goes (the folder of the executable)")
       ->type_name("DIR")
       ->check(CLI::ExistingDirectory);
   app.add_option("--trace", options.trace,
                  "Append one line per statement and transaction step to this file; passwords are "
                  "blanked")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->envname("TARNWICK_SERVER_TRACE");
   app.add_option("--most-objects", options.most_objects,
                  "How many objects one client may hold at once")
       ->type_name("N")
+      ->envname("TARNWICK_SERVER_MOST_OBJECTS")
       ->check(CLI::Range(std::size_t{1}, std::size_t{100'000'000}))
       ->capture_default_str();
-  add_seconds(app, "--idle", options.idle,
+  add_seconds(app, "--idle", "TARNWICK_SERVER_IDLE", options.idle,
               "End after this time without an object that a client holds (2)");
 }
 

@@ -1,6 +1,6 @@
 #include "apps/tarnwick-server/serve.h"
 
-#include <spdlog/spdlog.h>
+#include <fmt/format.h>
 #include <sys/epoll.h>
 
 #include <cstdint>
@@ -15,6 +15,7 @@
 #include "apps/common/engines.h"
 #include "apps/common/trace_file.h"
 #include "apps/tarnwick-server/end_on_signal.h"
+#include "apps/tarnwick-server/service_manager.h"
 #include "automation/dbus/clients.h"
 #include "automation/dbus/error.h"
 #include "automation/dbus/handles.h"
@@ -64,6 +65,9 @@ std::string escaped(const std::string& path) {
 std::string address_of(const Options& options) {
   if (!options.address.empty()) return options.address;
   if (options.system_bus) {
+    if (environment("DBUS_STARTER_BUS_TYPE") == "system") {
+      if (std::string told = environment("DBUS_STARTER_ADDRESS"); !told.empty()) return told;
+    }
     const std::string told = environment("DBUS_SYSTEM_BUS_ADDRESS");
     return told.empty() ? "unix:path=/run/dbus/system_bus_socket" : told;
   }
@@ -87,6 +91,13 @@ dbus::BusHandle open_bus(const std::string& address) {
   dbus::check(sd_bus_negotiate_fds(bus, 0), "opening the bus");
   dbus::check(sd_bus_start(bus), "opening the bus");
   return handle;
+}
+
+// On the system bus many clients share one user, in whose home they can have files written: nothing
+// that the driver manager reads there may decide about what it loads.
+void leave_home_out() {
+  ::setenv("HOME", "/nonexistent", 1);
+  ::setenv("ODBCINI", "/etc/odbc.ini", 0);
 }
 
 // Of this process alone: what it stands in the paths for.
@@ -123,6 +134,7 @@ int serve(const Options& options, const automation::Events& events) {
   std::optional<apps::TraceFile> trace;
   if (!options.trace.empty()) trace.emplace(options.trace);
 
+  if (options.system_bus) leave_home_out();
   const EndOnSignal ending(kGrace);
   const dbus::EventHandle event = new_event_loop();
   const dbus::EventSourceHandle asked_to_end = end_when_asked(event.get(), ending);
@@ -130,23 +142,28 @@ int serve(const Options& options, const automation::Events& events) {
   const dbus::BusHandle bus = open_bus(address);
   const dbus::BusHandle side_bus = open_bus(address);
 
+  const ServiceManager manager(event.get());
   dbus::Caller caller;
   dbus::Clients clients(bus.get(), run_name(), options.most_objects);
-  const auto unanswered = [&](TextView text) { events.unanswered(text); };
+  const auto unanswered = [&](TextView text) {
+    events.unanswered(text, from_stored_utf8(caller.name));
+  };
   platform::UnattendedMessageBox unattended(options.when_locked, unanswered);
   platform::DesktopMessageBox desktop(apps::desktop_program(), options.question_timeout, unattended,
                                       unanswered);
   dbus::Departures departures(side_bus.get());
-  dbus::BusMessageBox message_box(side_bus.get(), clients, caller, options.question_timeout,
+  dbus::BusMessageBox clients_box(side_bus.get(), clients, caller, options.question_timeout,
                                   desktop, unanswered);
+  WatchedMessageBox message_box(manager, options.question_timeout, clients_box);
   platform::LinuxHost host(message_box, options.folder);
-  apps::ProgramEngines engines;
+  apps::ProgramEngines engines(options.system_bus ? odbc::Drivers::kRegistered
+                                                  : odbc::Drivers::kAny);
   SharedState state(host, engines.list(), trace ? &*trace : nullptr);
   const dbus::Service service(bus.get(), state, clients, departures, caller, events);
 
   dbus::NameOwner name(bus.get());
   if (!name.acquire()) {
-    spdlog::info("Another process serves this bus");
+    events.ended(u"Another process serves this bus");
     return EXIT_SUCCESS;
   }
   name.end_when_idle(
@@ -158,7 +175,9 @@ int serve(const Options& options, const automation::Events& events) {
               "attaching the bus");
   dbus::check(sd_bus_set_exit_on_disconnect(bus.get(), 1), "attaching the bus");
   events.started();
+  manager.ready();
   const int result = dbus::check(sd_event_loop(event.get()), "waiting for requests");
+  manager.stopping();
   events.ended();
   return result;
 }

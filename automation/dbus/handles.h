@@ -4,6 +4,7 @@
 #include <systemd/sd-event.h>
 
 #include <memory>
+#include <string_view>
 
 namespace tarnwick::automation::dbus {
 
@@ -33,6 +34,7 @@ class ErrorHandle {
   [[nodiscard]] const char* message() const {
     return error_.message == nullptr ? "" : error_.message;
   }
+  [[nodiscard]] std::string_view name() const { return error_.name == nullptr ? "" : error_.name; }
   [[nodiscard]] bool is(const char* name) const {
     return sd_bus_error_has_name(&error_, name) != 0;
   }

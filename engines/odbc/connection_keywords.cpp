@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ado/error.h"
+#include "engines/odbc/odbc_items.h"
 #include "engines/odbc/ole_db_items.h"
 #include "engines/odbc/statement_text.h"
 #include "runtime/case_mapping.h"
@@ -165,19 +166,6 @@ OdbcConnect connect_by_ole_db_items(const ConnectionString& string,
           .for_free_tds = free_tds};
 }
 
-bool is_in_braces(TextView value) {
-  if (value.size() < 2 || value.front() != u'{' || value.back() != u'}') return false;
-  const TextView inside = value.substr(1, value.size() - 2);
-  for (std::size_t i = inside.find(u'}'); i != TextView::npos; i = inside.find(u'}', i + 2)) {
-    if (i + 1 == inside.size() || inside[i + 1] != u'}') return false;
-  }
-  return true;
-}
-
-Text without_braces(TextView value) {
-  return is_in_braces(value) ? without_marks(value) : Text(value);
-}
-
 /// The ODBC item's value as it stands, unless it came out of quotes with what only braces can hold,
 /// or has braces that FreeTDS would misread.
 Text passed_on(const ConnectionString::Item& item, bool free_tds) {
@@ -195,35 +183,6 @@ Text passed_on(const ConnectionString::Item& item, bool free_tds) {
 bool names_free_tds(const ConnectionString& string) {
   const Text driver = fold(without_braces(string.find(u"Driver").value_or(Text())));
   return driver == u"freetds" || driver.find(u"tdsodbc") != Text::npos;
-}
-
-/// Items of OLE DB that have another name in ODBC; the public reference of the OLE DB provider for
-/// ODBC lists them.
-TextView odbc_name(TextView item) {
-  if (equals_ignoring_case(item, u"Data Source")) return u"DSN";
-  if (equals_ignoring_case(item, u"Initial Catalog")) return u"Database";
-  if (equals_ignoring_case(item, u"User ID")) return u"UID";
-  if (equals_ignoring_case(item, u"Password")) return u"PWD";
-  return item;
-}
-
-/// The items, behind them those in "Extended Properties", which is where the data-link dialog puts
-/// ODBC's own string; what both have counts as the first says it.
-ConnectionString with_extended_properties(const ConnectionString& string) {
-  constexpr TextView kExtended = u"Extended Properties";
-  const std::optional<Text> inner = string.find(kExtended);
-  if (!inner) return string;
-  ConnectionString result;
-  const auto add = [&](const ConnectionString& from) {
-    for (const ConnectionString::Item& item : from.items()) {
-      const TextView name = odbc_name(item.name);
-      const bool is_new = !equals_ignoring_case(name, kExtended) && !result.find(name);
-      if (is_new) result.set(name, item.value);
-    }
-  };
-  add(string);
-  add(ConnectionString::parse(join({u"Provider=MSDASQL;", *inner})));
-  return result;
 }
 
 OdbcConnect connect_by_odbc_items(const ConnectionString& given) {

@@ -18,10 +18,12 @@ constexpr std::array<TextView, 10> kProviders{
 OdbcEngine::OdbcEngine(std::uint32_t statement_timeout)
     : OdbcEngine(driver_manager(), statement_timeout) {}
 
+OdbcEngine::OdbcEngine(Drivers drivers) : OdbcEngine() { drivers_ = drivers; }
+
 std::span<const TextView> OdbcEngine::providers() const { return kProviders; }
 
 std::unique_ptr<ado::EngineSession> OdbcEngine::connect(const ado::ConnectionString& string) {
-  return std::make_unique<OdbcSession>(*api_, string, statement_timeout_);
+  return std::make_unique<OdbcSession>(*api_, string, statement_timeout_, drivers_);
 }
 
 }  // namespace tarnwick::odbc

@@ -44,6 +44,13 @@ class OdbcApi {
     return SQLDriversW(env, direction, name, name_capacity, name_length, attributes,
                        attributes_capacity, attributes_length);
   }
+  virtual SQLRETURN data_sources(SQLHENV env, SQLUSMALLINT direction, SQLWCHAR* name,
+                                 SQLSMALLINT name_capacity, SQLSMALLINT* name_length,
+                                 SQLWCHAR* driver, SQLSMALLINT driver_capacity,
+                                 SQLSMALLINT* driver_length) {
+    return SQLDataSourcesW(env, direction, name, name_capacity, name_length, driver,
+                           driver_capacity, driver_length);
+  }
   virtual SQLRETURN set_connect_attr(SQLHDBC dbc, SQLINTEGER attribute, SQLPOINTER value,
                                      SQLINTEGER length) {
     return SQLSetConnectAttrW(dbc, attribute, value, length);

@@ -5,6 +5,8 @@
 #include <initializer_list>
 #include <utility>
 
+#include "engines/odbc/driver_lists.h"
+#include "engines/odbc/registered_driver.h"
 #include "engines/odbc/rowset.h"
 #include "runtime/case_mapping.h"
 #include "runtime/conversions.h"
@@ -46,25 +48,6 @@ constexpr MaintainedTable kMaintainedTables[] = {
     {u"DW_SEC_PC", {u"MACNbr", u"ComputerID", u"CompID"}},
     {u"DW_Reports", {u"ReportName"}},
 };
-
-std::vector<Text> list_drivers(const Handle& environment) {
-  std::vector<Text> names;
-  std::array<char16_t, 512> name{};
-  std::array<char16_t, 2048> attributes{};
-  SQLUSMALLINT direction = SQL_FETCH_FIRST;
-  while (true) {
-    SQLSMALLINT name_length = 0;
-    SQLSMALLINT attributes_length = 0;
-    const SQLRETURN result = environment.api().drivers(
-        environment.get(), direction, wide(name.data()), static_cast<SQLSMALLINT>(name.size()),
-        &name_length, wide(attributes.data()), static_cast<SQLSMALLINT>(attributes.size()),
-        &attributes_length);
-    if (result == SQL_NO_DATA) return names;
-    environment.check(result);
-    names.emplace_back(name.begin(), std::find(name.begin(), name.end(), u'\0'));
-    direction = SQL_FETCH_NEXT;
-  }
-}
 
 Text text_of(const ado::Cell& cell) {
   const Variant value = cell.to_variant();
@@ -108,11 +91,15 @@ std::int32_t refusal_of(F&& action) {
 }  // namespace
 
 OdbcSession::OdbcSession(OdbcApi& api, const ado::ConnectionString& string,
-                         std::uint32_t statement_timeout)
+                         std::uint32_t statement_timeout, Drivers drivers)
     : environment_(Handle::environment(api)),
       connection_(Handle::make(SQL_HANDLE_DBC, environment_)),
       statement_timeout_(statement_timeout) {
-  const OdbcConnect target = odbc_connect(string, list_drivers(environment_));
+  const std::vector<Text> installed = list_drivers(environment_);
+  if (drivers == Drivers::kRegistered) {
+    require_registered_driver(string, installed, list_data_sources(environment_));
+  }
+  const OdbcConnect target = odbc_connect(string, installed);
   connect(target);
   learn_server(target);
   if (is_sql_server_) step([&] { set_options(); });

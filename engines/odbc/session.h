@@ -10,6 +10,7 @@
 #include "ado/error.h"
 #include "engines/odbc/connection_keywords.h"
 #include "engines/odbc/diagnostics.h"
+#include "engines/odbc/engine.h"
 #include "engines/odbc/handles.h"
 #include "engines/odbc/parameters.h"
 #include "engines/odbc/result.h"
@@ -34,7 +35,8 @@ struct MaintainedTable;
 class OdbcSession final : public ado::EngineSession {
  public:
   /// `statement_timeout`: seconds that a statement may take; 0 for ever.
-  OdbcSession(OdbcApi& api, const ado::ConnectionString& string, std::uint32_t statement_timeout);
+  OdbcSession(OdbcApi& api, const ado::ConnectionString& string, std::uint32_t statement_timeout,
+              Drivers drivers = Drivers::kAny);
   ~OdbcSession() override;
   OdbcSession(const OdbcSession&) = delete;
   OdbcSession& operator=(const OdbcSession&) = delete;

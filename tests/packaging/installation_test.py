@@ -7,6 +7,7 @@ import pathlib
 import pwd
 import re
 import shlex
+import shutil
 import socket
 import subprocess
 import tempfile
@@ -199,6 +200,18 @@ class Installation(Folders):
             complaints = [line for line in result.stderr.splitlines() if "tarnwick" in line]
             self.assertEqual(complaints, [])
 
+    def test_has_a_unit_of_the_system_that_exposes_little(self):
+        result = subprocess.run(
+            ["systemd-analyze", "security", "--offline=true", "--threshold=20", "--no-pager",
+             str(self.prefix / f"lib/systemd/system/{UNIT}")], capture_output=True, text=True)
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+
+    def test_has_units_that_watch_the_service_and_take_its_limits_from_a_file(self):
+        for kind in ("user", "system"):
+            service = settings(self.prefix / f"lib/systemd/{kind}/{UNIT}")["Service"]
+            self.assertEqual(service["EnvironmentFile"], "-/etc/default/tarnwick")
+            self.assertIn("WatchdogSec", service)
+
 
 class SessionBus(Folders):
     def start_bus(self, *switches):
@@ -258,7 +271,7 @@ class SystemBus(Folders):
     """The policy, on a bus with the rules of a system bus. Nobody can be the user of the service
     here, so that the one who runs the test takes its place, and groups take the group's."""
 
-    def start_bus(self, group):
+    def start_bus(self, group, **environment):
         policy = (self.prefix / f"share/dbus-1/system.d/{NAME}.conf").read_text()
         me = pwd.getpwuid(os.getuid()).pw_name
         self.assertEqual(policy.count('group="tarnwick"'), 1)
@@ -281,12 +294,60 @@ class SystemBus(Folders):
         self.addCleanup(bus.close)
         service = subprocess.Popen(
             self.unit_command("system"), stderr=subprocess.DEVNULL,
-            env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": bus.address})
+            env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": bus.address, **environment})
         self.addCleanup(service.wait)
         self.addCleanup(service.terminate)
         client = self.client(bus.address)
         until(lambda: client.owner() is not None, "the service")
         return client
+
+    def test_loads_no_library_that_a_connection_string_names_by_its_file(self):
+        library = self.folder / "driver.so"
+        shutil.copy(next(pathlib.Path("/usr/lib").glob("*/odbc/libsqlite3odbc.so")), library)
+        home = self.folder / "home"
+        home.mkdir()
+        # Whoever uses the service can have files written there.
+        (home / ".odbc.ini").write_text(f"[mine]\nDriver={library}\nDatabase=:memory:\n")
+        (home / ".odbcinst.ini").write_text(f"[Mine]\nDriver={library}\n")
+        lists = self.folder / "odbc.ini"
+        lists.write_text(f"[by file]\nDriver={library}\nDatabase=:memory:\n")
+        strings = {
+            f"Provider=MSDASQL;Driver={library};Database=:memory:": "Driver",
+            f"Provider=MSDASQL;Driver={{{library}}};Database=:memory:": "Driver",
+            "Provider=MSDASQL;Driver=Mine;Database=:memory:": "Driver",
+            f"Provider=MSDASQL;Extended Properties=\"Driver={library};Database=x\"": "Driver",
+            "Provider=MSDASQL;DSN=by file": "DSN",
+            "Provider=MSDASQL;DSN=mine": "DSN",
+            f"Provider=MSDASQL;DSN={library}": "DSN",
+            f"Provider=MSDASQL;FileDSN={home}/.odbc.ini": "FileDSN",
+            f"Provider=MSDASQL;Driver=FreeTDS;Database={{a}}}};Driver={library};b}}": "Database",
+            f"Provider=MSOLEDBSQL;Data Source=localhost;User ID=u;"
+            f"Password=\"a}};Driver={library};b\"": "Password",
+        }
+        client = self.start_bus(self.own_group(), HOME=str(home), ODBCINI=str(lists))
+        server = client.create("Server")
+        for string, item in strings.items():
+            with self.subTest(string=string):
+                self.assertIs(server.call("SetConnection", "sss", string, ROLE, PASSWORD), False)
+                self.assertIn(f'The connection string item "{item}" ', server.get("LastErrorMsg"))
+                self.assertNotIn(str(library), self.libraries_of(client))
+
+    def test_loads_them_where_each_user_has_a_service_of_his_own(self):
+        library = self.folder / "driver.so"
+        shutil.copy(next(pathlib.Path("/usr/lib").glob("*/odbc/libsqlite3odbc.so")), library)
+        bus = Bus(self.folder, services=self.prefix / "share/dbus-1/services",
+                  environment={"XDG_RUNTIME_DIR": str(self.runtime)})
+        self.addCleanup(bus.close)
+        client = self.client(bus.address)
+        server = client.create("Server")
+        server.call("SetConnection", "sss",
+                    f"Provider=MSDASQL;Driver={library};Database={self.folder}/file.db", ROLE,
+                    PASSWORD)
+        self.assertNotIn("connection string item", server.get("LastErrorMsg"))
+
+    @staticmethod
+    def libraries_of(client):
+        return pathlib.Path(f"/proc/{client.service_pid()}/maps").read_text()
 
     @staticmethod
     def own_group():
@@ -363,6 +424,7 @@ class ServiceManager(Folders):
         name = client.owner()
         client.release(client.create("Report"))
         listening.settimeout(60)
+        self.assertEqual(listening.recv(1000), b"READY=1\nSTATUS=Serving")
         self.assertEqual(listening.recv(1000), b"STOPPING=1")
         # It waits until the end of this pipe is closed.
         ended = self.receive_barrier(listening)
@@ -381,6 +443,111 @@ class ServiceManager(Folders):
         self.assertEqual(listening.recv(1000), b"STOPPING=1")
         os.close(self.receive_barrier(listening))
         self.assertEqual(service.wait(60), 0)
+
+    def test_hears_that_the_loop_runs_and_how_long_a_question_may_take(self):
+        bus = Bus(self.folder)
+        self.addCleanup(bus.close)
+        listening = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(listening.close)
+        listening.bind(str(self.folder / "notify"))
+        listening.settimeout(60)
+        period = 2_000_000  # microseconds
+        service = subprocess.Popen(
+            [*self.unit_command("user"), "--question-timeout", "30"], stderr=subprocess.DEVNULL,
+            env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": bus.address,
+                 "NOTIFY_SOCKET": str(self.folder / "notify"), "WATCHDOG_USEC": str(period)})
+        self.addCleanup(service.wait)
+        self.addCleanup(service.terminate)
+
+        def next_but_pings():
+            message = listening.recv(1000)
+            while message == b"WATCHDOG=1":
+                message = listening.recv(1000)
+            return message
+
+        self.assertEqual(next_but_pings(), b"READY=1\nSTATUS=Serving")
+        self.assertEqual(listening.recv(1000), b"WATCHDOG=1")
+        client = self.client(bus.address)
+        database = Database(self.folder / "database")
+        database.add_components([(7, "Seven")])
+        server = client.create("Server")
+        self.assertIs(server.call("SetConnection", "sss", database.connect_string, ROLE, PASSWORD),
+                      True)
+        # A statement that cannot be opened is taken for a lock, and asked about.
+        report = client.create("Report")
+        report.set("Name", "s", "it's")
+        self.assertIs(report.call("LockRecord"), False)
+        self.assertEqual(next_but_pings(), b"STATUS=Waiting for somebody's answer to a question")
+        self.assertEqual(next_but_pings(), f"WATCHDOG_USEC={period + 30_000_000}".encode())
+        self.assertEqual(next_but_pings(), b"STATUS=Serving")
+        self.assertEqual(next_but_pings(), f"WATCHDOG_USEC={period}".encode())
+
+    def test_sets_limits_by_the_environment(self):
+        bus = Bus(self.folder)
+        self.addCleanup(bus.close)
+        service = subprocess.Popen(self.unit_command("user"), stderr=subprocess.DEVNULL,
+                                   env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": bus.address,
+                                        "TARNWICK_SERVER_MOST_OBJECTS": "2"})
+        self.addCleanup(service.wait)
+        self.addCleanup(service.terminate)
+        client = self.client(bus.address)
+        until(lambda: client.owner() is not None, "the service")
+        client.create("Report")
+        client.create("Report")
+        with self.assertRaises(Failed) as caught:
+            client.create("Report")
+        self.assertEqual(caught.exception.name, f"{NAME}.Error.LimitExceeded")
+
+    def test_refuses_to_start_with_a_limit_that_is_none(self):
+        result = subprocess.run(self.unit_command("user"), capture_output=True, text=True,
+                                env={**os.environ, "TARNWICK_SERVER_IDLE": "soon"})
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("--idle", result.stderr + result.stdout)
+
+    def test_gets_the_log_with_its_fields_into_the_journal(self):
+        # The journal's socket has a fixed place, which a mount of its own puts into this test.
+        if subprocess.run(["unshare", "--mount", "true"], capture_output=True).returncode != 0:
+            self.skipTest("nobody here may mount anything")
+        bus = Bus(self.folder)
+        self.addCleanup(bus.close)
+        journal = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.addCleanup(journal.close)
+        journal.bind(str(self.folder / "journal"))
+        journal.settimeout(60)
+        stream, error = os.pipe()
+        self.addCleanup(os.close, stream)
+        status = os.fstat(error)
+        service = subprocess.Popen(
+            ["unshare", "--mount", "sh", "-c",
+             "mount -t tmpfs none /run/systemd && mkdir /run/systemd/journal && "
+             f"ln -s {shlex.quote(str(self.folder / 'journal'))} /run/systemd/journal/socket && "
+             'exec "$@"', "sh", *self.unit_command("user")], stderr=error,
+            env={**os.environ, "DBUS_SESSION_BUS_ADDRESS": bus.address,
+                 "JOURNAL_STREAM": f"{status.st_dev}:{status.st_ino}"})
+        os.close(error)
+        self.addCleanup(service.wait)
+        self.addCleanup(service.terminate)
+
+        def entry():
+            lines = journal.recv(65536).decode().splitlines()
+            return dict(line.split("=", 1) for line in lines)
+
+        self.assertEqual(entry(), {"MESSAGE": "Serving", "PRIORITY": "6", "TARNWICK_EVENT": "start",
+                                   "SYSLOG_IDENTIFIER": "tarnwick-server"})
+        client = self.client(bus.address)
+        until(lambda: client.owner() is not None, "the service")
+        server = client.create("Server")
+        self.assertIs(server.call("SetConnection", "sss",
+                                  f"Provider=Tarnwick.Embedded;Data Source={self.folder}", ROLE,
+                                  PASSWORD), False)
+        refusal = entry()
+        self.assertEqual(refusal["TARNWICK_EVENT"], "refusal")
+        self.assertEqual(refusal["TARNWICK_CLIENT"], client.name)
+        self.assertEqual(refusal["PRIORITY"], "4")
+        kind, number, native, text, _ = client.call(ROOT, f"{NAME}.LastCause", "GetLastCause")
+        self.assertEqual((refusal["TARNWICK_KIND"], refusal["TARNWICK_NUMBER"],
+                          refusal["TARNWICK_NATIVE"]), (str(kind), str(number), str(native)))
+        self.assertIn(text, refusal["MESSAGE"])
 
     def receive_barrier(self, listening):
         message, descriptors, _, _ = socket.recv_fds(listening, 1000, 1)

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 #include <system_error>
 
 #include "apps/tarnwick/failure.h"
@@ -22,6 +23,7 @@ namespace dbus = automation::dbus;
 
 constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr char kBusPath[] = "/org/freedesktop/DBus";
+constexpr std::string_view kSpawnErrors = "org.freedesktop.DBus.Error.Spawn.";
 constexpr std::chrono::seconds kStartTime{30};
 constexpr useconds_t kPollTime = 1000;  // microseconds
 
@@ -131,6 +133,12 @@ void ServiceBus::start_service_if_none_is_known(const Options& options) {
                          &received, "su", dbus::kBusName, 0u) >= 0) {
     sd_bus_message_unref(received);
     return;
+  }
+  if (options.system_bus && error.name().starts_with(kSpawnErrors)) {
+    refuse(
+        fmt::format("the bus cannot start it ({}). If its installation was broken off, complete "
+                    "it as root: dpkg --configure -a",
+                    error.message()));
   }
   // Only its administrator lets anybody own a name on the system's bus.
   if (!error.is(SD_BUS_ERROR_SERVICE_UNKNOWN) || options.system_bus) refuse(error.message());
