@@ -45,6 +45,10 @@ About about_server() {
       {"DBUS_STARTER_ADDRESS", "The bus that has started the service; it serves this one."},
       {"DBUS_SESSION_BUS_ADDRESS, XDG_RUNTIME_DIR", "Otherwise, where the session's bus is."},
       {"DBUS_SYSTEM_BUS_ADDRESS", "Where the system's bus is."},
+      {"JOURNAL_STREAM",
+       "Set by systemd where standard error is the journal: there the lines of the log have "
+       "fields."},
+      {"NOTIFY_SOCKET, WATCHDOG_USEC", "Set by systemd: what the service tells of itself."},
       {"INVOCATION_ID",
        "Set by systemd for what it starts: such a service ends by itself where "
        "nobody uses it."},
@@ -53,6 +57,7 @@ About about_server() {
   about.files.insert(
       about.files.end(),
       {{"TTX.bin", "What loading reports leaves behind, in the folder that --folder names."},
+       {"/etc/default/tarnwick", "Limits, as variables, for the units of systemd."},
        {"tarnwick-server.service", "The units of systemd, for users and for the system."},
        {"org.tarnwick.Security1.service", "Lets a bus start the service on demand."},
        {"org.tarnwick.Security1.conf", "Who may use the service on the system's bus."}});

@@ -33,7 +33,7 @@ int require(int result, const char* what) {
 
 void raise_flag(int event) {
   constexpr std::uint64_t kOne = 1;
-  static_cast<void>(::write(event, &kOne, sizeof kOne));
+  [[maybe_unused]] const ssize_t written = ::write(event, &kOne, sizeof kOne);
 }
 
 // Not through the log itself: the thread that is to be ended may hold it, waiting for a reader.
@@ -43,7 +43,7 @@ void log_without_waiting(std::string_view text) {
   formatter.format({"tarnwick-server", spdlog::level::warn, {text.data(), text.size()}}, line);
   pollfd standard_error{STDERR_FILENO, POLLOUT, 0};
   if (poll(&standard_error, 1, 0) > 0 && (standard_error.revents & POLLOUT) != 0) {
-    static_cast<void>(::write(STDERR_FILENO, line.data(), line.size()));
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
   }
 }
 
