@@ -84,12 +84,19 @@ constexpr std::array kFailureKinds{
     failure_kind("Changed_fk", ado::FailureKind::kChanged),
     failure_kind("Refused_fk", ado::FailureKind::kRefused),
 };
+constexpr std::array kLookOutcomes{
+    Enumerand{"Missing_lo", static_cast<std::int32_t>(LookOutcome::kMissing)},
+    Enumerand{"Loaded_lo", static_cast<std::int32_t>(LookOutcome::kLoaded)},
+    Enumerand{"Held_lo", static_cast<std::int32_t>(LookOutcome::kHeld)},
+    Enumerand{"Failed_lo", static_cast<std::int32_t>(LookOutcome::kFailed)},
+};
 constexpr std::array kEnumerations{
     Enumeration{EnumerationId::kUpdateError, "UpdateErrorEnum", kUpdateErrors},
     Enumeration{EnumerationId::kMaintType, "MaintTypeEnum", kMaintTypes},
     Enumeration{EnumerationId::kReportCode, "ReportCodeEnum", kReportCodes},
     Enumeration{EnumerationId::kReportTypes, "ReportTypesEnum", kReportTypes},
     Enumeration{EnumerationId::kFailureKind, "FailureKindEnum", kFailureKinds},
+    Enumeration{EnumerationId::kLookOutcome, "LookOutcomeEnum", kLookOutcomes},
 };
 
 constexpr std::int32_t kArgumentNotOptional = 449;
@@ -128,6 +135,11 @@ const Class* find_class(TextView name) {
 const Member* find_member(const Class& of, std::string_view name) {
   const auto found = std::ranges::find(of.members, name, &Member::name);
   return found == of.members.end() ? nullptr : &*found;
+}
+
+bool is_property(const Member& member) {
+  return member.access != Member::Access::kMethod && member.arguments.empty() &&
+         member.result.kind != Kind::kCollection && member.result.kind != Kind::kEnumerator;
 }
 
 const Enumeration& enumeration_of(EnumerationId id) {

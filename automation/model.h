@@ -30,6 +30,8 @@ enum class Kind : std::uint8_t {
   kEmpty,          ///< a variant; always empty, but for an item of COM's plain collections
   kCollection,     ///< of objects of the class `class_id`
   kEnumerator,     ///< over objects of the class `class_id`
+  kAnyObject,      ///< of any class, or Nothing; of no member of the classes
+  kValues,         ///< of no member of the classes
 };
 
 /// Those that are known by name to clients.
@@ -38,7 +40,9 @@ enum class EnumerationId : std::uint8_t {
   kMaintType,
   kReportCode,
   kReportTypes,
-  kFailureKind,  ///< of no member of the classes
+  // Of no member of the classes.
+  kFailureKind,
+  kLookOutcome,
 };
 
 /// The type of an argument or a result.
@@ -118,6 +122,11 @@ struct Enumeration {
 
 /// The member with exactly this name, or null.
 [[nodiscard]] const Member* find_member(const Class& of, std::string_view name);
+
+/// Whether the member is one of those that are read together where a record is read in one go. Ones
+/// with arguments are not, nor those that return many objects: reading must not hand out a whole
+/// register.
+[[nodiscard]] bool is_property(const Member& member);
 
 [[nodiscard]] const Enumeration& enumeration_of(EnumerationId id);
 

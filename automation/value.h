@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <variant>
+#include <vector>
 
 #include "runtime/date.h"
 #include "runtime/text.h"
@@ -54,10 +55,18 @@ class Collection {
   [[nodiscard]] virtual std::unique_ptr<Enumerator> enumerate() const = 0;
 };
 
+struct Values;
+
 /// An argument or a result on its way between a client and the object model. An enumeration's value
-/// is an int32. Collections and enumerators are never null and only ever results.
-using Value =
-    std::variant<Empty, Null, bool, std::int16_t, std::int32_t, std::int64_t, double, Date, Text,
-                 Object, std::shared_ptr<Collection>, std::shared_ptr<Enumerator>>;
+/// is an int32. Collections, enumerators and lists of values are never null and only ever results.
+using Value = std::variant<Empty, Null, bool, std::int16_t, std::int32_t, std::int64_t, double,
+                           Date, Text, Object, std::shared_ptr<Collection>,
+                           std::shared_ptr<Enumerator>, std::shared_ptr<const Values>>;
+
+/// Many values in one result: a list, or rows one after the other.
+struct Values {
+  std::vector<Value> all;
+  std::size_t columns = 0;  // values of a row; 0: a list
+};
 
 }  // namespace tarnwick::automation

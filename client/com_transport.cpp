@@ -20,6 +20,7 @@ using com::OwnVariant;
 
 // The numbers of run-time errors on COM.
 constexpr std::uint32_t kFirstRunTimeError = 0x800A0000;
+constexpr LONG kRowsAtOnce = 2000;
 
 std::int32_t number_of(HRESULT result) {
   const auto code = static_cast<std::uint32_t>(result);
@@ -39,9 +40,69 @@ void require(HRESULT result) {
   if (FAILED(result)) refuse(result, com::system_message(static_cast<DWORD>(result)));
 }
 
-CallError not_offered(const std::string& what) {
-  return {CallError::Reason::kNotOffered, "The COM server does not offer " + what + "."};
+// A call by a dual interface; what failed is told as for one by a dispatch interface.
+void require_call(HRESULT result) {
+  ComPtr<IErrorInfo> info;
+  if (FAILED(result) && GetErrorInfo(0, &info) == S_OK) {
+    BSTR description = nullptr;
+    info->GetDescription(&description);
+    const Text text = com::text_of(description);
+    SysFreeString(description);
+    if (!text.empty()) refuse(result, text);
+  }
+  require(result);
 }
+
+// A text as an argument.
+class OwnBstr {
+ public:
+  explicit OwnBstr(TextView text) : string_(com::to_bstr(text)) {}
+  ~OwnBstr() { SysFreeString(string_); }
+  OwnBstr(const OwnBstr&) = delete;
+  OwnBstr& operator=(const OwnBstr&) = delete;
+
+  [[nodiscard]] BSTR get() const { return string_; }
+
+ private:
+  BSTR string_;
+};
+
+// The values of a list, or of rows one after the other, as long as this lives.
+class ArrayInside {
+ public:
+  explicit ArrayInside(const VARIANT& variant) {
+    if (variant.vt != (VT_ARRAY | VT_VARIANT)) require(DISP_E_TYPEMISMATCH);
+    const UINT dimensions = SafeArrayGetDim(variant.parray);
+    rows_ = dimensions == 2 ? length(variant.parray, 1) : 1;
+    columns_ = length(variant.parray, dimensions);
+    require(SafeArrayAccessData(variant.parray, reinterpret_cast<void**>(&values_)));
+    array_ = variant.parray;
+  }
+  ~ArrayInside() { SafeArrayUnaccessData(array_); }
+  ArrayInside(const ArrayInside&) = delete;
+  ArrayInside& operator=(const ArrayInside&) = delete;
+
+  [[nodiscard]] std::size_t rows() const { return rows_; }
+  [[nodiscard]] std::size_t columns() const { return columns_; }
+  [[nodiscard]] const VARIANT& at(std::size_t row, std::size_t column) const {
+    if (row >= rows_ || column >= columns_) require(DISP_E_BADINDEX);
+    return values_[row + column * rows_];
+  }
+
+ private:
+  static std::size_t length(SAFEARRAY* array, UINT dimension) {
+    LONG first = 0;
+    LONG last = -1;
+    require(SafeArrayGetLBound(array, dimension, &first));
+    require(SafeArrayGetUBound(array, dimension, &last));
+    return static_cast<std::size_t>(last - first + 1);
+  }
+
+  SAFEARRAY* array_ = nullptr;
+  VARIANT* values_ = nullptr;
+  std::size_t rows_ = 0;
+  std::size_t columns_ = 0;
+};
 
 IDispatch* dispatch_of(const Object& object) {
   return static_cast<IDispatch*>(object.instance.get());
@@ -117,22 +178,40 @@ class ComTransport final : public Transport {
     invoke(object, member, DISPATCH_PROPERTYPUT, {value}, nullptr);
   }
 
-  UpdateErrorEnum insert(const Object&, TextView) override { throw not_offered("Insert"); }
-  std::vector<PcKey> find_pcs(TextView) override { throw not_offered("FindPCs"); }
-  Look look(const Object&) override { throw not_offered("Look"); }
-  std::vector<StoredReportFile> stored_report_files() override { throw not_offered("ReportFiles"); }
+  Row read(const Object& record) override;
+  std::vector<Row> rows(const Object& collection) override;
+
+  UpdateErrorEnum insert(const Object& record, TextView report_file) override;
+  std::vector<PcKey> find_pcs(TextView name) override;
+  Look look(const Object& record) override;
+  std::vector<StoredReportFile> stored_report_files() override;
 
   FailureCause last_cause() override;
-  void clear_last_cause() override { require(cause()->Clear()); }
+  void clear_last_cause() override { require_call(cause()->Clear()); }
 
  private:
   void invoke(const Object& object, const Member& member, WORD flags,
               const std::vector<Value>& arguments, VARIANT* result);
   DISPID id_of(IDispatch* object, const Member& member);
-  ::_LastCause* cause();
+  /// The attributes at their places among the values of a record; null for what is no attribute.
+  const std::vector<const Attribute*>& places(const Object& record_or_collection,
+                                              ClassId record_class);
+  ::_LastCause* cause() { return made(CLSID_LastCause, cause_); }
+  ::_Rows* tables() { return made(CLSID_Rows, tables_); }
+
+  template <class Interface>
+  Interface* made(const CLSID& clsid, ComPtr<Interface>& kept) {
+    if (kept == nullptr) {
+      require(CoCreateInstance(clsid, nullptr, CLSCTX_LOCAL_SERVER, __uuidof(Interface),
+                               reinterpret_cast<void**>(kept.GetAddressOf())));
+    }
+    return kept.Get();
+  }
 
   std::map<const Member*, DISPID> ids_;
+  std::map<ClassId, std::vector<const Attribute*>> places_;
   ComPtr<::_LastCause> cause_;
+  ComPtr<::_Rows> tables_;
 };
 
 DISPID ComTransport::id_of(IDispatch* object, const Member& member) {
@@ -198,12 +277,100 @@ std::vector<Object> ComTransport::call_for_all(const Object& object, const Membe
   }
 }
 
-::_LastCause* ComTransport::cause() {
-  if (cause_ == nullptr) {
-    require(CoCreateInstance(CLSID_LastCause, nullptr, CLSCTX_LOCAL_SERVER, IID__LastCause,
-                             reinterpret_cast<void**>(cause_.GetAddressOf())));
+const std::vector<const Attribute*>& ComTransport::places(const Object& record_or_collection,
+                                                          ClassId record_class) {
+  std::vector<const Attribute*>& places = places_[record_class];
+  if (!places.empty()) return places;
+  OwnVariant names;
+  require_call(tables()->Properties(dispatch_of(record_or_collection), names.get()));
+  const ArrayInside inside(*names.get());
+  for (std::size_t i = 0; i < inside.columns(); ++i) {
+    const Text name = com::text_of(inside.at(0, i).bstrVal);
+    places.push_back(find_attribute(record_class, to_utf8(name)));
   }
-  return cause_.Get();
+  return places;
+}
+
+Row read_row(const ArrayInside& inside, std::size_t row,
+             const std::vector<const Attribute*>& places, ClassId record_class) {
+  Row result(record_class);
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const Attribute* attribute = places[i];
+    const VARIANT& value = inside.at(row, i);
+    if (attribute == nullptr || value.vt == VT_EMPTY) continue;
+    result.set(*attribute,
+               from_member_value(*attribute, value_of(attribute->member->result, value)));
+  }
+  return result;
+}
+
+Row ComTransport::read(const Object& record) {
+  const auto& properties = places(record, record.class_id);
+  OwnVariant values;
+  require_call(tables()->Read(dispatch_of(record), values.get()));
+  return read_row(ArrayInside(*values.get()), 0, properties, record.class_id);
+}
+
+std::vector<Row> ComTransport::rows(const Object& collection) {
+  const ClassId record_class =
+      automation::find_member(automation::class_of(collection.class_id), "Item")->result.class_id;
+  const auto& properties = places(collection, record_class);
+  std::vector<Row> rows;
+  for (;;) {
+    OwnVariant values;
+    require_call(tables()->GetRows(dispatch_of(collection), static_cast<LONG>(rows.size()) + 1,
+                                   kRowsAtOnce, values.get()));
+    const ArrayInside inside(*values.get());
+    if (inside.rows() == 0) return rows;
+    for (std::size_t row = 0; row < inside.rows(); ++row) {
+      rows.push_back(read_row(inside, row, properties, record_class));
+    }
+  }
+}
+
+UpdateErrorEnum ComTransport::insert(const Object& record, TextView report_file) {
+  const OwnBstr file(report_file);
+  ::UpdateErrorEnum result{};
+  require_call(tables()->Insert(dispatch_of(record), file.get(), &result));
+  return static_cast<UpdateErrorEnum>(result);
+}
+
+std::vector<PcKey> ComTransport::find_pcs(TextView name) {
+  const OwnBstr wanted(name);
+  OwnVariant values;
+  require_call(tables()->FindPCs(wanted.get(), values.get()));
+  const ArrayInside inside(*values.get());
+  std::vector<PcKey> keys;
+  for (std::size_t row = 0; row < inside.rows(); ++row) {
+    keys.push_back({com::text_of(inside.at(row, 0).bstrVal),
+                    com::text_of(inside.at(row, 1).bstrVal), inside.at(row, 2).iVal});
+  }
+  return keys;
+}
+
+Look ComTransport::look(const Object& record) {
+  OwnVariant values;
+  require_call(tables()->Look(dispatch_of(record), values.get()));
+  const ArrayInside inside(*values.get());
+  Look look{.outcome = LookOutcome{static_cast<std::int32_t>(inside.at(0, 0).lVal)},
+            .held = inside.at(0, 1).boolVal != VARIANT_FALSE,
+            .stamp = com::text_of(inside.at(0, 2).bstrVal),
+            .process_id = {}};
+  const auto process = static_cast<std::int64_t>(inside.at(0, 3).dblVal);
+  if (process != 0) look.process_id = process;
+  return look;
+}
+
+std::vector<StoredReportFile> ComTransport::stored_report_files() {
+  OwnVariant values;
+  require_call(tables()->ReportFiles(values.get()));
+  const ArrayInside inside(*values.get());
+  std::vector<StoredReportFile> files;
+  for (std::size_t row = 0; row < inside.rows(); ++row) {
+    files.push_back({com::text_of(inside.at(row, 0).bstrVal),
+                     static_cast<std::int64_t>(inside.at(row, 1).dblVal)});
+  }
+  return files;
 }
 
 FailureCause ComTransport::last_cause() {

@@ -210,7 +210,7 @@ Message Client::send_call(const Object& object, const Member& member,
   const std::string interface = dbus::interface_of(class_of(object));
   const std::string name(member.name);
   const std::string path = hand_out(object);
-  if (dbus::is_property(member)) {
+  if (automation::is_property(member)) {
     Message reply =
         connection_.call(path, kProperties, "Get", "ss", interface.c_str(), name.c_str());
     enter(reply, SD_BUS_TYPE_VARIANT, dbus::signature_of(member.result));

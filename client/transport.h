@@ -88,8 +88,7 @@ class Transport {
 [[nodiscard]] std::unique_ptr<Transport> make_in_process_transport(SharedState& state);
 
 /// On Windows: the object model in the registered COM server, by its dispatch interfaces, for a
-/// thread that has initialised COM. Insert, Look, FindPCs and ReportFiles are
-/// not offered.
+/// thread that has initialised COM, and its objects of the class Rows.
 [[nodiscard]] std::unique_ptr<Transport> make_com_transport();
 
 }  // namespace tarnwick::client

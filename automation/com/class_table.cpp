@@ -33,7 +33,8 @@ std::span<const ClassEntry> class_table() {
       entry<ClassId::kServer>(),       entry<ClassId::kComponents>(),
       entry<ClassId::kComponent>(),    entry<ClassId::kRegisteredPCs>(),
       entry<ClassId::kRegisteredPC>(), entry<ClassId::kReports>(),
-      entry<ClassId::kReport>(),       entry<LastCauseClass>(new_last_cause)};
+      entry<ClassId::kReport>(),       entry<LastCauseClass>(new_last_cause),
+      entry<RowsClass>(new_rows)};
   return all;
 }
 

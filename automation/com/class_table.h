@@ -16,10 +16,10 @@ struct ClassEntry {
   ComPtr<IUnknown> (*create)(Apartment& apartment);
 };
 
-/// LastCause stands behind the seven classes of the object model.
-inline constexpr std::size_t kComClassCount = kClassCount + 1;
+/// LastCause and Rows stand behind the seven classes of the object model.
+inline constexpr std::size_t kComClassCount = kClassCount + 2;
 
-/// The seven classes in the order of ClassId, and LastCause.
+/// The seven classes in the order of ClassId, LastCause and Rows.
 [[nodiscard]] std::span<const ClassEntry> class_table();
 
 }  // namespace tarnwick::automation::com

@@ -36,6 +36,8 @@ constexpr auto slot_type() {
     return static_cast<::_Collection*>(nullptr);
   } else if constexpr (kType.kind == Kind::kEnumerator) {
     return static_cast<IUnknown*>(nullptr);
+  } else if constexpr (kType.kind == Kind::kAnyObject) {
+    return static_cast<IDispatch*>(nullptr);
   } else {
     return VARIANT();
   }

@@ -14,4 +14,7 @@ namespace tarnwick::automation::com {
 /// objects of the class tell one client the same.
 [[nodiscard]] ComPtr<IUnknown> new_last_cause(Apartment& apartment);
 
+/// See automation::Rows.
+[[nodiscard]] ComPtr<IUnknown> new_rows(Apartment& apartment);
+
 }  // namespace tarnwick::automation::com

@@ -4,6 +4,7 @@
 #include <array>
 #include <filesystem>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -19,10 +20,12 @@ constexpr const wchar_t* kAppIdKey = L"AppID\\{D696816B-1EFD-4E41-88E5-7B81F7777
 constexpr const wchar_t* kTypeLibraryVersion = L"1.0";
 // Marshals every dual interface by its type library; part of the system.
 constexpr const wchar_t* kUniversalMarshaler = L"{00020424-0000-0000-C000-000000000046}";
-// Which of the keys above ours were not there before; a value of the AppID.
-constexpr const wchar_t* kMadeKeys = L"MadeKeys";
 constexpr std::array<std::wstring_view, 4> kSharedKeys{L"AppID", L"CLSID", L"Interface",
                                                        L"TypeLib"};
+// 32-bit programs have keys of their own under these.
+constexpr std::array<std::wstring_view, 2> kRedirectedKeys{L"CLSID", L"Interface"};
+// Where the system keeps them for a user. Others may lack it, and then it is there for us alone.
+constexpr std::wstring_view kKeptApart = L"Wow6432Node";
 
 std::wstring text_of(const GUID& guid) {
   std::array<wchar_t, 39> text;
@@ -49,6 +52,7 @@ std::vector<Entry> entries(const Installation& installation) {
       {kAppIdKey, L"", L"Tarnwick"},
       {L"AppID\\Tarnwick.exe", L"AppID", kAppId},
       {library, L"", L"Tarnwick 1.0 security object model"},
+      {library + L"\\0\\win32", L"", installation.executable},
       {library + L"\\0\\win64", L"", installation.executable},
       {library + L"\\FLAGS", L"", L"0"},
       {library + L"\\HELPDIR", L"", folder},
@@ -86,53 +90,99 @@ std::vector<Entry> entries(const Installation& installation) {
   return all;
 }
 
+std::wstring outermost(const std::wstring& key) { return key.substr(0, key.find(L'\\')); }
+
+template <std::size_t kCount>
+bool holds(const std::array<std::wstring_view, kCount>& keys, const std::wstring& key) {
+  return std::ranges::find(keys, key) != keys.end();
+}
+
 /// The outermost key on the way to `key` that is wholly ours.
 std::wstring own_key(const std::wstring& key) {
   std::size_t end = key.find(L'\\');
-  const bool below_others = std::ranges::count(kSharedKeys, key.substr(0, end)) > 0;
-  if (below_others) end = key.find(L'\\', end + 1);
+  if (holds(kSharedKeys, key.substr(0, end))) end = key.find(L'\\', end + 1);
   return key.substr(0, end);
 }
 
-HKEY root_of(Scope scope) {
-  return scope == Scope::kMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+/// The registry as programs of one kind see it, and what of a registration is written there.
+struct View {
+  RegistryKey classes;
+  std::vector<Entry> entries;
+  std::vector<std::wstring> shared;  // keys above ours
+  const wchar_t* made_name;  // the value of the AppID that holds which of these were not there
+};
+
+/// The 32-bit one comes first: what the other one says is kept apart holds it.
+std::vector<View> views_of(Scope scope, const Installation& installation) {
+  const HKEY root = scope == Scope::kMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+  std::vector<View> views;
+  views.push_back({RegistryKey::classes(root, RegistryView::k32Bit),
+                   {},
+                   {kRedirectedKeys.begin(), kRedirectedKeys.end()},
+                   L"MadeKeys32"});
+  views.push_back({RegistryKey::classes(root, RegistryView::k64Bit),
+                   entries(installation),
+                   {kSharedKeys.begin(), kSharedKeys.end()},
+                   L"MadeKeys"});
+  views.back().shared.emplace_back(kKeptApart);
+  std::ranges::copy_if(
+      views.back().entries, std::back_inserter(views.front().entries),
+      [](const Entry& entry) { return holds(kRedirectedKeys, outermost(entry.key)); });
+  return views;
 }
 
-std::vector<std::wstring> absent_shared_keys(const RegistryKey& classes) {
-  std::vector<std::wstring> absent;
-  for (const std::wstring_view key : kSharedKeys) {
-    if (!classes.has(std::wstring(key))) absent.emplace_back(key);
+/// For each of the views, the keys above ours that are not there, and those that the registration
+/// that is there had to make: it knows what it found.
+std::vector<std::vector<std::wstring>> made_keys(const std::vector<View>& views) {
+  const RegistryKey& classes = views.back().classes;
+  const bool registered = classes.has(kAppIdKey);
+  std::vector<std::vector<std::wstring>> made;
+  for (const View& view : views) {
+    auto& keys = made.emplace_back();
+    if (registered) keys = classes.make(kAppIdKey).texts(view.made_name);
+    for (const std::wstring& key : view.shared) {
+      if (!view.classes.has(key) && std::ranges::count(keys, key) == 0) keys.push_back(key);
+    }
   }
-  return absent;
+  return made;
 }
 
-/// What the registration that is there had to make; nothing where there is none.
-std::optional<std::vector<std::wstring>> made_keys(const RegistryKey& classes) {
-  if (!classes.has(kAppIdKey)) return std::nullopt;
-  return classes.make(kAppIdKey).texts(kMadeKeys);
+void remove_own_keys(const std::vector<View>& views) {
+  for (const View& view : views) {
+    for (const Entry& entry : view.entries) view.classes.remove_tree(own_key(entry.key));
+  }
 }
 
-void remove_all(const RegistryKey& classes, const std::vector<std::wstring>& made) {
-  for (const Entry& entry : entries({})) classes.remove_tree(own_key(entry.key));
-  for (const std::wstring& key : made) classes.remove_if_empty(key);
+void remove_all(const std::vector<View>& views,
+                const std::vector<std::vector<std::wstring>>& made) {
+  remove_own_keys(views);
+  for (std::size_t i = 0; i < views.size(); ++i) {
+    for (const std::wstring& key : made[i]) views[i].classes.remove_if_empty(key);
+  }
+}
+
+void write(const View& view) {
+  for (const Entry& entry : view.entries) {
+    const RegistryKey key = view.classes.make(entry.key);
+    if (entry.text) key.set(entry.name, *entry.text);
+  }
 }
 
 }  // namespace
 
 void register_server(Scope scope, const Installation& installation) {
-  const RegistryKey classes = RegistryKey::classes(root_of(scope));
-  // A registration before this one knows what it found.
-  const auto made = made_keys(classes).value_or(absent_shared_keys(classes));
+  const std::vector<View> views = views_of(scope, installation);
+  const auto made = made_keys(views);
   try {
-    remove_all(classes, {});
-    if (!made.empty()) classes.make(kAppIdKey).set(kMadeKeys, made);
-    for (const Entry& entry : entries(installation)) {
-      const RegistryKey key = classes.make(entry.key);
-      if (entry.text) key.set(entry.name, *entry.text);
+    remove_own_keys(views);
+    for (std::size_t i = 0; i < views.size(); ++i) {
+      if (made[i].empty()) continue;
+      views.back().classes.make(kAppIdKey).set(views[i].made_name, made[i]);
     }
+    for (const View& view : views) write(view);
   } catch (const Error&) {
     try {
-      remove_all(classes, made);
+      remove_all(views, made);
     } catch (const Error&) {
       // What could not be written cannot be removed either; the first failure is the one to tell.
     }
@@ -141,8 +191,8 @@ void register_server(Scope scope, const Installation& installation) {
 }
 
 void unregister_server(Scope scope) {
-  const RegistryKey classes = RegistryKey::classes(root_of(scope));
-  remove_all(classes, made_keys(classes).value_or(std::vector<std::wstring>()));
+  const std::vector<View> views = views_of(scope, {});
+  remove_all(views, made_keys(views));
 }
 
 }  // namespace tarnwick::automation::com

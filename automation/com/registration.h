@@ -17,12 +17,13 @@ struct Installation {
 };
 
 /// Writes all that COM has to know of the server: classes, ProgIDs with and without version, AppID,
-/// type library, and the interfaces with the universal marshaler. May be repeated; replaces what an
-/// earlier registration wrote. Throws Error, and leaves nothing behind, when it cannot be written.
+/// type library, and the interfaces with the universal marshaler; for 64-bit programs and for
+/// 32-bit ones. May be repeated; replaces what an earlier registration wrote. Throws Error, and
+/// leaves nothing behind, when it cannot be written.
 void register_server(Scope scope, const Installation& installation);
 
-/// Removes all of it, and the keys above that the registration had to
-/// make and nobody else uses. May be repeated. Throws Error when something cannot be removed.
+/// Removes all of it, and the keys above that the registration had to make and nobody else uses.
+/// May be repeated. Throws Error when something cannot be removed.
 void unregister_server(Scope scope);
 
 }  // namespace tarnwick::automation::com

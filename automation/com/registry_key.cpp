@@ -17,33 +17,33 @@ void check(LSTATUS status, const std::wstring& path) {
 
 DWORD bytes(std::size_t characters) { return static_cast<DWORD>(characters * sizeof(wchar_t)); }
 
-HKEY make_key(HKEY parent, const std::wstring& path) {
+HKEY make_key(HKEY parent, const std::wstring& path, REGSAM access) {
   HKEY key = nullptr;
-  check(
-      RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
-      path);
+  check(RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, access, nullptr, &key, nullptr), path);
   return key;
 }
 
 }  // namespace
 
-RegistryKey RegistryKey::classes(HKEY root) {
-  return RegistryKey(make_key(root, L"Software\\Classes"));
+RegistryKey RegistryKey::classes(HKEY root, RegistryView view) {
+  const REGSAM access = KEY_ALL_ACCESS | static_cast<REGSAM>(view);
+  return {make_key(root, L"Software\\Classes", access), view};
 }
 
-RegistryKey::RegistryKey(RegistryKey&& other) noexcept : key_(std::exchange(other.key_, nullptr)) {}
+RegistryKey::RegistryKey(RegistryKey&& other) noexcept
+    : key_(std::exchange(other.key_, nullptr)), view_(other.view_) {}
 
 RegistryKey::~RegistryKey() {
   if (key_ != nullptr) RegCloseKey(key_);
 }
 
 RegistryKey RegistryKey::make(const std::wstring& path) const {
-  return RegistryKey(make_key(key_, path));
+  return {make_key(key_, path, access(KEY_ALL_ACCESS)), view_};
 }
 
 bool RegistryKey::has(const std::wstring& path) const {
   HKEY key = nullptr;
-  if (RegOpenKeyExW(key_, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
+  if (RegOpenKeyExW(key_, path.c_str(), 0, access(KEY_READ), &key) != ERROR_SUCCESS) return false;
   RegCloseKey(key);
   return true;
 }
@@ -80,20 +80,29 @@ std::vector<std::wstring> RegistryKey::texts(const std::wstring& name) const {
 }
 
 void RegistryKey::remove_tree(const std::wstring& path) const {
-  const LSTATUS status = RegDeleteTreeW(key_, path.c_str());
-  if (status != ERROR_FILE_NOT_FOUND) check(status, path);
+  // The function that deletes a whole tree knows no views.
+  HKEY key = nullptr;
+  const LSTATUS opened = RegOpenKeyExW(key_, path.c_str(), 0, access(KEY_ALL_ACCESS), &key);
+  if (opened == ERROR_FILE_NOT_FOUND) return;
+  check(opened, path);
+  const LSTATUS emptied = RegDeleteTreeW(key, nullptr);
+  RegCloseKey(key);
+  check(emptied, path);
+  check(RegDeleteKeyExW(key_, path.c_str(), static_cast<REGSAM>(view_), 0), path);
 }
 
 void RegistryKey::remove_if_empty(const std::wstring& path) const {
   HKEY key = nullptr;
-  if (RegOpenKeyExW(key_, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return;
+  if (RegOpenKeyExW(key_, path.c_str(), 0, access(KEY_READ), &key) != ERROR_SUCCESS) return;
   DWORD keys = 0;
   DWORD values = 0;
   const LSTATUS status = RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &keys, nullptr, nullptr,
                                           &values, nullptr, nullptr, nullptr, nullptr);
   RegCloseKey(key);
   check(status, path);
-  if (keys == 0 && values == 0) check(RegDeleteKeyW(key_, path.c_str()), path);
+  if (keys == 0 && values == 0) {
+    check(RegDeleteKeyExW(key_, path.c_str(), static_cast<REGSAM>(view_), 0), path);
+  }
 }
 
 }  // namespace tarnwick::automation::com

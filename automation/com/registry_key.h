@@ -8,11 +8,15 @@
 
 namespace tarnwick::automation::com {
 
+/// Which programs see it so: a part of the registry is kept twice.
+enum class RegistryView : REGSAM { k64Bit = KEY_WOW64_64KEY, k32Bit = KEY_WOW64_32KEY };
+
 /// An open key of the registry. Functions throw Error with the system's text.
 class RegistryKey {
  public:
-  /// Software\Classes of the machine or of the user; made if it is not there.
-  [[nodiscard]] static RegistryKey classes(HKEY root);
+  /// Software\Classes of the machine or of the user, and the keys below it, as programs of one kind
+  /// see them; made if it is not there.
+  [[nodiscard]] static RegistryKey classes(HKEY root, RegistryView view);
 
   RegistryKey(RegistryKey&& other) noexcept;
   RegistryKey& operator=(RegistryKey&&) = delete;
@@ -34,9 +38,12 @@ class RegistryKey {
   void remove_if_empty(const std::wstring& path) const;
 
  private:
-  explicit RegistryKey(HKEY key) : key_(key) {}
+  RegistryKey(HKEY key, RegistryView view) : key_(key), view_(view) {}
+
+  [[nodiscard]] REGSAM access(REGSAM wanted) const { return wanted | static_cast<REGSAM>(view_); }
 
   HKEY key_ = nullptr;
+  RegistryView view_;
 };
 
 }  // namespace tarnwick::automation::com

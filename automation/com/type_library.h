@@ -28,11 +28,16 @@ TARNWICK_COM_CLASS(Reports);
 TARNWICK_COM_CLASS(Report);
 #undef TARNWICK_COM_CLASS
 
-/// The class beside the seven: see other_objects.h.
+// The classes beside the seven: see other_objects.h.
 struct LastCauseClass {
   using Interface = ::_LastCause;
   static const CLSID& clsid() { return __uuidof(::LastCause); }
   static constexpr const wchar_t* kProgId = L"Tarnwick.LastCause";
+};
+struct RowsClass {
+  using Interface = ::_Rows;
+  static const CLSID& clsid() { return __uuidof(::Rows); }
+  static constexpr const wchar_t* kProgId = L"Tarnwick.Rows";
 };
 
 /// The type library that an executable carries. Throws Error where it has none.

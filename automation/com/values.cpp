@@ -1,5 +1,6 @@
 #include "automation/com/values.h"
 
+#include <array>
 #include <cmath>
 #include <new>
 #include <utility>
@@ -10,6 +11,30 @@
 
 namespace tarnwick::automation::com {
 namespace {
+
+/// An array of variants, from 0; one of rows has the row for its first index.
+SAFEARRAY* to_array(const Values& values) {
+  const std::size_t columns = values.columns;
+  const std::size_t rows = columns == 0 ? values.all.size() : values.all.size() / columns;
+  std::array<SAFEARRAYBOUND, 2> bounds{
+      {{static_cast<ULONG>(rows), 0}, {static_cast<ULONG>(columns), 0}}};
+  SAFEARRAY* array = SafeArrayCreate(VT_VARIANT, columns == 0 ? 1 : 2, bounds.data());
+  if (array == nullptr) throw std::bad_alloc();
+  VARIANT* places = nullptr;
+  SafeArrayAccessData(array, reinterpret_cast<void**>(&places));
+  try {
+    // The first index runs fastest.
+    for (std::size_t i = 0; i < values.all.size(); ++i) {
+      put(places[columns == 0 ? i : i / columns + i % columns * rows], values.all[i]);
+    }
+  } catch (...) {
+    SafeArrayUnaccessData(array);
+    SafeArrayDestroy(array);
+    throw;
+  }
+  SafeArrayUnaccessData(array);
+  return array;
+}
 
 Value whole_number(LONGLONG number) {
   if (number < INT32_MIN || number > INT32_MAX) return static_cast<std::int64_t>(number);
@@ -84,6 +109,11 @@ void put(VARIANT& variant, const Value& value) {
         } else if constexpr (std::same_as<T, Date>) {
           variant.vt = VT_DATE;
           variant.date = held.days;
+        } else if constexpr (std::same_as<T, double>) {
+          variant.vt = VT_R8;
+          variant.dblVal = held;
+        } else if constexpr (std::same_as<T, Empty>) {
+          variant.vt = VT_EMPTY;
         } else if constexpr (std::same_as<T, Text>) {
           variant.bstrVal = to_bstr(held);
           variant.vt = VT_BSTR;
@@ -121,6 +151,11 @@ void give(Apartment&, Value value, DATE* out) { *out = std::get<Date>(value).day
 
 void give(Apartment& apartment, Value value, VARIANT* out) {
   if (std::holds_alternative<Empty>(value)) return;
+  if (const auto* values = std::get_if<std::shared_ptr<const Values>>(&value)) {
+    out->parray = to_array(**values);
+    out->vt = VT_ARRAY | VT_VARIANT;
+    return;
+  }
   const ComPtr<IUnknown> reference = apartment.reference_to(std::get<Object>(value));
   IDispatch* dispatch = nullptr;
   if (reference) reference->QueryInterface(IID_PPV_ARGS(&dispatch));

@@ -113,14 +113,12 @@ const char* signature_of(const Type& type) {
       return "";
     case Kind::kCollection:
     case Kind::kEnumerator:
+      return "ao";
+    case Kind::kAnyObject:
+    case Kind::kValues:
       break;
   }
-  return "ao";
-}
-
-bool is_property(const Member& member) {
-  return member.access != Member::Access::kMethod && member.arguments.empty() &&
-         member.result.kind != Kind::kCollection && member.result.kind != Kind::kEnumerator;
+  throw Error(ErrorNumber::kInternalError);
 }
 
 bool has_secret(const Member& member) {

@@ -38,10 +38,6 @@ struct Interface {
 /// The D-Bus type of an argument or a result.
 [[nodiscard]] const char* signature_of(const Type& type);
 
-/// Whether the member is a property on the bus. Members with arguments are methods there, and so
-/// are those that return many objects: reading all properties must not hand out a whole register.
-[[nodiscard]] bool is_property(const Member& member);
-
 /// Whether an argument of the member is a password.
 [[nodiscard]] bool has_secret(const Member& member);
 

@@ -196,7 +196,9 @@ Value read(sd_bus_message* message, const Type& type, Paths& paths) {
     case Kind::kEmpty:
     case Kind::kCollection:
     case Kind::kEnumerator:
-      break;  // results only
+    case Kind::kAnyObject:
+    case Kind::kValues:
+      break;  // of no argument on the bus
   }
   throw Error(ErrorNumber::kTypeMismatch);
 }
@@ -282,6 +284,8 @@ void Outgoing::append_to(sd_bus_message* message) const {
       close(message);
       return;
     case Kind::kNothing:
+    case Kind::kAnyObject:
+    case Kind::kValues:
       return;
   }
 }

@@ -18,8 +18,8 @@ class OverCom final : public Reach {
   std::unique_ptr<Transport> transport_ = make_com_transport();
 };
 
-INSTANTIATE_TEST_SUITE_P(COM, TransportContract,
-                         ::testing::Values(Way{"COM", &open<OverCom>, false}), name_of);
+INSTANTIATE_TEST_SUITE_P(COM, TransportContract, ::testing::Values(Way{"COM", &open<OverCom>}),
+                         name_of);
 
 }  // namespace
 }  // namespace tarnwick::client

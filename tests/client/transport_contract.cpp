@@ -224,11 +224,6 @@ TEST_P(TransportContract, SetsWhatARowKnowsAndNothingElse) {
 }
 
 TEST_P(TransportContract, InsertsARecordButOverNone) {
-  if (!GetParam().offers_all) {
-    EXPECT_EQ(refusal_of([&] { (void)pc(u"02-A").insert(); }).reason(),
-              CallError::Reason::kNotOffered);
-    return;
-  }
   EXPECT_EQ(pc(u"02-A").insert(), OK_ue);
   const Record second = pc(u"02-A");
   EXPECT_EQ(second.insert(), RecordChanged_ue);
@@ -237,11 +232,6 @@ TEST_P(TransportContract, InsertsARecordButOverNone) {
 }
 
 TEST_P(TransportContract, FindsTheKeysOfPcs) {
-  if (!GetParam().offers_all) {
-    EXPECT_EQ(refusal_of([&] { (void)transport().find_pcs(u"DESK"); }).reason(),
-              CallError::Reason::kNotOffered);
-    return;
-  }
   (void)stored_pc(u"02-B", 8);
   (void)stored_pc(u"02-A");
   const auto keys = transport().find_pcs(u"desk");
@@ -252,11 +242,6 @@ TEST_P(TransportContract, FindsTheKeysOfPcs) {
 }
 
 TEST_P(TransportContract, LooksAtARecordWithoutLockingIt) {
-  if (!GetParam().offers_all) {
-    EXPECT_EQ(refusal_of([&] { (void)pc(u"02-A").look(); }).reason(),
-              CallError::Reason::kNotOffered);
-    return;
-  }
   const Record stored = stored_pc(u"02-A");
   const Record seen = pc(u"02-a");
   Look look = seen.look();
@@ -273,11 +258,6 @@ TEST_P(TransportContract, LooksAtARecordWithoutLockingIt) {
 }
 
 TEST_P(TransportContract, TellsTheLengthsOfReportFiles) {
-  if (!GetParam().offers_all) {
-    EXPECT_EQ(refusal_of([&] { (void)transport().stored_report_files(); }).reason(),
-              CallError::Reason::kNotOffered);
-    return;
-  }
   EXPECT_THAT(transport().stored_report_files(), IsEmpty());
   database_.run(
       "INSERT INTO DW_Reports (ReportName, Report_Binary) VALUES ('Größe', X'000102'), "

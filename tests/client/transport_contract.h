@@ -22,8 +22,6 @@ class Reach {
 struct Way {
   std::string name;
   std::unique_ptr<Reach> (*open)();
-  /// Whether Insert, Look, FindPCs and ReportFiles are offered.
-  bool offers_all = true;
 };
 
 inline std::string name_of(const ::testing::TestParamInfo<Way>& way) { return way.param.name; }

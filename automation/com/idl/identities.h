@@ -16,13 +16,14 @@ struct EnumerationIdentity {
 };
 
 [[nodiscard]] constexpr EnumerationIdentity identity_of(EnumerationId id) {
-  constexpr std::array<EnumerationIdentity, 5> kAll{{
+  constexpr std::array<EnumerationIdentity, 6> kAll{{
       {"5EFBC1AD-20E7-4DA2-862C-B98392AA0EA7", "The result of every Update."},
       {"6D6D3BB8-9591-4F28-BC8A-8771DE4BB2F3",
        "Which kind of record maintenance a record stands for."},
       {"557F4C4E-3AA8-43BA-8882-5AB08CDF964F", "What kind of report a component produces."},
       {"8820F802-6DF8-4DA6-8C7A-8410B5B5C670", "What kind of report a report is."},
       {"DDE155CD-123E-412C-81A9-A8F2BE79FC0E", "What kind of failure it was."},
+      {"EB244863-C7CE-4011-82ED-85CFC7A6E43C", "What a look at the row of a record found."},
   }};
   return kAll[static_cast<std::size_t>(id)];
 }
@@ -61,5 +62,9 @@ inline constexpr ClassIdentity kCollectionIdentity{
 inline constexpr ClassIdentity kLastCauseIdentity{
     "A50B127C-4079-423E-A819-E92406846498", "8C89569A-CE89-4ABD-8055-B45C9B8A5D77",
     "Why the calling thread's last call that failed did so."};
+
+inline constexpr ClassIdentity kRowsIdentity{"10AD1CC0-6290-4D1D-8222-F82D7E595CD4",
+                                             "C8397B62-6A51-4374-AD33-99BFD3651FA4",
+                                             "Rows in one go, and what asks the tables directly."};
 
 }  // namespace tarnwick::automation::com

@@ -9,6 +9,7 @@
 
 #include "automation/com/idl/identities.h"
 #include "automation/com/other_interfaces.h"
+#include "automation/rows.h"
 #include "runtime/error.h"
 
 namespace tarnwick::automation::com {
@@ -57,11 +58,14 @@ std::string spelling(const Type& type) {
       return joined({"_", class_of(type.class_id).name, "*"});
     case Kind::kKeyOrPosition:
     case Kind::kEmpty:
+    case Kind::kValues:
       return "VARIANT";
     case Kind::kCollection:
       return "_Collection*";
     case Kind::kEnumerator:
       return "IUnknown*";
+    case Kind::kAnyObject:
+      return "IDispatch*";
     case Kind::kNothing:
       break;
   }
@@ -185,6 +189,9 @@ std::string interface_description() {
   text += enumeration(EnumerationId::kFailureKind);
   text += dual_interface(kLastCauseIdentity, "LastCause", members_of<FailureCause>());
   text += creatable_class(kLastCauseIdentity, "LastCause");
+  text += enumeration(EnumerationId::kLookOutcome);
+  text += dual_interface(kRowsIdentity, "Rows", members_of<Rows>());
+  text += creatable_class(kRowsIdentity, "Rows");
   return text + "};\n";
 }
 

@@ -47,6 +47,8 @@ std::string spelling(ITypeInfo& info, const TYPEDESC& type) {
       return "VARIANT";
     case VT_UNKNOWN:
       return "IUnknown*";
+    case VT_DISPATCH:
+      return "IDispatch*";
     case VT_PTR:
       return spelling(info, *type.lptdesc) + "*";
     case VT_USERDEFINED: {
@@ -77,11 +79,14 @@ std::string expected_spelling(const Type& type) {
       return "_" + std::string(class_of(type.class_id).name) + "*";
     case Kind::kKeyOrPosition:
     case Kind::kEmpty:
+    case Kind::kValues:
       return "VARIANT";
     case Kind::kCollection:
       return "_Collection*";
     case Kind::kEnumerator:
       return "IUnknown*";
+    case Kind::kAnyObject:
+      return "IDispatch*";
     case Kind::kNothing:
       break;
   }
@@ -197,13 +202,14 @@ TEST_F(TypeLibraryTest, HasTheMembersOfEveryClassInTheOrderOfItsTable) {
   }
 }
 
-TEST_F(TypeLibraryTest, NamesTheClassesOfTheTablesAndLastCauseBehindThem) {
-  ASSERT_EQ(class_table().size(), kClassCount + 1);
+TEST_F(TypeLibraryTest, NamesTheClassesOfTheTablesAndTheOthersBehindThem) {
+  ASSERT_EQ(class_table().size(), kClassCount + 2);
   for (std::size_t i = 0; i < kClassCount; ++i) {
     EXPECT_EQ(class_table()[i].name,
               platform::to_wide(from_utf8(class_of(static_cast<ClassId>(i)).name)));
   }
   EXPECT_STREQ(class_table()[kClassCount].name, L"LastCause");
+  EXPECT_STREQ(class_table()[kClassCount + 1].name, L"Rows");
 }
 
 TEST_F(TypeLibraryTest, HasACreatableClassWithItsDefaultInterfaceForEveryClass) {
@@ -275,6 +281,21 @@ TEST_F(TypeLibraryTest, DescribesTheLastCause) {
       {"Deadlock_fk", 3}, {"ConnectionLost_fk", 4}, {"DiskFull_fk", 5},
       {"Timeout_fk", 6},  {"Changed_fk", 7},        {"Refused_fk", 8}};
   EXPECT_EQ(enumeration_in_library(library_, "FailureKindEnum"), kinds);
+}
+
+TEST_F(TypeLibraryTest, DescribesTheRows) {
+  const std::vector<std::string> expected{
+      "1 Insert(IDispatch* oRecord, BSTR sFullReportName optional=\"\") UpdateErrorEnum",
+      "2 Look(IDispatch* oRecord) VARIANT",
+      "3 FindPCs(BSTR sComputerOrMACNumber) VARIANT",
+      "4 ReportFiles() VARIANT",
+      "5 Properties(IDispatch* oRecordOrCollection) VARIANT",
+      "6 Read(IDispatch* oRecord) VARIANT",
+      "7 GetRows(IDispatch* oCollection, long lFirst, long lCount) VARIANT"};
+  EXPECT_EQ(slots_in_library(library_, __uuidof(::_Rows)), expected);
+  const std::vector<std::pair<std::string, int>> outcomes{
+      {"Missing_lo", 0}, {"Loaded_lo", 1}, {"Held_lo", 2}, {"Failed_lo", 3}};
+  EXPECT_EQ(enumeration_in_library(library_, "LookOutcomeEnum"), outcomes);
 }
 
 TEST_F(TypeLibraryTest, DescribesThePlainCollection) {
