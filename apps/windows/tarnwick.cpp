@@ -50,12 +50,11 @@ void introduce() {
 
 void log(TextView text) { OutputDebugStringW((L"Tarnwick: " + platform::to_wide(text)).c_str()); }
 
-/// An initialized single-threaded apartment, as long as this lives.
+/// COM for this process, in the apartment of many threads, as long as this lives.
 class ComLibrary {
  public:
   ComLibrary() {
-    automation::com::require(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED),
-                             u"COM cannot be used");
+    automation::com::require(CoInitializeEx(nullptr, COINIT_MULTITHREADED), u"COM cannot be used");
   }
   ~ComLibrary() { CoUninitialize(); }
   ComLibrary(const ComLibrary&) = delete;
