@@ -60,12 +60,11 @@ Text description_of(const std::exception& failure) {
   return error != nullptr ? error->description() : from_stored_utf8(failure.what());
 }
 
-/// An initialized single-threaded apartment, as long as this lives.
+/// COM for this process, in the apartment of many threads, as long as this lives.
 class ComLibrary {
  public:
   ComLibrary() {
-    automation::com::require(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED),
-                             u"COM cannot be used");
+    automation::com::require(CoInitializeEx(nullptr, COINIT_MULTITHREADED), u"COM cannot be used");
   }
   ~ComLibrary() { CoUninitialize(); }
   ComLibrary(const ComLibrary&) = delete;

@@ -6,7 +6,7 @@ namespace tarnwick::automation::com {
 
 Apartment::Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& life,
                      const Events& events)
-    : state_(state), types_(types), life_(life), events_(events) {}
+    : state_(state), types_(types), life_(life), events_(events), holder_(life) {}
 
 ComPtr<IUnknown> Apartment::reference_to(const Object& object) {
   if (!object) return nullptr;
@@ -21,6 +21,11 @@ ComPtr<IUnknown> Apartment::reference_to(const Object& object) {
   }
   entry->second = reference.Get();
   return reference;
+}
+
+void Apartment::release_rows_of_ended_clients() {
+  const Turn turn = wait_for_turn();
+  holder_.release_if_ended();
 }
 
 void Apartment::keep_cause() noexcept {

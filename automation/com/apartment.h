@@ -1,9 +1,11 @@
 #pragma once
 
 #include <array>
+#include <mutex>
 #include <unordered_map>
 
 #include "automation/com/last_causes.h"
+#include "automation/com/lock_holder.h"
 #include "automation/com/process_life.h"
 #include "automation/com/type_library.h"
 #include "automation/events.h"
@@ -12,12 +14,18 @@
 
 namespace tarnwick::automation::com {
 
-/// The single-threaded apartment in which all objects of the server live. An object of the object
+/// Where all objects of the server live. Their calls come on any thread, as that is where the
+/// process that calls can be told, and are carried out one after the other. An object of the object
 /// model has one COM object as long as any client holds it, so that clients can compare references.
 /// All arguments, and this, must outlive the COM objects.
 class Apartment {
  public:
+  using Turn = std::unique_lock<std::recursive_mutex>;
+
   Apartment(SharedState& state, const TypeLibrary& types, ProcessLife& life, const Events& events);
+
+  /// Whatever reaches an object or a list waits for its turn: a call may be within another one.
+  [[nodiscard]] Turn wait_for_turn() { return Turn(turns_); }
 
   [[nodiscard]] SharedState& state() { return state_; }
   [[nodiscard]] ProcessLife& life() { return life_; }
@@ -44,6 +52,18 @@ class Apartment {
   /// A new reference to the COM object of `object`; null for Nothing.
   [[nodiscard]] ComPtr<IUnknown> reference_to(const Object& object);
 
+  /// Calls `body`, which may leave `record` locked: the lock ends with the process of the client
+  /// whose call it is.
+  template <class Body>
+  auto call_locking(const Object& record, Body&& body) {
+    const bool was_locked = is_locked(record);
+    auto result = body();
+    if (!was_locked && is_locked(record)) holder_.set(record);
+    return result;
+  }
+  /// Releases the row that a process held which has ended since; see ProcessLife::kClientEnded.
+  void release_rows_of_ended_clients();
+
   /// Called by a COM object at its end.
   void forget(const Object& object) { living_.erase(object.instance.get()); }
 
@@ -55,6 +75,8 @@ class Apartment {
   ProcessLife& life_;
   const Events& events_;
   LastCauses causes_;
+  std::recursive_mutex turns_;
+  LockHolder holder_;
   std::unordered_map<const void*, IUnknown*> living_;
 };
 

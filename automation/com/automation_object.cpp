@@ -34,7 +34,8 @@ AutomationObject::AutomationObject(Apartment& apartment, Object object)
     : DispatchObject(apartment, dual_interface_of(object.class_id)), object_(std::move(object)) {}
 
 Value AutomationObject::call(const Member& member, std::span<const Value> arguments) {
-  return automation::call(object_, member, arguments);
+  const auto body = [&] { return automation::call(object_, member, arguments); };
+  return locks_record(member) ? apartment().call_locking(object_, body) : body();
 }
 
 void AutomationObject::let(const Member& member, const Value& value) {

@@ -17,6 +17,7 @@ class ClassObject final : public Counted<IClassFactory> {
     *out = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
     try {
+      const Apartment::Turn turn = apartment_.wait_for_turn();
       return entry_.create(apartment_)->QueryInterface(iid, out);
     } catch (...) {
       return report_exception(entry_.prog_id, IID_IClassFactory);

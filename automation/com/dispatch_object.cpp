@@ -93,6 +93,7 @@ void* DispatchObject::find_interface(REFIID iid) {
 STDMETHODIMP DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
                                     VARIANT* result, EXCEPINFO* exception, UINT* culprit) try {
   if (parameters == nullptr) return E_POINTER;
+  const Apartment::Turn turn = apartment_.wait_for_turn();
   const auto member = std::ranges::find(dual_.members, id, &Member::id);
   if (member == dual_.members.end()) return DISP_E_MEMBERNOTFOUND;
   const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;

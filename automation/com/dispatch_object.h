@@ -41,6 +41,12 @@ class DispatchObject : public Counted<IDispatchEx, IProvideClassInfo, ISupportEr
 
   [[nodiscard]] IUnknown* identity() { return reinterpret_cast<IUnknown*>(&dual_pointer_); }
 
+  STDMETHODIMP_(ULONG) Release() override {
+    // The last reference must not go while another client is handed one.
+    const Apartment::Turn turn = apartment_.wait_for_turn();
+    return Counted::Release();
+  }
+
   STDMETHODIMP GetTypeInfoCount(UINT* count) override;
   STDMETHODIMP GetTypeInfo(UINT index, LCID, ITypeInfo** info) override;
   STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override;
@@ -74,6 +80,7 @@ class DispatchObject : public Counted<IDispatchEx, IProvideClassInfo, ISupportEr
   template <class Body>
   HRESULT answer(Body&& body) noexcept {
     try {
+      const Apartment::Turn turn = apartment_.wait_for_turn();
       if (dual_.counts_failures) {
         apartment_.carry_out(body);
       } else {

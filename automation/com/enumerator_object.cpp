@@ -22,6 +22,7 @@ class EnumeratorObject final : public Counted<IEnumVARIANT> {
     if (values == nullptr || (fetched == nullptr && wanted != 1)) return E_POINTER;
     for (ULONG i = 0; i < wanted; ++i) VariantInit(&values[i]);
     ULONG given = 0;
+    const Apartment::Turn turn = apartment_.wait_for_turn();
     try {
       for (; given < wanted; ++given) {
         const Object object = walk_->next();
@@ -37,7 +38,13 @@ class EnumeratorObject final : public Counted<IEnumVARIANT> {
     return given == wanted ? S_OK : S_FALSE;
   }
 
+  STDMETHODIMP_(ULONG) Release() override {
+    const Apartment::Turn turn = apartment_.wait_for_turn();
+    return Counted::Release();
+  }
+
   STDMETHODIMP Skip(ULONG count) override try {
+    const Apartment::Turn turn = apartment_.wait_for_turn();
     for (; count > 0; --count) {
       if (!walk_->next()) return S_FALSE;
     }
@@ -47,6 +54,7 @@ class EnumeratorObject final : public Counted<IEnumVARIANT> {
   }
 
   STDMETHODIMP Reset() override try {
+    const Apartment::Turn turn = apartment_.wait_for_turn();
     walk_->reset();
     return S_OK;
   } catch (...) {
@@ -56,6 +64,7 @@ class EnumeratorObject final : public Counted<IEnumVARIANT> {
   STDMETHODIMP Clone(IEnumVARIANT** clone) override try {
     if (clone == nullptr) return E_POINTER;
     *clone = nullptr;
+    const Apartment::Turn turn = apartment_.wait_for_turn();
     *clone = new EnumeratorObject(apartment_, walk_->clone());
     return S_OK;
   } catch (...) {

@@ -60,7 +60,9 @@ class RowsObject final : public DispatchObject {
         rows_(apartment.state()) {}
 
   Value call(const Member& member, std::span<const Value> arguments) override {
-    return member.call(&rows_, arguments);
+    const auto body = [&] { return member.call(&rows_, arguments); };
+    const auto* record = arguments.empty() ? nullptr : std::get_if<Object>(&arguments.front());
+    return record != nullptr && *record ? apartment().call_locking(*record, body) : body();
   }
 
  private:

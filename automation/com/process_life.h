@@ -10,6 +10,8 @@ class ProcessLife {
  public:
   /// Calls `PostThreadMessage(thread, kIdle)` whenever nothing is held any more.
   static constexpr UINT kIdle = WM_APP + 1;
+  /// The same when the process of a client has ended that held a row.
+  static constexpr UINT kClientEnded = WM_APP + 2;
   explicit ProcessLife(DWORD thread) : thread_(thread) {}
 
   void hold() {
@@ -21,6 +23,7 @@ class ProcessLife {
     CoReleaseServerProcess();
     if (idle) PostThreadMessageW(thread_, kIdle, 0, 0);
   }
+  void tell_client_ended() const { PostThreadMessageW(thread_, kClientEnded, 0, 0); }
   [[nodiscard]] bool idle() const { return held_ == 0; }
 
  private:

@@ -15,8 +15,6 @@
 namespace tarnwick::automation::com {
 namespace {
 
-constexpr const wchar_t* kAppId = L"{D696816B-1EFD-4E41-88E5-7B81F7777057}";
-constexpr const wchar_t* kAppIdKey = L"AppID\\{D696816B-1EFD-4E41-88E5-7B81F7777057}";
 constexpr const wchar_t* kTypeLibraryVersion = L"1.0";
 // Marshals every dual interface by its type library; part of the system.
 constexpr const wchar_t* kUniversalMarshaler = L"{00020424-0000-0000-C000-000000000046}";
@@ -32,6 +30,8 @@ std::wstring text_of(const GUID& guid) {
   StringFromGUID2(guid, text.data(), static_cast<int>(text.size()));
   return text.data();
 }
+
+std::wstring app_id_key() { return L"AppID\\" + text_of(kAppId); }
 
 /// A key and one of its values; the empty name is the key's default value.
 struct Entry {
@@ -49,8 +49,8 @@ std::vector<Entry> entries(const Installation& installation) {
   const std::wstring library_id = text_of(LIBID_Tarnwick);
   const std::wstring library = L"TypeLib\\" + library_id + L"\\" + kTypeLibraryVersion;
   std::vector<Entry> all{
-      {kAppIdKey, L"", L"Tarnwick"},
-      {L"AppID\\Tarnwick.exe", L"AppID", kAppId},
+      {app_id_key(), L"", L"Tarnwick"},
+      {L"AppID\\Tarnwick.exe", L"AppID", text_of(kAppId)},
       {library, L"", L"Tarnwick 1.0 security object model"},
       {library + L"\\0\\win32", L"", installation.executable},
       {library + L"\\0\\win64", L"", installation.executable},
@@ -74,7 +74,7 @@ std::vector<Entry> entries(const Installation& installation) {
     const std::wstring prog_id = entry.prog_id;
     const std::wstring versioned = prog_id + L".1";
     append({{key, L"", title},
-            {key, L"AppID", kAppId},
+            {key, L"AppID", text_of(kAppId)},
             {key + L"\\LocalServer32", L"", command},
             {key + L"\\ProgID", L"", versioned},
             {key + L"\\VersionIndependentProgID", L"", prog_id},
@@ -135,11 +135,11 @@ std::vector<View> views_of(Scope scope, const Installation& installation) {
 /// that is there had to make: it knows what it found.
 std::vector<std::vector<std::wstring>> made_keys(const std::vector<View>& views) {
   const RegistryKey& classes = views.back().classes;
-  const bool registered = classes.has(kAppIdKey);
+  const bool registered = classes.has(app_id_key());
   std::vector<std::vector<std::wstring>> made;
   for (const View& view : views) {
     auto& keys = made.emplace_back();
-    if (registered) keys = classes.make(kAppIdKey).texts(view.made_name);
+    if (registered) keys = classes.make(app_id_key()).texts(view.made_name);
     for (const std::wstring& key : view.shared) {
       if (!view.classes.has(key) && std::ranges::count(keys, key) == 0) keys.push_back(key);
     }
@@ -177,7 +177,7 @@ void register_server(Scope scope, const Installation& installation) {
     remove_own_keys(views);
     for (std::size_t i = 0; i < views.size(); ++i) {
       if (made[i].empty()) continue;
-      views.back().classes.make(kAppIdKey).set(views[i].made_name, made[i]);
+      views.back().classes.make(app_id_key()).set(views[i].made_name, made[i]);
     }
     for (const View& view : views) write(view);
   } catch (const Error&) {

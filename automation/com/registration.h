@@ -6,6 +6,10 @@
 
 namespace tarnwick::automation::com {
 
+/// Under which the registry keeps what concerns the process as a whole.
+inline constexpr GUID kAppId{
+    0xD696816B, 0x1EFD, 0x4E41, {0x88, 0xE5, 0x7B, 0x81, 0xF7, 0x77, 0x70, 0x57}};
+
 /// Whose registry: that of the machine (HKEY_LOCAL_MACHINE, for administrators) or of the user.
 enum class Scope { kMachine, kUser };
 

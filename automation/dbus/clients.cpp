@@ -8,11 +8,6 @@
 
 namespace tarnwick::automation::dbus {
 
-bool is_locked(const Object& object) {
-  const Member* locked = find_member(class_of(object.class_id), "Locked");
-  return locked != nullptr && std::get<bool>(automation::call(object, *locked));
-}
-
 Clients::Clients(sd_bus* bus, std::string run, std::size_t most_objects)
     : bus_(bus), most_objects_(most_objects), objects_(std::move(run)) {}
 
@@ -102,21 +97,15 @@ bool Clients::release(const std::string& name, std::string_view path) {
   if (known == clients_.end()) return false;
   const std::shared_ptr<void> released = objects_.find(path).instance;
   if (!objects_.release(known->second->holder, path)) return false;
-  if (lock_.client == name && lock_.record.lock() == released) end_lock();
+  if (lock_.client == name && lock_.record.is(released)) end_lock();
   return true;
 }
 
 void Clients::set_locker(const std::string& name, const Object& record) {
-  lock_ = {name, record.class_id, record.instance};
+  lock_ = {name, LockedRecord(record)};
 }
 
-void Clients::end_lock() {
-  const Lock lock = std::exchange(lock_, {});
-  const Object record{lock.class_id, lock.record.lock()};
-  if (record && is_locked(record)) {
-    automation::call(record, *find_member(class_of(record.class_id), "ReleaseRecord"));
-  }
-}
+void Clients::end_lock() { std::exchange(lock_, {}).record.release(); }
 
 void Clients::set_sharing(const std::string& name, bool on) {
   Client& sharer = client(name);

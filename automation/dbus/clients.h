@@ -11,12 +11,10 @@
 
 #include "automation/dbus/handles.h"
 #include "automation/dbus/object_table.h"
+#include "automation/locked_record.h"
 #include "state/failures.h"
 
 namespace tarnwick::automation::dbus {
-
-/// Whether the object is a record and has its row locked.
-[[nodiscard]] bool is_locked(const Object& object);
 
 /// The clients of the bus that hold objects or answer questions. What a client holds ends when it
 /// leaves the bus, in whatever way. `bus` must outlive this.
@@ -83,8 +81,7 @@ class Clients {
 
   struct Lock {
     std::string client;
-    ClassId class_id{};
-    std::weak_ptr<void> record;
+    LockedRecord record;
   };
 
   Client& client(const std::string& name);

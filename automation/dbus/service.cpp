@@ -58,11 +58,6 @@ const Member& member_named(const Object& object, const char* name) {
   return *member;
 }
 
-// An update that was refused leaves its record locked.
-bool locks_record(const Member& member) {
-  return member.name == "LockRecord" || member.name == "Update";
-}
-
 // An account of errors has to be readable, whatever it quotes.
 Value read_property(const Object& object, const Member& member) {
   Value value = automation::call(object, member);

@@ -3,6 +3,9 @@
 //   hold READY GO        makes a Server, raises the semaphore READY, and holds the Server until the
 //   event
 //                        GO is set; then writes the last error's number to standard output
+//   hold-row READY       loads, locks the first component of the list, raises the semaphore READY,
+//   and holds
+//                        the row until it is ended
 //   new-components       makes a Components object, which empties the list of the process
 
 #include <cstdio>
@@ -45,6 +48,26 @@ bool hold_server(const wchar_t* ready, const wchar_t* go) {
   return true;
 }
 
+bool hold_row(const wchar_t* ready) {
+  const HANDLE is_ready = OpenSemaphoreW(SEMAPHORE_MODIFY_STATE, FALSE, ready);
+  const ComPtr<_Server> server = make_server();
+  ComPtr<_Components> components;
+  ComPtr<_Component> component;
+  VARIANT first;
+  VariantInit(&first);
+  first.vt = VT_I4;
+  first.lVal = 1;
+  VARIANT_BOOL loaded = VARIANT_FALSE;
+  VARIANT_BOOL locked = VARIANT_FALSE;
+  const bool held = server && done(server->Refresh(&loaded)) &&
+                    done(server->get_Components(&components)) &&
+                    done(components->get_Item(first, &component)) && component &&
+                    done(component->LockRecord(&locked)) && locked != VARIANT_FALSE;
+  ReleaseSemaphore(is_ready, 1, nullptr);
+  if (held) Sleep(INFINITE);
+  return false;
+}
+
 bool make_components() {
   ComPtr<_Components> components;
   return SUCCEEDED(CoCreateInstance(__uuidof(Components), nullptr, CLSCTX_LOCAL_SERVER,
@@ -60,6 +83,7 @@ int wmain(int argc, wchar_t** argv) {
   bool succeeded = false;
   if (wish == L"once") succeeded = use_server();
   if (wish == L"hold" && argc == 4) succeeded = hold_server(argv[2], argv[3]);
+  if (wish == L"hold-row" && argc == 3) succeeded = hold_row(argv[2]);
   if (wish == L"new-components") succeeded = make_components();
   CoUninitialize();
   return succeeded ? 0 : 1;
