@@ -13,6 +13,7 @@ import sqlite3
 import subprocess
 import sys
 import tempfile
+import time
 
 from registration import ACCOUNT
 from registry import read_export
@@ -23,6 +24,7 @@ DRIVE = PREFIX / "drive_c"
 WINE = next(path for path in (pathlib.Path("/usr/lib/wine"), pathlib.Path("/usr/bin"))
             if (path / "wine64").exists())
 PLACE = "C:\\Program Files\\Tarnwick"
+SCRIPT = f"{PLACE}\\samples\\windows\\components.vbs"
 FOLDER = DRIVE / "Program Files/Tarnwick"
 KEYS = ("HKLM\\Software", "HKLM\\System\\CurrentControlSet\\Services\\EventLog",
         "HKLM\\System\\CurrentControlSet\\Control\\Session Manager\\Environment", "HKCU")
@@ -68,7 +70,9 @@ def windows_path(path):
 def end_session():
     """Ends every process, as the end of a user's session does: under Wine a server outlives scripts."""
     for switch in ("-k", "-w", "-p"):
-        subprocess.run([WINE / "wineserver", switch], check=False)
+        # The one that stays would keep the streams of this program open.
+        subprocess.run([WINE / "wineserver", switch], check=False, stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
 def registry():
@@ -139,12 +143,11 @@ def make_database(folder):
 def use(folder):
     """Clients of what is installed: scripts by COM, and the command line by its name alone."""
     connect = f"Provider=Tarnwick.Embedded;Data Source={windows_path(folder)}"
-    script = f"{PLACE}\\samples\\windows\\components.vbs"
-    listed = wine("cscript", "//nologo", script, connect, "Maintainer", "sesame",
+    listed = wine("cscript", "//nologo", SCRIPT, connect, "Maintainer", "sesame",
                   debug="-all,+eventlog")
     expect(f"C7 {TITLE}" in listed.stdout, "the VBScript sample lists a component")
     expect("Serving" in listed.stderr, "its server tells the event log that it serves")
-    refused = wine("cscript", "//nologo", script, connect, "Maintainer", "wrong",
+    refused = wine("cscript", "//nologo", SCRIPT, connect, "Maintainer", "wrong",
                    debug="-all,+eventlog")
     expect("sesame" not in refused.stderr and "wrong" not in refused.stderr,
            "the events hold no password")
@@ -202,11 +205,19 @@ def main(installer, older, stage):
     same(classes(installed), classes(registry()), "and so is the registration")
     use(folder)
     end_session()
+    # Those that were killed have left it there; one that ends takes it away.
+    connect = f"Provider=Tarnwick.Embedded;Data Source={windows_path(folder)}"
+    wine("cscript", "//nologo", SCRIPT, connect, "Maintainer", "sesame")
+    users_folder = next(DRIVE.glob("users/*/AppData/Local")) / "Tarnwick"
+    deadline = time.monotonic() + PATIENCE
+    while users_folder.exists() and time.monotonic() < deadline:
+        time.sleep(0.2)
+    expect(not users_folder.exists(), "the last server takes the user's folder away")
 
     expect(msiexec("/x", windows_path(installer)) == 0, "the program can be removed")
     expect(not FOLDER.exists(), "its folder is gone")
     same(before, registry(), "the registry is what it was", OF_THE_SYSTEM)
-    same(files_before, files(), "so are all files")
+    same(files_before, files(), "so are all files", r"^new: windows/Installer: None -> folder$")
     database = sqlite3.connect(folder / "Velmar_Sec.db")
     expect(database.execute("SELECT Title FROM DW_Reports").fetchall() == [("Second",)],
            "the database is there, with what was written")

@@ -29,7 +29,9 @@ def run(*command):
 def end_session():
     """Ends every process of the prefix at once, as the end of a user's session does."""
     for switch in ("-k", "-w", "-p"):
-        subprocess.run([WINE / "wineserver", switch], check=False, stdin=subprocess.DEVNULL)
+        # The one that stays would keep the streams of the test open.
+        subprocess.run([WINE / "wineserver", switch], check=False, stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
 class Database:
