@@ -9,6 +9,15 @@ def _unquoted(text):
     return re.sub(r"\\(.)", r"\1", text[1:-1], flags=re.DOTALL)
 
 
+def _read_value(text):
+    if text.startswith('"'):
+        return "string", _unquoted(text)
+    kind, _, data = text.partition(":")
+    if kind == "hex(2)":  # texts in which variables are replaced
+        data = bytes.fromhex(data.replace(",", "")).decode("utf-16-le").rstrip("\0")
+    return kind, data
+
+
 def read_export(file):
     """Values by the names of their keys: a kind and a text each; the default value's name is empty."""
     text = file.read_text(encoding="utf-16").replace("\r\n", "\n").replace("\\\n  ", "")
@@ -21,7 +30,5 @@ def read_export(file):
             if found is None:
                 continue
             quoted, value = found.groups()
-            kind = "string" if value.startswith('"') else value.partition(":")[0]
-            values["" if quoted == "@" else _unquoted(quoted)] = (
-                kind, _unquoted(value) if kind == "string" else value.partition(":")[2])
+            values["" if quoted == "@" else _unquoted(quoted)] = _read_value(value)
     return keys

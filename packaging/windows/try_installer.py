@@ -13,6 +13,7 @@ import sqlite3
 import subprocess
 import sys
 import tempfile
+import time
 
 from registration import ACCOUNT
 from registry import read_export
@@ -23,11 +24,19 @@ DRIVE = PREFIX / "drive_c"
 WINE = next(path for path in (pathlib.Path("/usr/lib/wine"), pathlib.Path("/usr/bin"))
             if (path / "wine64").exists())
 PLACE = "C:\\Program Files\\Tarnwick"
+SCRIPT = f"{PLACE}\\samples\\windows\\components.vbs"
 FOLDER = DRIVE / "Program Files/Tarnwick"
 KEYS = ("HKLM\\Software", "HKLM\\System\\CurrentControlSet\\Services\\EventLog",
         "HKLM\\System\\CurrentControlSet\\Control\\Session Manager\\Environment", "HKCU")
-PATH = ("HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Session Manager\\Environment", "PATH")
-REFUSED = 1603
+ENVIRONMENT = "HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Session Manager\\Environment"
+REFUSED = 1603 & 0xFF  # what is left of ERROR_INSTALL_FAILURE on Linux
+PATIENCE = 120  # seconds
+# What the system makes for its account of installations, what Wine takes away as empty, which is no empty
+# key on Windows, and what it notes of its own screen.
+OF_THE_SYSTEM = (r"\\Installer\b.*: None -> \{\}$|\\EventLog\\Application: \{\} -> None$"
+                 r"|\\Wine\\Temporary System Parameters\b")
+# Menus of Wine's programs on the desktop of whoever runs this.
+NO_MENUS = "winemenubuilder.exe=d"
 TITLE = "Order Analysis"
 
 
@@ -38,8 +47,16 @@ def expect(condition, text):
 
 
 def wine(*command, debug="-all"):
-    return subprocess.run([WINE / "wine64", *command], capture_output=True, text=True, errors="replace",
-                          stdin=subprocess.DEVNULL, env={**os.environ, "WINEDEBUG": debug})
+    # By files: what a program starts, and Wine itself, keep its streams open after its end.
+    with tempfile.TemporaryFile("w+", errors="replace") as out, \
+            tempfile.TemporaryFile("w+", errors="replace") as complaints:
+        code = subprocess.run([WINE / "wine64", *command], stdin=subprocess.DEVNULL, stdout=out,
+                              stderr=complaints, timeout=PATIENCE,
+                              env={**os.environ, "WINEDEBUG": debug,
+                                   "WINEDLLOVERRIDES": NO_MENUS}).returncode
+        out.seek(0)
+        complaints.seek(0)
+        return subprocess.CompletedProcess(command, code, out.read(), complaints.read())
 
 
 def msiexec(*arguments):
@@ -53,7 +70,9 @@ def windows_path(path):
 def end_session():
     """Ends every process, as the end of a user's session does: under Wine a server outlives scripts."""
     for switch in ("-k", "-w", "-p"):
-        subprocess.run([WINE / "wineserver", switch], check=False)
+        # The one that stays would keep the streams of this program open.
+        subprocess.run([WINE / "wineserver", switch], check=False, stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
 def registry():
@@ -65,6 +84,9 @@ def registry():
             sys.exit(f"try_installer: {key} cannot be exported: {exported.stdout}{exported.stderr}")
         keys |= read_export(file)
         file.unlink()
+    kind, path = keys[ENVIRONMENT]["PATH"]
+    # Wine leaves the separators of what it takes out.
+    keys[ENVIRONMENT]["PATH"] = (kind, ";".join(word for word in path.split(";") if word))
     return keys
 
 
@@ -84,7 +106,7 @@ def same(before, after, text, apart_from=r"(?!)"):
     found = [line for line in differences(before, after)
              if not re.search(apart_from, line, re.IGNORECASE)]
     for line in found:
-        print("   ", line[:300])
+        print("   ", line[:1000])
     expect(not found, text)
 
 
@@ -94,13 +116,14 @@ def classes(keys):
                   else (value[0], value[1].rstrip("\\"))
                   for name, value in values.items() if not name.startswith(ACCOUNT)}
             for key, values in keys.items()
-            if key.startswith("HKEY_LOCAL_MACHINE\\Software\\Classes\\")}
+            # The installer's own account stands among the classes, too.
+            if re.match(r"HKEY_LOCAL_MACHINE\\Software\\Classes\\(?!Installer\\)", key)}
 
 
 def versions(keys):
     """Of what the control panel lists."""
-    return [values["DisplayVersion"][1] for values in keys.values()
-            if values.get("DisplayName") == ("string", "Tarnwick")]
+    return [values["DisplayVersion"][1] for key, values in keys.items()
+            if "\\Uninstall\\" in key and values.get("DisplayName") == ("string", "Tarnwick")]
 
 
 def make_database(folder):
@@ -120,12 +143,11 @@ def make_database(folder):
 def use(folder):
     """Clients of what is installed: scripts by COM, and the command line by its name alone."""
     connect = f"Provider=Tarnwick.Embedded;Data Source={windows_path(folder)}"
-    script = f"{PLACE}\\samples\\windows\\components.vbs"
-    listed = wine("cscript", "//nologo", script, connect, "Maintainer", "sesame",
+    listed = wine("cscript", "//nologo", SCRIPT, connect, "Maintainer", "sesame",
                   debug="-all,+eventlog")
     expect(f"C7 {TITLE}" in listed.stdout, "the VBScript sample lists a component")
     expect("Serving" in listed.stderr, "its server tells the event log that it serves")
-    refused = wine("cscript", "//nologo", script, connect, "Maintainer", "wrong",
+    refused = wine("cscript", "//nologo", SCRIPT, connect, "Maintainer", "wrong",
                    debug="-all,+eventlog")
     expect("sesame" not in refused.stderr and "wrong" not in refused.stderr,
            "the events hold no password")
@@ -145,6 +167,9 @@ def use(folder):
 def main(installer, older, stage):
     folder = pathlib.Path(tempfile.mkdtemp(prefix="tarnwick-try-"))
     make_database(folder)
+    # The script host registers itself when it is used for the first time.
+    wine("cscript", "//nologo", windows_path(SOURCE / "samples/windows/components.vbs"))
+    end_session()
     files_before, before = files(), registry()
 
     expect(msiexec("/i", windows_path(older)) == 0, "an older version installs")
@@ -159,7 +184,7 @@ def main(installer, older, stage):
     expect(msiexec("/i", windows_path(older)) == REFUSED, "the older version does not install over it")
     same(installed, registry(), "and changes nothing")
 
-    expect(PLACE + "\\" in str(installed[PATH[0]].get(PATH[1])), "the folder is in PATH")
+    expect(PLACE + "\\" in installed[ENVIRONMENT]["PATH"][1].split(";"), "the folder is in PATH")
     expect(any(path.name == "Tarnwick for administrators.lnk" for path in DRIVE.rglob("*.lnk")),
            "the start menu has the administrators' page")
     expect(wine(f"{PLACE}\\Tarnwick.exe", "/RegServer").returncode == 0, "the server registers itself")
@@ -172,17 +197,27 @@ def main(installer, older, stage):
     shutil.rmtree(FOLDER / "documents")
     (FOLDER / "Tarnwick.exe").unlink()
     wine("reg", "delete", "HKLM\\Software\\Classes\\Tarnwick.Server\\CLSID", "/f")
-    expect(msiexec("/fomus", windows_path(installer)) == 0, "what was deleted is repaired")
+    # What /f stands for, which Wine's msiexec does not know.
+    expect(msiexec("/i", windows_path(installer), "REINSTALL=ALL", "REINSTALLMODE=omus") == 0,
+           "what was deleted is repaired")
     expect({str(path.relative_to(FOLDER)) for path in FOLDER.rglob("*") if path.is_file()} == expected,
            "all files are back")
     same(classes(installed), classes(registry()), "and so is the registration")
     use(folder)
     end_session()
+    # Those that were killed have left it there; one that ends takes it away.
+    connect = f"Provider=Tarnwick.Embedded;Data Source={windows_path(folder)}"
+    wine("cscript", "//nologo", SCRIPT, connect, "Maintainer", "sesame")
+    users_folder = next(DRIVE.glob("users/*/AppData/Local")) / "Tarnwick"
+    deadline = time.monotonic() + PATIENCE
+    while users_folder.exists() and time.monotonic() < deadline:
+        time.sleep(0.2)
+    expect(not users_folder.exists(), "the last server takes the user's folder away")
 
     expect(msiexec("/x", windows_path(installer)) == 0, "the program can be removed")
     expect(not FOLDER.exists(), "its folder is gone")
-    same(before, registry(), "the registry is what it was")
-    same(files_before, files(), "so are all files")
+    same(before, registry(), "the registry is what it was", OF_THE_SYSTEM)
+    same(files_before, files(), "so are all files", r"^new: windows/Installer: None -> folder$")
     database = sqlite3.connect(folder / "Velmar_Sec.db")
     expect(database.execute("SELECT Title FROM DW_Reports").fetchall() == [("Second",)],
            "the database is there, with what was written")
