@@ -1,5 +1,8 @@
 #include "apps/tarnwick-server/log.h"
 
+// The place in this file is the same for all lines.
+#define SD_JOURNAL_SUPPRESS_LOCATION
+
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 #include <sys/stat.h>

@@ -76,7 +76,8 @@ def files_below(folder):
 
 
 def settings(file):
-    parser = configparser.ConfigParser(interpolation=None)
+    # Some settings of units add up.
+    parser = configparser.ConfigParser(interpolation=None, strict=False)
     parser.optionxform = str
     parser.read_string(file.read_text())
     return parser
@@ -194,8 +195,9 @@ class Installation(Folders):
             result = subprocess.run(
                 ["systemd-analyze", f"--{kind}", "verify",
                  str(self.prefix / f"lib/systemd/{kind}/{UNIT}")],
-                capture_output=True, text=True, env={**os.environ,
-                                                     "XDG_RUNTIME_DIR": str(self.runtime)})
+                capture_output=True, text=True,
+                env={**os.environ, "XDG_RUNTIME_DIR": str(self.runtime),
+                     "MANPATH": str(self.prefix / "share/man")})
             self.assertEqual(result.returncode, 0, result.stderr)
             complaints = [line for line in result.stderr.splitlines() if "tarnwick" in line]
             self.assertEqual(complaints, [])
