@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <numeric>
 #include <span>
 #include <string_view>
 #include <tuple>
@@ -55,16 +54,20 @@ inline constexpr auto kRead = property_order::places<Record, property_order::InR
 /// Which rows of the table the attributes come from, in their order.
 template <class Record>
 consteval auto attribute_rows() {
-  constexpr auto kTable = [] {
-    std::array<std::size_t, kWritten<Record>.size()> table{};
-    std::iota(table.begin(), table.end(), std::size_t{0});
-    return table;
-  }();
+  constexpr std::size_t kSize = kWritten<Record>.size();
   constexpr auto kIsOne = [](std::size_t row) {
     return kWritten<Record>[row] != 0 || kRead<Record>[row] != 0;
   };
-  std::array<std::size_t, std::ranges::count_if(kTable, kIsOne)> rows{};
-  std::ranges::copy_if(kTable, rows.begin(), kIsOne);
+  constexpr std::size_t kCount = [=] {
+    std::size_t count = 0;
+    for (std::size_t row = 0; row < kSize; ++row) count += kIsOne(row) ? 1 : 0;
+    return count;
+  }();
+  std::array<std::size_t, kCount> rows{};
+  std::size_t filled = 0;
+  for (std::size_t row = 0; row < kSize; ++row) {
+    if (kIsOne(row)) rows[filled++] = row;
+  }
   std::ranges::sort(rows, {}, [](std::size_t row) {
     return std::tuple(kWritten<Record>[row] == 0, kWritten<Record>[row], row);
   });

@@ -1,6 +1,9 @@
 #include "apps/tarnwick/command_tree.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <string_view>
 
 #include "apps/tarnwick/completion/completion.h"
 
@@ -70,9 +73,36 @@ class WrappingFormatter final : public CLI::Formatter {
   }
 };
 
+// What makes one or several of them known, in the order of the help.
+struct TopCommands {
+  std::array<std::string_view, 3> names;
+  void (*add)(CLI::App& app, CommandLine& line);
+
+  [[nodiscard]] bool include(std::string_view word) const {
+    return !word.empty() && std::ranges::find(names, word) != names.end();
+  }
+};
+constexpr TopCommands kTopCommands[] = {
+    {{"init"}, add_init_command},
+    {{"check"}, add_check_command},
+    {{"component"}, add_component_commands},
+    {{"pc"}, add_pc_commands},
+    {{"report"}, add_report_commands},
+    {{"lock"}, add_lock_commands},
+    {{"role"}, add_role_commands},
+    {{"copy"}, add_copy_command},
+    {{"upgrade"}, add_upgrade_command},
+    {{"export", "diff", "apply"}, add_file_commands},
+    {{"completion"}, add_completion_command},
+};
+
 }  // namespace
 
 std::unique_ptr<CLI::App> make_command_tree(CommandLine& line) {
+  return make_command_tree(line, {});
+}
+
+std::unique_ptr<CLI::App> make_command_tree(CommandLine& line, std::span<char* const> words) {
   auto tree = std::make_unique<CLI::App>(
       "Reads and maintains the components, PCs and reports of a data warehouse.", "tarnwick");
   CLI::App& app = *tree;
@@ -81,17 +111,16 @@ std::unique_ptr<CLI::App> make_command_tree(CommandLine& line) {
   app.footer(kFooter);
   app.formatter(std::make_shared<WrappingFormatter>());
   add_options(app, line.options);
-  add_init_command(app, line);
-  add_check_command(app, line);
-  add_component_commands(app, line);
-  add_pc_commands(app, line);
-  add_report_commands(app, line);
-  add_lock_commands(app, line);
-  add_role_commands(app, line);
-  add_copy_command(app, line);
-  add_upgrade_command(app, line);
-  add_file_commands(app, line);
-  add_completion_command(app, line);
+  // Where the first word is none of them, any may be meant: by a shell that asks, or to be listed.
+  const bool all = words.empty() || std::ranges::none_of(kTopCommands, [&](const auto& commands) {
+                     return commands.include(words.front());
+                   });
+  for (const TopCommands& commands : kTopCommands) {
+    if (all ||
+        std::ranges::any_of(words, [&](const char* word) { return commands.include(word); })) {
+      commands.add(app, line);
+    }
+  }
   return tree;
 }
 

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <span>
 #include <system_error>
 
 #include "apps/tarnwick/command_tree.h"
@@ -90,9 +91,10 @@ int run(const CommandLine& line) {
 
 int parse_and_run(int argc, char** argv) {
   CommandLine line;
-  const auto commands = make_command_tree(line);
+  const std::span words(argv + (argc > 0 ? 1 : 0), argv + argc);
+  const auto commands = make_command_tree(line, words);
   CLI::App& app = *commands;
-  if (const auto answered = answer_shell(app, {argv + 1, argv + argc})) return *answered;
+  if (const auto answered = answer_shell(app, words)) return *answered;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

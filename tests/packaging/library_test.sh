@@ -47,7 +47,7 @@ cmake -S "$root/samples/library" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="
 cmake --build "$work/cmake" --parallel 2 >"$work/log" || fail "$(cat "$work/log")"
 
 echo 'Building with pkg-config'
-PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -path '*/pkgconfig/tarnwick.pc')")
+PKG_CONFIG_PATH=$(dirname "$(find "$prefix"/lib* -maxdepth 3 -name tarnwick.pc)")
 export PKG_CONFIG_PATH
 read -ra settings < <(pkg-config --cflags --libs tarnwick)
 sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$root/docs/library.md" |
