@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <span>
 #include <string_view>
 #include <tuple>
@@ -19,14 +20,14 @@ using AttributeValue = std::variant<Empty, Text, std::int16_t, std::int32_t, boo
 
 /// A property of a record class as a part of its rows.
 struct Attribute {
-  const automation::Member* member = nullptr;  ///< as clients know it
+  const automation::Member* member = nullptr;  // as clients know it
   std::string_view description;
-  TextView column;        ///< that it is read from
-  AttributeValue zero;    ///< of its type
-  AttributeValue null;    ///< what Null in the column is read as; Empty where that is an error
-  bool key = false;       ///< a part of what names the record
-  bool stored = false;    ///< goes into the row when the record is written
-  bool settable = false;  ///< by clients, on a record object
+  TextView column;        // that it is read from
+  AttributeValue zero;    // of its type
+  AttributeValue null;    // what Null in the column is read as; Empty where that is an error
+  bool key = false;       // a part of what names the record
+  bool stored = false;    // goes into the row when the record is written
+  bool settable = false;  // by clients, on a record object
   Form form = Form::kPlain;
 
   [[nodiscard]] std::string_view name() const { return member->name; }
@@ -54,20 +55,16 @@ inline constexpr auto kRead = property_order::places<Record, property_order::InR
 /// Which rows of the table the attributes come from, in their order.
 template <class Record>
 consteval auto attribute_rows() {
-  constexpr std::size_t kSize = kWritten<Record>.size();
+  constexpr auto kTable = [] {
+    std::array<std::size_t, kWritten<Record>.size()> table{};
+    std::iota(table.begin(), table.end(), std::size_t{0});
+    return table;
+  }();
   constexpr auto kIsOne = [](std::size_t row) {
     return kWritten<Record>[row] != 0 || kRead<Record>[row] != 0;
   };
-  constexpr std::size_t kCount = [=] {
-    std::size_t count = 0;
-    for (std::size_t row = 0; row < kSize; ++row) count += kIsOne(row) ? 1 : 0;
-    return count;
-  }();
-  std::array<std::size_t, kCount> rows{};
-  std::size_t filled = 0;
-  for (std::size_t row = 0; row < kSize; ++row) {
-    if (kIsOne(row)) rows[filled++] = row;
-  }
+  std::array<std::size_t, std::ranges::count_if(kTable, kIsOne)> rows{};
+  std::ranges::copy_if(kTable, rows.begin(), kIsOne);
   std::ranges::sort(rows, {}, [](std::size_t row) {
     return std::tuple(kWritten<Record>[row] == 0, kWritten<Record>[row], row);
   });
