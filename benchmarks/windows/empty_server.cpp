@@ -34,11 +34,13 @@ class EmptyObject final : public _Empty {
     *out = static_cast<_Empty*>(this);
     return S_OK;
   }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+  STDMETHODIMP_(ULONG) AddRef() override {
+    return static_cast<ULONG>(InterlockedIncrement(&references_));
+  }
   STDMETHODIMP_(ULONG) Release() override {
-    const ULONG left = --references_;
+    const LONG left = InterlockedDecrement(&references_);
     if (left == 0) delete this;
-    return left;
+    return static_cast<ULONG>(left);
   }
   STDMETHODIMP GetTypeInfoCount(UINT* count) override {
     *count = 1;
@@ -63,7 +65,7 @@ class EmptyObject final : public _Empty {
   }
 
  private:
-  ULONG references_ = 1;
+  volatile LONG references_ = 1;
   ComPtr<ITypeInfo> info_;
 };
 
@@ -125,7 +127,7 @@ int serve(ITypeLib& library) {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE, HINSTANCE, wchar_t* switches, int) {
-  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);  // as the server that is measured
   ComPtr<ITypeLib> library;
   if (FAILED(LoadTypeLibEx(executable().c_str(), REGKIND_NONE, &library))) return 1;
   if (std::wcscmp(switches, L"/RegServer") == 0) return write_registration(*library.Get());
