@@ -50,7 +50,7 @@ def wine(*command, debug="-all"):
     # By files: what a program starts, and Wine itself, keep its streams open after its end.
     with tempfile.TemporaryFile("w+", errors="replace") as out, \
             tempfile.TemporaryFile("w+", errors="replace") as complaints:
-        code = subprocess.run([WINE / "wine64", *command], stdin=subprocess.DEVNULL, stdout=out,
+        code = subprocess.run([WINE / "wine64", *command], stdin=subprocess.DEVNULL, stdout=out, cwd=DRIVE,
                               stderr=complaints, timeout=PATIENCE,
                               env={**os.environ, "WINEDEBUG": debug,
                                    "WINEDLLOVERRIDES": NO_MENUS}).returncode
@@ -161,7 +161,11 @@ def use(folder):
             listed = wine("cmd", "/c", "tarnwick", "component", "list", "--connect", connect, "--role",
                           "Maintainer", "--password-file", windows_path(folder / "password"), *switches)
             expect(TITLE in listed.stdout, f"the command line lists a component {switches}")
+        made = wine("cmd", "/c", "tarnwick", "init", windows_path(folder / "made"), "--role", "Maintainer",
+                    "--password-file", windows_path(folder / "password"), "--sample")
+        expect(made.returncode == 0, "it makes a database of the installed samples")
         (folder / "password").unlink()
+        shutil.rmtree(folder / "made")
 
 
 def main(installer, older, stage):
