@@ -65,10 +65,6 @@ std::string escaped(const std::string& path) {
 std::string address_of(const Options& options) {
   if (!options.address.empty()) return options.address;
   if (options.system_bus) {
-    // What starts services for the system bus leaves only the first of the two in the environment.
-    if (environment("DBUS_STARTER_BUS_TYPE") != "session") {
-      if (std::string told = environment("DBUS_STARTER_ADDRESS"); !told.empty()) return told;
-    }
     const std::string told = environment("DBUS_SYSTEM_BUS_ADDRESS");
     return told.empty() ? "unix:path=/run/dbus/system_bus_socket" : told;
   }

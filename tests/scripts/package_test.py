@@ -25,7 +25,7 @@ class Copy(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder)
         shutil.copytree(ROOT / "scripts", self.folder / "scripts")
         (self.folder / "debian").mkdir()
-        for name in ("package", "CMakeLists.txt", "CHANGELOG.md", "COPYRIGHT", "debian/changelog"):
+        for name in ("package", "CMakeLists.txt", "CHANGELOG.md", "debian/copyright", "debian/changelog"):
             shutil.copy(ROOT / name, self.folder / name)
 
     def replace(self, name, old, new):
