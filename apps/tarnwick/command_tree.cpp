@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "apps/tarnwick/completion/completion.h"
+#include "apps/tarnwick/session/service_session.h"
 
 namespace tarnwick::cli {
 
@@ -23,7 +24,7 @@ CLI::App* add_command(CLI::App& parent, CommandLine& line, const std::string& na
 
 namespace {
 
-constexpr const char* kFooter = R"(Examples:
+constexpr const char* kExamples = R"(Examples:
   tarnwick init ./var --role dw_admin --password-file ./password --sample
   export TARNWICK_CONNECT='Provider=Tarnwick.Embedded;Data Source=./var'
   export TARNWICK_ROLE=dw_admin TARNWICK_PASSWORD_FILE=./password
@@ -36,8 +37,9 @@ Listings and records go through the pager on a terminal: $TARNWICK_PAGER, $PAGER
 
 Every command has a --help of its own. The switches above may stand anywhere.
 
-Commands talk to the D-Bus service of the session and start it where nothing else does; without a
-session, or where they would disturb its other clients, they start one of their own. Only init,
+)";
+
+constexpr const char* kExitCodes = R"( Only init,
 copy, upgrade, lock list and the role commands always work on the database itself.
 
 Exit codes: 0 done; 1 failed, the account is on standard error; 2 wrong usage; 3 the record was
@@ -108,7 +110,7 @@ std::unique_ptr<CLI::App> make_command_tree(CommandLine& line, std::span<char* c
   CLI::App& app = *tree;
   app.set_version_flag("--version", TARNWICK_VERSION);
   app.fallthrough();
-  app.footer(kFooter);
+  app.footer(kExamples + service_help() + kExitCodes);
   app.formatter(std::make_shared<WrappingFormatter>());
   add_options(app, line.options);
   // Where the first word is none of them, any may be meant: by a shell that asks, or to be listed.

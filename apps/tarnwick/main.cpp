@@ -1,12 +1,7 @@
 #include <fmt/format.h>
-#include <langinfo.h>
-#include <poll.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <clocale>
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <span>
@@ -16,16 +11,13 @@
 #include "apps/tarnwick/completion/completion.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/cause.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/terminal/process_setup.h"
+#include "platform/process.h"
+#include "platform/terminal.h"
 
 namespace tarnwick::cli {
 namespace {
-
-void use_utf8() {
-  std::setlocale(LC_ALL, "");
-  // Tables are UTF-8 wherever they are printed.
-  if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0) std::setlocale(LC_CTYPE, "C.UTF-8");
-}
 
 // Accounts come with the line ends of automation clients.
 std::string account_lines(const Text& account) {
@@ -35,7 +27,7 @@ std::string account_lines(const Text& account) {
 }
 
 int complain(ExitCode code, std::string_view text, const Text& account = {}) {
-  std::fflush(stdout);
+  flush_output();
   tell_error(fmt::format("tarnwick: {}", text));
   const std::string lines = account_lines(account);
   if (!lines.empty()) tell_error(lines);
@@ -57,18 +49,11 @@ int refuse_usage(const CLI::App& app, std::string_view text) {
   return complain(ExitCode::kUsage, fmt::format("{}\nSee {} --help.", text, path_of(app)));
 }
 
-// As `head` goes, once it has enough: there is nothing to complain of.
-bool reader_has_gone() {
-  pollfd output{.fd = STDOUT_FILENO, .events = 0, .revents = 0};
-  return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
-}
-
 // Ends well if all that was printed is written.
 int finish() {
-  if (std::cout.flush() && std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
-    return static_cast<int>(ExitCode::kDone);
-  }
-  if (reader_has_gone()) return static_cast<int>(ExitCode::kFailed);
+  if (flush_output()) return static_cast<int>(ExitCode::kDone);
+  // There is nothing to complain of.
+  if (platform::reader_has_gone()) return static_cast<int>(ExitCode::kFailed);
   return complain(ExitCode::kFailed, "The output cannot be written.");
 }
 
@@ -78,7 +63,7 @@ int run(const CommandLine& line) {
     return finish();
   } catch (const std::system_error& error) {
     // The library that prints throws where it cannot.
-    return std::ferror(stdout) != 0 ? finish() : complain(ExitCode::kFailed, error.what());
+    return !flush_output() ? finish() : complain(ExitCode::kFailed, error.what());
   } catch (const Failure& failure) {
     return complain(failure.code(), failure.what(), failure.account());
   } catch (const client::CallError& error) {
@@ -89,14 +74,15 @@ int run(const CommandLine& line) {
   }
 }
 
-int parse_and_run(int argc, char** argv) {
+int parse_and_run(std::vector<std::string> words) {
   CommandLine line;
   const std::span words(argv + (argc > 0 ? 1 : 0), argv + argc);
   const auto commands = make_command_tree(line, words);
   CLI::App& app = *commands;
   if (const auto answered = answer_shell(app, words)) return *answered;
   try {
-    app.parse(argc, argv);
+    std::ranges::reverse(words);  // as the library wants them
+    app.parse(std::move(words));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
       app.exit(error, std::cout, std::cerr);
@@ -113,6 +99,5 @@ int parse_and_run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   tarnwick::cli::set_up_process();
-  tarnwick::cli::use_utf8();
-  return tarnwick::cli::parse_and_run(argc, argv);
+  return tarnwick::cli::parse_and_run(tarnwick::platform::arguments(argc, argv));
 }

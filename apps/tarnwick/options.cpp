@@ -1,7 +1,6 @@
 #include "apps/tarnwick/options.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
@@ -13,8 +12,8 @@
 
 #include "ado/connection_string.h"
 #include "apps/tarnwick/completion/values.h"
-#include "apps/tarnwick/terminal/terminal_mode.h"
 #include "platform/file_system.h"
+#include "platform/terminal.h"
 #include "runtime/case_mapping.h"
 #include "runtime/error.h"
 
@@ -45,7 +44,7 @@ std::string ask(std::string_view question) {
   std::string line;
   {
     // Before the question: what is typed at once is neither shown nor lost.
-    const TerminalMode no_echo(ECHO);
+    const platform::TerminalMode no_echo(platform::TerminalMode::Without::kEcho);
     std::cerr << question << std::flush;
     if (!std::getline(std::cin, line)) {
       throw Failure(ExitCode::kUsage, "No password was given.");
@@ -63,7 +62,8 @@ struct Question {
 };
 
 std::string ask_password(const Question& question) {
-  if (isatty(STDIN_FILENO) == 0) throw Failure(ExitCode::kUsage, question.otherwise);
+  if (!platform::is_terminal(platform::Standard::kInput))
+    throw Failure(ExitCode::kUsage, question.otherwise);
   std::string password = ask(question.text);
   if (question.confirm && ask("Once more: ") != password) {
     throw Failure(ExitCode::kUsage, "The two passwords differ.");
@@ -72,7 +72,7 @@ std::string ask_password(const Question& question) {
 }
 
 std::string password_in(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
+  std::ifstream stream(std::filesystem::path(file), std::ios::binary);
   std::string line;
   if (!stream.is_open() || (!std::getline(stream, line) && stream.bad())) {
     throw Failure(ExitCode::kUsage, fmt::format("The password file '{}' cannot be read.", file));

@@ -6,6 +6,8 @@
 #include <climits>
 #include <utility>
 
+#include "platform/system_host.h"
+
 namespace tarnwick::platform {
 
 Text computer_name_of(TextView host_name) {
@@ -26,6 +28,10 @@ bool LinuxHost::computer_name(std::span<char16_t> buffer) {
   std::ranges::copy(text, buffer.begin());
   if (text.size() < buffer.size()) buffer[text.size()] = u'\0';
   return true;
+}
+
+std::unique_ptr<Host> make_host(MessageBox& message_box, std::filesystem::path folder) {
+  return std::make_unique<LinuxHost>(message_box, std::move(folder));
 }
 
 }  // namespace tarnwick::platform

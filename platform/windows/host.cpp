@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/system_host.h"
 #include "platform/windows/api.h"
 #include "platform/windows/wide.h"
 
@@ -38,6 +39,10 @@ std::optional<Text> WindowsHost::module_file_name() { return from_wide(executabl
 
 void WindowsHost::stop_in_debugger() {
   if (IsDebuggerPresent() != 0) DebugBreak();
+}
+
+std::unique_ptr<Host> make_host(MessageBox& message_box, std::filesystem::path folder) {
+  return std::make_unique<WindowsHost>(message_box, std::move(folder));
 }
 
 }  // namespace tarnwick::platform

@@ -17,10 +17,10 @@
 #include "apps/tarnwick/examination/tables.h"
 #include "apps/tarnwick/maintenance/cause.h"
 #include "apps/tarnwick/maintenance/loading.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/progress.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
-#include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/upgrade_database.h"
 
 namespace tarnwick::cli {
@@ -96,8 +96,8 @@ Findings examine(const Options& options, const Login& login, const Load& load,
 
 void tell(const Findings& findings) {
   for (const Finding& finding : findings) {
-    fmt::print("{}: {}.\n", finding.record, finding.what);
-    if (!finding.command.empty()) fmt::print("  {}\n", finding.command);
+    print("{}: {}.\n", finding.record, finding.what);
+    if (!finding.command.empty()) print("  {}\n", finding.command);
   }
 }
 
@@ -123,8 +123,8 @@ void tell(const Options& options, const Load& load, const Findings& findings) {
     return print_json(json);
   }
   if (load.counts) {
-    fmt::print("Connected; loaded {} components, {} registered PCs and {} reports.\n",
-               load.counts->components, load.counts->pcs, load.counts->reports);
+    print("Connected; loaded {} components, {} registered PCs and {} reports.\n",
+          load.counts->components, load.counts->pcs, load.counts->reports);
   }
   tell(findings);
 }

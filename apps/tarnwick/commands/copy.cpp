@@ -1,4 +1,3 @@
-#include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -11,6 +10,7 @@
 #include "apps/tarnwick/database/copy_database.h"
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/progress.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
@@ -77,8 +77,8 @@ void copy(const Options& options, const Arguments& arguments) {
     for (const CopiedTable& table : tables) json[to_utf8(table.name)] = table.rows;
     return print_json(json);
   }
-  fmt::print("Copied {} components, {} registered PCs and {} reports.\n", tables[0].rows,
-             tables[1].rows, tables[2].rows);
+  print("Copied {} components, {} registered PCs and {} reports.\n", tables[0].rows, tables[1].rows,
+        tables[2].rows);
 }
 
 // `name`: "from" or "to".

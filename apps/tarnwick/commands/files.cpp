@@ -17,6 +17,7 @@
 #include "apps/tarnwick/files/export_folder.h"
 #include "apps/tarnwick/files/record_folder.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
 
@@ -44,8 +45,8 @@ void export_records(const Options& options, const Arguments& arguments) {
     return print_json(
         {{"Components", counts[0]}, {"RegisteredPCs", counts[1]}, {"Reports", counts[2]}});
   }
-  fmt::print("Exported {} components, {} PCs and {} reports to {}.\n", counts[0], counts[1],
-             counts[2], folder.string());
+  print("Exported {} components, {} PCs and {} reports to {}.\n", counts[0], counts[1], counts[2],
+        folder.string());
 }
 
 /// What was done, or would be, as it is told.
@@ -61,8 +62,8 @@ class Account final {
       changes_.push_back(to_json(change, outcome));
       return;
     }
-    fmt::print("{}\n{}", line_of(change, outcome), fields_ ? lines_of_fields(change) : "");
-    std::fflush(stdout);  // what was done is told even if the next step ends it all
+    print("{}\n{}", line_of(change, outcome), fields_ ? lines_of_fields(change) : "");
+    flush_output();  // what was done is told even if the next step ends it all
   }
 
   /// Throws Failure where records were left alone.
@@ -70,7 +71,7 @@ class Account final {
     if (json_) {
       tell_machines();
     } else {
-      fmt::print("{}", lines_of(totals, outcome));
+      print_text(lines_of(totals, outcome));
     }
     if (changed_) throw Failure(ExitCode::kChanged, "Not all was done: look at it, and try again.");
     if (held_) throw Failure(ExitCode::kLocked, "Not all was done: try again later.");

@@ -1,4 +1,3 @@
-#include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -13,6 +12,7 @@
 #include "apps/tarnwick/database/samples.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/files/record_folder.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/shell_word.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/create_database.h"
@@ -62,17 +62,17 @@ void init(const Options& options, const Arguments& arguments) {
       throw Failure(ExitCode::kFailed, "The database was not made.", error.description());
     }
   });
-  fmt::print("Made the embedded database {}", file.string());
+  print("Made the embedded database {}", file.string());
   if (records) {
     const auto& [components, pcs, reports] = *records;
-    fmt::print(" with {} components, {} PCs and {} reports", components.size(), pcs.size(),
-               reports.size());
+    print(" with {} components, {} PCs and {} reports", components.size(), pcs.size(),
+          reports.size());
   }
-  fmt::print(".\nTo connect:\n  export TARNWICK_CONNECT={}\n  export TARNWICK_ROLE={}\n",
-             shell_word(to_utf8(connect_string)), shell_word(options.role));
+  print(".\nTo connect:\n  export TARNWICK_CONNECT={}\n  export TARNWICK_ROLE={}\n",
+        shell_word(to_utf8(connect_string)), shell_word(options.role));
   if (!options.password_file.empty()) {
-    fmt::print("  export TARNWICK_PASSWORD_FILE={}\n",
-               shell_word(std::filesystem::absolute(options.password_file).string()));
+    print("  export TARNWICK_PASSWORD_FILE={}\n",
+          shell_word(std::filesystem::absolute(options.password_file).string()));
   }
 }
 

@@ -1,4 +1,3 @@
-#include <fmt/format.h>
 
 #include <iostream>
 
@@ -7,6 +6,7 @@
 #include "apps/tarnwick/commands/record_commands.h"
 #include "apps/tarnwick/maintenance/maintenance.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/session/connect.h"
 
 namespace tarnwick::cli {
@@ -16,12 +16,12 @@ void hold(const Options& options, const Row& given) {
   const auto session = connect(options);
   const Row key = find_key(*session, given);
   const Record record = lock(*session, key);
-  fmt::print("{} locked. Press Enter to release it.\n", describe(key));
-  std::fflush(stdout);
+  print("{} locked. Press Enter to release it.\n", describe(key));
+  flush_output();
   std::string ignored;
   std::getline(std::cin, ignored);
   record.release();
-  fmt::print("{} released.\n", describe(key));
+  print("{} released.\n", describe(key));
 }
 
 }  // namespace

@@ -1,13 +1,8 @@
 #include <fmt/format.h>
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
 #include <chrono>
-#include <cstdio>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -19,10 +14,10 @@
 #include "apps/tarnwick/database/held_rows.h"
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/output/holds.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/terminal/pager.h"
-#include "apps/tarnwick/terminal/process_setup.h"
-#include "apps/tarnwick/terminal/terminal_mode.h"
+#include "platform/terminal.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
@@ -38,18 +33,8 @@ const std::vector<std::string> kFields{"Table",   "Row",     "HeldBy", "Since", 
 // line that tells how many more there are, a note of up to two lines, and the cursor's line.
 std::size_t room_on_screen() {
   constexpr std::size_t kOthers = 6;
-  winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row <= kOthers) return 1;
-  return size.ws_row - kOthers;
-}
-
-// Also true where there is no terminal any more.
-bool key_comes_within(std::chrono::milliseconds time) {
-  pollfd input{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0};
-  if (poll(&input, 1, static_cast<int>(time.count())) <= 0) return false;
-  std::array<char, 256> typed{};
-  [[maybe_unused]] const ssize_t taken = ::read(STDIN_FILENO, typed.data(), typed.size());
-  return true;
+  const std::size_t rows = platform::terminal_size().rows;
+  return rows <= kOthers ? 1 : rows - kOthers;
 }
 
 // What `step` yields; an error in it is the end of the command.
@@ -79,7 +64,8 @@ std::vector<Hold> sorted(std::vector<Hold> rows, const Order& order, Date now) {
 }
 
 void watch(const Options& options, const Order& order) {
-  if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) {
+  if (!platform::is_terminal(platform::Standard::kInput) ||
+      !platform::is_terminal(platform::Standard::kOutput)) {
     throw Failure(ExitCode::kUsage,
                   "--watch needs a terminal: one to show the rows on, and one to end it from.");
   }
@@ -90,17 +76,17 @@ void watch(const Options& options, const Order& order) {
   apps::ProgramEngines engines;
   HeldRows held = held_rows(engines, options);
   // Any key ends it, also one that would send a signal.
-  const TerminalMode one_key(ICANON | ECHO | ISIG);
-  fmt::print("\x1b[2J");
+  const platform::TerminalMode one_key(platform::TerminalMode::Without::kAll);
+  platform::clear_screen();
   do {
     const Date now = local_now();
     const auto rows = sorted(read(held), order, now);
-    fmt::print("\x1b[H\x1b[JRows that are maintained, {}. Any key ends this.\n",
-               to_utf8(to_iso_text(now)));
-    fmt::print("{}", holds_text(rows, now, room_on_screen()));
-    if (!held.note().empty()) fmt::print("{}\n", held.note());
-    std::fflush(stdout);
-  } while (!key_comes_within(kRedrawn));
+    platform::begin_screen();
+    print("Rows that are maintained, {}. Any key ends this.\n", to_utf8(to_iso_text(now)));
+    print_text(holds_text(rows, now, room_on_screen()));
+    if (!held.note().empty()) print("{}\n", held.note());
+    flush_output();
+  } while (!platform::key_comes_within(kRedrawn));
 }
 
 void list(const Options& options, const Order& order) {
@@ -108,7 +94,7 @@ void list(const Options& options, const Order& order) {
   HeldRows held = held_rows(engines, options);
   const Date now = local_now();
   const auto rows = sorted(read(held), order, now);
-  if (!held.note().empty()) tell_error(held.note().c_str());
+  if (!held.note().empty()) tell_error(held.note());
   auto array = nlohmann::ordered_json::array();
   for (const Hold& row : rows) array.push_back(to_json(row, now));
   if (options.json) return page(options, json_text(array));

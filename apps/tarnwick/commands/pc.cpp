@@ -1,6 +1,3 @@
-#include <pwd.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <memory>
 
@@ -14,6 +11,7 @@
 #include "apps/tarnwick/maintenance/naming.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
+#include "platform/process.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -46,9 +44,9 @@ struct RegisterArguments {
 
 Text user_or_own(const std::string& user) {
   if (!user.empty()) return text_argument(user);
-  const passwd* own = getpwuid(geteuid());
-  if (own == nullptr) throw Failure(ExitCode::kUsage, "Who? Name the user by --user.");
-  return text_argument(own->pw_name);
+  const std::optional<std::string> own = platform::user_name();
+  if (!own) throw Failure(ExitCode::kUsage, "Who? Name the user by --user.");
+  return text_argument(*own);
 }
 
 void list_pcs(const Options& options, const ListArguments& arguments) {

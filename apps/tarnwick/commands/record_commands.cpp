@@ -1,7 +1,5 @@
 #include "apps/tarnwick/commands/record_commands.h"
 
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <memory>
 
@@ -11,6 +9,7 @@
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/maintenance.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
 #include "apps/tarnwick/terminal/editing.h"
@@ -56,7 +55,7 @@ void RecordCommands::add_delete(const std::string& help, const std::string& exam
     const auto session = connect(options);
     const Row key = find_key(*session, given);
     remove(*session, key);
-    fmt::print("{} deleted.\n", describe(key));
+    print("{} deleted.\n", describe(key));
   });
 }
 

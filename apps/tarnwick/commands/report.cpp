@@ -12,6 +12,7 @@
 #include "apps/tarnwick/maintenance/loading.h"
 #include "apps/tarnwick/maintenance/maintenance.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
@@ -173,7 +174,7 @@ void extract_report(const Session& session, const Options&, const Row& key, cons
     }
     throw missing ? Failure(ExitCode::kMissing, failure.what(), failure.account()) : failure;
   }
-  fmt::print("Report file of '{}' extracted to {}.\n", name_of(key), to_display_utf8(file));
+  print("Report file of '{}' extracted to {}.\n", name_of(key), to_display_utf8(file));
 }
 
 void extract_ttx(const Session& session, const Options&, const Row& key, const Text& file) {
@@ -181,7 +182,7 @@ void extract_ttx(const Session& session, const Options&, const Row& key, const T
   if (!record.as<Report>().call<"ExtractTTX">(file)) throw file_failure(session, key);
   // Whatever extension was given is replaced.
   const auto target = std::filesystem::path(to_display_utf8(file)).replace_extension(".ttx");
-  fmt::print("Field definitions of '{}' extracted to {}.\n", name_of(key), target.string());
+  print("Field definitions of '{}' extracted to {}.\n", name_of(key), target.string());
 }
 
 void add_list(CLI::App& reports, CommandLine& line) {

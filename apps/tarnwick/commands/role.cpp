@@ -10,6 +10,7 @@
 #include "apps/tarnwick/database/embedded_folder.h"
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
@@ -136,7 +137,7 @@ void add_role(const Options& options, const Arguments& arguments) {
     const Text& text = password.get();
     finish_first([&] { require_done(roles.add(name, text), arguments.name); });
   });
-  fmt::print("Role {} added.\n", quoted(arguments.name));
+  print("Role {} added.\n", quoted(arguments.name));
 }
 
 void set_password(const Options& options, const Arguments& arguments) {
@@ -150,9 +151,8 @@ void set_password(const Options& options, const Arguments& arguments) {
     const Text& text = password.get();
     finish_first([&] { require_done(roles.set_password(name, text), arguments.name); });
   });
-  fmt::print(
-      "Role {} has a new password. Who is connected stays so; the next connection needs it.\n",
-      quoted(arguments.name));
+  print("Role {} has a new password. Who is connected stays so; the next connection needs it.\n",
+        quoted(arguments.name));
 }
 
 void remove_role(const Options& options, const Arguments& arguments) {
@@ -161,7 +161,7 @@ void remove_role(const Options& options, const Arguments& arguments) {
       open_roles(options, fmt::format("DROP APPLICATION ROLE {}", bracketed(arguments.name)));
   or_fail("The role was not removed.",
           [&] { finish_first([&] { require_done(roles.remove(name), arguments.name); }); });
-  fmt::print("Role {} removed. Who is connected in it stays so.\n", quoted(arguments.name));
+  print("Role {} removed. Who is connected in it stays so.\n", quoted(arguments.name));
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
-#include <fmt/format.h>
 
 #include "apps/tarnwick/commands/commands.h"
 #include "apps/tarnwick/database/embedded_folder.h"
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/failure.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/upgrade_database.h"
 #include "runtime/error.h"
@@ -24,14 +24,13 @@ void upgrade(const Options& options) {
   });
   const std::string file = result.file.string();
   if (result.from != result.to) {
-    fmt::print("Upgraded the embedded database {} from version {} to {}:\n", file, result.from,
-               result.to);
-    for (const Text& change : result.changes) fmt::print("  {}\n", to_utf8(change));
+    print("Upgraded the embedded database {} from version {} to {}:\n", file, result.from,
+          result.to);
+    for (const Text& change : result.changes) print("  {}\n", to_utf8(change));
   } else if (result.to == 0) {
-    fmt::print("The tables of {} were not made by tarnwick and bear no version: nothing to do.\n",
-               file);
+    print("The tables of {} were not made by tarnwick and bear no version: nothing to do.\n", file);
   } else {
-    fmt::print("The embedded database {} is of version {}: nothing to do.\n", file, result.to);
+    print("The embedded database {} is of version {}: nothing to do.\n", file, result.to);
   }
 }
 

@@ -1,11 +1,9 @@
 #include "apps/tarnwick/completion/completion.h"
 
 #include <fmt/format.h>
-#include <sys/time.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <csignal>
+#include <chrono>
 #include <cstdlib>
 #include <string_view>
 
@@ -13,20 +11,17 @@
 #include "apps/tarnwick/completion/answer.h"
 #include "apps/tarnwick/completion/scripts.h"
 #include "apps/tarnwick/completion/shell_line.h"
+#include "apps/tarnwick/output/print.h"
+#include "platform/process.h"
 
 namespace tarnwick::cli {
 namespace {
 
 // Whoever has pressed a key waits for no server that does not answer.
-constexpr itimerval kPatience{.it_interval = {}, .it_value = {.tv_sec = 2, .tv_usec = 0}};
+constexpr std::chrono::seconds kPatience{2};
 // COMP_TYPE where bash only shows what there is: on the second press.
 constexpr std::string_view kOnlyShown = "63";
 constexpr std::size_t kLongestDescription = 60;
-
-void give_up_in_time() {
-  std::signal(SIGALRM, [](int) { _exit(EXIT_SUCCESS); });
-  setitimer(ITIMER_REAL, &kPatience, nullptr);
-}
 
 std::string_view heading(Answer::Kind kind) {
   switch (kind) {
@@ -48,10 +43,10 @@ std::string in_one_line(std::string text) {
 }
 
 void print_for_any_shell(const Answer& answer) {
-  fmt::print("{}\n", heading(answer.kind));
+  print("{}\n", heading(answer.kind));
   for (const Candidate& candidate : answer.candidates) {
-    fmt::print("{}{}{}\n", candidate.text, candidate.description.empty() ? "" : "\t",
-               in_one_line(candidate.description));
+    print("{}{}{}\n", candidate.text, candidate.description.empty() ? "" : "\t",
+          in_one_line(candidate.description));
   }
 }
 
@@ -61,23 +56,23 @@ std::string shortened(const std::string& description) {
 }
 
 void print_for_bash(const Answer& answer, const ShellLine& line, bool only_shown) {
-  fmt::print("{}\n", heading(line.redirects ? Answer::Kind::kFiles : answer.kind));
+  print("{}\n", heading(line.redirects ? Answer::Kind::kFiles : answer.kind));
   if (line.redirects) return;
   const std::string kept = line.words.back().substr(0, line.kept);
   for (const Candidate& candidate : answer.candidates) {
     if (only_shown && answer.candidates.size() > 1) {
       const std::string description = in_one_line(shortened(candidate.description));
-      fmt::print("{}{}\n", candidate.text,
-                 description.empty() ? "" : fmt::format("  ({})", description));
+      print("{}{}\n", candidate.text,
+            description.empty() ? "" : fmt::format("  ({})", description));
     } else if (candidate.text.starts_with(kept)) {
-      fmt::print("{}\n", quoted_for_shell(candidate.text.substr(kept.size()), line.open_quote));
+      print("{}\n", quoted_for_shell(candidate.text.substr(kept.size()), line.open_quote));
     }
   }
 }
 
 // `words` without the name of the program.
 Answer answer_to(CLI::App& app, std::span<const std::string> words) {
-  give_up_in_time();
+  platform::end_in(kPatience);
   return answer_for(find_place(app, words));
 }
 
@@ -95,14 +90,13 @@ void add_completion_command(CLI::App& app, CommandLine& line) {
       app, line, "completion",
       "Prints what makes a shell complete commands, options and names. To switch it on in bash: "
       "source <(tarnwick completion bash)",
-      "", [shell](const Options&) { fmt::print("{}", completion_script(*shell)); })
+      "", [shell](const Options&) { print_text(completion_script(*shell)); })
       ->add_option("SHELL", *shell, "the shell: bash, zsh or fish")
       ->required()
       ->check(CLI::IsMember({"bash", "zsh", "fish"}));
 }
 
-std::optional<int> answer_shell(CLI::App& app, std::span<char* const> arguments) {
-  const std::vector<std::string> words(arguments.begin(), arguments.end());
+std::optional<int> answer_shell(CLI::App& app, std::span<const std::string> words) {
   if (words.size() < 3 || words[0] != "complete") return std::nullopt;
   const auto question = std::span(words).subspan(2);
   if (words[1] == "--") {
@@ -112,7 +106,7 @@ std::optional<int> answer_shell(CLI::App& app, std::span<char* const> arguments)
   } else {
     return std::nullopt;
   }
-  std::fflush(stdout);
+  flush_output();
   return EXIT_SUCCESS;
 }
 

@@ -16,7 +16,7 @@ struct CommandLine;
 void add_completion_command(CLI::App& app, CommandLine& line);
 
 /// Answers a shell that asks what may follow, by the descriptions of `app`; nothing if
-/// `arguments` are no such question. It is put in one of two ways:
+/// `words` are no such question. It is put in one of two ways:
 ///
 ///     complete -- WORD...                     the last one is being typed
 ///     complete bash LINE TYPE BREAKS          up to the cursor; COMP_TYPE, COMP_WORDBREAKS
@@ -25,6 +25,6 @@ void add_completion_command(CLI::App& app, CommandLine& line);
 /// its own, the first form with a tab and a description behind it where there is one, the second
 /// one quoted and cut so that bash can put it where it is. Never waits for long, asks nothing,
 /// changes nothing and never complains. Returns what to exit with.
-[[nodiscard]] std::optional<int> answer_shell(CLI::App& app, std::span<char* const> arguments);
+[[nodiscard]] std::optional<int> answer_shell(CLI::App& app, std::span<const std::string> words);
 
 }  // namespace tarnwick::cli

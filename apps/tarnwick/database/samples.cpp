@@ -3,12 +3,15 @@
 #include <vector>
 
 #include "apps/tarnwick/failure.h"
+#include "platform/process.h"
 
 namespace tarnwick::cli {
 
 std::filesystem::path samples_folder() {
-  const auto program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  std::vector<std::filesystem::path> folders{program.parent_path() / "share/tarnwick/samples"};
+  const auto program = platform::executable_file().parent_path();
+  // Installed by a package of Linux, or by the installer for Windows.
+  std::vector<std::filesystem::path> folders{program.parent_path() / "share/tarnwick/samples",
+                                             program / "samples"};
 #ifdef TARNWICK_SAMPLES
   folders.emplace_back(TARNWICK_SAMPLES);
 #endif

@@ -1,8 +1,6 @@
 #include "apps/tarnwick/files/export_folder.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -24,6 +22,7 @@
 #include "apps/tarnwick/output/progress.h"
 #include "apps/tarnwick/service/scratch_folder.h"
 #include "apps/tarnwick/terminal/process_setup.h"
+#include "platform/process.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
@@ -96,7 +95,7 @@ class Staging final {
 
   /// Puts all of them in their places and removes `stale` files, as far as none came instead.
   void put_in_place(const std::set<fs::path>& stale) {
-    reach_disk();
+    platform::reach_disk(scratch_.path(), written());
     finish_first([&] {
       fs::create_directory(folder_ / kReportsFolder);
       make_mark();
@@ -120,13 +119,10 @@ class Staging final {
     }
   }
 
-  // What is put in its place was written.
-  void reach_disk() const {
-    const int descriptor = open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const bool done = descriptor >= 0 && syncfs(descriptor) == 0;
-    const int error = errno;
-    if (descriptor >= 0) close(descriptor);
-    if (!done) throw std::system_error(error, std::generic_category(), folder_.string());
+  [[nodiscard]] std::vector<fs::path> written() const {
+    std::vector<fs::path> files;
+    for (const fs::path& name : names_) files.push_back(scratch_.path() / name);
+    return files;
   }
 
   void make_mark() const {

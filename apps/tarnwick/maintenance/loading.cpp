@@ -8,8 +8,8 @@
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/cause.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/progress.h"
-#include "apps/tarnwick/terminal/process_setup.h"
 
 namespace tarnwick::cli {
 namespace {

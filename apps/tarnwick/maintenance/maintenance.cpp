@@ -7,10 +7,10 @@
 #include "ado/error.h"
 #include "apps/tarnwick/maintenance/cause.h"
 #include "apps/tarnwick/maintenance/naming.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/output/values.h"
-#include "apps/tarnwick/terminal/process_setup.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -241,7 +241,7 @@ void change_record(const Session& session, const Options& options, const Row& ke
   const Record record = locks ? lock(session, key) : read_record(session, key);
   const Row read = row_of(record);
   if (locks && options.verbose && !options.json) {
-    fmt::print("{} locked.\n  row version {}\n", describe(read), display(version_of(read)));
+    print("{} locked.\n  row version {}\n", describe(read), display(version_of(read)));
   }
   Row wanted = read;
   change(wanted);

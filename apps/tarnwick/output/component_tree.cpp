@@ -1,7 +1,5 @@
 #include "apps/tarnwick/output/component_tree.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 #include <map>
@@ -9,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/output/values.h"
@@ -109,7 +108,7 @@ void print_tree(const Options& options, const std::vector<Row>& components) {
     return page(options, listing_text(options, ClassId::kComponent, rows));
   }
   if (nodes.empty()) {
-    fmt::print("None.\n");
+    print("None.\n");
     return;
   }
 

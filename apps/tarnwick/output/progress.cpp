@@ -1,11 +1,12 @@
 #include "apps/tarnwick/output/progress.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <iostream>
 #include <utility>
+
+#include "platform/terminal.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -26,7 +27,8 @@ std::string bar(int step) {
 }  // namespace
 
 Progress::Progress(std::string task) : task_(std::move(task)) {
-  if (isatty(STDERR_FILENO) != 0) thread_ = std::thread([this] { draw_until_done(); });
+  if (platform::is_terminal(platform::Standard::kError))
+    thread_ = std::thread([this] { draw_until_done(); });
 }
 
 Progress::~Progress() {
@@ -47,17 +49,15 @@ void Progress::draw_until_done() {
   do {
     const auto seconds =
         std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start).count();
-    std::fputs(fmt::format("\r{} {} {} s", task_, bar(step++), seconds).c_str(), stderr);
-    std::fflush(stderr);
+    std::cerr << fmt::format("\r{} {} {} s", task_, bar(step++), seconds) << std::flush;
   } while (!wake_.wait_for(lock, std::chrono::milliseconds(80), [this] { return done_; }));
-  std::fputs("\r\x1b[K", stderr);
-  std::fflush(stderr);
+  platform::erase_line();
 }
 
-ProgressBar::ProgressBar() : on_terminal_(isatty(STDERR_FILENO) != 0) {}
+ProgressBar::ProgressBar() : on_terminal_(platform::is_terminal(platform::Standard::kError)) {}
 
 ProgressBar::~ProgressBar() {
-  if (drawn_) std::fputs("\r\x1b[K", stderr);
+  if (drawn_) platform::erase_line();
 }
 
 void ProgressBar::show(TextView what, std::size_t done, std::size_t all) {
@@ -66,11 +66,10 @@ void ProgressBar::show(TextView what, std::size_t done, std::size_t all) {
   if (now < next_) return;
   next_ = now + std::chrono::milliseconds(80);
   const std::size_t filled = std::min<std::size_t>(kWidth * done / all, kWidth);
-  std::fputs(fmt::format("\r\x1b[K{} [{:=<{}}{:{}}] {} of {}", to_display_utf8(what), "", filled,
-                         "", kWidth - filled, done, all)
-                 .c_str(),
-             stderr);
-  std::fflush(stderr);
+  platform::erase_line();
+  std::cerr << fmt::format("{} [{:=<{}}{:{}}] {} of {}", to_display_utf8(what), "", filled, "",
+                           kWidth - filled, done, all)
+            << std::flush;
   drawn_ = true;
 }
 

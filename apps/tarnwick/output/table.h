@@ -1,15 +1,11 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "runtime/text.h"
-
-struct libscols_line;
-struct libscols_table;
 
 namespace tarnwick::cli {
 
@@ -22,7 +18,7 @@ namespace tarnwick::cli {
 [[nodiscard]] std::string printable(TextView text);
 
 /// An aligned table. On a terminal it keeps to the terminal's width by cutting the columns that may
-/// be cut; elsewhere every cell is whole.
+/// be cut, as far as there are any; elsewhere every cell is whole.
 class Table final {
  public:
   enum class Column {
@@ -32,25 +28,38 @@ class Table final {
     kTree,  // shows the tree, where lines have parents; at most one
   };
 
-  /// Throws std::bad_alloc, as all members do, when memory is short.
-  Table();
-
   void add_column(std::string_view heading, Column column = Column::kWhole);
 
-  /// Cells in the order of the columns. Returns the line's number, for its children.
+  /// Cells in the order of the columns. Returns the line's number, for its children. A parent comes
+  /// before its children, and its children stand below it in the table.
   std::size_t add_line(const std::vector<std::string>& cells,
                        std::optional<std::size_t> parent = std::nullopt);
 
-  /// The table with a line end; nothing at all when there are no lines.
-  [[nodiscard]] std::string text();
+  /// The table with a line end; nothing at all when there are no lines. `room`: the columns of the
+  /// terminal that it is for; nothing where it is for none.
+  [[nodiscard]] std::string text(std::optional<std::size_t> room) const;
+  /// The same for standard output.
+  [[nodiscard]] std::string text() const;
 
  private:
-  struct Unref {
-    void operator()(libscols_table* table) const;
+  struct Heading {
+    std::string text;
+    Column column;
+  };
+  struct Line {
+    std::vector<std::string> cells;
+    std::optional<std::size_t> parent;
+    std::vector<std::size_t> children;
   };
 
-  std::unique_ptr<libscols_table, Unref> table_;
-  std::vector<libscols_line*> lines_;
+  [[nodiscard]] std::vector<const Line*> in_order() const;
+  [[nodiscard]] std::string branch_before(const Line& line) const;
+  [[nodiscard]] std::vector<std::vector<std::string>> drawn() const;
+  [[nodiscard]] std::vector<std::size_t> widths(const std::vector<std::vector<std::string>>& drawn,
+                                                std::optional<std::size_t> room) const;
+
+  std::vector<Heading> headings_;
+  std::vector<Line> lines_;
 };
 
 }  // namespace tarnwick::cli

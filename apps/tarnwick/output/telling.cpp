@@ -11,6 +11,7 @@
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/maintenance/naming.h"
 #include "apps/tarnwick/output/csv.h"
+#include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/values.h"
 #include "apps/tarnwick/terminal/pager.h"
@@ -88,8 +89,8 @@ std::vector<std::string> csv_cells(const std::vector<std::string>& headings,
 void print_changes(const Row& before, const Row& after) {
   for (const Attribute& attribute : before.attributes()) {
     if (is_version(attribute) || before[attribute] == after[attribute]) continue;
-    fmt::print("  {}: '{}' -> '{}'\n", attribute.name(), brief(before[attribute]),
-               brief(after[attribute]));
+    print("  {}: '{}' -> '{}'\n", attribute.name(), brief(before[attribute]),
+          brief(after[attribute]));
   }
 }
 
@@ -100,7 +101,7 @@ std::string json_text(const nlohmann::ordered_json& json) {
   return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
 }
 
-void print_json(const nlohmann::ordered_json& json) { fmt::print("{}", json_text(json)); }
+void print_json(const nlohmann::ordered_json& json) { print_text(json_text(json)); }
 
 std::string csv_text(const std::vector<std::string>& headings,
                      const nlohmann::ordered_json& array) {
@@ -172,7 +173,7 @@ void list(const Options& options, ClassId record_class, const Loaded& loaded, co
   if (options.json || options.csv) {
     page(options, listing_text(options, record_class, loaded.rows, more));
   } else if (loaded.rows.empty()) {
-    fmt::print("None.\n");
+    print("None.\n");
   } else {
     Columns columns = first;
     for (const Attribute& attribute : client::attributes_of(record_class)) {
@@ -202,14 +203,13 @@ void tell_changes(const Options& options, const Row& before, const Row& after,
     if (stored) print_json(to_json(*stored));
     return;
   }
-  fmt::print("{} written.\n", describe(after));
+  print("{} written.\n", describe(after));
   if (!version_of(before).empty()) print_changes(before, after);
   if (!stored) return;
   if (version_of(before).empty()) {
-    fmt::print("  row version {}\n", display(version_of(*stored)));
+    print("  row version {}\n", display(version_of(*stored)));
   } else {
-    fmt::print("  row version {} -> {}\n", display(version_of(before)),
-               display(version_of(*stored)));
+    print("  row version {} -> {}\n", display(version_of(before)), display(version_of(*stored)));
   }
 }
 
@@ -234,8 +234,8 @@ void explain_conflict(const Options& options, const Row& read, const std::option
     table.add_line({std::string(attribute.name()), brief(before), brief(now), brief(wanted)});
   }
   if (options.json) return print_json({{"Conflict", array}, {"RowIsThere", stored.has_value()}});
-  if (!stored) fmt::print("The row is no longer there.\n");
-  fmt::print("{}", table.text());
+  if (!stored) print("The row is no longer there.\n");
+  print_text(table.text());
 }
 
 }  // namespace tarnwick::cli

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <system_error>
 
-#include "apps/tarnwick/terminal/process_setup.h"
+#include "platform/linux/process.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -42,7 +42,7 @@ ChildProcess::ChildProcess(const Start& start) : ends_with_us_(start.ends_with_u
     } else {
       setsid();
     }
-    restore_signals();
+    platform::restore_signals();
     dup2(input, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);

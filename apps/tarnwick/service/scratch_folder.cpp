@@ -1,16 +1,17 @@
 #include "apps/tarnwick/service/scratch_folder.h"
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
+#include <chrono>
 #include <mutex>
 #include <set>
 #include <system_error>
-#include <utility>
+
+#include "platform/process.h"
 
 namespace tarnwick::cli {
 namespace {
+
+// How long a file may be in use that is to go.
+constexpr std::chrono::seconds kPatience{3};
 
 // A signal is the whole process's; what it has to remove is known here. Never destroyed: the thread
 // that waits for signals lives as long as the process.
@@ -25,21 +26,13 @@ Registry& registry() {
 
 }  // namespace
 
-ScratchFolder::ScratchFolder() {
-  make((std::filesystem::temp_directory_path() / "tarnwick-XXXXXX").string());
-}
+ScratchFolder::ScratchFolder() { make(std::filesystem::temp_directory_path() / "tarnwick-"); }
 
-ScratchFolder::ScratchFolder(const std::filesystem::path& parent) {
-  make((parent / ".tarnwick-XXXXXX").string());
-}
+ScratchFolder::ScratchFolder(const std::filesystem::path& parent) { make(parent / ".tarnwick-"); }
 
-void ScratchFolder::make(std::string name) {
+void ScratchFolder::make(const std::filesystem::path& beginning) {
   const std::lock_guard lock(registry().mutex);
-  if (mkdtemp(name.data()) == nullptr) {
-    throw std::system_error(errno, std::generic_category(),
-                            "cannot make a folder for temporary files");
-  }
-  path_ = std::move(name);
+  path_ = platform::make_unique_folder(beginning);
   registry().folders.insert(path_);
 }
 
@@ -52,13 +45,15 @@ ScratchFolder::~ScratchFolder() {
 
 void ScratchFolder::remove_all_for_good() {
   registry().mutex.lock();
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
   for (const auto& folder : registry().folders) {
     // Other threads, and the programs that this one has started, may put something into it
     // meanwhile.
     std::error_code error;
     do {
       std::filesystem::remove_all(folder, error);
-    } while (error == std::errc::directory_not_empty);
+    } while (error == std::errc::directory_not_empty ||
+             (platform::is_in_use(error) && std::chrono::steady_clock::now() < deadline));
   }
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
 
 namespace tarnwick::cli {
 
@@ -24,7 +23,7 @@ class ScratchFolder final {
   static void remove_all_for_good();
 
  private:
-  void make(std::string name);
+  void make(const std::filesystem::path& beginning);
 
   std::filesystem::path path_;
 };

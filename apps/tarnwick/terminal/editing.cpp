@@ -1,8 +1,6 @@
 #include "apps/tarnwick/terminal/editing.h"
 
 #include <fmt/format.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -14,7 +12,7 @@
 #include "apps/tarnwick/maintenance/switches.h"
 #include "apps/tarnwick/output/values.h"
 #include "apps/tarnwick/service/scratch_folder.h"
-#include "apps/tarnwick/terminal/process_setup.h"
+#include "platform/reading_program.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -26,27 +24,7 @@ std::string editor() {
     const char* value = std::getenv(name);
     if (value != nullptr && *value != '\0') return value;
   }
-  return "vi";
-}
-
-// The editor may be a command with switches, so the shell takes it apart; the file is its argument.
-void run_editor(const std::filesystem::path& file) {
-  std::string script = editor() + " \"$1\"";
-  std::string path = file.string();
-  char shell[] = "sh";
-  char command[] = "-c";
-  char* const arguments[] = {shell, command, script.data(), shell, path.data(), nullptr};
-  const pid_t child = fork();
-  if (child == 0) {
-    restore_signals();
-    execvp(shell, arguments);
-    _exit(127);
-  }
-  int status = 0;
-  const bool ran = child > 0 && waitpid(child, &status, 0) == child;
-  if (!ran || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    throw Failure(ExitCode::kFailed, fmt::format("The editor '{}' failed.", editor()));
-  }
+  return platform::usual_editor();
 }
 
 Json editable(const Row& row) {
@@ -75,7 +53,9 @@ void edit_row(Row& row) {
   const ScratchFolder scratch;
   const std::filesystem::path file = scratch.path() / "record.json";
   std::ofstream(file) << before.dump(2) << '\n';
-  run_editor(file);
+  if (!platform::run_editor(editor(), file)) {
+    throw Failure(ExitCode::kFailed, fmt::format("The editor '{}' failed.", editor()));
+  }
   std::ifstream stream(file);
   const Json after = Json::parse(stream, nullptr, false);
   if (!after.is_object()) {

@@ -35,11 +35,7 @@ struct Pipe {
 
 // Between fork and exec of a program with one thread.
 [[noreturn]] void become(const Start& start) {
-  std::vector<char*> arguments{const_cast<char*>(TARNWICK)};
-  for (const std::string& argument : start.arguments) {
-    arguments.push_back(const_cast<char*>(argument.c_str()));
-  }
-  arguments.push_back(nullptr);
+  std::vector<char*> arguments;
   for (const auto& [name, value] : start.environment) {
     if (value.empty()) {
       unsetenv(name.c_str());
@@ -47,6 +43,18 @@ struct Pipe {
       setenv(name.c_str(), value.c_str(), 1);
     }
   }
+  // What the environment names is the program of Windows.
+  char* const windows = std::getenv("TARNWICK_WINDOWS_PROGRAM");
+  char* const wine = std::getenv("TARNWICK_WINE");
+  if (windows != nullptr && wine != nullptr) {
+    arguments = {wine, windows};
+  } else {
+    arguments = {const_cast<char*>(TARNWICK)};
+  }
+  for (const std::string& argument : start.arguments) {
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  }
+  arguments.push_back(nullptr);
   for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGPIPE, SIGXFSZ}) signal(number, SIG_DFL);
   if (!start.output.empty()) {
     dup2(open(start.output.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR),
@@ -58,7 +66,7 @@ struct Pipe {
     setrlimit(RLIMIT_FSIZE, &limit);
   }
   if (!start.folder.empty() && chdir(start.folder.c_str()) != 0) _exit(126);
-  execv(TARNWICK, arguments.data());
+  execv(arguments.front(), arguments.data());
   _exit(127);
 }
 

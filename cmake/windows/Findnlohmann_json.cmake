@@ -1,0 +1,3 @@
+include(DebianHeaders)
+tarnwick_debian_headers(nlohmann_json::nlohmann_json nlohmann)
+set(nlohmann_json_FOUND TRUE)
