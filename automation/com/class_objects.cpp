@@ -16,12 +16,11 @@ class ClassObject final : public Counted<IClassFactory> {
     if (out == nullptr) return E_POINTER;
     *out = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
-    try {
-      const Apartment::Turn turn = apartment_.wait_for_turn();
-      return entry_.create(apartment_)->QueryInterface(iid, out);
-    } catch (...) {
-      return report_exception(entry_.prog_id, IID_IClassFactory);
-    }
+    // The process must not end before there is an object to keep it.
+    LockServer(TRUE);
+    const HRESULT result = create(iid, out);
+    LockServer(FALSE);
+    return result;
   }
   STDMETHODIMP LockServer(BOOL lock) override {
     if (lock != FALSE) {
@@ -33,6 +32,15 @@ class ClassObject final : public Counted<IClassFactory> {
   }
 
  private:
+  HRESULT create(REFIID iid, void** out) noexcept {
+    try {
+      const Apartment::Turn turn = apartment_.wait_for_turn();
+      return entry_.create(apartment_)->QueryInterface(iid, out);
+    } catch (...) {
+      return report_exception(entry_.prog_id, IID_IClassFactory);
+    }
+  }
+
   void* find_interface(REFIID iid) override {
     return iid == IID_IUnknown || iid == IID_IClassFactory ? static_cast<IClassFactory*>(this)
                                                            : nullptr;
