@@ -155,18 +155,17 @@ def use(folder):
                     "Maintainer", "sesame", "Alpha", "Second")
     expect("Alpha: Second" in retitled.stdout, "the JScript sample retitles a report")
     expect(not (FOLDER / "TTX.bin").exists(), "the programs' folder takes no intermediate file")
-    if (FOLDER / "tarnwick.com").exists():
-        (folder / "password").write_text("sesame\n")
-        # Found by PATH; a prompt would do with "tarnwick", but Wine's starts no program of this kind.
-        for switches in ([], ["--in-process"]):
-            listed = wine("tarnwick.com", "component", "list", "--connect", connect, "--role", "Maintainer",
-                          "--password-file", windows_path(folder / "password"), *switches)
-            expect(TITLE in listed.stdout, f"the command line lists a component {switches}")
-        made = wine("tarnwick.com", "init", windows_path(folder / "made"), "--role", "Maintainer",
-                    "--password-file", windows_path(folder / "password"), "--sample")
-        expect(made.returncode == 0, "it makes a database of the installed samples")
-        (folder / "password").unlink()
-        shutil.rmtree(folder / "made")
+    (folder / "password").write_text("sesame\n")
+    # Found by PATH; a prompt would do with "tarnwick", but Wine's starts no program of this kind.
+    for switches in ([], ["--in-process"]):
+        listed = wine("tarnwick.com", "component", "list", "--connect", connect, "--role", "Maintainer",
+                      "--password-file", windows_path(folder / "password"), *switches)
+        expect(TITLE in listed.stdout, f"the command line lists a component {switches}")
+    made = wine("tarnwick.com", "init", windows_path(folder / "made"), "--role", "Maintainer",
+                "--password-file", windows_path(folder / "password"), "--sample")
+    expect(made.returncode == 0, "it makes a database of the installed samples")
+    (folder / "password").unlink()
+    shutil.rmtree(folder / "made")
 
 
 def main(installer, older, stage):
