@@ -63,10 +63,17 @@ def page(source, tree, sources):
 
 def main(tree, folder):
     sources = {*tree.glob("docs/*.md"), tree / "samples/README.md"}
+    pages = {}
     for source in sorted(sources):
-        made = (folder / source.relative_to(tree)).with_suffix(".html")
+        made = (folder / source.relative_to(tree)).with_suffix(".html").resolve()
+        pages[made] = page(source, tree, sources)
         made.parent.mkdir(parents=True, exist_ok=True)
-        made.write_text(page(source, tree, sources), encoding="utf-8")
+        made.write_text(pages[made], encoding="utf-8")
+    for made, text in pages.items():
+        for name, place in re.findall(r'<a href="([^":#]*)#([^"]*)"', text):
+            target = (made.parent / name).resolve() if name else made
+            if f'id="{place}"' not in pages[target]:
+                sys.exit(f"{made.name}: no heading of {target.name} is called {place}")
 
 
 if __name__ == "__main__":

@@ -9,9 +9,9 @@ namespace tarnwick::cli {
 
 std::filesystem::path samples_folder() {
   const auto program = platform::executable_file().parent_path();
-  // Installed by a package of Linux, or by the installer for Windows.
-  std::vector<std::filesystem::path> folders{program.parent_path() / "share/tarnwick/samples",
-                                             program / "samples"};
+  std::vector<std::filesystem::path> folders{
+      program.parent_path() / "share/tarnwick/samples",
+      program / "samples"};  // where Windows keeps a program's files
 #ifdef TARNWICK_SAMPLES
   folders.emplace_back(TARNWICK_SAMPLES);
 #endif
