@@ -62,6 +62,8 @@ for job in $(jobs -p); do wait "$job"; done
 echo 'Asking for versions'
 version=$(pkg-config --modversion tarnwick)
 IFS=. read -r major minor _ <<<"$version"
+grep -qF "find_package(Tarnwick $major.$minor REQUIRED)" "$root/docs/library.md" ||
+  fail "docs/library.md does not ask for version $major.$minor"
 mkdir "$work/version"
 cat >"$work/version/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.25)
