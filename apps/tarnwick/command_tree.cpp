@@ -110,6 +110,8 @@ std::unique_ptr<CLI::App> make_command_tree(CommandLine& line, std::span<char* c
   CLI::App& app = *tree;
   app.set_version_flag("--version", TARNWICK_VERSION);
   app.fallthrough();
+  // What begins with a slash is a file on one system, and so it is on the other.
+  app.allow_windows_style_options(false);
   app.footer(kExamples + service_help() + kExitCodes);
   app.formatter(std::make_shared<WrappingFormatter>());
   add_options(app, line.options);
