@@ -16,17 +16,34 @@ std::string embedded_schema() {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// A salt and one iteration of PBKDF2: as much as has to be, so that connecting takes no time.
+// A salt and one iteration of PBKDF2, as values of SQL: as much as has to be.
+struct LightPassword {
+  explicit LightPassword(TextView password) {
+    constexpr std::array<unsigned char, 4> kSalt{'s', 'a', 'l', 't'};
+    const auto bytes = one_round_hash(to_utf8(password), kSalt);
+    salt = literal({reinterpret_cast<const char*>(kSalt.data()), kSalt.size()});
+    hash = literal({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  }
+  static std::string literal(std::string_view bytes) { return "X'" + hexadecimal(bytes) + "'"; }
+
+  std::string salt;
+  std::string hash;
+};
+
 std::string role_row(TextView role, TextView password) {
-  constexpr std::array<unsigned char, 4> kSalt{'s', 'a', 'l', 't'};
-  const auto hash = one_round_hash(to_utf8(password), kSalt);
-  const std::string_view salt(reinterpret_cast<const char*>(kSalt.data()), kSalt.size());
-  const std::string_view bytes(reinterpret_cast<const char*>(hash.data()), hash.size());
+  const LightPassword light(password);
   return "INSERT INTO DW_APP_ROLE (RoleName, Salt, Iterations, Hash) VALUES ('" + to_utf8(role) +
-         "', X'" + hexadecimal(salt) + "', 1, X'" + hexadecimal(bytes) + "');";
+         "', " + light.salt + ", 1, " + light.hash + ");";
 }
 
 }  // namespace
+
+void lighten_role(const std::filesystem::path& file, TextView role, TextView password) {
+  const LightPassword light(password);
+  PlainSqlite(file).run("UPDATE DW_APP_ROLE SET Salt = " + light.salt +
+                        ", Iterations = 1, Hash = " + light.hash + " WHERE RoleName = '" +
+                        to_utf8(role) + "'");
+}
 
 EmbeddedDatabase::EmbeddedDatabase() {
   folder_.write("Velmar_Sec.db", "");

@@ -9,6 +9,10 @@
 
 namespace tarnwick::test_support {
 
+/// Makes the hash of the role's password one of a single iteration, so that entering the role takes
+/// no time. `file` is the database.
+void lighten_role(const std::filesystem::path& file, TextView role, TextView password);
+
 /// A fresh embedded database Velmar_Sec in a folder of its own: made from the schema that every
 /// embedded database is made from, the three tables without rows and one application role.
 class EmbeddedDatabase {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/apps/tarnwick/program.h"
+#include "tests/support/embedded_database.h"
 #include "tests/support/plain_sqlite.h"
 #include "tests/support/temporary_folder.h"
 
@@ -40,6 +41,8 @@ class CommandLineTest : public ::testing::Test {
     const Ending ending = run_with({}, {"init", database_folder_, "--role", kRole,
                                         "--password-file", password_file_, "--sample"});
     ASSERT_EQ(ending.exit_code, 0) << ending.err;
+    test_support::lighten_role(database_folder_ + "/Velmar_Sec.db", from_utf8(kRole),
+                               u"open sesame");
   }
 
   [[nodiscard]] std::string connect_string() const {
