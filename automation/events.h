@@ -23,6 +23,9 @@ enum class Severity { kInformation, kWarning, kError };
 struct Event {
   EventKind kind;
   Text text;  // one line; no secret in it
+  // Of a failed call, for logs that keep more than sentences:
+  Text client = {};
+  FailureCause cause = {};
 };
 
 [[nodiscard]] Severity severity_of(EventKind kind);
