@@ -39,7 +39,7 @@ void Events::failed(TextView client, const FailureCause& cause) const {
   // One failure is one line, whatever the engine says.
   std::ranges::replace_if(
       line, [](char16_t unit) { return unit < u' '; }, u' ');
-  log_({kind_of(cause), std::move(line), Text(client), &cause});
+  log_({kind_of(cause), std::move(line), Text(client), cause});
 }
 
 }  // namespace tarnwick::automation

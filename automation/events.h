@@ -22,9 +22,9 @@ enum class Severity { kInformation, kWarning, kError };
 
 struct Event {
   EventKind kind;
-  Text text;                            // one line; no secret in it
-  Text client = {};                     // whose call it was; empty where it was nobody's
-  const FailureCause* cause = nullptr;  // of what the database refused, while the event is told
+  Text text;                // one line; no secret in it
+  Text client = {};         // whose call it was; empty where it was nobody's
+  FailureCause cause = {};  // of what the database refused
 };
 
 [[nodiscard]] Severity severity_of(EventKind kind);

@@ -25,6 +25,7 @@ using automation::EventKind;
 using automation::Severity;
 
 constexpr std::string_view kProgram = "tarnwick-server";
+constexpr std::string_view kRefusal = "refusal";
 
 struct Level {
   spdlog::level::level_enum of_text;
@@ -52,7 +53,7 @@ std::string_view name_of(EventKind kind) {
     case EventKind::kRefused:
     case EventKind::kConnectionLost:
     case EventKind::kOutcomeUnknown:
-      return "refusal";
+      return kRefusal;
     case EventKind::kEnded:
     case EventKind::kBroken:
       break;
@@ -69,8 +70,8 @@ std::vector<std::string> journal_entry(const Event& event, const std::string& te
   if (!event.client.empty()) {
     lines.push_back(fmt::format("TARNWICK_CLIENT={}", to_display_utf8(event.client)));
   }
-  if (event.cause != nullptr) {
-    const FailureCause& cause = *event.cause;
+  if (name_of(event.kind) == kRefusal) {
+    const FailureCause& cause = event.cause;
     lines.push_back(fmt::format("TARNWICK_KIND={}", static_cast<std::int32_t>(cause.kind)));
     lines.push_back(fmt::format("TARNWICK_NUMBER={}", cause.number));
     lines.push_back(fmt::format("TARNWICK_NATIVE={}", cause.native));

@@ -29,6 +29,8 @@ TEST_F(EventsTest, TellWhatAnEngineRefused) {
       failed({ado::FailureKind::kLockTimeout, kUnspecified, 1222, u"Lock request time out."});
   EXPECT_EQ(event.kind, EventKind::kRefused);
   EXPECT_EQ(event.text, u"A call of somebody failed: -2147467259 (1222): Lock request time out.");
+  EXPECT_EQ(event.client, u"somebody");
+  EXPECT_EQ(event.cause.native, 1222);
 }
 
 TEST_F(EventsTest, TellALostConnectionApartFromOneThatLeavesTheOutcomeOpen) {
