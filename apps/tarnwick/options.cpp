@@ -72,7 +72,7 @@ std::string ask_password(const Question& question) {
 }
 
 std::string password_in(const std::string& file) {
-  std::ifstream stream(std::filesystem::path(file), std::ios::binary);
+  std::ifstream stream(platform::to_native_path(from_stored_utf8(file)), std::ios::binary);
   std::string line;
   if (!stream.is_open() || (!std::getline(stream, line) && stream.bad())) {
     throw Failure(ExitCode::kUsage, fmt::format("The password file '{}' cannot be read.", file));

@@ -6,11 +6,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <future>
 #include <iostream>
 #include <mutex>
-#include <optional>
 #include <streambuf>
 #include <thread>
+#include <utility>
 
 #include "platform/windows/wide.h"
 #include "runtime/text.h"
@@ -24,28 +25,25 @@ class TypedLines final {
   /// The next line with its end; empty at the end of the input.
   std::string take() {
     begin();
-    reader_.join();
-    reader_ = {};
-    return std::move(line_);
+    return line_.get();
   }
 
   /// False when there is none until then.
   bool wait(std::chrono::steady_clock::time_point until) {
     begin();
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(until - std::chrono::steady_clock::now());
-    const auto time = static_cast<DWORD>(std::max<std::int64_t>(left.count(), 0));
-    return WaitForSingleObject(reinterpret_cast<HANDLE>(reader_.native_handle()), time) ==
-           WAIT_OBJECT_0;
+    return line_.wait_until(until) == std::future_status::ready;
   }
 
  private:
   // A read of the console knows no time: a thread of its own waits for its end.
   void begin() {
-    if (!reader_.joinable()) reader_ = std::thread([this] { read(); });
+    if (line_.valid()) return;
+    std::packaged_task<std::string()> reading(read);
+    line_ = reading.get_future();
+    std::thread(std::move(reading)).detach();
   }
 
-  void read() {
+  static std::string read() {
     std::wstring typed;
     std::array<wchar_t, 512> room{};
     do {
@@ -61,11 +59,10 @@ class TypedLines final {
     std::erase(typed, L'\r');
     // As a line of its own: Ctrl+Z.
     const bool at_end = !typed.empty() && typed.front() == L'\x1a';
-    line_ = at_end ? std::string() : to_display_utf8(from_wide(typed));
+    return at_end ? std::string() : to_display_utf8(from_wide(typed));
   }
 
-  std::thread reader_;
-  std::string line_;
+  std::future<std::string> line_;
 };
 
 TypedLines& typed_lines() {

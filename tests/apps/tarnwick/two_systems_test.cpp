@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdlib>
 
 #include "tests/apps/tarnwick/files/folder_test.h"
@@ -9,9 +8,7 @@
 namespace tarnwick::cli {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 /// Both over one database.
 class TwoSystems : public FolderTest {
@@ -36,25 +33,6 @@ class TwoSystems : public FolderTest {
 
   [[nodiscard]] std::string title() const {
     return value("Select Title From DW_Reports Where ReportName = 'Headcount'");
-  }
-
-  static std::string prefix() {
-    const char* folder = std::getenv("WINEPREFIX");
-    return folder == nullptr ? std::string() : folder;
-  }
-  /// What commands keep while they run.
-  static std::vector<std::string> temporary_folders() {
-    std::vector<std::string> found;
-    for (const auto& user : std::filesystem::directory_iterator(prefix() + "/drive_c/users")) {
-      for (const char* place : {"AppData/Local/Temp", "Temp"}) {
-        std::error_code none;
-        for (const auto& entry : std::filesystem::directory_iterator(user.path() / place, none)) {
-          const std::string name = entry.path().filename().string();
-          if (name.starts_with("tarnwick-")) found.push_back(name);
-        }
-      }
-    }
-    return found;
   }
 
   static constexpr const char* kQuestion = "Retry or cancel? [r/c]";
@@ -101,50 +79,12 @@ TEST_F(TwoSystems, ApplyWhatTheOtherOneWrote) {
   EXPECT_EQ(say_on_linux({"diff", catalog().string()}), say({"diff", catalog().string()}));
 }
 
-TEST_F(TwoSystems, ReadFoldersVariablesAndFilesWithAnyCharacterInTheirNames) {
-  const auto folder = folder_.path() / "Größe 日本";
-  const auto password = folder_.write("Schlüssel 鍵", "open sesame\n");
-  const Ending made = run_with({}, {"init", folder.string(), "--role", "Rolle_ß", "--password-file",
-                                    password.string(), "--sample"});
-  ASSERT_EQ(made.exit_code, 0) << made.err;
-  Start check = start({"check"});
-  check.environment["TARNWICK_CONNECT"] =
-      "Provider=Tarnwick.Embedded;Data Source=" + folder.string();
-  check.environment["TARNWICK_ROLE"] = "Rolle_ß";
-  check.environment["TARNWICK_PASSWORD_FILE"] = password.string();
-  EXPECT_EQ(test_support::run(check).out, test_support::run(on_linux(check)).out);
-}
-
 TEST_F(TwoSystems, ShowEveryCharacterOnAConsole) {
   say({"report", "set", "Headcount", "--title", kTitle});
   const Ending shown =
       test_support::run(on_console({"report", "show", "Headcount", "--field", "Title"}));
   EXPECT_EQ(shown.exit_code, 0) << shown.out;
   EXPECT_THAT(shown.out, HasSubstr("Größe £ 日本 –"));
-}
-
-TEST_F(TwoSystems, ShowNoPasswordOnTheConsole) {
-  Start check = on_console({"check"});
-  check.environment["TARNWICK_PASSWORD_FILE"] = "";
-  Program program(check);
-  program.wait_for("Password of the application role:");
-  program.type("open sesame\r");
-  program.wait_for("Connected; loaded 42 components");
-  const Ending ending = program.end();
-  EXPECT_EQ(ending.exit_code, 0) << ending.out;
-  EXPECT_THAT(ending.out, Not(HasSubstr("sesame")));
-}
-
-TEST_F(TwoSystems, LeaveNothingBehindWhenAKeyInterruptsThem) {
-  const std::size_t before = temporary_folders().size();
-  Program holder(on_console({"lock", "hold", "report", "Headcount"}));
-  holder.wait_for("locked.");
-  EXPECT_EQ(json({"lock", "list"}).size(), 1u);
-  holder.type("\x03");
-  EXPECT_NE(holder.end().exit_code, 0);
-  EXPECT_EQ(temporary_folders().size(), before);
-  EXPECT_EQ(json({"lock", "list"}), Json::array());
-  say({"report", "set", "Headcount", "--title", "Free"});
 }
 
 /// Those of this process alone: the one server of Windows has one connection, and nobody to ask.
@@ -180,27 +120,8 @@ class TwoConsoles : public TwoSystems {
   }
 };
 
-TEST_F(TwoConsoles, AskRetryOrCancelWhereTheCommandWasTyped) {
-  expect_question_and_retry(on_windows(hold()), on_windows(set()));
-}
-
-TEST_F(TwoConsoles, AskAboutARowThatTheOtherSystemHolds) {
-  expect_question_and_retry(on_linux(hold()), on_windows(set()));
-}
-
 TEST_F(TwoConsoles, AreAskedOnLinuxAboutARowThatWindowsHolds) {
   expect_question_and_retry(on_windows(hold()), on_linux(set()));
-}
-
-TEST_F(TwoConsoles, GiveUpWhereCancelIsTyped) {
-  Program holder(on_windows(hold()));
-  holder.wait_for("locked.");
-  Program other(on_windows(set()));
-  other.wait_for(kQuestion);
-  other.type("c\r");
-  const Ending ending = other.end();
-  EXPECT_EQ(ending.exit_code, 4);
-  EXPECT_THAT(ending.out, HasSubstr("is being maintained by another process."));
 }
 
 TEST_F(TwoConsoles, GiveUpWhereNobodyAnswers) {
@@ -209,25 +130,6 @@ TEST_F(TwoConsoles, GiveUpWhereNobodyAnswers) {
   Start patient = on_windows(set());
   patient.arguments.insert(patient.arguments.begin(), {"--question-timeout", "1"});
   EXPECT_EQ(Program(patient).end_with_open_input().exit_code, 4);
-}
-
-TEST_F(TwoConsoles, SeeColumnByColumnWhyAChangeWasRefused) {
-  const auto editor = folder_.write("editor",
-                                    "#!/bin/sh\nset -e\n"
-                                    "file=$(printf '%s' \"$1\" | tr '\\\\' /)\n"
-                                    "drive=$(printf '%s' \"${file%%:*}\" | tr A-Z a-z)\n"
-                                    "sed -i 's/\"Title\": \".*\"/\"Title\": \"Mine\"/' "
-                                    "\"$WINEPREFIX/dosdevices/$drive:${file#*:}\"\n"
-                                    "TARNWICK_IN_PROCESS=1 '" TARNWICK
-                                    "' report set Headcount --title Theirs >&2\n");
-  std::filesystem::permissions(editor, std::filesystem::perms::owner_all);
-  Start edited = on_windows(start({"report", "edit", "Headcount"}));
-  edited.environment["EDITOR"] = editor.string();
-  const Ending ending = test_support::run(edited);
-  EXPECT_EQ(ending.exit_code, 3) << ending.err;
-  EXPECT_THAT(ending.out + ending.err, HasSubstr("was changed by someone else"));
-  EXPECT_THAT(ending.out + ending.err, HasSubstr("Theirs"));
-  EXPECT_EQ(title(), "Theirs");
 }
 
 }  // namespace
