@@ -104,7 +104,7 @@ std::unique_ptr<CLI::App> make_command_tree(CommandLine& line) {
   return make_command_tree(line, {});
 }
 
-std::unique_ptr<CLI::App> make_command_tree(CommandLine& line, std::span<char* const> words) {
+std::unique_ptr<CLI::App> make_command_tree(CommandLine& line, std::span<const std::string> words) {
   auto tree = std::make_unique<CLI::App>(
       "Reads and maintains the components, PCs and reports of a data warehouse.", "tarnwick");
   CLI::App& app = *tree;
@@ -120,8 +120,8 @@ std::unique_ptr<CLI::App> make_command_tree(CommandLine& line, std::span<char* c
                      return commands.include(words.front());
                    });
   for (const TopCommands& commands : kTopCommands) {
-    if (all ||
-        std::ranges::any_of(words, [&](const char* word) { return commands.include(word); })) {
+    if (all || std::ranges::any_of(
+                   words, [&](const std::string& word) { return commands.include(word); })) {
       commands.add(app, line);
     }
   }

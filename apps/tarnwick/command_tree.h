@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <span>
+#include <string>
 
 #include "apps/tarnwick/commands/commands.h"
 
@@ -15,6 +16,6 @@ namespace tarnwick::cli {
 /// first word is a command, of the commands and groups beside it only those that another word
 /// names.
 [[nodiscard]] std::unique_ptr<CLI::App> make_command_tree(CommandLine& line,
-                                                          std::span<char* const> words);
+                                                          std::span<const std::string> words);
 
 }  // namespace tarnwick::cli

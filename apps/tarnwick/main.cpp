@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
-#include <span>
 #include <system_error>
 
 #include "apps/tarnwick/command_tree.h"
@@ -76,7 +75,6 @@ int run(const CommandLine& line) {
 
 int parse_and_run(std::vector<std::string> words) {
   CommandLine line;
-  const std::span words(argv + (argc > 0 ? 1 : 0), argv + argc);
   const auto commands = make_command_tree(line, words);
   CLI::App& app = *commands;
   if (const auto answered = answer_shell(app, words)) return *answered;

@@ -18,15 +18,9 @@ std::vector<std::string> names_in(const CLI::App& command) {
   return names;
 }
 
-std::unique_ptr<CLI::App> tree_for(CommandLine& line, std::vector<std::string> words) {
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  return make_command_tree(line, arguments);
-}
-
 std::vector<std::string> names_for(const std::vector<std::string>& words) {
   CommandLine line;
-  return names_in(*tree_for(line, words));
+  return names_in(*make_command_tree(line, words));
 }
 
 /// The help of a command and of all that are under it.
@@ -47,7 +41,7 @@ class CommandTree : public ::testing::Test {
 TEST_F(CommandTree, OfACommandHasAllOfThatCommand) {
   for (const std::string& name : names_in(*whole_)) {
     CommandLine line;
-    const auto tree = tree_for(line, {name, "--help"});
+    const auto tree = make_command_tree(line, {name, "--help"});
     EXPECT_EQ(helps_of(*tree->get_subcommand(name)), helps_of(*whole_->get_subcommand(name)))
         << name;
     EXPECT_LT(names_in(*tree).size(), 4u) << name;
