@@ -41,7 +41,7 @@ class CommandTree : public ::testing::Test {
 TEST_F(CommandTree, OfACommandHasAllOfThatCommand) {
   for (const std::string& name : names_in(*whole_)) {
     CommandLine line;
-    const auto tree = make_command_tree(line, {name, "--help"});
+    const auto tree = make_command_tree(line, std::vector<std::string>{name, "--help"});
     EXPECT_EQ(helps_of(*tree->get_subcommand(name)), helps_of(*whole_->get_subcommand(name)))
         << name;
     EXPECT_LT(names_in(*tree).size(), 4u) << name;
