@@ -86,7 +86,8 @@ TEST_F(Listings, AreEitherCsvOrJson) {
 }
 
 TEST_F(Listings, TellThePcsWithoutALoginForSomeTime) {
-  sql("Update DW_SEC_PC Set LastLogin = 2 + julianday('now', 'localtime') - 2415020.5");
+  sql("Update DW_SEC_PC Set LastLogin = 2 + julianday('now', 'localtime', '-1 minute') - "
+      "2415020.5");
   sql("Update DW_SEC_PC Set LastLogin = LastLogin - 31 Where ComputerID = 'VEL-FIN-005'");
   sql("Update DW_SEC_PC Set LastLogin = LastLogin - 29 Where ComputerID = 'VEL-SAL-012'");
   sql("Update DW_SEC_PC Set LastLogin = Null Where MACNbr = (Select Max(MACNbr) From DW_SEC_PC)");
