@@ -87,6 +87,51 @@ TEST_F(TwoSystems, ShowEveryCharacterOnAConsole) {
   EXPECT_THAT(shown.out, HasSubstr("Größe £ 日本 –"));
 }
 
+/// Windows by way of the COM server that is registered.
+class OverCom : public TwoSystems {
+ protected:
+  [[nodiscard]] Ending run_over_com(std::vector<std::string> arguments) const {
+    Start start = this->start(std::move(arguments));
+    start.environment["TARNWICK_IN_PROCESS"] = "";
+    // The server stands in another folder, and on another drive of Wine's.
+    start.environment["TARNWICK_CONNECT"] =
+        "Provider=Tarnwick.Embedded;Data Source=Z:" + database_folder_;
+    return test_support::run(start);
+  }
+  std::string say_over_com(std::vector<std::string> arguments) const {
+    const Ending ending = run_over_com(std::move(arguments));
+    EXPECT_EQ(ending.exit_code, 0) << ending.err;
+    EXPECT_EQ(ending.err, "");
+    return ending.out;
+  }
+};
+
+TEST_F(OverCom, CommandsSayWhatTheySayOnLinux) {
+  for (const std::vector<std::string>& command : {std::vector<std::string>{"component", "tree"},
+                                                  {"pc", "list", "--component", "10"},
+                                                  {"report", "list", "--csv"},
+                                                  {"report", "show", "Headcount", "--json"},
+                                                  {"lock", "list"},
+                                                  {"role", "list"},
+                                                  {"check"}}) {
+    EXPECT_EQ(say_over_com(command), say_on_linux(command)) << command.front();
+  }
+}
+
+TEST_F(OverCom, RecordsAreAddedChangedAndDeleted) {
+  EXPECT_EQ(say_over_com({"component", "add", "901", "--name", "Extra", "--maintenance-type",
+                          "ComponentWithPCs"}),
+            "Component 901 written.\n");
+  EXPECT_EQ(run_over_com({"component", "add", "901", "--name", "Another"}).exit_code, 3);
+  EXPECT_EQ(say_over_com({"component", "set", "901", "--name", "Größe"}),
+            "Component 901 written.\n");
+  EXPECT_EQ(value("Select CompName From DW_SEC_COMP Where CompID = 901"), "Größe");
+  EXPECT_EQ(say_over_com({"component", "delete", "901"}), "Component 901 deleted.\n");
+  const Ending gone = run_over_com({"component", "show", "901"});
+  EXPECT_EQ(gone.exit_code, 5);
+  EXPECT_EQ(gone.err, "tarnwick: Component 901 does not exist.\n");
+}
+
 /// Those of this process alone: the one server of Windows has one connection, and nobody to ask.
 class TwoConsoles : public TwoSystems {
  protected:
