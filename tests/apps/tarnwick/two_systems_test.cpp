@@ -122,9 +122,10 @@ TEST_F(OverCom, RecordsAreAddedChangedAndDeleted) {
   EXPECT_EQ(say_over_com({"component", "add", "901", "--name", "Extra", "--maintenance-type",
                           "ComponentWithPCs"}),
             "Component 901 written.\n");
-  EXPECT_EQ(run_over_com({"component", "add", "901", "--name", "Another"}).exit_code, 3);
+  EXPECT_EQ(run_over_com({"component", "add", "901", "--name", "Another"}).err,
+            "tarnwick: Component 901 exists already.\n");
   EXPECT_EQ(say_over_com({"component", "set", "901", "--name", "Größe"}),
-            "Component 901 written.\n");
+            "Component 901 written.\n  Name: 'Extra' -> 'Größe'\n");
   EXPECT_EQ(value("Select CompName From DW_SEC_COMP Where CompID = 901"), "Größe");
   EXPECT_EQ(say_over_com({"component", "delete", "901"}), "Component 901 deleted.\n");
   const Ending gone = run_over_com({"component", "show", "901"});
