@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include "apps/tarnwick/completion/completion.h"
 #include "apps/tarnwick/session/service_session.h"
@@ -19,7 +20,9 @@ CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string
 
 CLI::App* add_command(CLI::App& parent, CommandLine& line, const std::string& name,
                       const std::string& help, const std::string& example, Run run) {
-  return add_group(parent, name, help, example)->callback([&line, run] { line.chosen = run; });
+  return add_group(parent, name, help, example)->callback([&line, run = std::move(run)] {
+    line.chosen = run;
+  });
 }
 
 namespace {
