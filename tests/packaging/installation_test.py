@@ -83,6 +83,19 @@ def settings(file):
     return parser
 
 
+def report_that_seems_locked(client, folder):
+    """A report of a database in `folder`: to lock it makes a statement that cannot be opened, which is
+    taken for a lock, and asked about."""
+    database = Database(folder)
+    database.add_components([(7, "Seven")])
+    server = client.create("Server")
+    if not server.call("SetConnection", "sss", database.connect_string, ROLE, PASSWORD):
+        raise AssertionError("the database cannot be connected")
+    report = client.create("Report")
+    report.set("Name", "s", "it's")
+    return report
+
+
 class Folders(unittest.TestCase):
     """One installation for all tests of a class."""
 
@@ -394,14 +407,7 @@ class SystemBus(Folders):
 
         client.connection.register_object("/prompt", node.interfaces[0], on_call, None, None)
         client.automation.call("SetLockPrompt", "o", "/prompt")
-        database = Database(self.folder / "database")
-        database.add_components([(7, "Seven")])
-        server = client.create("Server")
-        self.assertIs(server.call("SetConnection", "sss", database.connect_string, ROLE, PASSWORD),
-                      True)
-        # A statement that cannot be opened is taken for a lock, and asked about.
-        report = client.create("Report")
-        report.set("Name", "s", "it's")
+        report = report_that_seems_locked(client, self.folder / "database")
         self.assertIs(client.start_call(report.path, f"{NAME}.Report", "LockRecord")(), False)
         self.assertEqual(len(questions), 1)
 
@@ -470,14 +476,7 @@ class ServiceManager(Folders):
         self.assertEqual(next_but_pings(), b"READY=1\nSTATUS=Serving")
         self.assertEqual(listening.recv(1000), b"WATCHDOG=1")
         client = self.client(bus.address)
-        database = Database(self.folder / "database")
-        database.add_components([(7, "Seven")])
-        server = client.create("Server")
-        self.assertIs(server.call("SetConnection", "sss", database.connect_string, ROLE, PASSWORD),
-                      True)
-        # A statement that cannot be opened is taken for a lock, and asked about.
-        report = client.create("Report")
-        report.set("Name", "s", "it's")
+        report = report_that_seems_locked(client, self.folder / "database")
         self.assertIs(report.call("LockRecord"), False)
         self.assertEqual(next_but_pings(), b"STATUS=Waiting for somebody's answer to a question")
         self.assertEqual(next_but_pings(), f"WATCHDOG_USEC={period + 30_000_000}".encode())
