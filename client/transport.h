@@ -28,7 +28,6 @@ class CallError : public std::runtime_error {
     kRefused,      ///< the member failed, or the call as such is wrong
     kNotCarried,   ///< the transport cannot carry one of the values
     kNotAnswered,  ///< whoever carries out calls ended meanwhile: nobody knows whether it was done
-    kNotOffered,   ///< this transport has no such thing
   };
 
   /// `number`: of the run-time error, 0 where it is none.

@@ -66,8 +66,16 @@ Text FileSystemObject::build_path(TextView folder, TextView name) const {
 
 std::filesystem::path to_native_path(TextView path) {
   if (path.find(u'\0') != TextView::npos) throw Error(ErrorNumber::kInvalidProcedureCall);
-  const std::string utf8 = to_utf8(path);
+  return path_from_utf8(to_utf8(path));
+}
+
+std::filesystem::path path_from_utf8(std::string_view utf8) {
   return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+std::string path_to_utf8(const std::filesystem::path& path) {
+  const std::u8string utf8 = path.u8string();
+  return std::string(utf8.begin(), utf8.end());
 }
 
 }  // namespace tarnwick::platform

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 #include "runtime/text.h"
 
@@ -27,5 +29,11 @@ class FileSystemObject {
 /// `path` as the standard library's paths want it. Throws Error 5 for a path with an embedded NUL
 /// or an unpaired surrogate.
 [[nodiscard]] std::filesystem::path to_native_path(TextView path);
+
+/// The path that `utf8` names, whatever the code page of the system is. On Linux, where a name is
+/// any bytes, these very bytes.
+[[nodiscard]] std::filesystem::path path_from_utf8(std::string_view utf8);
+/// The way back.
+[[nodiscard]] std::string path_to_utf8(const std::filesystem::path& path);
 
 }  // namespace tarnwick::platform

@@ -4,12 +4,14 @@
 #include <cerrno>
 #include <system_error>
 
+#include "platform/file_system.h"
+
 namespace tarnwick::apps {
 
 TraceFile::TraceFile(const std::filesystem::path& file) : stream_(file, std::ios::app) {
   if (!stream_) {
     throw std::system_error(errno, std::generic_category(),
-                            "cannot write the trace to '" + file.string() + "'");
+                            "cannot write the trace to '" + platform::path_to_utf8(file) + "'");
   }
 }
 

@@ -72,7 +72,7 @@ std::string ask_password(const Question& question) {
 }
 
 std::string password_in(const std::string& file) {
-  std::ifstream stream(platform::to_native_path(from_stored_utf8(file)), std::ios::binary);
+  std::ifstream stream(platform::path_from_utf8(file), std::ios::binary);
   std::string line;
   if (!stream.is_open() || (!std::getline(stream, line) && stream.bad())) {
     throw Failure(ExitCode::kUsage, fmt::format("The password file '{}' cannot be read.", file));
@@ -102,8 +102,8 @@ Text with_absolute_folder(TextView connect_string) {
     }
     const std::filesystem::path path = platform::to_native_path(*folder);
     if (path.is_absolute()) return Text(connect_string);
-    string.set(u"Data Source",
-               from_utf8((std::filesystem::current_path() / path).lexically_normal().string()));
+    string.set(u"Data Source", from_utf8(platform::path_to_utf8(
+                                   (std::filesystem::current_path() / path).lexically_normal())));
     return to_connect_string(string);
   } catch (const Error& error) {
     throw Failure(ExitCode::kUsage,
@@ -221,7 +221,11 @@ void require_no_quote(TextView text, const std::string& what) {
 
 Text file_argument(const std::string& argument) {
   if (argument.empty()) throw Failure(ExitCode::kUsage, "A file name is empty.");
-  return text_argument(std::filesystem::absolute(argument).lexically_normal().string());
+  return file_argument(platform::path_from_utf8(argument));
+}
+
+Text file_argument(const std::filesystem::path& file) {
+  return text_argument(platform::path_to_utf8(std::filesystem::absolute(file).lexically_normal()));
 }
 
 std::string content_of(const std::filesystem::path& file, ExitCode code) {
@@ -230,7 +234,7 @@ std::string content_of(const std::filesystem::path& file, ExitCode code) {
   // To take over nothing would count as a failure.
   if (stream.peek() != std::ifstream::traits_type::eof()) content << stream.rdbuf();
   if (!stream.is_open() || stream.bad() || content.bad()) {
-    throw Failure(code, fmt::format("The file '{}' cannot be read.", file.string()));
+    throw Failure(code, fmt::format("The file '{}' cannot be read.", platform::path_to_utf8(file)));
   }
   return std::move(content).str();
 }

@@ -60,6 +60,8 @@ void require_no_quote(TextView text, const std::string& what);
 
 /// A file that an argument names, as an absolute path. An empty argument is a Failure (kUsage).
 [[nodiscard]] Text file_argument(const std::string& argument);
+/// `file` as the object model takes it.
+[[nodiscard]] Text file_argument(const std::filesystem::path& file);
 
 /// Throws Failure (`code`) when the file cannot be read.
 [[nodiscard]] std::string content_of(const std::filesystem::path& file, ExitCode code);

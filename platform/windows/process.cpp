@@ -7,9 +7,11 @@
 #include <lmcons.h>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <cwchar>
 #include <memory>
 #include <random>
 #include <system_error>
@@ -25,24 +27,34 @@ std::string utf8_of(std::wstring_view wide) { return to_display_utf8(from_wide(w
   throw std::system_error(static_cast<int>(error), std::system_category(), what);
 }
 
+// The variables that other code pages would spell otherwise.
+std::vector<std::wstring> variables_beyond_ascii() {
+  std::vector<std::wstring> variables;
+  wchar_t* const block = GetEnvironmentStringsW();
+  if (block == nullptr) return variables;
+  for (const wchar_t* at = block; *at != L'\0'; at += std::wcslen(at) + 1) {
+    const std::wstring_view variable = at;
+    // Those that begin so are the system's own.
+    if (variable.front() == L'=' || variable.find(L'=') == std::wstring_view::npos) continue;
+    if (std::ranges::any_of(variable, [](wchar_t c) { return c > 0x7F; })) {
+      variables.emplace_back(variable);
+    }
+  }
+  FreeEnvironmentStringsW(block);
+  return variables;
+}
+
 // The run-time library keeps the environment in the code page of the system: here it is told all of
 // it in UTF-8, while the programs that are started from here inherit what there was.
 void use_utf8_environment() {
-  wchar_t* const block = GetEnvironmentStringsW();
-  if (block == nullptr) return;
-  for (const wchar_t* at = block; *at != L'\0';) {
-    const std::wstring_view variable = at;
-    at += variable.size() + 1;
-    const std::string text = utf8_of(variable);
+  const std::vector<std::wstring> variables = variables_beyond_ascii();
+  for (const std::wstring& variable : variables) _putenv(utf8_of(variable).c_str());
+  // Only now: that of Wine takes the process's own ones anew each time.
+  for (const std::wstring& variable : variables) {
     const std::size_t equals = variable.find(L'=');
-    // Those that begin so are the system's own. Plain ones are the same in every code page.
-    if (equals == 0 || equals == std::wstring_view::npos || text.size() == variable.size())
-      continue;
-    _putenv(text.c_str());
-    SetEnvironmentVariableW(std::wstring(variable.substr(0, equals)).c_str(),
-                            std::wstring(variable.substr(equals + 1)).c_str());
+    SetEnvironmentVariableW(variable.substr(0, equals).c_str(),
+                            variable.substr(equals + 1).c_str());
   }
-  FreeEnvironmentStringsW(block);
 }
 
 // Never destroyed: the thread on which the console tells of an end may come at any time.
@@ -51,10 +63,11 @@ std::function<void()>& clean_up_at_end() {
   return *step;
 }
 
-// Whoever handles it no further lets the system end the process, by the exit code that says why.
+// Ends the process as the system's own handler does: prompts and scripts know that exit code.
 BOOL WINAPI on_end(DWORD) {
   clean_up_at_end()();
-  return FALSE;
+  TerminateProcess(GetCurrentProcess(), STATUS_CONTROL_C_EXIT);
+  return TRUE;
 }
 
 }  // namespace

@@ -106,6 +106,8 @@ bool run_editor(const std::string& command, const std::filesystem::path& file) {
   DWORD code = EXIT_FAILURE;
   GetExitCodeProcess(process, &code);
   CloseHandle(process);
+  // The key that has interrupted it interrupts this process, too, though perhaps not yet.
+  if (code == STATUS_CONTROL_C_EXIT) Sleep(kPatience);
   return code == EXIT_SUCCESS;
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "automation/dbus/error.h"
 #include "client/proxy.h"
 #include "tests/client/private_service.h"
@@ -44,14 +46,14 @@ class DbusTransports : public ::testing::Test {
 };
 
 template <class Step>
-CallError::Reason reason_of(Step&& step) {
+std::optional<CallError::Reason> reason_of(Step&& step) {
   try {
     step();
   } catch (const CallError& error) {
     return error.reason();
   }
   ADD_FAILURE() << "The call came to a result.";
-  return CallError::Reason::kNotOffered;
+  return std::nullopt;
 }
 
 TEST_F(DbusTransports, RefuseATextThatTheBusCannotCarry) {

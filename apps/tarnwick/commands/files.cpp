@@ -20,6 +20,7 @@
 #include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
+#include "platform/file_system.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -34,7 +35,7 @@ struct Arguments {
 };
 
 std::filesystem::path folder_in(const Arguments& arguments) {
-  return to_utf8(file_argument(arguments.folder));
+  return platform::to_native_path(file_argument(arguments.folder));
 }
 
 void export_records(const Options& options, const Arguments& arguments) {
@@ -46,7 +47,7 @@ void export_records(const Options& options, const Arguments& arguments) {
         {{"Components", counts[0]}, {"RegisteredPCs", counts[1]}, {"Reports", counts[2]}});
   }
   print("Exported {} components, {} PCs and {} reports to {}.\n", counts[0], counts[1], counts[2],
-        folder.string());
+        platform::path_to_utf8(folder));
 }
 
 /// What was done, or would be, as it is told.

@@ -16,6 +16,7 @@
 #include "apps/tarnwick/output/shell_word.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/create_database.h"
+#include "platform/file_system.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
@@ -36,14 +37,14 @@ void init(const Options& options, const Arguments& arguments) {
   const Text folder = file_argument(arguments.folder);
   std::optional<RecordFolder> records;
   if (!arguments.from.empty()) {
-    records = read_folder(arguments.from);
+    records = read_folder(platform::path_from_utf8(arguments.from));
   } else if (arguments.sample) {
     records = read_folder(samples_folder());
   }
   const Text password = read_password(options.password_file, true);
   require_no_quote(password, "The password");
 
-  const std::filesystem::path native_folder(to_utf8(folder));
+  const std::filesystem::path native_folder = platform::to_native_path(folder);
   const Text connect_string = embedded_connect_string(folder);
   const auto file = native_folder / (to_utf8(kDatabase) + ".db");
   std::function<void(TextView)> fill;
@@ -62,7 +63,7 @@ void init(const Options& options, const Arguments& arguments) {
       throw Failure(ExitCode::kFailed, "The database was not made.", error.description());
     }
   });
-  print("Made the embedded database {}", file.string());
+  print("Made the embedded database {}", platform::path_to_utf8(file));
   if (records) {
     const auto& [components, pcs, reports] = *records;
     print(" with {} components, {} PCs and {} reports", components.size(), pcs.size(),
@@ -72,7 +73,8 @@ void init(const Options& options, const Arguments& arguments) {
         shell_word(to_utf8(connect_string)), shell_word(options.role));
   if (!options.password_file.empty()) {
     print("  export TARNWICK_PASSWORD_FILE={}\n",
-          shell_word(std::filesystem::absolute(options.password_file).string()));
+          shell_word(platform::path_to_utf8(
+              std::filesystem::absolute(platform::path_from_utf8(options.password_file)))));
   }
 }
 

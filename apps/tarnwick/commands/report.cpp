@@ -16,21 +16,18 @@
 #include "apps/tarnwick/output/table.h"
 #include "apps/tarnwick/output/telling.h"
 #include "apps/tarnwick/session/connect.h"
+#include "platform/file_system.h"
 
 namespace tarnwick::cli {
 namespace {
 
 constexpr const char* kFileSize = "FileSize";
 
-// How many bytes the report file of each report has, where the object model can be asked.
+// How many bytes the report file of each report has.
 MoreColumn file_sizes(const Session& session) {
   const auto sizes = std::make_shared<std::map<Text, std::int64_t>>();
-  try {
-    for (const StoredReportFile& file : session.transport().stored_report_files()) {
-      sizes->insert_or_assign(file.report, file.length);
-    }
-  } catch (const client::CallError& error) {
-    if (error.reason() != client::CallError::Reason::kNotOffered) throw;
+  for (const StoredReportFile& file : session.transport().stored_report_files()) {
+    sizes->insert_or_assign(file.report, file.length);
   }
   return {kFileSize, [sizes](const Row& report) -> std::optional<std::int64_t> {
             const auto found = sizes->find(report.get<Report, "Name">());
@@ -181,8 +178,9 @@ void extract_ttx(const Session& session, const Options&, const Row& key, const T
   const Record record = read_record(session, key);
   if (!record.as<Report>().call<"ExtractTTX">(file)) throw file_failure(session, key);
   // Whatever extension was given is replaced.
-  const auto target = std::filesystem::path(to_display_utf8(file)).replace_extension(".ttx");
-  print("Field definitions of '{}' extracted to {}.\n", name_of(key), target.string());
+  const auto target = platform::to_native_path(file).replace_extension(".ttx");
+  print("Field definitions of '{}' extracted to {}.\n", name_of(key),
+        platform::path_to_utf8(target));
 }
 
 void add_list(CLI::App& reports, CommandLine& line) {
@@ -191,7 +189,7 @@ void add_list(CLI::App& reports, CommandLine& line) {
   CLI::App* command = add_command(
       reports, line, "list",
       "All reports, or some of them, by name. FileSize is how many bytes the report file has that "
-      "is stored; empty where there is none, and over COM, which does not tell.",
+      "is stored; empty where there is none.",
       "tarnwick report list --group Sales --sort FileSize --reverse",
       [listing](const Options& options) { list_reports(options, *listing); });
   listing->add_filter(*command, "ReportGroupID", "only those of this group");

@@ -6,6 +6,7 @@
 #include "apps/tarnwick/output/print.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/upgrade_database.h"
+#include "platform/file_system.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
@@ -22,7 +23,7 @@ void upgrade(const Options& options) {
       throw Failure(ExitCode::kFailed, "The database was not upgraded.", error.description());
     }
   });
-  const std::string file = result.file.string();
+  const std::string file = platform::path_to_utf8(result.file);
   if (result.from != result.to) {
     print("Upgraded the embedded database {} from version {} to {}:\n", file, result.from,
           result.to);

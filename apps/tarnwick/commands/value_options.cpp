@@ -12,6 +12,7 @@
 #include "apps/tarnwick/maintenance/switches.h"
 #include "apps/tarnwick/options.h"
 #include "apps/tarnwick/output/values.h"
+#include "platform/file_system.h"
 
 namespace tarnwick::cli {
 namespace {
@@ -69,7 +70,8 @@ Row ValueOptions::given() const {
   }
   for (const GivenByFile& given : given_by_file_) {
     if (!given.file.empty())
-      row.set(*given.attribute, text_argument(content_of(given.file, ExitCode::kUsage)));
+      row.set(*given.attribute,
+              text_argument(content_of(platform::path_from_utf8(given.file), ExitCode::kUsage)));
   }
   return row;
 }

@@ -9,6 +9,7 @@
 #include "apps/tarnwick/database/role_connection.h"
 #include "apps/tarnwick/options.h"
 #include "apps/tarnwick/session/connect.h"
+#include "platform/file_system.h"
 #include "runtime/conversions.h"
 
 namespace tarnwick::cli {
@@ -91,7 +92,7 @@ std::vector<Candidate> read(const std::shared_ptr<ado::Connection>& connection,
 bool is_complete(const Options& options) {
   std::error_code error;
   return !options.connect.empty() && !options.role.empty() &&
-         std::filesystem::is_regular_file(options.password_file, error);
+         std::filesystem::is_regular_file(platform::path_from_utf8(options.password_file), error);
 }
 
 }  // namespace

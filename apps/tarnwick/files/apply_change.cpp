@@ -32,8 +32,7 @@ Text file_of(const Change& change, FileField::Kind kind) {
   for (const Difference& difference : change.differences) {
     if (!difference.written || difference.field->kind != kind) continue;
     const FileRecord& record = *change.record;
-    return file_argument(
-        (kind == FileField::Kind::kTtx ? record.ttx : record.report_file).string());
+    return file_argument(kind == FileField::Kind::kTtx ? record.ttx : record.report_file);
   }
   return {};
 }
@@ -81,16 +80,8 @@ void add_record(const Session& session, const Change& change) {
   const Record record = make_record(session, wanted);
   import_ttx(session, change, record);
   const Text file = file_of(change, FileField::Kind::kReportFile);
-  const auto insert = [&] {
-    try {
-      return record.insert(file);
-    } catch (const client::CallError& error) {
-      if (error.reason() != client::CallError::Reason::kNotOffered) throw;
-      if (is_there(session, change.row)) refuse_as_changed(change);
-      return record.update(file);
-    }
-  };
-  write(session, record, before, wanted, insert, tell_nothing);
+  write(
+      session, record, before, wanted, [&] { return record.insert(file); }, tell_nothing);
 }
 
 void write_changes(const Session& session, const Change& change) {

@@ -22,6 +22,7 @@
 #include "apps/tarnwick/output/progress.h"
 #include "apps/tarnwick/service/scratch_folder.h"
 #include "apps/tarnwick/terminal/process_setup.h"
+#include "platform/file_system.h"
 #include "platform/process.h"
 #include "runtime/error.h"
 
@@ -81,7 +82,8 @@ class Staging final {
     errno = 0;
     std::ofstream stream(reserve(name), std::ios::binary);
     stream << content << std::flush;
-    if (!stream) throw std::system_error(errno, std::generic_category(), name.string());
+    if (!stream)
+      throw std::system_error(errno, std::generic_category(), platform::path_to_utf8(name));
   }
 
   /// Where the file is to be written by somebody else. `name` is that of its place in the folder.
@@ -115,7 +117,7 @@ class Staging final {
     if (fs::exists(there) && !fs::is_regular_file(there)) {
       throw Failure(ExitCode::kFailed,
                     fmt::format("Nothing was exported: '{}' is there, and is no file.",
-                                (folder_ / name).string()));
+                                platform::path_to_utf8(folder_ / name)));
     }
   }
 
@@ -130,7 +132,7 @@ class Staging final {
     if (std::ofstream(folder_ / kUnfinished)) return;
     const int error = errno;
     remove_if_empty(folder_ / kReportsFolder);
-    throw std::system_error(error, std::generic_category(), folder_.string());
+    throw std::system_error(error, std::generic_category(), platform::path_to_utf8(folder_));
   }
 
   static void remove_if_empty(const fs::path& folder) {
@@ -225,7 +227,7 @@ std::set<fs::path> report_files_in(const fs::path& folder) {
           });
       const auto* name = field.value.get_ptr<const std::string*>();
       if (names_file && name != nullptr && is_plain_file_name(*name)) {
-        files.insert(fs::path(kReportsFolder) / *name);
+        files.insert(kReportsFolder / platform::path_from_utf8(*name));
       }
     }
   }
@@ -237,7 +239,7 @@ bool holds_table(const fs::path& folder) {
   if (!fs::exists(folder / "pcs.json")) return true;
   throw Failure(ExitCode::kFailed,
                 fmt::format("The folder '{}' holds both pcs.json and {}: which of them counts?",
-                            folder.string(), kTable));
+                            platform::path_to_utf8(folder), kTable));
 }
 
 /// A folder that is made now, and goes again unless it is kept.
@@ -288,8 +290,9 @@ std::array<std::size_t, kDocumentCount> export_folder(const Session& session,
     staging.put_in_place(report_files_in(folder));
     made.keep();
   } catch (const std::system_error& error) {
-    throw Failure(ExitCode::kFailed, fmt::format("The folder '{}' cannot be written: {}",
-                                                 folder.string(), error.code().message()));
+    throw Failure(ExitCode::kFailed,
+                  fmt::format("The folder '{}' cannot be written: {}",
+                              platform::path_to_utf8(folder), error.code().message()));
   }
   return {rows[0].size(), rows[1].size(), rows[2].size()};
 }

@@ -9,6 +9,7 @@
 
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/options.h"
+#include "platform/file_system.h"
 #include "runtime/error.h"
 
 namespace tarnwick::cli {
@@ -82,8 +83,8 @@ class RecordHandler final : public nlohmann::json_sax<Json> {
   }
   bool parse_error(std::size_t, const std::string&,
                    const nlohmann::detail::exception& error) override {
-    throw Failure(ExitCode::kFailed,
-                  fmt::format("The file '{}' is not JSON: {}", file_.string(), error.what()));
+    throw Failure(ExitCode::kFailed, fmt::format("The file '{}' is not JSON: {}",
+                                                 platform::path_to_utf8(file_), error.what()));
   }
 
  private:
@@ -122,21 +123,22 @@ void require_utf8(const std::filesystem::path& file, std::string_view content) {
 }  // namespace
 
 void refuse_line(const std::filesystem::path& file, std::size_t line, const std::string& what) {
-  throw Failure(ExitCode::kFailed,
-                fmt::format("The file '{}', line {}: {}.", file.string(), line, what));
+  throw Failure(ExitCode::kFailed, fmt::format("The file '{}', line {}: {}.",
+                                               platform::path_to_utf8(file), line, what));
 }
 
 std::string read_bytes(const std::filesystem::path& file) {
   std::error_code unknown;
   if (std::filesystem::is_regular_file(file, unknown)) return content_of(file, ExitCode::kFailed);
-  throw Failure(ExitCode::kFailed, fmt::format("The file '{}' cannot be read.", file.string()));
+  throw Failure(ExitCode::kFailed,
+                fmt::format("The file '{}' cannot be read.", platform::path_to_utf8(file)));
 }
 
 std::string read_utf8_file(const std::filesystem::path& file) {
   std::string content = read_bytes(file);
   if (content.starts_with("\xFF\xFE") || content.starts_with("\xFE\xFF")) {
-    throw Failure(ExitCode::kFailed,
-                  fmt::format("The file '{}' is UTF-16, but must be UTF-8.", file.string()));
+    throw Failure(ExitCode::kFailed, fmt::format("The file '{}' is UTF-16, but must be UTF-8.",
+                                                 platform::path_to_utf8(file)));
   }
   if (content.starts_with("\xEF\xBB\xBF")) content.erase(0, 3);
   require_utf8(file, content);

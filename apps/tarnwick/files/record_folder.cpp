@@ -10,6 +10,7 @@
 #include "apps/tarnwick/files/json_records.h"
 #include "apps/tarnwick/maintenance/naming.h"
 #include "apps/tarnwick/output/csv.h"
+#include "platform/file_system.h"
 #include "runtime/case_mapping.h"
 
 namespace tarnwick::cli {
@@ -80,11 +81,12 @@ class RecordReader final {
                   fmt::format("{} is {}, but must name a file in '{}'", raw.name,
                               raw.value.dump(-1, ' ', true), kReportsFolder));
     }
-    fs::path file = file_.parent_path() / kReportsFolder / *name;
+    fs::path file = file_.parent_path() / kReportsFolder / platform::path_from_utf8(*name);
     std::error_code unknown;
     if (!fs::is_regular_file(file, unknown)) {
       refuse_line(file_, raw.line,
-                  fmt::format("{} names '{}', and there is no such file", raw.name, file.string()));
+                  fmt::format("{} names '{}', and there is no such file", raw.name,
+                              platform::path_to_utf8(file)));
     }
     return file;
   }
@@ -154,7 +156,8 @@ std::vector<RawRecord> read_table(const fs::path& file, Fields fields) {
 }
 
 [[noreturn]] void refuse_folder(const fs::path& folder, const std::string& why) {
-  throw Failure(ExitCode::kFailed, fmt::format("The folder '{}' {}", folder.string(), why));
+  throw Failure(ExitCode::kFailed,
+                fmt::format("The folder '{}' {}", platform::path_to_utf8(folder), why));
 }
 
 std::vector<FileRecord> read_document(const fs::path& folder, const Document& document) {
@@ -162,7 +165,7 @@ std::vector<FileRecord> read_document(const fs::path& folder, const Document& do
   const bool may_be_table = document.record_class == automation::ClassId::kRegisteredPC;
   const bool is_table = may_be_table && fs::exists(folder / kTable);
   const bool is_json = fs::exists(json);
-  const std::string name = json.filename().string();
+  const std::string name = platform::path_to_utf8(json.filename());
   if (is_json && is_table) {
     refuse_folder(folder, fmt::format("holds both {} and {}: which of them counts?", name, kTable));
   }

@@ -24,7 +24,7 @@ bool extract_report_file(const Session& session, const Row& report,
   const auto object = Proxy<Report>::create(session.transport());
   object.set<"Name">(as_in_statement(report.get<Report, "Name">()));
   session.clear_last_cause();
-  if (object.call<"ExtractReport">(file_argument(file.string()))) return true;
+  if (object.call<"ExtractReport">(file_argument(file))) return true;
   const FailureCause cause = session.last_cause();
   if (cause.text == Report::kNoReportFile) return false;
   throw failure_of(cause, fmt::format("The report file of {} cannot be had", describe(report)),

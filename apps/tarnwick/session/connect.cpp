@@ -9,6 +9,7 @@
 #include "apps/tarnwick/service/scratch_folder.h"
 #include "apps/tarnwick/session/message_box.h"
 #include "apps/tarnwick/session/service_session.h"
+#include "platform/file_system.h"
 #include "platform/system_host.h"
 #include "platform/terminal.h"
 
@@ -21,7 +22,8 @@ struct OwnModel {
       : message_box(make_message_box(options, platform::line_comes_until)),
         host(platform::make_host(*message_box, scratch.path())),
         trace(options.trace_file.empty() ? nullptr
-                                         : std::make_unique<apps::TraceFile>(options.trace_file)),
+                                         : std::make_unique<apps::TraceFile>(
+                                               platform::path_from_utf8(options.trace_file))),
         state(*host, engines.list(), trace.get()) {}
 
   SharedBox message_box;

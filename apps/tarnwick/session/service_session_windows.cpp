@@ -36,7 +36,7 @@ class Apartment final {
   Apartment& operator=(const Apartment&) = delete;
 };
 
-// Whether the server tells so: one that does not is asked for the row itself.
+// A look that failed tells nothing: the lock itself will tell why.
 bool is_held(Transport& transport, const Object& record) {
   try {
     return transport.look(record).held;

@@ -8,6 +8,8 @@
 namespace tarnwick::cli {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 /// Both over one database.
@@ -77,6 +79,101 @@ TEST_F(TwoSystems, ApplyWhatTheOtherOneWrote) {
   say({"apply", catalog().string()});
   EXPECT_EQ(title(), kTitle);
   EXPECT_EQ(say_on_linux({"diff", catalog().string()}), say({"diff", catalog().string()}));
+}
+
+/// A name that no code page of Windows holds.
+constexpr const char* kName = "Größe Ωμέγα 日本 😀";
+
+TEST_F(TwoSystems, TakeAnyNameOfADatabaseARoleAndAPasswordFile) {
+  const auto folder = folder_.path() / kName;
+  const auto password = folder_.write(std::string("password ") + kName, "open sesame\n");
+  const Ending made = run_with({}, {"init", folder.string(), "--role", kName, "--password-file",
+                                    password.string(), "--sample"});
+  ASSERT_EQ(made.exit_code, 0) << made.err;
+  EXPECT_THAT(made.out, HasSubstr(std::string(kName) + "\\Velmar_Sec.db with 42 components"));
+
+  Start check = start({"check"});
+  check.environment["TARNWICK_CONNECT"] =
+      "Provider=Tarnwick.Embedded;Data Source=" + folder.string();
+  check.environment["TARNWICK_ROLE"] = kName;
+  check.environment["TARNWICK_PASSWORD_FILE"] = password.string();
+  const Ending checked = test_support::run(check);
+  EXPECT_EQ(checked.exit_code, 0) << checked.err;
+  EXPECT_EQ(checked.out, test_support::run(on_linux(check)).out);
+  check.folder = folder_.path();
+  check.environment["TARNWICK_CONNECT"] =
+      std::string("Provider=Tarnwick.Embedded;Data Source=") + kName;
+  EXPECT_EQ(test_support::run(check).out, checked.out);
+}
+
+TEST_F(TwoSystems, ExchangeFoldersOfAnyName) {
+  const auto folder = folder_.path() / kName;
+  const Ending exported = run({"export", folder.string()});
+  EXPECT_THAT(exported.out,
+              AllOf(HasSubstr("12 reports to "), EndsWith(std::string(kName) + ".\n")));
+  EXPECT_EQ(say_on_linux({"diff", folder.string()}), "Nothing to do.\n");
+
+  say({"report", "set", "Headcount", "--title", "Another"});
+  static_cast<void>(say_on_linux({"apply", folder.string()}));
+  EXPECT_NE(title(), "Another");
+
+  say({"report", "set", "Headcount", "--title", kTitle});
+  static_cast<void>(say_on_linux({"export", folder.string()}));
+  say({"report", "set", "Headcount", "--title", "Another"});
+  say({"apply", folder.string()});
+  EXPECT_EQ(title(), kTitle);
+}
+
+TEST_F(TwoSystems, TakeAnyNameOfTheFilesThatAFolderNames) {
+  const auto folder = folder_.path() / kName;
+  static_cast<void>(say_on_linux({"export", folder.string()}));
+  const std::string name = std::string(kName) + ".rpt";
+  Json reports = Json::parse(content_of(folder / "reports.json"));
+  Json& headcount = record(reports, "ReportName", "Headcount");
+  std::filesystem::rename(folder / "reports" / headcount["Report_Binary"].get<std::string>(),
+                          folder / "reports" / name);
+  headcount["Report_Binary"] = name;
+  folder_.write(std::string(kName) + "/reports.json", reports.dump(1));
+  EXPECT_EQ(say({"diff", folder.string()}), "Nothing to do.\n");
+
+  // A new export takes away what the one before it has brought.
+  say({"export", folder.string()});
+  EXPECT_FALSE(std::filesystem::exists(folder / "reports" / name));
+
+  headcount["Report_Binary"] = "none " + name;
+  folder_.write(std::string(kName) + "/reports.json", reports.dump(1));
+  const Ending refused = run({"diff", folder.string()});
+  EXPECT_EQ(refused.exit_code, 1);
+  EXPECT_THAT(refused.err, HasSubstr("none " + name + "', and there is no such file"));
+}
+
+TEST_F(TwoSystems, TakeAnyNameOfAReportsFiles) {
+  const auto report = folder_.path() / (std::string(kName) + ".rpt");
+  EXPECT_THAT(say({"report", "extract", "Headcount", report.string()}),
+              EndsWith(std::string(kName) + ".rpt.\n"));
+  EXPECT_EQ(content_of(report),
+            content_of(std::filesystem::path(SAMPLES) / "reports/headcount.rpt"));
+  folder_.write(report.filename(), "another file");
+  say({"report", "store", "Headcount", report.string()});
+  std::filesystem::remove(report);
+  static_cast<void>(say_on_linux({"report", "extract", "Headcount", report.string()}));
+  EXPECT_EQ(content_of(report), "another file");
+
+  const auto fields = folder_.path() / (std::string(kName) + ".ttx");
+  const auto trace = folder_.path() / (std::string(kName) + ".trace");
+  EXPECT_THAT(say({"--trace", trace.string(), "report", "extract-ttx", "Headcount",
+                   (folder_.path() / kName).string()}),
+              EndsWith(std::string(kName) + ".ttx.\n"));
+  EXPECT_EQ(content_of(fields),
+            content_of(std::filesystem::path(SAMPLES) / "reports/headcount.ttx"));
+  EXPECT_THAT(content_of(trace), HasSubstr("Connect Provider=Tarnwick.Embedded"));
+
+  const auto sql_file = folder_.write(std::string(kName) + ".sql", "Select 1");
+  say({"report", "set", "Headcount", "--sql-file", sql_file.string()});
+  EXPECT_EQ(value("Select SQLStmnt From DW_Reports Where ReportName = 'Headcount'"), "Select 1");
+  const Ending missing = run({"report", "set", "Headcount", "--sql-file", kName});
+  EXPECT_EQ(missing.exit_code, 2);
+  EXPECT_THAT(missing.err, HasSubstr(std::string("The file '") + kName + "' cannot be read."));
 }
 
 TEST_F(TwoSystems, ShowEveryCharacterOnAConsole) {
