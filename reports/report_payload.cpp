@@ -25,6 +25,31 @@ Text read_latin1_file(ado::Stream& stream, const std::filesystem::path& file) {
   return text;
 }
 
+ado::Stream& stream_of(SharedState& state, Bytes bytes) {
+  ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
+  binary.write(std::move(bytes));
+  return binary;
+}
+
+void save_as_ttx_bin(SharedState& state, ado::Stream& binary) {
+  const std::filesystem::path file = state.host.folder() / "TTX.bin";
+  // The file is this program's own: nobody's link leads elsewhere.
+  std::error_code ignored;
+  if (std::filesystem::is_symlink(file, ignored)) std::filesystem::remove(file, ignored);
+  binary.save_to_file(file, ado::SaveOption::kCreateOverWrite);
+}
+
+// Out of memory, not out of the file: that has the same bytes, unless another process wrote to it
+// meanwhile.
+Text as_latin1(ado::Stream& binary) {
+  binary.set_position(0);
+  binary.set_type(ado::StreamType::kText);
+  binary.set_charset(kLatin1);
+  Text text = binary.read_text(ado::kReadAll);
+  binary.close();
+  return text;
+}
+
 }  // namespace
 
 void prepare_stream(std::shared_ptr<ado::Stream>& stream) {
@@ -36,14 +61,30 @@ void prepare_stream(std::shared_ptr<ado::Stream>& stream) {
 }
 
 Text ttx_from_bytes(SharedState& state, Bytes bytes) {
-  const std::filesystem::path file = state.host.folder() / "TTX.bin";
-  // The file is this program's own: nobody's link leads elsewhere.
-  std::error_code ignored;
-  if (std::filesystem::is_symlink(file, ignored)) std::filesystem::remove(file, ignored);
-  ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
-  binary.write(std::move(bytes));
-  binary.save_to_file(file, ado::SaveOption::kCreateOverWrite);
-  return read_latin1_file(opened(state.stream, ado::StreamType::kText), file);
+  ado::Stream& binary = stream_of(state, std::move(bytes));
+  save_as_ttx_bin(state, binary);
+  return as_latin1(binary);
+}
+
+Text TtxConversions::convert(Bytes bytes) {
+  if (room_ && bytes.size() <= *room_) {
+    unwritten_ = bytes;
+    return as_latin1(stream_of(state_, std::move(bytes)));
+  }
+  room_.reset();
+  const std::size_t size = bytes.size();
+  Text text = ttx_from_bytes(state_, std::move(bytes));
+  room_ = size;
+  unwritten_.reset();
+  return text;
+}
+
+void TtxConversions::finish() {
+  if (!unwritten_) return;
+  ado::Stream& binary = stream_of(state_, *std::move(unwritten_));
+  unwritten_.reset();
+  save_as_ttx_bin(state_, binary);
+  binary.close();
 }
 
 Bytes ttx_to_bytes(SharedState& state, TextView ttx) {
@@ -83,8 +124,7 @@ Bytes bytes_from_file(SharedState& state, TextView path) {
 }
 
 void bytes_to_file(SharedState& state, Bytes bytes, TextView path) {
-  ado::Stream& binary = opened(state.stream, ado::StreamType::kBinary);
-  binary.write(std::move(bytes));
+  ado::Stream& binary = stream_of(state, std::move(bytes));
   binary.save_to_file(platform::to_native_path(path), ado::SaveOption::kCreateOverWrite);
   binary.close();
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
+
 #include "state/shared_state.h"
 
 namespace tarnwick {
@@ -10,9 +13,29 @@ namespace tarnwick {
 /// Makes `stream` a closed stream: closes one that is open, creates one where there is none.
 void prepare_stream(std::shared_ptr<ado::Stream>& stream);
 
-/// The bytes as ISO-8859-1 text. They go through the file TTX.bin in the host's folder, which stays
-/// there until the next conversion overwrites it.
+/// The bytes as ISO-8859-1 text. They are left in the file TTX.bin in the host's folder until the
+/// next conversion overwrites it.
 [[nodiscard]] Text ttx_from_bytes(SharedState& state, Bytes bytes);
+
+/// Many conversions in a row, which leave the last one's bytes in TTX.bin, as if each had written
+/// them. What nobody could see is not written: bytes for which there was room in the file before,
+/// and which the next conversion would overwrite.
+class TtxConversions final {
+ public:
+  explicit TtxConversions(SharedState& state) : state_(state) {}
+
+  /// As ttx_from_bytes. Throws, as that does, where this is the first one since the file could not
+  /// be written, or has more bytes than were written so far.
+  [[nodiscard]] Text convert(Bytes bytes);
+
+  /// Writes the bytes of the last conversion, unless they are in the file.
+  void finish();
+
+ private:
+  SharedState& state_;
+  std::optional<std::size_t> room_;  // the most bytes that the file took; none: it may take none
+  std::optional<Bytes> unwritten_;
+};
 
 /// `ttx` as ISO-8859-1 bytes. A character above U+00FF is error 3421.
 [[nodiscard]] Bytes ttx_to_bytes(SharedState& state, TextView ttx);

@@ -96,8 +96,13 @@ void NameOwner::end_when_idle(sd_event* event, std::function<bool()> idle, Secon
         "watching the time");
   clock_.reset(source);
   check(sd_event_source_set_enabled(source, SD_EVENT_OFF), "watching the time");
-  check(sd_event_add_post(event_, &source, &NameOwner::on_dispatched, this), "watching events");
-  dispatched_.reset(source);
+  // Never due: its preparation runs before each wait, which a source of the kind "post" would cost
+  // a turn of the loop of its own for each request.
+  check(sd_event_add_time(event_, &source, CLOCK_MONOTONIC, UINT64_MAX, kAccuracy,
+                          &NameOwner::on_time, this),
+        "watching events");
+  before_wait_.reset(source);
+  check(sd_event_source_set_prepare(source, &NameOwner::on_wait), "watching events");
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_filter(bus_, &slot, &NameOwner::on_message, this), "watching messages");
   filter_.reset(slot);
@@ -118,7 +123,7 @@ int NameOwner::on_message(sd_bus_message* message, void* userdata, sd_bus_error*
   return 0;
 }
 
-int NameOwner::on_dispatched(sd_event_source*, void* userdata) {
+int NameOwner::on_wait(sd_event_source*, void* userdata) {
   auto& owner = *static_cast<NameOwner*>(userdata);
   if (!owner.idle_()) {
     owner.used_ = true;

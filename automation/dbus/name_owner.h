@@ -36,7 +36,7 @@ class NameOwner {
  private:
   [[nodiscard]] bool acquire_instance();
   void restart_clock();
-  static int on_dispatched(sd_event_source*, void* owner);
+  static int on_wait(sd_event_source*, void* owner);
   static int on_time(sd_event_source*, std::uint64_t, void* owner);
   static int on_message(sd_bus_message* message, void* owner, sd_bus_error*);
 
@@ -50,7 +50,7 @@ class NameOwner {
   bool counting_ = false;
   bool released_ = false;
   EventSourceHandle clock_;
-  EventSourceHandle dispatched_;
+  EventSourceHandle before_wait_;
   SlotHandle filter_;
 };
 

@@ -185,6 +185,26 @@ TEST_F(ReportFilesOfLinux, WhereTheIntermediateFileIsOnAFullDiskFailTheLoading) 
   EXPECT_EQ(report_.ttx(), u"");
 }
 
+TEST_F(ReportFilesOfLinux, WhereTheIntermediateFileIsOnAFullDiskFailTheReportsThatDoNotFitAlone) {
+  database_.run(
+      "DELETE FROM DW_Reports; INSERT INTO DW_Reports (ReportName, TTX_Binary) VALUES"
+      " ('a', X'61'), ('b', X'6262'), ('c', X'63'), ('d', X'6464')");
+  {
+    const FullDisk full;
+    EXPECT_TRUE(reports().refresh());
+  }
+  const Text failed =
+      account(u"General", u"RefreshReport", 3004,
+              join({u"Write to file failed. '", from_utf8(intermediate_file().string()),
+                    u"': File too large."}));
+  EXPECT_EQ(message(), join({failed, failed}));
+  EXPECT_EQ(report(u"a")->ttx(), u"a");
+  EXPECT_EQ(report(u"b")->ttx(), u"");
+  EXPECT_EQ(report(u"c")->ttx(), u"c");
+  EXPECT_EQ(report(u"d")->ttx(), u"");
+  EXPECT_EQ(content_of(intermediate_file()), "c");
+}
+
 TEST_F(ReportFilesOfLinux, TakeThePlaceOfALinkWhereTheIntermediateFileBelongs) {
   const auto victim = files_.write("victim", "as it was");
   std::filesystem::remove(intermediate_file());

@@ -31,6 +31,38 @@ class ReportsRefresh : public test_support::ReportTest {
     while (const auto report = walk.next()) names.push_back(to_utf8(report->name()));
     return names;
   }
+
+  [[nodiscard]] std::filesystem::path ttx_file() const {
+    return process_.host.payload_folder / "TTX.bin";
+  }
+  /// The field definitions of all reports in their order, "-" for none.
+  std::string ttx_of_all() {
+    std::string all;
+    auto walk = reports().new_enum();
+    while (const auto report = walk.next()) {
+      all += (all.empty() ? "" : " ") + (report->ttx().empty() ? "-" : to_utf8(report->ttx()));
+    }
+    return all;
+  }
+
+  void insert_three() {
+    database_.run(
+        "DELETE FROM DW_Reports; INSERT INTO DW_Reports (ReportName, TTX_Binary) VALUES"
+        " ('a', CAST('first' AS BLOB)), ('b', CAST('next' AS BLOB)), ('c', CAST('last' AS BLOB))");
+  }
+  /// The folder is gone once it was asked for that often.
+  void lose_folder_after(int times) {
+    process_.host.before_folder = [this, times] {
+      if (++asked_ > times) process_.host.payload_folder = files_.path() / "missing";
+    };
+  }
+  [[nodiscard]] Text no_folder() const {
+    return account(u"General", u"RefreshReport", 3004,
+                   join({u"Write to file failed. '", path("missing/TTX.bin"),
+                         u"': No such file or directory."}));
+  }
+
+  int asked_ = 0;
 };
 
 TEST_F(ReportsRefresh, ReadsTheCatalogByName) {
@@ -163,6 +195,93 @@ TEST_F(ReportsRefresh, ListsReportsWhoseFieldDefinitionsHaveNoFolderToGoThrough)
   EXPECT_TRUE(reports().refresh());
   EXPECT_EQ(reports().count(), 2);
   EXPECT_THAT(to_utf8(message()), HasSubstr("Write to file failed."));
+}
+
+TEST_F(ReportsRefresh, LeavesTheLastFieldDefinitionsInTheFileWhateverTheirLength) {
+  database_.run(
+      "DELETE FROM DW_Reports; INSERT INTO DW_Reports (ReportName, TTX_Binary) VALUES"
+      " ('a', X'74776F'), ('b', X'6C6F6E676572'), ('c', NULL), ('d', X'656E64'), ('e', NULL)");
+  ASSERT_TRUE(reports().refresh());
+  EXPECT_EQ(content_of(ttx_file()), "end");
+  EXPECT_EQ(ttx_of_all(), "two longer - end -");
+  database_.run("UPDATE DW_Reports SET TTX_Binary = X'' WHERE ReportName = 'e'");
+  ASSERT_TRUE(reports().refresh());
+  EXPECT_EQ(content_of(ttx_file()), "");
+  EXPECT_EQ(message(), u"");
+}
+
+TEST_F(ReportsRefresh, LeavesThoseOfTheLastReportThatCouldBeLoaded) {
+  database_.run(
+      "INSERT INTO DW_Reports (ReportName, TTX_Binary) VALUES ('Stork', X'616263'), ('Tail', NULL);"
+      "UPDATE DW_Reports SET TTX_Binary = 7 WHERE ReportName = 'Tail'");
+  EXPECT_TRUE(reports().refresh());
+  EXPECT_EQ(content_of(ttx_file()), "abc");
+}
+
+TEST_F(ReportsRefresh, LeavesThoseOfTheReportAtWhichItStopped) {
+  make_table_without_rules();
+  database_.run(
+      "INSERT INTO DW_Reports (ReportName, TTX_Binary) VALUES"
+      " ('A', X'414141'), ('B', X'42'), ('b', X'6262'), ('c', X'63')");
+  EXPECT_FALSE(reports().refresh());
+  EXPECT_THAT(names(), ElementsAre("A", "B"));
+  EXPECT_EQ(content_of(ttx_file()), "bb");
+}
+
+TEST_F(ReportsRefresh, GivesEachReportThatHasFieldDefinitionsAnAccountWhereTheFileIsAFolder) {
+  insert_three();
+  std::filesystem::remove(ttx_file());
+  std::filesystem::create_directory(ttx_file());
+  EXPECT_TRUE(reports().refresh());
+  EXPECT_EQ(ttx_of_all(), "- - -");
+  const Text failed = account(u"General", u"RefreshReport", 3004,
+                              join({u"Write to file failed. '", from_utf8(ttx_file().string()),
+                                    u"': Not a regular file."}));
+  EXPECT_EQ(message(), join({failed, failed, failed}));
+  EXPECT_TRUE(std::filesystem::is_directory(ttx_file()));
+}
+
+TEST_F(ReportsRefresh, FailsTheLastReportWhoseFieldDefinitionsTheFolderDoesNotTakeAnyMore) {
+  insert_three();
+  lose_folder_after(1);
+  EXPECT_TRUE(reports().refresh());
+  EXPECT_EQ(ttx_of_all(), "first next -");
+  EXPECT_TRUE(report(u"c")->changed());
+  EXPECT_FALSE(report(u"b")->changed());
+  EXPECT_EQ(message(), no_folder());
+}
+
+TEST_F(ReportsRefresh, FailsAReportInTheMiddleWhoseFieldDefinitionsAreLongerThanTheFileTook) {
+  insert_three();
+  database_.run("UPDATE DW_Reports SET TTX_Binary = CAST('longer' AS BLOB) WHERE ReportName = 'b'");
+  const auto folder = process_.host.payload_folder;
+  lose_folder_after(1);
+  EXPECT_TRUE(reports().refresh());
+  EXPECT_EQ(ttx_of_all(), "first - -");
+  EXPECT_EQ(message(), join({no_folder(), no_folder()}));
+  EXPECT_EQ(content_of(folder / "TTX.bin"), "first");
+}
+
+TEST_F(ReportsRefresh, LoadsFieldDefinitionsAgainOnceTheFolderIsBack) {
+  insert_three();
+  const auto folder = process_.host.payload_folder;
+  process_.host.payload_folder = files_.path() / "missing";
+  int asked = 0;
+  process_.host.before_folder = [&] {
+    if (++asked == 2) process_.host.payload_folder = folder;
+  };
+  EXPECT_TRUE(reports().refresh());
+  EXPECT_EQ(ttx_of_all(), "- next last");
+  EXPECT_EQ(message(), no_folder());
+  EXPECT_EQ(content_of(folder / "TTX.bin"), "last");
+}
+
+TEST_F(ReportsRefresh, TakesFieldDefinitionsFromTheirRowsWhateverOthersWriteToTheFile) {
+  insert_three();
+  process_.host.before_folder = [&] { std::ofstream(ttx_file()) << "another process's"; };
+  ASSERT_TRUE(reports().refresh());
+  EXPECT_EQ(ttx_of_all(), "first next last");
+  EXPECT_EQ(content_of(ttx_file()), "last");
 }
 
 TEST_F(ReportsRefresh, LoadsNamesWithQuotesAndOfAnyLength) {

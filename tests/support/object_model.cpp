@@ -32,6 +32,11 @@ ScriptedMessageBox::Box locked_box() {
   return {u"Record is currently being updated by another process!", u"Record Lock Encountered"};
 }
 
+std::filesystem::path ScriptedHost::folder() {
+  if (before_folder) before_folder();
+  return payload_folder;
+}
+
 bool ScriptedHost::computer_name(std::span<char16_t> buffer) {
   if (!name) return false;
   const std::size_t size = std::min(name->size(), buffer.size());

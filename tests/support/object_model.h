@@ -62,7 +62,7 @@ class ScriptedHost : public platform::Host {
 
   bool computer_name(std::span<char16_t> buffer) override;
   [[nodiscard]] std::optional<Text> module_file_name() override { return module; }
-  [[nodiscard]] std::filesystem::path folder() override { return payload_folder; }
+  [[nodiscard]] std::filesystem::path folder() override;
   [[nodiscard]] Date now() override { return time; }
   [[nodiscard]] platform::MessageBox& message_box() override { return box; }
   void stop_in_debugger() override { ++debugger_stops; }
@@ -71,6 +71,8 @@ class ScriptedHost : public platform::Host {
   std::optional<Text> name = u"DESK-1";
   std::optional<Text> module;
   std::filesystem::path payload_folder;
+  /// Called whenever the folder is asked for; may be empty.
+  std::function<void()> before_folder;
   Date time = kNow;
   ScriptedMessageBox box;
   int debugger_stops = 0;
