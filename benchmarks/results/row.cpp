@@ -20,6 +20,11 @@ double ratio(const Runs& runs, double Measurement::*part) {
 
 bool is_over(double ratio, double bar) { return bar > 0 && ratio > bar; }
 
+bool is_in_doubt(const Row& row) {
+  const double doubt = 1 + row.spread;
+  return row.spread > kNoisy && row.time <= row.time_bar * doubt && row.time * doubt > row.time_bar;
+}
+
 }  // namespace
 
 Row row_of(const Runs& runs) {
@@ -34,7 +39,7 @@ Row row_of(const Runs& runs) {
 
 Verdict verdict_of(const Row& row) {
   if (is_over(row.memory, row.memory_bar)) return Verdict::kOver;
-  if (row.time_bar > 0 && row.spread > kNoisy) return Verdict::kTooNoisy;
+  if (is_in_doubt(row)) return Verdict::kTooNoisy;
   if (is_over(row.time, row.time_bar)) return Verdict::kOver;
   return row.time_bar > 0 || row.memory_bar > 0 ? Verdict::kKept : Verdict::kUnjudged;
 }

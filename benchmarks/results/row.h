@@ -43,7 +43,8 @@ enum class Verdict {
   kTooNoisy,
 };
 
-/// Runs of the same floor that lie further apart than this say nothing about ours.
+/// Where runs of the same floor lie further apart than this, a time is judged only if it is further
+/// from its bar than they are from each other.
 inline constexpr double kNoisy = 0.10;
 
 /// Memory is judged however noisy the machine was, as it does not depend on that.

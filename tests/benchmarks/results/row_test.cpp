@@ -42,9 +42,17 @@ TEST(Verdict, IsNoneWithoutABar) {
 }
 
 TEST(Verdict, OfANoisyMachineIsNoPassAndNoFailure) {
-  EXPECT_EQ(verdict_of(Row{.time = 1, .time_bar = 1.25, .spread = 0.11}), Verdict::kTooNoisy);
-  EXPECT_EQ(verdict_of(Row{.time = 2, .time_bar = 1.25, .spread = 0.11}), Verdict::kTooNoisy);
-  EXPECT_EQ(verdict_of(Row{.time = 1, .time_bar = 1.25, .spread = kNoisy}), Verdict::kKept);
+  EXPECT_EQ(verdict_of(Row{.time = 1.2, .time_bar = 1.25, .spread = 0.11}), Verdict::kTooNoisy);
+  EXPECT_EQ(verdict_of(Row{.time = 1.3, .time_bar = 1.25, .spread = 0.11}), Verdict::kTooNoisy);
+  EXPECT_EQ(verdict_of(Row{.time = 1.2, .time_bar = 1.25, .spread = kNoisy}), Verdict::kKept);
+  EXPECT_EQ(verdict_of(Row{.time = 1.3, .time_bar = 1.25, .spread = kNoisy}), Verdict::kOver);
+}
+
+TEST(Verdict, IsGivenInSpiteOfNoiseWhereTheBarIsFurtherAwayThanThat) {
+  EXPECT_EQ(verdict_of(Row{.time = 0.8, .time_bar = 1.25, .spread = 0.5}), Verdict::kKept);
+  EXPECT_EQ(verdict_of(Row{.time = 0.9, .time_bar = 1.25, .spread = 0.5}), Verdict::kTooNoisy);
+  EXPECT_EQ(verdict_of(Row{.time = 1.8, .time_bar = 1.25, .spread = 0.5}), Verdict::kTooNoisy);
+  EXPECT_EQ(verdict_of(Row{.time = 1.9, .time_bar = 1.25, .spread = 0.5}), Verdict::kOver);
 }
 
 TEST(Verdict, OnMemoryDoesNotMindNoise) {
