@@ -24,7 +24,7 @@ double peak_memory() {
   throw std::runtime_error("this system does not tell a process's peak memory");
 }
 
-// Keeps the time of the one benchmark that ran.
+// Keeps the times of the one benchmark that ran.
 class Collector final : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context&) override { return true; }
@@ -32,20 +32,26 @@ class Collector final : public benchmark::BenchmarkReporter {
     for (const Run& run : runs) {
       if (run.error_occurred) throw std::runtime_error(run.error_message);
       seconds_ = run.real_accumulated_time / static_cast<double>(run.iterations);
+      cpu_ = run.cpu_accumulated_time / static_cast<double>(run.iterations);
     }
   }
   [[nodiscard]] double seconds() const { return seconds_; }
+  [[nodiscard]] double cpu() const { return cpu_; }
 
  private:
   double seconds_ = 0;
+  double cpu_ = 0;
 };
 
 Measurement measure_here(const Side& side, int iterations) {
   const double before = peak_memory();
-  benchmark::RegisterBenchmark("side", side)->Iterations(iterations)->UseRealTime();
+  benchmark::RegisterBenchmark("side", side)
+      ->Iterations(iterations)
+      ->UseRealTime()
+      ->MeasureProcessCPUTime();
   Collector collector;
   benchmark::RunSpecifiedBenchmarks(&collector);
-  return {collector.seconds(), peak_memory() - before};
+  return {collector.seconds(), collector.cpu(), peak_memory() - before};
 }
 
 [[noreturn]] void run_child(int output, const Side& side, int iterations) {
@@ -79,7 +85,7 @@ Measurement measure_once(const Side& side, int iterations) {
 }
 
 Measurement better(const Measurement& a, const Measurement& b) {
-  return {std::min(a.seconds, b.seconds), std::min(a.bytes, b.bytes)};
+  return {std::min(a.seconds, b.seconds), std::min(a.cpu, b.cpu), std::min(a.bytes, b.bytes)};
 }
 
 }  // namespace
@@ -94,34 +100,17 @@ std::vector<Row> compare(const std::vector<Comparison>& comparisons) {
   std::vector<Row> rows;
   for (const Comparison& comparison : comparisons) {
     fmt::print(stderr, "measuring: {}\n", comparison.name);
-    Measurement ours = measure(comparison.ours, comparison.iterations, 1);
-    Measurement floor = measure(comparison.floor, comparison.iterations, 1);
+    Runs runs{.job = comparison.name,
+              .time_bar = comparison.time_bar,
+              .memory_bar = comparison.memory_bar};
     // In turns: whatever else the machine does then meets both sides alike.
-    for (int run = 1; run < comparison.runs; ++run) {
-      ours = better(ours, measure(comparison.ours, comparison.iterations, 1));
-      floor = better(floor, measure(comparison.floor, comparison.iterations, 1));
+    for (int run = 0; run < comparison.runs; ++run) {
+      runs.ours.push_back(measure_once(comparison.ours, comparison.iterations));
+      runs.floor.push_back(measure_once(comparison.floor, comparison.iterations));
     }
-    rows.push_back({comparison.name + ": time", ours.seconds / floor.seconds, comparison.time_bar});
-    if (comparison.memory_bar > 0) {
-      rows.push_back(
-          {comparison.name + ": memory", ours.bytes / floor.bytes, comparison.memory_bar});
-    }
+    rows.push_back(row_of(runs));
   }
   return rows;
-}
-
-bool print(const std::vector<Row>& rows) {
-  std::size_t width = 0;
-  for (const Row& row : rows) width = std::max(width, row.job.size());
-  fmt::print("\n{:<{}}  {:>7}  {:>7}\n", "job", width, "ratio", "bar");
-  bool kept = true;
-  for (const Row& row : rows) {
-    const bool over = row.bar > 0 && row.ratio > row.bar;
-    kept = kept && !over;
-    fmt::print("{:<{}}  {:>7.2f}  {:>7}{}\n", row.job, width, row.ratio,
-               row.bar > 0 ? fmt::format("{:.2f}", row.bar) : "-", over ? "  over" : "");
-  }
-  return kept;
 }
 
 }  // namespace tarnwick::benchmarks

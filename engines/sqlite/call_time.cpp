@@ -7,9 +7,10 @@ namespace tarnwick::sqlite {
 namespace {
 
 // Short at first, as another's write transaction is over in less than a millisecond; then long
-// enough that a person's maintenance of a row costs the waiting processes next to nothing.
+// enough that a person's maintenance of a row costs the waiting processes next to nothing, and
+// short enough that those who came later do not get everything meanwhile.
 constexpr std::chrono::microseconds kFirst{100};
-constexpr std::chrono::microseconds kLongest{20'000};
+constexpr std::chrono::microseconds kLongest{5'000};
 
 }  // namespace
 

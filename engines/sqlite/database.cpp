@@ -149,7 +149,8 @@ void Database::use_write_ahead_log() {
                           u"The database cannot keep a write-ahead log where it lies.");
     }
   }
-  step(prepare("PRAGMA dbo.synchronous=FULL").get());
+  // The log is brought to the disk by `sync_log`, not inside the transaction.
+  step(prepare("PRAGMA dbo.synchronous=NORMAL").get());
   static_cast<void>(schema_version());  // opens the log's files, which cannot be had later
 }
 
@@ -209,6 +210,18 @@ void Database::begin_immediate() {
 }
 
 void Database::commit() { step(commit_.get()); }
+
+void Database::sync_log() {
+  sqlite3_file* log = nullptr;
+  sqlite3_file_control(handle(), kSchema, SQLITE_FCNTL_JOURNAL_POINTER, &log);
+  const int code = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL);
+  if (code == SQLITE_OK) return;
+  throw ado::ConnectionLost(ado::AdoErrorNumber::kUnspecified,
+                            join({u"The write-ahead log cannot be brought to the disk (",
+                                  from_stored_utf8(sqlite3_errstr(code)),
+                                  u"): nobody knows whether what was committed will last."}),
+                            code);
+}
 
 void Database::rollback() noexcept {
   if (!in_transaction()) return;

@@ -32,8 +32,8 @@ class Database final {
   /// that is never committed. Shares the limits of `time`.
   Database(const std::filesystem::path& file, const char* layer, std::shared_ptr<CallTime> time);
 
-  /// From now on readers and the writer do not wait for each other, and a commit is on the disk
-  /// when it returns. Changes the file where it was used otherwise before.
+  /// From now on readers and the writer do not wait for each other, and a commit is sure to be on
+  /// the disk once `sync_log` has returned. Changes the file where it was used otherwise before.
   void use_write_ahead_log();
 
   [[nodiscard]] sqlite3* handle() const { return handle_.get(); }
@@ -54,6 +54,9 @@ class Database final {
   void begin_immediate();
   [[nodiscard]] bool in_transaction() const { return sqlite3_get_autocommit(handle()) == 0; }
   void commit();
+  /// Returns when all that was committed, by whomever, is on the disk. Takes no lock, so that
+  /// others write meanwhile. Throws ConnectionLost.
+  void sync_log();
   /// Does nothing when SQLite has rolled back by itself already. Never throws.
   void rollback() noexcept;
 

@@ -83,6 +83,7 @@ void WriteLog::begin_load() {
 }
 
 void WriteLog::commit() {
+  const bool has_written = loading_ || !log_.empty();
   if (loading_) database_.commit();
   if (!log_.empty()) {
     RowLocks::Set locks(locks_, RowLocks::Set::Listing::kUnlisted);
@@ -90,6 +91,9 @@ void WriteLog::commit() {
                         [&](RowLocker& locker) { return apply_log(database_, locker); });
   }
   rollback();
+  // Behind everything that others wait for: the log goes to the disk as a whole, so that whoever
+  // builds on these changes cannot make his own last without them.
+  if (has_written) database_.sync_log();
 }
 
 void WriteLog::rollback() noexcept {
@@ -107,6 +111,8 @@ void WriteLog::write(Write write) {
   if (!in_transaction_) {
     in_file_transaction(locks, Ending::kCommit,
                         [&](RowLocker& locker) { return apply(write, database_, locker); });
+    locks.release();
+    database_.sync_log();
     return;
   }
   in_file_transaction(locks, Ending::kRollback, [&](RowLocker& locker) {
