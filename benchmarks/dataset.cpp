@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <string>
+
 #include "benchmarks/sqlite_floor.h"
 #include "engines/sqlite/create_database.h"
 
@@ -68,6 +70,12 @@ void make_dataset(const std::filesystem::path& folder, const DatasetSize& size) 
   insert_pcs(database.get(), size.pcs);
   insert_reports(database.get(), size);
   execute(database.get(), "COMMIT");
+}
+
+std::filesystem::path pc_dataset(const std::filesystem::path& scratch, int count) {
+  auto folder = scratch / ("pcs-" + std::to_string(count));
+  if (!std::filesystem::exists(folder)) make_dataset(folder, {.pcs = count});
+  return folder;
 }
 
 }  // namespace tarnwick::benchmarks

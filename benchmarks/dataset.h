@@ -21,6 +21,9 @@ struct DatasetSize {
 /// Makes an embedded database of that size in the new folder `folder`; always the same content.
 void make_dataset(const std::filesystem::path& folder, const DatasetSize& size);
 
+/// The folder below `scratch` with a database of so many PCs; made by the first job that asks.
+[[nodiscard]] std::filesystem::path pc_dataset(const std::filesystem::path& scratch, int count);
+
 /// The file that make_dataset made.
 [[nodiscard]] std::filesystem::path database_file(const std::filesystem::path& folder);
 

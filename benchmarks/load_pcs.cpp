@@ -1,51 +1,20 @@
-#include <memory>
-
 #include "benchmarks/bench_host.h"
 #include "benchmarks/dataset.h"
-#include "benchmarks/floor_pc.h"
+#include "benchmarks/floor_register.h"
 #include "benchmarks/jobs.h"
 #include "benchmarks/sqlite_floor.h"
-#include "runtime/keyed_list.h"
 
 namespace tarnwick::benchmarks {
 namespace {
 
-std::shared_ptr<FloorPc> read_pc(sqlite3_stmt* row) {
-  auto pc = std::make_shared<FloorPc>();
-  pc->mac_number = text_column(row, 0);
-  pc->computer_id = text_column(row, 1);
-  pc->comp_id = static_cast<std::int16_t>(sqlite3_column_int(row, 2));
-  pc->maintenance_type = sqlite3_column_int(row, 3);
-  pc->active = sqlite3_column_int(row, 4) != 0;
-  pc->image_index = static_cast<std::int16_t>(sqlite3_column_int(row, 5));
-  pc->last_user = text_column(row, 6);
-  pc->last_login = sqlite3_column_double(row, 7);
-  pc->total_logins = sqlite3_column_int(row, 8);
-  pc->activated_by = text_column(row, 9);
-  pc->activate_date = sqlite3_column_double(row, 10);
-  pc->deactivated_by = text_column(row, 11);
-  pc->deactivated_date = sqlite3_column_double(row, 12);
-  pc->soft_lock = text_column(row, 13);
-  pc->row_version = hex_column(row, 14);
-  pc->software_version = text_column(row, 15);
-  return pc;
-}
-
-void load_by_hand(benchmark::State& state, const std::filesystem::path& folder) {
+void load_by_hand(benchmark::State& state, const std::filesystem::path& folder, int expected) {
   const Database database = open_database(database_file(folder));
+  const Statement rows = prepare(database.get(), kFloorList);
   for (auto _ : state) {
-    KeyedList<std::shared_ptr<FloorPc>> pcs;
-    const Statement rows =
-        prepare(database.get(),
-                "SELECT MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex, LastUser, "
-                "LastLogin, TotalLogins, ActivatedBy, ActivateDate, DeactivatedBy, DeactivateDate, "
-                "SoftLock, RowVersion, SoftwareVersion FROM DW_SEC_PC ORDER BY MACNbr");
-    while (step(rows.get())) {
-      auto pc = read_pc(rows.get());
-      Text key = key_of(*pc);
-      pcs.add(std::move(key), std::move(pc));
-    }
-    benchmark::DoNotOptimize(pcs.size());
+    FloorRegister pcs;
+    pcs.load(rows.get());
+    sqlite3_reset(rows.get());
+    if (pcs.size() != static_cast<std::size_t>(expected)) state.SkipWithError("rows are missing");
   }
 }
 
@@ -63,10 +32,9 @@ std::vector<Row> measure_pc_loading(const std::filesystem::path& scratch) {
   std::vector<Row> rows;
   std::vector<double> seconds_per_row;
   for (const int count : {200'000, 1'000'000}) {
-    const auto folder = scratch / ("pcs-" + std::to_string(count));
-    make_dataset(folder, {.pcs = count});
+    const auto folder = pc_dataset(scratch, count);
     const Side ours = [=](benchmark::State& state) { load_by_server(state, folder, count); };
-    const Side floor = [=](benchmark::State& state) { load_by_hand(state, folder); };
+    const Side floor = [=](benchmark::State& state) { load_by_hand(state, folder, count); };
     const auto compared = compare({{.name = "load " + std::to_string(count) + " PCs",
                                     .ours = ours,
                                     .floor = floor,

@@ -14,10 +14,11 @@ void check(sqlite3* database, int code) {
 
 Database open_database(const std::filesystem::path& file) {
   sqlite3* handle = nullptr;
-  const int code = sqlite3_open_v2(file.c_str(), &handle, SQLITE_OPEN_READWRITE, nullptr);
+  const int code =
+      sqlite3_open_v2(file.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   Database database(handle);
   check(handle, code);
-  execute(handle, "PRAGMA synchronous = FULL");
+  execute(handle, "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL");
   return database;
 }
 

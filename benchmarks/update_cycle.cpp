@@ -48,8 +48,13 @@ struct LoadedPc {
   std::string mac_number;
   std::string computer_id;
   int component = 0;
-  Text version;
+  std::string version;
 };
+
+std::string_view bytes_column(sqlite3_stmt* statement, int column) {
+  const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
+  return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
+}
 
 std::vector<LoadedPc> load_pcs(sqlite3* database) {
   const Statement select =
@@ -59,8 +64,8 @@ std::vector<LoadedPc> load_pcs(sqlite3* database) {
   };
   std::vector<LoadedPc> pcs;
   while (step(select.get())) {
-    pcs.push_back(
-        {text(0), text(1), sqlite3_column_int(select.get(), 2), hex_column(select.get(), 3)});
+    pcs.push_back({text(0), text(1), sqlite3_column_int(select.get(), 2),
+                   std::string(bytes_column(select.get(), 3))});
   }
   return pcs;
 }
@@ -74,8 +79,15 @@ void update_by_hand(benchmark::State& state, const std::filesystem::path& folder
   const Statement update = prepare(
       database.get(),
       "UPDATE DW_SEC_PC SET MaintType = ?, ActiveStatus = ?, ImageIndex = ?, LastUser = ?, "
-      "LastLogin = ?, TotalLogins = ?, SoftLock = '' WHERE MACNbr = ? AND ComputerID = ? AND "
+      "LastLogin = ?, TotalLogins = ?, ActivatedBy = ?, ActivateDate = ?, DeactivatedBy = ?, "
+      "SoftwareVersion = ?, SoftLock = '' WHERE MACNbr = ? AND ComputerID = ? AND "
       "CompID = ?");
+  const Statement begin = prepare(database.get(), "BEGIN IMMEDIATE");
+  const Statement commit = prepare(database.get(), "COMMIT");
+  const auto run = [](const Statement& statement) {
+    step(statement.get());
+    sqlite3_reset(statement.get());
+  };
   const auto bind_key = [](const Statement& statement, int first, const LoadedPc& pc) {
     sqlite3_bind_text(statement.get(), first, pc.mac_number.c_str(), -1, SQLITE_STATIC);
     sqlite3_bind_text(statement.get(), first + 1, pc.computer_id.c_str(), -1, SQLITE_STATIC);
@@ -87,19 +99,19 @@ void update_by_hand(benchmark::State& state, const std::filesystem::path& folder
     locks.lock(++row);
     bind_key(select, 1, pc);
     step(select.get());
-    if (hex_column(select.get(), 14) != pc.version) {
+    if (bytes_column(select.get(), 14) != pc.version) {
       state.SkipWithError("the row changed");
       return;
     }
-    for (int column = 0; column < 6; ++column) {
-      sqlite3_bind_value(update.get(), column + 1, sqlite3_column_value(select.get(), column + 3));
+    for (int parameter = 1; const int column : {3, 4, 5, 6, 7, 8, 9, 10, 11, 15}) {
+      sqlite3_bind_value(update.get(), parameter++, sqlite3_column_value(select.get(), column));
     }
-    bind_key(update, 7, pc);
+    sqlite3_bind_int(update.get(), 6, sqlite3_column_int(select.get(), 8) + 1);
+    bind_key(update, 11, pc);
     sqlite3_reset(select.get());
-    execute(database.get(), "BEGIN IMMEDIATE");
-    step(update.get());
-    sqlite3_reset(update.get());
-    execute(database.get(), "COMMIT");
+    run(begin);
+    run(update);
+    run(commit);
     locks.unlock(row);
   }
 }
