@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "apps/tarnwick/completion/completion.h"
+#include "apps/tarnwick/output/shell_words.h"
 #include "apps/tarnwick/session/service_session.h"
 
 namespace tarnwick::cli {
@@ -15,7 +16,7 @@ CLI::App* add_group(CLI::App& parent, const std::string& name, const std::string
                     const std::string& example) {
   // Without a footer of its own it would bear the parent's.
   return parent.add_subcommand(name, help)
-      ->footer(example.empty() ? " " : "Example:\n  " + example);
+      ->footer(example.empty() ? " " : "Example:\n  " + as_typed(example));
 }
 
 CLI::App* add_command(CLI::App& parent, CommandLine& line, const std::string& name,
@@ -27,15 +28,17 @@ CLI::App* add_command(CLI::App& parent, CommandLine& line, const std::string& na
 
 namespace {
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kFirstExample = R"(Examples:
   tarnwick init ./var --role dw_admin --password-file ./password --sample
-  export TARNWICK_CONNECT='Provider=Tarnwick.Embedded;Data Source=./var'
-  export TARNWICK_ROLE=dw_admin TARNWICK_PASSWORD_FILE=./password
-  tarnwick component tree
+)";
+
+constexpr const char* kExamples = R"(  tarnwick component tree
   tarnwick pc list --component 10 --active
   tarnwick report set 'Open Orders' --report-version 1.8.0
   tarnwick report list --json | jq '.[].Name'
+)";
 
+constexpr const char* kGeneral = R"(
 Listings and records go through the pager on a terminal: $TARNWICK_PAGER, $PAGER or less.
 
 Every command has a --help of its own. The switches above may stand anywhere.
@@ -115,7 +118,8 @@ std::unique_ptr<CLI::App> make_command_tree(CommandLine& line, std::span<const s
   app.fallthrough();
   // What begins with a slash is a file on one system, and so it is on the other.
   app.allow_windows_style_options(false);
-  app.footer(kExamples + service_help() + kExitCodes);
+  app.footer(kFirstExample + example_settings() + as_typed(kExamples) + kGeneral + service_help() +
+             kExitCodes);
   app.formatter(std::make_shared<WrappingFormatter>());
   add_options(app, line.options);
   // Where the first word is none of them, any may be meant: by a shell that asks, or to be listed.

@@ -12,6 +12,7 @@
 
 #include "ado/connection_string.h"
 #include "apps/tarnwick/completion/values.h"
+#include "apps/tarnwick/output/shell_words.h"
 #include "platform/file_system.h"
 #include "platform/terminal.h"
 #include "runtime/case_mapping.h"
@@ -175,7 +176,8 @@ Text connect_string_of(const Options& options) {
   if (options.connect.empty()) {
     throw Failure(ExitCode::kUsage,
                   "Which database? Name it by --connect or TARNWICK_CONNECT, for example\n"
-                  "  --connect 'Provider=Tarnwick.Embedded;Data Source=./var'");
+                  "  --connect " +
+                      shell_word("Provider=Tarnwick.Embedded;Data Source=./var"));
   }
   return with_absolute_folder(text_argument(options.connect));
 }

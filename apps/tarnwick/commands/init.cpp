@@ -13,7 +13,7 @@
 #include "apps/tarnwick/failure.h"
 #include "apps/tarnwick/files/record_folder.h"
 #include "apps/tarnwick/output/print.h"
-#include "apps/tarnwick/output/shell_word.h"
+#include "apps/tarnwick/output/shell_words.h"
 #include "apps/tarnwick/terminal/process_setup.h"
 #include "engines/sqlite/create_database.h"
 #include "platform/file_system.h"
@@ -69,13 +69,14 @@ void init(const Options& options, const Arguments& arguments) {
     print(" with {} components, {} PCs and {} reports", components.size(), pcs.size(),
           reports.size());
   }
-  print(".\nTo connect:\n  export TARNWICK_CONNECT={}\n  export TARNWICK_ROLE={}\n",
-        shell_word(to_utf8(connect_string)), shell_word(options.role));
+  Variables variables{{"TARNWICK_CONNECT", to_utf8(connect_string)},
+                      {"TARNWICK_ROLE", options.role}};
   if (!options.password_file.empty()) {
-    print("  export TARNWICK_PASSWORD_FILE={}\n",
-          shell_word(platform::path_to_utf8(
-              std::filesystem::absolute(platform::path_from_utf8(options.password_file)))));
+    variables.emplace_back("TARNWICK_PASSWORD_FILE",
+                           platform::path_to_utf8(std::filesystem::absolute(
+                               platform::path_from_utf8(options.password_file))));
   }
+  print(".\n{}", setting_lines("To connect", variables));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdlib>
+#include <iostream>
 #include <string_view>
 
 #include "apps/tarnwick/commands/commands.h"
@@ -70,6 +71,16 @@ void print_for_bash(const Answer& answer, const ShellLine& line, bool only_shown
   }
 }
 
+std::vector<std::string> lines_of(std::istream& input) {
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(input, line);) {
+    if (line.ends_with('\r')) line.pop_back();
+    lines.push_back(line);
+  }
+  if (lines.empty()) lines.emplace_back();
+  return lines;
+}
+
 // `words` without the name of the program.
 Answer answer_to(CLI::App& app, std::span<const std::string> words) {
   platform::end_in(kPatience);
@@ -91,16 +102,18 @@ void add_completion_command(CLI::App& app, CommandLine& line) {
       "Prints what makes a shell complete commands, options and names. To switch it on in bash: "
       "source <(tarnwick completion bash)",
       "", [shell](const Options&) { print_text(completion_script(*shell)); })
-      ->add_option("SHELL", *shell, "the shell: bash, zsh or fish")
+      ->add_option("SHELL", *shell, "the shell: bash, zsh, fish or powershell")
       ->required()
-      ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+      ->check(CLI::IsMember({"bash", "zsh", "fish", "powershell"}));
 }
 
 std::optional<int> answer_shell(CLI::App& app, std::span<const std::string> words) {
-  if (words.size() < 3 || words[0] != "complete") return std::nullopt;
+  if (words.size() < 2 || words[0] != "complete") return std::nullopt;
   const auto question = std::span(words).subspan(2);
-  if (words[1] == "--") {
+  if (words[1] == "--" && !question.empty()) {
     print_for_any_shell(answer_to(app, question));
+  } else if (words[1] == "powershell" && question.empty()) {
+    print_for_any_shell(answer_to(app, lines_of(std::cin)));
   } else if (words[1] == "bash" && question.size() == 3) {
     answer_bash(app, question);
   } else {

@@ -16,10 +16,11 @@ struct CommandLine;
 void add_completion_command(CLI::App& app, CommandLine& line);
 
 /// Answers a shell that asks what may follow, by the descriptions of `app`; nothing if
-/// `words` are no such question. It is put in one of two ways:
+/// `words` are no such question. It is put in one of three ways:
 ///
 ///     complete -- WORD...                     the last one is being typed
 ///     complete bash LINE TYPE BREAKS          up to the cursor; COMP_TYPE, COMP_WORDBREAKS
+///     complete powershell                     the words are the lines of the standard input
 ///
 /// The first line of the answer is "files", "folders" or "words"; each word follows on a line of
 /// its own, the first form with a tab and a description behind it where there is one, the second

@@ -5,7 +5,8 @@
 
 namespace tarnwick::cli {
 
-/// What `shell` ("bash", "zsh", "fish") reads to complete the program's command lines.
+/// What `shell` ("bash", "zsh", "fish", "powershell") reads to complete the program's command
+/// lines.
 [[nodiscard]] std::string_view completion_script(const std::string& shell);
 
 }  // namespace tarnwick::cli

@@ -14,7 +14,7 @@
 #include "apps/tarnwick/commands/key_arguments.h"
 #include "apps/tarnwick/examination/component_parents.h"
 #include "apps/tarnwick/maintenance/naming.h"
-#include "apps/tarnwick/output/shell_word.h"
+#include "apps/tarnwick/output/shell_words.h"
 #include "components/component_properties.h"
 #include "components/refresh_component.h"
 #include "components/report_code.h"

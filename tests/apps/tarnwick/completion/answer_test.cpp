@@ -85,7 +85,7 @@ TEST_F(Answers, OfferTheValuesOfAnOption) {
               ElementsAre("PC", "PCA", "CRY", "none"));
   EXPECT_THAT(offered({"component", "set", "1", "--force-display=y"}),
               ElementsAre("--force-display=yes"));
-  EXPECT_THAT(offered({"completion", ""}), ElementsAre("bash", "zsh", "fish"));
+  EXPECT_THAT(offered({"completion", ""}), ElementsAre("bash", "zsh", "fish", "powershell"));
   EXPECT_THAT(offered({"report", "show", "X", "--field", "SoftL"}), ElementsAre("SoftLock"));
   EXPECT_THAT(offered({"--connect", ""}), IsEmpty());
 }

@@ -244,6 +244,19 @@ class Questions(Shells):
         self.assertEqual((answer.returncode, answer.stderr), (0, ""))
         return answer.stdout.splitlines()
 
+    def test_are_put_by_powershell_on_the_standard_input(self):
+        for words, expected in (("report\r\nsho\r\n", "show"), ("report\n\n", "list"), ("", "init"),
+                                ("report\nshow\nOpen\n", "Open Orders\tOpen Orders per Customer")):
+            with self.subTest(words=words), tempfile.TemporaryFile("w+") as typed:
+                typed.write(words)
+                typed.seek(0)
+                answer = program("complete", "powershell", stdin=typed,
+                                 environment=self.connection())
+                self.assertEqual((answer.returncode, answer.stderr), (0, ""))
+                lines = answer.stdout.splitlines()
+                self.assertEqual(lines[0], "words")
+                self.assertTrue(any(line.startswith(expected) for line in lines[1:]), lines)
+
     def test_change_nothing(self):
         def content():
             return {path.name: path.read_bytes() for path in (self.shared / "db").iterdir()}

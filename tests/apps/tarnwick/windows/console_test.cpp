@@ -174,6 +174,21 @@ TEST_F(Consoles, AskWhereTheCommandWasTypedThatTheServerCarriesOut) {
   EXPECT_EQ(title(), "Before");
 }
 
+TEST_F(Consoles, AreToldOfVariablesAsTheirShellsSetThem) {
+  const std::string said =
+      say(L"init \"" + (files_.path() / "it's new").wstring() + L"\" --role Keeper");
+  const std::string begin = "Provider=Tarnwick.Embedded;Data Source=\"" + files_.path().string();
+  EXPECT_THAT(said, HasSubstr("To connect, at a command prompt:\n"
+                              "  set \"TARNWICK_CONNECT=" +
+                              begin + "\\it's new\"\"\n  set \"TARNWICK_ROLE=Keeper\"\n"));
+  EXPECT_THAT(said, HasSubstr("To connect, in PowerShell:\n"
+                              "  $env:TARNWICK_CONNECT = '" +
+                              begin + "\\it''s new\"'\n  $env:TARNWICK_ROLE = 'Keeper'\n"));
+  EXPECT_THAT(say(L"report show --help"), HasSubstr("\n  tarnwick report show \"Open Orders\""));
+  EXPECT_THAT(say(L"report edit --help"), HasSubstr("\n  tarnwick report edit \"Open Orders\""));
+  EXPECT_THAT(say(L"--help"), HasSubstr("\n  set TARNWICK_ROLE=dw_admin\n"));
+}
+
 TEST_F(Consoles, LetAnEditorHaveTheKeys) {
   Console console;
   console.start(edit());
