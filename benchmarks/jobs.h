@@ -15,5 +15,6 @@ namespace tarnwick::benchmarks {
 [[nodiscard]] std::vector<Row> measure_update_cycle(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_look_up(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_dbus(const std::filesystem::path& scratch);
+[[nodiscard]] std::vector<Row> measure_payloads(const std::filesystem::path& scratch);
 
 }  // namespace tarnwick::benchmarks

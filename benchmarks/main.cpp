@@ -44,7 +44,8 @@ struct Job {
 constexpr std::array kJobs{
     Job{"pcs", measure_pc_loading},    Job{"reports", measure_report_loading},
     Job{"odbc", measure_odbc_loading}, Job{"update", measure_update_cycle},
-    Job{"look-up", measure_look_up},   Job{"dbus", measure_dbus}};
+    Job{"look-up", measure_look_up},   Job{"dbus", measure_dbus},
+    Job{"payloads", measure_payloads}};
 
 }  // namespace
 
