@@ -16,5 +16,6 @@ namespace tarnwick::benchmarks {
 [[nodiscard]] std::vector<Row> measure_processes(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_look_up(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_dbus(const std::filesystem::path& scratch);
+[[nodiscard]] std::vector<Row> measure_payloads(const std::filesystem::path& scratch);
 
 }  // namespace tarnwick::benchmarks

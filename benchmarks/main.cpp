@@ -53,7 +53,8 @@ constexpr std::array kJobs{Job{"pcs", measure_pc_loading},
                            Job{"update", measure_update_cycle},
                            Job{"processes", measure_processes},
                            Job{"look-up", measure_look_up},
-                           Job{"dbus", measure_dbus}};
+                           Job{"dbus", measure_dbus},
+                           Job{"payloads", measure_payloads}};
 
 struct Options {
   std::filesystem::path folder;

@@ -33,6 +33,12 @@ bool RowLocker::run_unlocked(sqlite3_stmt* statement) {
   return run(statement);
 }
 
+void RowLocker::unlocked(const std::function<void()>& change) {
+  const std::unique_ptr<RowLocker, HookAgain> unhooked(this);
+  database_.unhook_changes();
+  change();
+}
+
 void RowLocker::before_change(void* locker, sqlite3* handle, int operation, const char* schema,
                               const char* table, sqlite3_int64 /*old_id*/,
                               sqlite3_int64 /*new_id*/) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -24,6 +25,8 @@ class RowLocker final {
   /// The same for a statement that changes rows which are locked already: to be told of each costs
   /// time and tells nothing.
   [[nodiscard]] bool run_unlocked(sqlite3_stmt* statement);
+  /// The same for a change that is no statement.
+  void unlocked(const std::function<void()>& change);
 
   /// The byte of the row that was in the way.
   [[nodiscard]] std::optional<std::int64_t> blocking_byte() const { return blocking_byte_; }

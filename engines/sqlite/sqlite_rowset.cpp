@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "engines/sqlite/key_spelling.h"
+#include "engines/sqlite/payload.h"
 
 namespace tarnwick::sqlite {
 namespace {
@@ -71,9 +72,26 @@ Shape Shape::of(sqlite3_stmt* statement, const Catalog& catalog) {
   return shape;
 }
 
+SqliteRowset::SqliteRowset(OpenDatabase& database, Query query,
+                           std::shared_ptr<const Shape> records)
+    : database_(database), query_(std::move(query)), shape_(std::move(records)) {
+  if (shape().table != nullptr && has_payloads(*shape().table)) {
+    without_payloads_ = sqlite::without_payloads(query_, shape().origins);
+    schema_version_ = database_.catalog.version();
+  }
+}
+
 void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) const {
+  const int count = static_cast<int>(columns().size());
+  const bool has_payload = sqlite3_column_count(statement) > count &&
+                           sqlite3_column_type(statement, count) != SQLITE_NULL;
   int column = 0;
   for (const Reading reading : shape().readings) {
+    if (has_payload && column == count - 1) {
+      rows.add_bytes(read_payload(sqlite3_db_handle(statement), *shape().table,
+                                  sqlite3_column_int64(statement, count)));
+      break;
+    }
     switch (sqlite3_column_type(statement, column)) {
       case SQLITE_INTEGER:
         append_integer(sqlite3_column_int64(statement, column), reading, rows);
@@ -106,11 +124,15 @@ void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) con
 
 template <class TakeRow>
 bool SqliteRowset::run(Database& database, std::span<const StoredValue> values, TakeRow take_row) {
-  sqlite3_stmt* const statement = database.client_statement(query_.sql);
+  // The list of columns is that of the table as it was.
+  const bool apart = without_payloads_ && database.schema_version() == schema_version_;
+  sqlite3_stmt* const statement =
+      database.client_statement(apart ? *without_payloads_ : query_.sql);
   Execution execution(database, statement, values);
   const bool any = execution.next();
   // SQLite prepares a statement anew when the tables have changed: "*" may mean other columns now.
-  if (any && sqlite3_column_count(statement) != static_cast<int>(columns().size())) {
+  const std::size_t expected = columns().size() + (apart ? 1 : 0);
+  if (any && static_cast<std::size_t>(sqlite3_column_count(statement)) != expected) {
     throw AdoError(AdoErrorNumber::kUnspecified,
                    u"The table's columns have changed since the statement was opened.");
   }

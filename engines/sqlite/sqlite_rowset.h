@@ -32,8 +32,7 @@ class SqliteRowset : public ado::Rowset {
   void insert(std::span<const ado::Assignment> assigned) override;
 
  protected:
-  SqliteRowset(OpenDatabase& database, Query query, std::shared_ptr<const Shape> records)
-      : database_(database), query_(std::move(query)), shape_(std::move(records)) {}
+  SqliteRowset(OpenDatabase& database, Query query, std::shared_ptr<const Shape> records);
 
   /// Runs the statement and appends all its rows to `rows`.
   void read_all(ado::RowBuffer& rows);
@@ -68,6 +67,9 @@ class SqliteRowset : public ado::Rowset {
   [[nodiscard]] const std::string& origin_of(const ado::Assignment& assignment) const;
 
   std::shared_ptr<const Shape> shape_;
+  // The statement that is run in the place of the query's, where that reads payloads.
+  std::optional<std::string> without_payloads_;
+  std::int64_t schema_version_ = 0;  // for which that holds
 };
 
 }  // namespace tarnwick::sqlite

@@ -80,9 +80,8 @@ StoredValue stored_value(const ado::Cell& cell) {
 }
 
 bool is_payload(const StoredValue& value) {
-  constexpr std::size_t kPayload = std::size_t{1} << 20;
   const auto* const blob = std::get_if<Blob>(&value);
-  return blob != nullptr && blob->bytes.size() >= kPayload;
+  return blob != nullptr && blob->bytes.size() >= kPayloadSize;
 }
 
 void bind_all(sqlite3_stmt* statement, std::span<const StoredValue> values) {

@@ -22,7 +22,10 @@ using StoredValue = std::variant<std::nullptr_t, std::int64_t, double, std::stri
 [[nodiscard]] StoredValue stored_value(const Variant& value);
 [[nodiscard]] StoredValue stored_value(const ado::Cell& cell);
 
-/// Whether the value is so long that it is not to be written twice where that can be helped.
+/// The length from which a value is not to be written twice, or held twice, where that can be
+/// helped.
+inline constexpr std::size_t kPayloadSize = std::size_t{1} << 20;
+/// Whether the value has that length.
 [[nodiscard]] bool is_payload(const StoredValue& value);
 
 /// Binds the values of all parameters in their order, without copying: they must outlive the

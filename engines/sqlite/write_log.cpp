@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "engines/sqlite/payload.h"
 #include "engines/sqlite/shadow.h"
 
 namespace tarnwick::sqlite {
@@ -56,7 +57,13 @@ std::string statement_of(const RowUpdate& update) {
 Write write_of(RowUpdate update) {
   Write write{.statement = statement_of(update), .values = {}, .one_row = true};
   write.bumps_version = bumps_version(update);
-  for (auto& column : update.columns) write.values.push_back(std::move(column.value));
+  for (auto& column : update.columns) {
+    if (is_payload(column.value) && column.name == kPayloadColumn && has_payloads(*update.table)) {
+      write.payload = {update.table, update.key, static_cast<int>(write.values.size()) + 1,
+                       std::get<Blob>(column.value).bytes};
+    }
+    write.values.push_back(std::move(column.value));
+  }
   std::move(update.key.begin(), update.key.end(), std::back_inserter(write.values));
   if (update.version) write.values.push_back(std::move(*update.version));
   return write;
@@ -252,15 +259,27 @@ bool WriteLog::apply(const Write& write, Database& database, RowLocker& locker, 
     const Execution bump(database, database.statement(kBumpVersion));
     if (!locker.run(bump.statement())) return false;
   }
+  // In a load a statement that fails leaves those before it standing, and nothing of its own.
+  const auto payload = loading_ ? std::nullopt : write.payload;
+  std::optional<std::int64_t> row;
+  if (payload) row = row_id(database, *payload->table, payload->key);
   sqlite3_stmt* const statement = write.author == Write::Author::kClient
                                       ? database.client_statement(write.statement)
                                       : database.statement(write.statement);
   const Execution execution(database, statement, write.values);
+  if (payload) {
+    const int code = sqlite3_bind_zeroblob64(statement, payload->parameter, payload->bytes.size());
+    if (code != SQLITE_OK) database.fail(code);
+  }
   if (!(locker.*run)(statement)) return false;
   if (!write.one_row) {
     catalog_.refresh(database);  // it may have made or changed a table
   } else if (sqlite3_changes(database.handle()) != 1) {
     throw ado::AdoError(ado::AdoErrorNumber::kRowNotLocated);
+  }
+  if (row) {
+    locker.unlocked(
+        [&] { write_payload(database.handle(), *payload->table, *row, payload->bytes); });
   }
   return true;
 }

@@ -14,6 +14,14 @@
 
 namespace tarnwick::sqlite {
 
+/// A value that the statement only makes room for; it goes into its row behind it.
+struct WrittenPayload {
+  std::shared_ptr<const Table> table;
+  std::vector<StoredValue> key;  // of the row before the statement
+  int parameter = 0;             // of the statement, from 1
+  Bytes bytes;
+};
+
 /// A statement that writes, with its values.
 struct Write {
   enum class Author { kEngine, kClient };
@@ -24,6 +32,7 @@ struct Write {
   bool one_row = false;
   /// The statement gives the row the version that DW_ROW_VERSION is bumped to right before it.
   bool bumps_version = false;
+  std::optional<WrittenPayload> payload = std::nullopt;
 };
 
 /// New values for columns of one row.
