@@ -106,7 +106,9 @@ class EngineSession {
   /// called until a further one went through.
   virtual void begin() = 0;
   /// Begins a transaction that is to write very many rows, in time and memory that grow with their
-  /// number alone. No other session may be able to write anything until it ends.
+  /// number alone. No other session may be able to write anything until it ends. Rows that are
+  /// inserted may be sent later, together: by the next statement that is none of them, or the
+  /// commit. A refusal is thrown by the step that sends them.
   virtual void begin_load() { begin(); }
   virtual void commit() = 0;
   virtual void rollback() = 0;

@@ -12,6 +12,7 @@ namespace tarnwick::benchmarks {
 [[nodiscard]] std::vector<Row> measure_pc_loading(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_report_loading(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_odbc_loading(const std::filesystem::path& scratch);
+[[nodiscard]] std::vector<Row> measure_copy(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_update_cycle(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_processes(const std::filesystem::path& scratch);
 [[nodiscard]] std::vector<Row> measure_look_up(const std::filesystem::path& scratch);

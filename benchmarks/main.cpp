@@ -47,14 +47,12 @@ struct Job {
   std::vector<Row> (*measure)(const std::filesystem::path& scratch);
 };
 
-constexpr std::array kJobs{Job{"pcs", measure_pc_loading},
-                           Job{"reports", measure_report_loading},
-                           Job{"odbc", measure_odbc_loading},
-                           Job{"update", measure_update_cycle},
-                           Job{"processes", measure_processes},
-                           Job{"look-up", measure_look_up},
-                           Job{"dbus", measure_dbus},
-                           Job{"payloads", measure_payloads}};
+constexpr std::array kJobs{
+    Job{"pcs", measure_pc_loading},      Job{"reports", measure_report_loading},
+    Job{"odbc", measure_odbc_loading},   Job{"copy", measure_copy},
+    Job{"update", measure_update_cycle}, Job{"processes", measure_processes},
+    Job{"look-up", measure_look_up},     Job{"dbus", measure_dbus},
+    Job{"payloads", measure_payloads}};
 
 struct Options {
   std::filesystem::path folder;

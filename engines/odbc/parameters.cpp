@@ -68,6 +68,14 @@ void Parameters::add(const Variant& value, const SqlType& target) {
       value);
 }
 
+void Parameters::add_null(const Variant& value, const SqlType& target) {
+  add(value, target);
+  Parameter& parameter = parameters_.back();
+  parameter.run = nullptr;
+  parameter.bytes = 0;
+  parameter.indicator = SQL_NULL_DATA;
+}
+
 // A null has a type too, and a text's null does not go into a binary column.
 void Parameters::set_null(Parameter& parameter, const SqlType& target) {
   if (!is_binary(target.code)) return;

@@ -19,6 +19,8 @@ class Parameters final {
   /// `target` is the column that the value is meant for. Throws AdoError kDataConversion for a date
   /// that is none.
   void add(const Variant& value, const SqlType& target);
+  /// A null beside values like `value`, declared as they are; `value` may be null itself.
+  void add_null(const Variant& value, const SqlType& target);
 
   /// Runs `text` on `statement` with these parameters. Throws AdoError. Returns ODBC's result,
   /// which is SQL_NO_DATA where a driver says so of an update without rows.

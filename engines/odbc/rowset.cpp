@@ -184,20 +184,17 @@ void OdbcRowset::update(std::span<const Cell> row, std::span<const ado::Assignme
 void OdbcRowset::insert(std::span<const ado::Assignment> assigned) {
   const TableSelect& table = base_table();
   session_.step([&] {
-    Parameters parameters;
-    Text names;
-    Text values;
+    std::vector<InsertColumn> columns;
     for (const ado::Assignment& assignment : assigned) {
-      const TextView separator = names.empty() ? u"" : u", ";
-      names.append(separator).append(session_.quote(columns_[assignment.column].name));
-      values.append(separator).append(u"?");
+      columns.push_back(
+          {session_.quote(columns_[assignment.column].name), types_[assignment.column]});
+    }
+    if (session_.insert_later(table.table, columns, assigned)) return;
+    Parameters parameters;
+    for (const ado::Assignment& assignment : assigned) {
       parameters.add(*assignment.value, types_[assignment.column]);
     }
-    const Text statement =
-        assigned.empty()
-            ? join({u"INSERT INTO ", table.table, u" DEFAULT VALUES"})
-            : join({u"INSERT INTO ", table.table, u" (", names, u") VALUES (", values, u")"});
-    write(statement, parameters, false);
+    write(insert_statement(table.table, columns, 1), parameters, false);
   });
 }
 

@@ -217,12 +217,37 @@ void OdbcSession::begin() {
   touched_data_ = false;
 }
 
+void OdbcSession::begin_load() {
+  begin();
+  loading_ = is_sql_server_;
+}
+
+bool OdbcSession::insert_later(TextView table, const std::vector<InsertColumn>& columns,
+                               std::span<const ado::Assignment> row) {
+  if (!loading_ || !InsertBlock::may_hold(row)) return false;
+  if (rows_to_send_ && !rows_to_send_->fits(table, columns, row)) send_rows();
+  if (!rows_to_send_) rows_to_send_.emplace(Text(table), columns);
+  rows_to_send_->add(row);
+  return true;
+}
+
+void OdbcSession::send_rows() {
+  const auto rows = std::exchange(rows_to_send_, std::nullopt);
+  if (!rows) return;
+  Parameters parameters;
+  rows->add_to(parameters);
+  Handle handle = statement();
+  static_cast<void>(parameters.execute(handle, rows->statement()));
+  Result(std::move(handle)).finish();
+  touched_data();
+}
+
 void OdbcSession::commit() {
   step([&] {
     settle();
     connection_.check(connection_.api().end_tran(SQL_HANDLE_DBC, connection_.get(), SQL_COMMIT));
   });
-  in_transaction_ = false;
+  in_transaction_ = loading_ = false;
   try {
     set_auto_commit(true);
   } catch (const AdoError&) {
@@ -233,6 +258,7 @@ void OdbcSession::commit() {
 }
 
 void OdbcSession::rollback() {
+  rows_to_send_.reset();
   bool gone = std::exchange(rolled_back_, false);
   try {
     step([&] {
@@ -249,7 +275,7 @@ void OdbcSession::rollback() {
     rolled_back_ = rolled_back_ || gone;
     throw;
   }
-  in_transaction_ = false;
+  in_transaction_ = loading_ = false;
 }
 
 bool OdbcSession::alive() {
@@ -454,6 +480,7 @@ void OdbcSession::require_usable() const {
 void OdbcSession::settle() {
   take_in_rest();
   require_usable();
+  send_rows();
 }
 
 void OdbcSession::take_in_rest() {

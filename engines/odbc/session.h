@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "ado/engine.h"
@@ -12,6 +13,7 @@
 #include "engines/odbc/diagnostics.h"
 #include "engines/odbc/engine.h"
 #include "engines/odbc/handles.h"
+#include "engines/odbc/insert_block.h"
 #include "engines/odbc/parameters.h"
 #include "engines/odbc/result.h"
 #include "engines/odbc/statement_text.h"
@@ -25,6 +27,8 @@ struct MaintainedTable;
 ///
 /// A connection serves one statement at a time: before the next one starts, a rowset that still has
 /// rows on the way takes them all in.
+///
+/// In a load, rows that are inserted one behind the other go to the server in blocks.
 ///
 /// When the server itself rolls a transaction back (a deadlock's victim above all), the session
 /// does not pretend to hold it: until the rollback is asked for, every further step is refused.
@@ -45,6 +49,7 @@ class OdbcSession final : public ado::EngineSession {
   void execute(TextView statement) override;
   [[nodiscard]] std::unique_ptr<ado::Rowset> open(const ado::RowsetRequest& request) override;
   void begin() override;
+  void begin_load() override;
   void commit() override;
   void rollback() override;
   [[nodiscard]] bool alive() override;
@@ -73,6 +78,11 @@ class OdbcSession final : public ado::EngineSession {
   /// where it has none. Only inside a step.
   [[nodiscard]] const std::vector<Text>& key_columns(const TableSelect& table);
 
+  /// Has the row inserted, in a load on a SQL Server together with others: by the next statement of
+  /// any other kind at the latest. False where it cannot wait. Only inside a step.
+  [[nodiscard]] bool insert_later(TextView table, const std::vector<InsertColumn>& columns,
+                                  std::span<const ado::Assignment> row);
+
   /// Takes note where the server has rolled the transaction back. Throws ConnectionLost where an
   /// unclear error turns out to be the connection's end. For errors met outside a step.
   void look_after_error(const ado::AdoError& error);
@@ -99,6 +109,7 @@ class OdbcSession final : public ado::EngineSession {
   void require_usable() const;
   void take_in_rest();
   void settle();
+  void send_rows();
   [[nodiscard]] Handle make_statement(std::uint32_t timeout);
   [[nodiscard]] static std::unique_ptr<Result> run_on(Handle statement, TextView text);
   [[nodiscard]] bool transaction_survived();
@@ -118,8 +129,10 @@ class OdbcSession final : public ado::EngineSession {
   OdbcRowset* reading_ = nullptr;
 
   bool in_transaction_ = false;
-  bool touched_data_ = false;  // in this transaction
-  bool rolled_back_ = false;   // by the server
+  bool loading_ = false;
+  std::optional<InsertBlock> rows_to_send_;  // in a load
+  bool touched_data_ = false;                // in this transaction
+  bool rolled_back_ = false;                 // by the server
   bool lost_ = false;
 };
 

@@ -206,7 +206,8 @@ class Session(Locking):
                 self.end_transaction(commit=False)
             if fault and fault.kind in ("FAIL", "ROLL_BACK"):
                 raise fault.error
-            for described, rows in self.results(statement, bound, in_procedure):
+            results = self.results(statement, bound, in_procedure)
+            for number, (described, rows) in enumerate(results, 1):
                 if described is not None:
                     answer += wire.columns(described, "T")
                     kept = len(answer) + 1
@@ -215,7 +216,8 @@ class Session(Locking):
                     rows = len(rows)
                 if fault and fault.kind == "LATE":
                     raise fault.error
-                answer += wire.done(rows, more=in_procedure, kind=0xFF if in_procedure else 0xFD)
+                answer += wire.done(rows, more=in_procedure or number < len(results),
+                                    kind=0xFF if in_procedure else 0xFD)
             if not answer or in_procedure:
                 answer += self.end_of_answer(last, in_procedure)
             answer, self.notices = self.notices + answer, b""
@@ -293,7 +295,7 @@ class Session(Locking):
             raise SqlError(102, f"Incorrect syntax near '{statement.split()[0]}'.", 15)
         if re.search(r"\b(FROM|INTO|UPDATE)\s+[\w\[]", statement, re.I):
             self.require(self.may_write(), 229, "The SELECT permission was denied on the object.")
-        return [self.database.run(self, statement, bound)]
+        return [self.database.run(self, single, bound) for single in inserts_in(statement)]
 
     def may_write(self):
         return self.role is not None or self.user == ADMINISTRATOR
@@ -414,6 +416,13 @@ class Session(Locking):
 
     def order_fault(self, match):
         self.server.faults.append(Fault(*match.groups()))
+
+
+def inserts_in(statement):
+    """The statements of a batch of inserts, in which FreeTDS sends arrays of parameters."""
+    parts = re.split(r"('(?:[^']|'')*')", statement)
+    parts[::2] = [re.sub(r"\)\s+(?=INSERT\s+INTO\b)", ")\0", part, flags=re.I) for part in parts[::2]]
+    return "".join(parts).split("\0")
 
 
 def lock_name(rowid):

@@ -51,6 +51,15 @@ void require_empty(const std::shared_ptr<ado::Connection>& connection) {
   }
 }
 
+/// By then all rows have been sent: the commit is all that is left to do.
+void require_rows(const std::shared_ptr<ado::Connection>& connection, TextView table,
+                  std::size_t rows) {
+  if (count_rows(connection, table) == rows) return;
+  throw ado::AdoError(
+      ado::AdoErrorNumber::kUnspecified,
+      join({u"The target's table ", table, u" does not hold what was copied into it."}));
+}
+
 struct ColumnPair {
   std::size_t source;
   std::size_t target;
@@ -110,8 +119,9 @@ class Load {
   ado::Connection& connection_;
 };
 
-void copy_rows(ado::Recordset& source, ado::Recordset& target, const CopiedTable& table,
-               const CopyProgress& progress) {
+/// Returns how many there were.
+std::size_t copy_rows(ado::Recordset& source, ado::Recordset& target, const CopiedTable& table,
+                      const CopyProgress& progress) {
   const std::vector<ColumnPair> columns = match_columns(source, target, table.name);
   std::size_t done = 0;
   for (; !source.eof(); source.move_next()) {
@@ -122,6 +132,7 @@ void copy_rows(ado::Recordset& source, ado::Recordset& target, const CopiedTable
     target.update();
     progress(table.name, ++done, table.rows);
   }
+  return done;
 }
 
 }  // namespace
@@ -137,7 +148,8 @@ CopiedTables copy_database(const std::shared_ptr<ado::Connection>& from,
     const auto source = open(from, join({u"Select * From ", kTables[i]}), ado::LockType::kReadOnly);
     const auto target = open(to, join({u"Select * From ", kTables[i], u" Where 1 = 0"}),
                              ado::LockType::kOptimistic);
-    copy_rows(*source, *target, tables[i], progress);
+    const std::size_t rows = copy_rows(*source, *target, tables[i], progress);
+    require_rows(to, kTables[i], rows);
   }
   load.commit();
   return tables;

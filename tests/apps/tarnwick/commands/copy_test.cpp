@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 #include <stdexcept>
 
@@ -311,6 +312,17 @@ TEST_F(CopyToSqlServer, ArrivesInOneTransactionAndComesBackAsItWas) {
   EXPECT_EQ(ending.exit_code, 0) << ending.err;
   EXPECT_EQ(ending.out, kDone);
   EXPECT_TRUE(rows_of(file("target")) == rows_of(database_file()));
+}
+
+TEST_F(CopyToSqlServer, SendsItsRowsInBlocks) {
+  sql("Delete From DW_Reports");
+  const Ending ending = test_support::run(start());
+  EXPECT_EQ(ending.exit_code, 0) << ending.err;
+  const auto lines = server_.take_log();
+  EXPECT_EQ(
+      std::count_if(lines.begin(), lines.end(),
+                    [](const std::string& line) { return line.starts_with("rpc INSERT INTO"); }),
+      2);
 }
 
 TEST_F(CopyToSqlServer, LeavesNothingBehindWhereTheConnectionIsCutOrARowIsRefused) {
