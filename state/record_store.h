@@ -24,6 +24,11 @@ class RecordSource {
 /// the same for all who ask.
 template <class Record>
 class Store {
+  struct Entry {
+    mutable std::shared_ptr<Record> record;  // null while the row has not been asked for
+    std::uint32_t row = 0;
+  };
+
  public:
   using Pointer = std::shared_ptr<Record>;
 
@@ -78,7 +83,7 @@ class Store {
 
    private:
     const Store* store_;
-    typename KeyedList<typename Store::Entry>::Walk walk_;
+    typename KeyedList<Entry>::Walk walk_;
   };
   [[nodiscard]] Walk walk() const { return Walk(*this); }
 
@@ -113,11 +118,6 @@ class Store {
   }
 
  private:
-  struct Entry {
-    mutable Pointer record;  // null while the row has not been asked for
-    std::uint32_t row = 0;
-  };
-
   [[nodiscard]] const Pointer& record_of(const Entry& entry) const {
     if (entry.record == nullptr) entry.record = source_->make(entry.row);
     return entry.record;
