@@ -75,7 +75,7 @@ void Recordset::open(TextView statement, std::int32_t options) {
   }
   connection_->open_recordsets_.push_back(this);
   try {
-    rows_.emplace(rowset_->columns().size());
+    rows_ = std::make_shared<RowBuffer>(rowset_->columns().size());
     cells_.resize(rowset_->columns().size());
     fetch_next(holds_all_rows() ? kAllRows : 1);
   } catch (...) {
@@ -141,6 +141,29 @@ Field Recordset::field(TextView name) {
 Field Recordset::field(std::size_t index) {
   require_column(index);
   return {*this, index};
+}
+
+std::shared_ptr<const RowBuffer> Recordset::rows() const {
+  require_open();
+  if (!holds_all_rows()) throw AdoError(AdoErrorNumber::kFeatureNotAvailable);
+  return rows_;
+}
+
+std::size_t Recordset::row() const {
+  require_open();
+  require_row();
+  return row_;
+}
+
+std::span<const Cell> Recordset::cells() const {
+  require_open();
+  require_row();
+  return cells_;
+}
+
+std::size_t Recordset::position_of(TextView name) const {
+  require_open();
+  return search_column(name);
 }
 
 void Recordset::add_new() {

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -73,6 +74,16 @@ class Recordset final {
   [[nodiscard]] Field field(TextView name);
   [[nodiscard]] Field field(std::size_t index);
 
+  /// All rows of a cursor that holds them, as they were fetched; they stay when the recordset is
+  /// closed. Error 3251 for another cursor.
+  [[nodiscard]] std::shared_ptr<const RowBuffer> rows() const;
+  /// The place of the current row in `rows`, and its values in the engine's form, with what was
+  /// written through this recordset. Error 3021 without one.
+  [[nodiscard]] std::size_t row() const;
+  [[nodiscard]] std::span<const Cell> cells() const;
+  /// Where the column stands; as `field`.
+  [[nodiscard]] std::size_t position_of(TextView name) const;
+
   /// Begins a new row; writes a pending edit first. Once written it is the current row and the last
   /// one; its columns that were not assigned read as null.
   void add_new();
@@ -131,11 +142,11 @@ class Recordset final {
   LockType lock_ = LockType::kReadOnly;
   HeldRowReading held_rows_ = HeldRowReading::kWait;
 
-  std::unique_ptr<Rowset> rowset_;  // set while open
-  std::optional<RowBuffer> rows_;   // all rows, or the current one alone
-  std::vector<Cell> cells_;         // of the current row
-  std::size_t row_ = 0;             // the current row's place in rows_
-  std::size_t rows_seen_ = 0;       // rows fetched and added since the open
+  std::unique_ptr<Rowset> rowset_;   // set while open
+  std::shared_ptr<RowBuffer> rows_;  // all rows, or the current one alone
+  std::vector<Cell> cells_;          // of the current row
+  std::size_t row_ = 0;              // the current row's place in rows_
+  std::size_t rows_seen_ = 0;        // rows fetched and added since the open
   bool on_row_ = false;
   bool at_end_ = false;
   bool last_row_ = false;  // the current row was added and no row follows it

@@ -135,43 +135,54 @@ void RowBuffer::add_row(const RowBuffer& from, std::size_t row) {
   end_row();
 }
 
+const std::byte* RowBuffer::read_value(const std::byte* from, Cell& cell) {
+  cell.kind = static_cast<Cell::Kind>(*from++);
+  switch (cell.kind) {
+    case Cell::Kind::kNull:
+      break;
+    case Cell::Kind::kBool:
+      cell.integer = read_number<std::uint8_t>(from);
+      break;
+    case Cell::Kind::kInt16:
+      cell.integer = read_number<std::int16_t>(from);
+      break;
+    case Cell::Kind::kInt32:
+      cell.integer = read_number<std::int32_t>(from);
+      break;
+    case Cell::Kind::kInt64:
+      cell.integer = read_number<std::int64_t>(from);
+      break;
+    case Cell::Kind::kDouble:
+    case Cell::Kind::kDate:
+      cell.real = read_number<double>(from);
+      break;
+    case Cell::Kind::kUtf8:
+    case Cell::Kind::kUtf16:
+      cell.size = read_length(from);
+      cell.data = from;
+      from += cell.size;
+      break;
+    case Cell::Kind::kBytes:
+      cell.size = read_length(from);
+      cell.shared = cell.size < kShared ? nullptr : read_number<const Bytes*>(from);
+      cell.data = cell.shared != nullptr ? cell.shared->data() : from;
+      if (cell.shared == nullptr) from += cell.size;
+      break;
+  }
+  return from;
+}
+
 void RowBuffer::read_row(std::size_t row, std::span<Cell> cells) const {
   const std::byte* from = row_starts_[row];
-  for (Cell& cell : cells) {
-    cell.kind = static_cast<Cell::Kind>(*from++);
-    switch (cell.kind) {
-      case Cell::Kind::kNull:
-        break;
-      case Cell::Kind::kBool:
-        cell.integer = read_number<std::uint8_t>(from);
-        break;
-      case Cell::Kind::kInt16:
-        cell.integer = read_number<std::int16_t>(from);
-        break;
-      case Cell::Kind::kInt32:
-        cell.integer = read_number<std::int32_t>(from);
-        break;
-      case Cell::Kind::kInt64:
-        cell.integer = read_number<std::int64_t>(from);
-        break;
-      case Cell::Kind::kDouble:
-      case Cell::Kind::kDate:
-        cell.real = read_number<double>(from);
-        break;
-      case Cell::Kind::kUtf8:
-      case Cell::Kind::kUtf16:
-        cell.size = read_length(from);
-        cell.data = from;
-        from += cell.size;
-        break;
-      case Cell::Kind::kBytes:
-        cell.size = read_length(from);
-        cell.shared = cell.size < kShared ? nullptr : read_number<const Bytes*>(from);
-        cell.data = cell.shared != nullptr ? cell.shared->data() : from;
-        if (cell.shared == nullptr) from += cell.size;
-        break;
-    }
-  }
+  for (Cell& cell : cells) from = read_value(from, cell);
+}
+
+Cell RowBuffer::cell(std::size_t row, std::size_t column) const {
+  const std::byte* from = row_starts_[row];
+  Cell cell;
+  for (std::size_t i = 0; i < column; ++i) from = read_value(from, cell);
+  read_value(from, cell);
+  return cell;
 }
 
 void RowBuffer::clear() {

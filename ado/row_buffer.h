@@ -98,12 +98,17 @@ class RowBuffer {
   /// The values of row `row` (from 0), into `cells` (as many as columns). Valid until `clear`.
   void read_row(std::size_t row, std::span<Cell> cells) const;
 
+  /// One value of row `row`, valid as long. Passes over those before it.
+  [[nodiscard]] Cell cell(std::size_t row, std::size_t column) const;
+
   /// Forgets all rows. Gives their memory back, but for one small chunk: a server cursor fills and
   /// clears its buffer row by row.
   void clear();
 
  private:
   void add(const Cell& cell);
+  /// Returns where the next value lies.
+  static const std::byte* read_value(const std::byte* from, Cell& cell);
 
   static constexpr std::size_t kLongestLength = 10;  // of a 64-bit length, 7 bits a byte
   static constexpr std::size_t kShared = std::size_t{64} << 10;

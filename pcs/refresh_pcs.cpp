@@ -2,20 +2,68 @@
 
 #include "pcs/registered_pc_properties.h"
 #include "records/column_values.h"
+#include "records/loaded_rows.h"
 #include "records/recordset_access.h"
 #include "state/guard.h"
 
 namespace tarnwick {
 namespace {
 
-void load_register(SharedState& state, ado::Recordset& rows) {
-  state.registered_pcs = std::make_shared<Store<RegisteredPC>>();
-  for (; !rows.eof(); rows.move_next()) {
-    auto pc = std::make_shared<RegisteredPC>(state);
+using Rows = LoadedRows<RegisteredPC>;
+
+class LoadedPcs final : public RecordSource<RegisteredPC> {
+ public:
+  LoadedPcs(SharedState& state, std::shared_ptr<const Rows> rows)
+      : state_(state), rows_(std::move(rows)) {}
+
+  [[nodiscard]] std::shared_ptr<RegisteredPC> make(std::uint32_t row) const override {
+    return std::make_shared<RegisteredPC>(state_, rows_, row);
+  }
+  void part_from(RegisteredPC& pc) const noexcept override {
+    // Where there is no memory for that, the PC keeps the rows alive.
+    quietly([&] { pc.part_from_rows(); });
+  }
+
+ private:
+  SharedState& state_;
+  std::shared_ptr<const Rows> rows_;
+};
+
+void append(const ado::Cell& cell, Text& key) {
+  if (cell.kind == ado::Cell::Kind::kUtf8) {
+    append_stored_utf8(cell.view(), key);
+  } else {
+    key.append(Plain<Text>::from(cell));
+  }
+  key.append(1, kKeySeparator);
+}
+
+// As RegisteredPC::key; into the same text row after row.
+void read_key(const Rows& rows, std::span<const ado::Cell> row, Text& key) {
+  key.clear();
+  append(rows.cell<"MACNumber">(row), key);
+  append(rows.cell<"ComputerID">(row), key);
+  key.append(decimal(rows.cell<"CompID">(row).integer));
+}
+
+void load_register(SharedState& state, ado::Recordset& recordset) {
+  const std::shared_ptr<const Rows> rows = Rows::of(recordset);
+  state.registered_pcs =
+      std::make_shared<Store<RegisteredPC>>(std::make_unique<LoadedPcs>(state, rows));
+  Store<RegisteredPC>& store = *state.registered_pcs;
+  store.reserve(static_cast<std::size_t>(recordset.record_count()));
+  Text key;
+  for (; !recordset.eof(); recordset.move_next()) {
+    if (rows != nullptr && rows->is_plain(recordset.cells())) {
+      read_key(*rows, recordset.cells(), key);
+      store.add_row(key, static_cast<std::uint32_t>(recordset.row()));
+      continue;
+    }
     // A row whose load failed is listed all the same, with the values that it got.
-    refresh_pc(state, &rows, pc.get());
-    Text key = pc->key();
-    state.registered_pcs->add(std::move(key), std::move(pc));
+    auto pc = std::make_shared<RegisteredPC>(state);
+    refresh_pc(state, &recordset, pc.get());
+    key = pc->key();
+    store.add(key, std::move(pc));
   }
 }
 

@@ -3,6 +3,7 @@
 #include "pcs/refresh_pcs.h"
 #include "pcs/registered_pc_properties.h"
 #include "records/column_values.h"
+#include "records/loaded_rows.h"
 #include "records/recordset_access.h"
 #include "records/update_protocol.h"
 #include "runtime/case_mapping.h"
@@ -24,38 +25,86 @@ void keep_loaded(std::unique_ptr<const Text>& loaded, const Text& present, const
   }
 }
 
+const Text& first_known(const std::unique_ptr<const Text>& loaded, const Text& present) {
+  return loaded == nullptr ? present : *loaded;
+}
+
 }  // namespace
 
-RegisteredPC::RegisteredPC(SharedState& state) : RecordObject(state) {}
+RegisteredPC::RegisteredPC(SharedState& state)
+    : RecordObject(state), values_(std::make_unique<Values>()) {}
+
+RegisteredPC::RegisteredPC(SharedState& state, std::shared_ptr<const LoadedRows<RegisteredPC>> rows,
+                           std::uint32_t row)
+    : RecordObject(state), rows_(std::move(rows)), row_(row) {}
+
+RegisteredPC::~RegisteredPC() = default;
+
+template <Name kName, class T>
+T RegisteredPC::get(T Values::*member) const {
+  return values_ != nullptr ? (*values_).*member : rows_->value<kName>(row_);
+}
+
+RegisteredPC::Values& RegisteredPC::values() {
+  if (values_ == nullptr) {
+    const auto loaded = std::move(rows_);
+    values_ = std::make_unique<Values>();
+    try {
+      loaded->load(row_, *this);
+    } catch (...) {
+      values_.reset();
+      rows_ = loaded;
+      throw;
+    }
+    changed_ = false;
+  }
+  return *values_;
+}
+
+Text RegisteredPC::mac_number() const { return get<"MACNumber">(&Values::mac_number); }
+Text RegisteredPC::computer_id() const { return get<"ComputerID">(&Values::computer_id); }
+std::int16_t RegisteredPC::comp_id() const { return get<"CompID">(&Values::comp_id); }
+MaintTypeEnum RegisteredPC::maintenance_type() const {
+  return get<"MaintenanceType">(&Values::maintenance_type);
+}
+bool RegisteredPC::active() const { return get<"Active">(&Values::active); }
+std::int16_t RegisteredPC::image_index() const { return get<"ImageIndex">(&Values::image_index); }
+Text RegisteredPC::last_user() const { return get<"LastUser">(&Values::last_user); }
+Date RegisteredPC::last_login() const { return get<"LastLogin">(&Values::last_login); }
+std::int32_t RegisteredPC::total_logins() const {
+  return get<"TotalLogins">(&Values::total_logins);
+}
+Text RegisteredPC::activated_by() const { return get<"ActivatedBy">(&Values::activated_by); }
+Date RegisteredPC::activate_date() const { return get<"ActivateDate">(&Values::activate_date); }
+Text RegisteredPC::deactivated_by() const { return get<"DeActivatedBy">(&Values::deactivated_by); }
+Date RegisteredPC::deactivated_date() const {
+  return get<"DeActivatedDate">(&Values::deactivated_date);
+}
+Text RegisteredPC::software_version() const {
+  return get<"SoftwareVersion">(&Values::software_version);
+}
+Text RegisteredPC::soft_lock() const { return get<"SoftLock">(&Values::soft_lock); }
+Text RegisteredPC::row_version() const { return get<"RowVersion">(&Values::row_version); }
 
 void RegisteredPC::set_mac_number(Text value) {
-  keep_loaded(loaded_mac_number_, mac_number_, value);
-  set(mac_number_, std::move(value));
+  Values& own = values();
+  keep_loaded(own.loaded_mac_number, own.mac_number, value);
+  set(own.mac_number, std::move(value));
 }
 
 void RegisteredPC::set_computer_id(Text value) {
-  keep_loaded(loaded_computer_id_, computer_id_, value);
-  set(computer_id_, std::move(value));
+  Values& own = values();
+  keep_loaded(own.loaded_computer_id, own.computer_id, value);
+  set(own.computer_id, std::move(value));
 }
 
 void RegisteredPC::set_comp_id(std::int16_t value) {
-  if (loaded_comp_id_ == -1) loaded_comp_id_ = value;
-  set(comp_id_, value);
+  Values& own = values();
+  if (own.loaded_comp_id == -1) own.loaded_comp_id = value;
+  set(own.comp_id, value);
 }
 
-Text RegisteredPC::key() const { return joined_key(mac_number_, computer_id_, comp_id_); }
-
-const Text& RegisteredPC::loaded_mac_number() const {
-  return loaded_mac_number_ == nullptr ? mac_number_ : *loaded_mac_number_;
-}
-
-const Text& RegisteredPC::loaded_computer_id() const {
-  return loaded_computer_id_ == nullptr ? computer_id_ : *loaded_computer_id_;
-}
-
-Text RegisteredPC::loaded_key() const {
-  return joined_key(loaded_mac_number(), loaded_computer_id(), loaded_comp_id_);
-}
+Text RegisteredPC::key() const { return joined_key(mac_number(), computer_id(), comp_id()); }
 
 bool RegisteredPC::initialized() const { return key().size() >= 3 && state_.connection != nullptr; }
 
@@ -78,12 +127,14 @@ bool RegisteredPC::lock_record() {
 }
 
 Look RegisteredPC::look() {
-  const Text id = decimal(comp_id_);
-  return look_at_row(state_, {u"RegisteredPC", u"Look"},
-                     join({u"Select * From DW_SEC_PC Where MACNbr = '", mac_number_,
-                           u"' And ComputerID = '", computer_id_, u"' And CompID = ", id}),
-                     {Text(Properties<RegisteredPC>::kTable), {mac_number_, computer_id_, id}},
-                     [&](ado::Recordset& row) { return refresh_pc(state_, &row, this); });
+  const Values& own = values();
+  const Text id = decimal(own.comp_id);
+  return look_at_row(
+      state_, {u"RegisteredPC", u"Look"},
+      join({u"Select * From DW_SEC_PC Where MACNbr = '", own.mac_number, u"' And ComputerID = '",
+            own.computer_id, u"' And CompID = ", id}),
+      {Text(Properties<RegisteredPC>::kTable), {own.mac_number, own.computer_id, id}},
+      [&](ado::Recordset& row) { return refresh_pc(state_, &row, this); });
 }
 
 UpdateErrorEnum RegisteredPC::update() { return write(u"Update", Existing::kWritten); }
@@ -93,19 +144,22 @@ UpdateErrorEnum RegisteredPC::insert() { return write(u"Insert", Existing::kRefu
 UpdateErrorEnum RegisteredPC::write(TextView procedure, Existing existing) {
   return guarded(state_, {u"RegisteredPC", procedure}, Error_ue, [&](UpdateErrorEnum& result) {
     state_.errors.set_message({});
-    if (mac_number_.empty() || computer_id_.empty() || comp_id_ < 0) {
+    const Values& own = values();
+    if (own.mac_number.empty() || own.computer_id.empty() || own.comp_id < 0) {
       result = MissRequiredField_ue;
       raise_message(state_,
                     u"No MAC Number, ComputerID or ComponentID provided for updating the PC!");
     }
     const Text current_key = key();
-    const Text old_key = loaded_key();
+    const Text& old_mac_number = first_known(own.loaded_mac_number, own.mac_number);
+    const Text& old_computer_id = first_known(own.loaded_computer_id, own.computer_id);
+    const Text old_key = joined_key(old_mac_number, old_computer_id, own.loaded_comp_id);
     const Text refused =
         join({u"Unable to update the PC '", current_key, u"' in the DW_Sec_PC table!"});
     write_row(state_, lock_,
               {.key = current_key,
                .table = TableSelector::kPcs,
-               .version = row_version_,
+               .version = own.row_version,
                .changed_opening = u"The data for '",
                .refused_line = refused,
                .write_columns = [&](ado::Recordset& row) { write_columns(row); },
@@ -113,11 +167,11 @@ UpdateErrorEnum RegisteredPC::write(TextView procedure, Existing existing) {
               result);
     if (!equals_ignoring_case(current_key, old_key) && old_key.size() > 2) {
       // The PC moved to another key: its row was written there, the old one goes.
-      execute_delete(state_,
-                     join({u"Delete from DW_Sec_PC Where MACNbr = '", loaded_mac_number(),
-                           u"' AND ComputerID = '", loaded_computer_id(), u"' AND CompID = ",
-                           decimal(loaded_comp_id_)}),
-                     ado::kExecuteNoRecords);
+      execute_delete(
+          state_,
+          join({u"Delete from DW_Sec_PC Where MACNbr = '", old_mac_number, u"' AND ComputerID = '",
+                old_computer_id, u"' AND CompID = ", decimal(own.loaded_comp_id)}),
+          ado::kExecuteNoRecords);
     }
     finish_update();
     result = OK_ue;
@@ -125,6 +179,7 @@ UpdateErrorEnum RegisteredPC::write(TextView procedure, Existing existing) {
 }
 
 void RegisteredPC::write_columns(ado::Recordset& row) {
+  Values& own = values();
   for_each_written<RegisteredPC>([&](const auto& property) {
     using T = typename std::remove_cvref_t<decltype(property)>::Value;
     if constexpr (std::same_as<T, Date>) {
@@ -132,17 +187,18 @@ void RegisteredPC::write_columns(ado::Recordset& row) {
       if ((this->*property.kGet)().is_zero()) return;
     }
     // Image 0 is never written: it stands for the picture of a PC.
-    if (property.name == "ImageIndex" && image_index_ == 0) image_index_ = 10;
+    if (property.name == "ImageIndex" && own.image_index == 0) own.image_index = 10;
     tarnwick::write(row, property, *this);
   });
 }
 
 bool RegisteredPC::remove() {
-  if (computer_id_.empty() || mac_number_.empty() || comp_id_ < 0) return true;
   return succeeds(state_, [&] {
+    const Values& own = values();
+    if (own.computer_id.empty() || own.mac_number.empty() || own.comp_id < 0) return;
     const Text statement =
-        join({u"Delete from dbo.DW_Sec_PC Where MACNbr = '", mac_number_, u"' and ComputerID = '",
-              computer_id_, u"' and CompID = ", decimal(comp_id_)});
+        join({u"Delete from dbo.DW_Sec_PC Where MACNbr = '", own.mac_number,
+              u"' and ComputerID = '", own.computer_id, u"' and CompID = ", decimal(own.comp_id)});
     if (locked()) release_record();
     execute_delete(state_, statement, ado::kExecuteNoRecords);
     require_set(state_.registered_pcs).remove(key());

@@ -4,50 +4,59 @@
 #include <memory>
 
 #include "records/record_object.h"
+#include "runtime/name.h"
 #include "state/enums.h"
 
 namespace tarnwick {
 
-/// One row of DW_SEC_PC: a PC as it uses one component, with its activation and logins.
+template <class Record>
+class LoadedRows;
+
+/// One row of DW_SEC_PC: a PC as it uses one component, with its activation and logins. A PC that
+/// was loaded is no more than its row, as the engine packed it, until something in it is changed.
 class RegisteredPC final : public RecordObject {
  public:
   explicit RegisteredPC(SharedState& state);
+  /// The PC of a plain row of `rows`, as it is loaded: unchanged.
+  RegisteredPC(SharedState& state, std::shared_ptr<const LoadedRows<RegisteredPC>> rows,
+               std::uint32_t row);
+  ~RegisteredPC();
 
-  [[nodiscard]] const Text& mac_number() const { return mac_number_; }
+  [[nodiscard]] Text mac_number() const;
   void set_mac_number(Text value);
-  [[nodiscard]] const Text& computer_id() const { return computer_id_; }
+  [[nodiscard]] Text computer_id() const;
   void set_computer_id(Text value);
   /// -1 in a new object.
-  [[nodiscard]] std::int16_t comp_id() const { return comp_id_; }
+  [[nodiscard]] std::int16_t comp_id() const;
   void set_comp_id(std::int16_t value);
-  [[nodiscard]] MaintTypeEnum maintenance_type() const { return maintenance_type_; }
-  void set_maintenance_type(MaintTypeEnum value) { set(maintenance_type_, value); }
-  [[nodiscard]] bool active() const { return active_; }
-  void set_active(bool value) { set(active_, value); }
+  [[nodiscard]] MaintTypeEnum maintenance_type() const;
+  void set_maintenance_type(MaintTypeEnum value) { set(values().maintenance_type, value); }
+  [[nodiscard]] bool active() const;
+  void set_active(bool value) { set(values().active, value); }
   /// 10 in a new object; 0 is written as 10.
-  [[nodiscard]] std::int16_t image_index() const { return image_index_; }
-  void set_image_index(std::int16_t value) { set(image_index_, value); }
-  [[nodiscard]] const Text& last_user() const { return last_user_; }
-  void set_last_user(Text value) { set(last_user_, std::move(value)); }
+  [[nodiscard]] std::int16_t image_index() const;
+  void set_image_index(std::int16_t value) { set(values().image_index, value); }
+  [[nodiscard]] Text last_user() const;
+  void set_last_user(Text value) { set(values().last_user, std::move(value)); }
   /// The zero date: never.
-  [[nodiscard]] Date last_login() const { return last_login_; }
-  void set_last_login(Date value) { set(last_login_, value); }
-  [[nodiscard]] std::int32_t total_logins() const { return total_logins_; }
-  void set_total_logins(std::int32_t value) { set(total_logins_, value); }
-  [[nodiscard]] const Text& activated_by() const { return activated_by_; }
-  void set_activated_by(Text value) { set(activated_by_, std::move(value)); }
-  [[nodiscard]] Date activate_date() const { return activate_date_; }
-  void set_activate_date(Date value) { set(activate_date_, value); }
-  [[nodiscard]] const Text& deactivated_by() const { return deactivated_by_; }
-  void set_deactivated_by(Text value) { set(deactivated_by_, std::move(value)); }
-  [[nodiscard]] Date deactivated_date() const { return deactivated_date_; }
-  void set_deactivated_date(Date value) { set(deactivated_date_, value); }
-  [[nodiscard]] const Text& software_version() const { return software_version_; }
-  void set_software_version(Text value) { set(software_version_, std::move(value)); }
+  [[nodiscard]] Date last_login() const;
+  void set_last_login(Date value) { set(values().last_login, value); }
+  [[nodiscard]] std::int32_t total_logins() const;
+  void set_total_logins(std::int32_t value) { set(values().total_logins, value); }
+  [[nodiscard]] Text activated_by() const;
+  void set_activated_by(Text value) { set(values().activated_by, std::move(value)); }
+  [[nodiscard]] Date activate_date() const;
+  void set_activate_date(Date value) { set(values().activate_date, value); }
+  [[nodiscard]] Text deactivated_by() const;
+  void set_deactivated_by(Text value) { set(values().deactivated_by, std::move(value)); }
+  [[nodiscard]] Date deactivated_date() const;
+  void set_deactivated_date(Date value) { set(values().deactivated_date, value); }
+  [[nodiscard]] Text software_version() const;
+  void set_software_version(Text value) { set(values().software_version, std::move(value)); }
   /// Who maintains the row, since when; as it was when the object was loaded.
-  [[nodiscard]] const Text& soft_lock() const { return soft_lock_; }
+  [[nodiscard]] Text soft_lock() const;
   /// The text form of the row version that the object was loaded with; "" when it was not loaded.
-  [[nodiscard]] const Text& row_version() const { return row_version_; }
+  [[nodiscard]] Text row_version() const;
 
   /// MAC number, computer id and comp_id in decimal, joined by U+00FE.
   [[nodiscard]] Text key() const;
@@ -83,38 +92,55 @@ class RegisteredPC final : public RecordObject {
   /// fails; nothing is recorded. Does nothing, and returns True, when a part of the key is missing.
   bool remove();
 
+  /// Takes its values out of the rows that it was loaded with, which then may go.
+  void part_from_rows() { static_cast<void>(values()); }
+
  private:
   friend struct Properties<RegisteredPC>;
   friend struct PropertyAccess;
 
-  [[nodiscard]] const Text& loaded_mac_number() const;
-  [[nodiscard]] const Text& loaded_computer_id() const;
-  [[nodiscard]] Text loaded_key() const;
+  struct Values {
+    Text mac_number;
+    Text computer_id;
+    std::int16_t comp_id = -1;
+    MaintTypeEnum maintenance_type = PCReg_mt;
+    bool active = false;
+    std::int16_t image_index = 10;
+    Text last_user;
+    Date last_login;
+    std::int32_t total_logins = 0;
+    Text activated_by;
+    Date activate_date;
+    Text deactivated_by;
+    Date deactivated_date;
+    Text soft_lock;
+    Text row_version;
+    Text software_version;
+
+    // The key under which the row was first known: the first values that are not empty. A text that
+    // was never changed since is not kept twice; in a large register that counts.
+    std::unique_ptr<const Text> loaded_mac_number;
+    std::unique_ptr<const Text> loaded_computer_id;
+    std::int16_t loaded_comp_id = -1;
+  };
+
+  /// The values, made of the row if need be: what is changed has to be kept.
+  Values& values();
+  /// The value of the property `kName`, which is `member` where the values were made.
+  template <Name kName, class T>
+  [[nodiscard]] T get(T Values::*member) const;
+
+  // The row version never marks the record changed.
+  void set_soft_lock(Text value) { set(values().soft_lock, std::move(value)); }
+  void set_row_version(Text value) { values().row_version = std::move(value); }
+
   UpdateErrorEnum write(TextView procedure, Existing existing);
   void write_columns(ado::Recordset& row);
 
-  Text mac_number_;
-  Text computer_id_;
-  std::int16_t comp_id_ = -1;
-  MaintTypeEnum maintenance_type_ = PCReg_mt;
-  bool active_ = false;
-  std::int16_t image_index_ = 10;
-  Text last_user_;
-  Date last_login_;
-  std::int32_t total_logins_ = 0;
-  Text activated_by_;
-  Date activate_date_;
-  Text deactivated_by_;
-  Date deactivated_date_;
-  Text soft_lock_;
-  Text row_version_;
-  Text software_version_;
-
-  // The key under which the row was first known: the first values that are not empty. A text that
-  // was never changed since is not kept twice; in a large register that counts.
-  std::unique_ptr<const Text> loaded_mac_number_;
-  std::unique_ptr<const Text> loaded_computer_id_;
-  std::int16_t loaded_comp_id_ = -1;
+  // Either the values, or the row that they are made of.
+  std::unique_ptr<Values> values_;
+  std::shared_ptr<const LoadedRows<RegisteredPC>> rows_;
+  std::uint32_t row_ = 0;
 };
 
 }  // namespace tarnwick

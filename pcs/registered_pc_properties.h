@@ -55,10 +55,10 @@ struct Properties<RegisteredPC> {
       Property<&PC::deactivated_date, &PC::set_deactivated_date>{
           "DeActivatedDate", 13, kReadWrite, {u"DeactivateDate", 13, kNullIsEmpty},
           {u"Deactivatedate", 13}, "when it was shut out"},
-      Property<&PC::soft_lock, &PC::soft_lock_>{
+      Property<&PC::soft_lock, &PC::set_soft_lock>{
           "SoftLock", 14, kRead, {u"SoftLock", 14, kNullIsEmpty}, {},
           "who maintains it, since when"},
-      Property<&PC::row_version, &PC::row_version_>{
+      Property<&PC::row_version, &PC::set_row_version>{
           "RowVersion", 15, kRead, {u"RowVersion", 15}, {},
           "the version of its row", kNoKey, kRowVersion},
       Property<&PC::software_version, &PC::set_software_version>{

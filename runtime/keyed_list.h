@@ -29,6 +29,12 @@ class KeyedList {
     }
   }
 
+  /// Makes room for so many entries.
+  void reserve(std::size_t entries) {
+    index_.reserve(entries);
+    values_.reserve(entries);
+  }
+
   /// The value under `key`, or nullptr.
   [[nodiscard]] const T* find(TextView key) const {
     const auto slot = index_.find(key);

@@ -20,6 +20,12 @@ constexpr std::size_t kDeadAlwaysKept = 32;
 /// Whether a table of `places` is full enough, with `slots` in it, to make probing slow.
 bool crowded(std::size_t slots, std::size_t places) { return slots > places / 4 * 3; }
 
+std::size_t places_for(std::size_t slots) {
+  std::size_t places = kFirstTableSize;
+  while (crowded(slots, places)) places *= 2;
+  return places;
+}
+
 /// Makes the next push_back or emplace_back free of failure.
 template <class T>
 void make_room(std::vector<T>& vector) {
@@ -92,9 +98,15 @@ void KeyedListIndex::fill_table() noexcept {
   }
 }
 
-void KeyedListIndex::grow_table() {
-  table_ = std::vector<std::uint32_t>(std::max(kFirstTableSize, table_.size() * 2));
+void KeyedListIndex::resize_table(std::size_t places) {
+  table_ = std::vector<std::uint32_t>(places);
   fill_table();
+}
+
+void KeyedListIndex::reserve(std::size_t slots) {
+  entries_.reserve(slots);
+  const std::size_t places = places_for(slots);
+  if (places > table_.size()) resize_table(places);
 }
 
 void KeyedListIndex::add(TextView key) {
@@ -103,7 +115,9 @@ void KeyedListIndex::add(TextView key) {
       slot >= kMostSlots || key.size() > std::numeric_limits<std::uint32_t>::max();
   if (too_many) throw Error(ErrorNumber::kOutOfMemory);
   // The slots count, not the live ones: a slot's number has to fit into the bits of a place.
-  if (table_.empty() || crowded(slot + 1, table_.size())) grow_table();
+  if (table_.empty() || crowded(slot + 1, table_.size())) {
+    resize_table(std::max(kFirstTableSize, table_.size() * 2));
+  }
   make_room(entries_);
   if (!serials_.empty()) make_room(serials_);
   if (!dead_tree_.empty()) make_room(dead_tree_);
@@ -201,9 +215,7 @@ KeyedListIndex KeyedListIndex::without_dead_slots() const {
   KeyedListIndex compacted;
   compacted.entries_.reserve(size());
   compacted.serials_.reserve(size());
-  std::size_t places = kFirstTableSize;
-  while (crowded(size() + 1, places)) places *= 2;
-  compacted.table_.resize(places);
+  compacted.table_.resize(places_for(size() + 1));
   for (std::size_t slot = 0; slot < entries_.size(); ++slot) {
     const Entry& entry = entries_[slot];
     if (!entry.live()) continue;

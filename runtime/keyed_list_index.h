@@ -22,6 +22,9 @@ class KeyedListIndex {
   /// Takes the last `add` back; nothing else may have happened since.
   void remove_last() noexcept;
 
+  /// Makes room for so many slots.
+  void reserve(std::size_t slots);
+
   [[nodiscard]] std::optional<std::size_t> find(TextView key) const;
 
   /// Slot of the entry at `position` (from 1). Throws Error 9 outside 1..size().
@@ -80,7 +83,7 @@ class KeyedListIndex {
   [[nodiscard]] std::size_t probe(TextView folded, std::uint32_t hash) const;
   [[nodiscard]] std::uint32_t tagged(std::size_t slot, std::uint32_t hash) const;
   void fill_table() noexcept;
-  void grow_table();
+  void resize_table(std::size_t places);
   void erase_from_table(std::size_t slot) noexcept;
   void count_dead(std::size_t slot);
   [[nodiscard]] std::uint64_t serial_of(std::size_t slot) const;

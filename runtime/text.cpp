@@ -119,13 +119,14 @@ Sequence decode(std::string_view utf8) {
   return {c, length, true};
 }
 
-/// Calls `malformed` before it takes U+FFFD for a malformed sequence.
+/// Appends to `text`. Calls `malformed` before it takes U+FFFD for a malformed sequence.
 template <class Malformed>
-Text decode_all(std::string_view utf8, Malformed malformed) {
-  Text text(utf8.size(), u'\0');  // UTF-8 never has fewer bytes than UTF-16 has units
-  char16_t* out = text.data();
+void decode_all(std::string_view utf8, Text& text, Malformed malformed) {
+  const std::size_t begin = text.size();
+  text.resize(begin + utf8.size());  // UTF-8 never has fewer bytes than UTF-16 has units
+  char16_t* out = text.data() + begin;
   std::size_t done = widen_ascii(utf8, out);
-  if (done == utf8.size()) return text;
+  if (done == utf8.size()) return;
   out += done;
   while (done < utf8.size()) {
     const Sequence sequence = decode(utf8.substr(done));
@@ -139,7 +140,6 @@ Text decode_all(std::string_view utf8, Malformed malformed) {
     }
   }
   text.resize(static_cast<std::size_t>(out - text.data()));
-  return text;
 }
 
 }  // namespace
@@ -168,11 +168,19 @@ std::string to_display_utf8(TextView text) {
 }
 
 Text from_utf8(std::string_view utf8) {
-  return decode_all(utf8, [] { throw Error(ErrorNumber::kInvalidProcedureCall); });
+  Text text;
+  decode_all(utf8, text, [] { throw Error(ErrorNumber::kInvalidProcedureCall); });
+  return text;
 }
 
 Text from_stored_utf8(std::string_view utf8) {
-  return decode_all(utf8, [] {});
+  Text text;
+  append_stored_utf8(utf8, text);
+  return text;
+}
+
+void append_stored_utf8(std::string_view utf8, Text& text) {
+  decode_all(utf8, text, [] {});
 }
 
 TextView trim(TextView text) {

@@ -31,6 +31,8 @@ inline constexpr TextView kCrLf = u"\r\n";
 
 /// UTF-16 of `utf8`, with U+FFFD for every malformed sequence. Never throws; ASCII is quick.
 [[nodiscard]] Text from_stored_utf8(std::string_view utf8);
+/// The same, behind what `text` holds.
+void append_stored_utf8(std::string_view utf8, Text& text);
 
 /// Whether the two are equal. Quicker than the library's own comparison, which goes unit by unit.
 [[nodiscard]] inline bool same_units(TextView a, TextView b) {

@@ -7,19 +7,15 @@
 #include "ado/recordset.h"
 #include "ado/stream.h"
 #include "platform/host.h"
-#include "runtime/keyed_list.h"
 #include "state/error_state.h"
 #include "state/failures.h"
+#include "state/record_store.h"
 
 namespace tarnwick {
 
 class Component;
 class RegisteredPC;
 class Report;
-
-/// The keyed collection of one class of record, shared by all objects of the process.
-template <class Record>
-using Store = KeyedList<std::shared_ptr<Record>>;
 
 /// What all objects of one server process share. A program creates one and hands it to every object
 /// that it creates; it must outlive them all. Not thread-safe: calls into a process are serialised.

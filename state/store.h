@@ -52,20 +52,17 @@ template <class Record>
   return store != nullptr && state.connected() && !store->empty();
 }
 
-/// Whether any entry of `store` is changed; the scan stops at the first.
+/// Whether any entry of `store` is changed: a row that nobody has asked for is not.
 template <class Record>
 [[nodiscard]] bool any_changed(const std::shared_ptr<Store<Record>>& store) {
-  if (store == nullptr) return false;
-  for (const auto& entry : *store) {
-    if (entry->changed()) return true;
-  }
-  return false;
+  return store != nullptr &&
+         store->any_record([](const Record& record) { return record.changed(); });
 }
 
 /// Whether `store` exists and holds `key`.
 template <class Record>
 [[nodiscard]] bool holds(const std::shared_ptr<Store<Record>>& store, TextView key) {
-  return store != nullptr && store->find(key) != nullptr;
+  return store != nullptr && store->contains(key);
 }
 
 }  // namespace tarnwick

@@ -92,32 +92,34 @@ void SqliteRowset::append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) con
                                   sqlite3_column_int64(statement, count)));
       break;
     }
-    switch (sqlite3_column_type(statement, column)) {
+    // Nobody else uses the connection: the value may be asked without the guards that the column's
+    // own functions have.
+    sqlite3_value* const value = sqlite3_column_value(statement, column++);
+    switch (sqlite3_value_type(value)) {
       case SQLITE_INTEGER:
-        append_integer(sqlite3_column_int64(statement, column), reading, rows);
+        append_integer(sqlite3_value_int64(value), reading, rows);
         break;
       case SQLITE_FLOAT:
         if (reading == Reading::kDate) {
-          rows.add_date({sqlite3_column_double(statement, column)});
+          rows.add_date({sqlite3_value_double(value)});
         } else {
-          rows.add_double(sqlite3_column_double(statement, column));
+          rows.add_double(sqlite3_value_double(value));
         }
         break;
       case SQLITE_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-        rows.add_utf8({text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))});
+        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+        rows.add_utf8({text, static_cast<std::size_t>(sqlite3_value_bytes(value))});
         break;
       }
       case SQLITE_BLOB: {
-        const auto* bytes = static_cast<const std::byte*>(sqlite3_column_blob(statement, column));
-        rows.add_bytes({bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))});
+        const auto* bytes = static_cast<const std::byte*>(sqlite3_value_blob(value));
+        rows.add_bytes({bytes, static_cast<std::size_t>(sqlite3_value_bytes(value))});
         break;
       }
       default:
         rows.add_null();
         break;
     }
-    ++column;
   }
   rows.end_row();
 }

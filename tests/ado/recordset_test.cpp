@@ -342,5 +342,31 @@ TEST_F(RecordsetTest, AStepThatFailsIsTracedToo) {
   EXPECT_THAT(trace.lines, ElementsAre("Open server forward-only read-only: Selct"));
 }
 
+using RowsOfARecordset = RecordsetTest;
+
+TEST_F(RowsOfARecordset, StayAsTheyWereFetchedAfterItsEnd) {
+  Recordset recordset;
+  open(recordset, CursorLocation::kClient, LockType::kOptimistic);
+  const auto rows = recordset.rows();
+  ASSERT_EQ(rows->rows(), 3u);
+  recordset.move_next();
+  EXPECT_EQ(recordset.row(), 1u);
+  EXPECT_EQ(recordset.cells()[recordset.position_of(recordset.field(2).name())].to_variant(),
+            Variant(std::int32_t{2}));
+  recordset.close();
+  EXPECT_EQ(rows->cell(2, 0).to_variant(), text(u"c"));
+}
+
+TEST_F(RowsOfARecordset, AreNotToBeHadOfACursorThatFetchesThemOneByOne) {
+  Recordset recordset;
+  open(recordset, CursorLocation::kServer, LockType::kReadOnly);
+  try {
+    (void)recordset.rows();
+    FAIL() << "it holds one row alone";
+  } catch (const AdoError& error) {
+    EXPECT_EQ(error.number(), static_cast<std::int32_t>(AdoErrorNumber::kFeatureNotAvailable));
+  }
+}
+
 }  // namespace
 }  // namespace tarnwick::ado

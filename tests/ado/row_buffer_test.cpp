@@ -49,6 +49,22 @@ TEST(RowBufferTest, AValueOfEveryKindComesBackAsItWas) {
   EXPECT_EQ(row_of(buffer, 0), expected);
 }
 
+TEST(RowBufferTest, OneValueIsFoundBehindThoseOfEveryKind) {
+  RowBuffer buffer(5);
+  for (int row = 0; row < 2; ++row) {
+    buffer.add_bytes(some_bytes(std::size_t{100} << 10));
+    buffer.add_utf8("text");
+    buffer.add_null();
+    buffer.add_double(0.5);
+    buffer.add_int16(static_cast<std::int16_t>(row));
+    buffer.end_row();
+  }
+  EXPECT_EQ(buffer.cell(0, 1).to_variant(), Variant(Text(u"text")));
+  EXPECT_TRUE(buffer.cell(1, 2).is_null());
+  EXPECT_EQ(buffer.cell(1, 4).to_variant(), Variant(std::int16_t{1}));
+  EXPECT_EQ(buffer.cell(0, 0).bytes(), some_bytes(std::size_t{100} << 10));
+}
+
 TEST(RowBufferTest, ARowOfAnotherBufferIsCopiedWithValuesOfEveryKind) {
   RowBuffer from(10);
   from.add_null();

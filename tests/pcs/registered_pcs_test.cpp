@@ -105,6 +105,83 @@ TEST_F(RegisteredPcsStore, IsNotChangedAfterALoad) {
   EXPECT_TRUE(pcs().changed());
 }
 
+class LoadedRegister : public RegisteredPcsStore {
+ protected:
+  void SetUp() override {
+    RegisteredPcsStore::SetUp();
+    database_.run(
+        "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex,"
+        "  LastUser, LastLogin, TotalLogins) VALUES"
+        "  ('AA', 'PC1', 7, 5, 1, 10, 'J\xC3\xBCrgen', 45000.25, 3),"
+        "  ('BB', 'PC2', 8, 4, 0, 11, NULL, NULL, NULL)");
+    ASSERT_TRUE(pcs().refresh());
+  }
+};
+
+TEST_F(LoadedRegister, HandsOutOneObjectForARowHoweverItIsAskedFor) {
+  const auto pc = pcs().item(std::int32_t{2});
+  EXPECT_EQ(pcs().item(Text(u"bb\u00FEpc2\u00FE8")), pc);
+  auto entries = pcs().new_enum();
+  const auto first = entries.next();
+  EXPECT_EQ(entries.next(), pc);
+  EXPECT_EQ(pcs().item(Text(u"AA\u00FEPC1\u00FE7")), first);
+}
+
+TEST_F(LoadedRegister, HasTheValuesOfTheRowsBeforeAndAfterAChange) {
+  const auto expect_first = [](const RegisteredPC& pc) {
+    EXPECT_EQ(pc.key(), u"AA\u00FEPC1\u00FE7");
+    EXPECT_EQ(pc.maintenance_type(), PCReg_mt);
+    EXPECT_TRUE(pc.active());
+    EXPECT_EQ(pc.image_index(), 10);
+    EXPECT_EQ(pc.last_user(), u"J\u00FCrgen");
+    EXPECT_EQ(pc.last_login(), Date{45000.25});
+    EXPECT_EQ(pc.activated_by(), u"");
+    EXPECT_EQ(pc.activate_date(), Date{});
+    EXPECT_EQ(pc.row_version().size(), 16u);
+  };
+  const auto pc = pcs().item(std::int32_t{1});
+  expect_first(*pc);
+  EXPECT_EQ(pc->total_logins(), 3);
+  EXPECT_FALSE(pc->changed());
+  const Text version = pc->row_version();
+  pc->set_total_logins(3);
+  EXPECT_FALSE(pc->changed()) << "it is the same number";
+  pc->set_total_logins(4);
+  EXPECT_TRUE(pc->changed());
+  expect_first(*pc);
+  EXPECT_EQ(pc->total_logins(), 4);
+  EXPECT_EQ(pc->row_version(), version);
+
+  const auto other = pcs().item(std::int32_t{2});
+  EXPECT_EQ(other->last_user(), u"");
+  EXPECT_TRUE(other->last_login().is_zero());
+  EXPECT_EQ(other->total_logins(), 0);
+}
+
+TEST_F(LoadedRegister, LeavesItsRowToAPcThatOutlivesAReload) {
+  const auto read = pcs().item(std::int32_t{1});
+  const auto unread = pcs().item(std::int32_t{2});
+  EXPECT_EQ(read->last_user(), u"J\u00FCrgen");
+  const std::weak_ptr<const Store<RegisteredPC>> before = state().registered_pcs;
+  database_.run("DELETE FROM DW_SEC_PC");
+  ASSERT_TRUE(pcs().refresh());
+  EXPECT_TRUE(before.expired());
+  EXPECT_EQ(pcs().count(), 0);
+  EXPECT_EQ(read->last_user(), u"J\u00FCrgen");
+  EXPECT_EQ(unread->key(), u"BB\u00FEPC2\u00FE8");
+  EXPECT_EQ(unread->image_index(), 11);
+  EXPECT_FALSE(unread->changed());
+}
+
+TEST_F(LoadedRegister, KnowsTheKeyThatAMovedPcWasLoadedUnder) {
+  const auto pc = pcs().item(std::int32_t{2});
+  pc->set_computer_id(u"PC3");
+  ASSERT_EQ(pc->update(), OK_ue);
+  ASSERT_TRUE(pcs().refresh());
+  EXPECT_TRUE(pcs().exists(u"BB\u00FEPC3\u00FE8"));
+  EXPECT_FALSE(pcs().exists(u"BB\u00FEPC2\u00FE8"));
+}
+
 TEST_F(RegisteredPcsStore, AddRefusesAKeyThatIsThereInAnyLetterCase) {
   const auto first = add(u"aa");
   EXPECT_EQ(add(u"AA"), nullptr);

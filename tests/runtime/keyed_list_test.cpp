@@ -49,6 +49,17 @@ TEST(KeyedList, KeepsTheOrderOfInsertion) {
   EXPECT_EQ(list.at(3), 3);
 }
 
+TEST(KeyedList, MakesRoomBeforeAndAfterTheFirstEntries) {
+  KeyedList<int> list;
+  list.reserve(10);
+  list.add(u"a", 1);
+  list.reserve(1000);
+  for (int number = 2; number <= 1000; ++number) list.add(decimal(number), number);
+  EXPECT_EQ(list.at(u"A"), 1);
+  EXPECT_EQ(list.at(u"1000"), 1000);
+  EXPECT_EQ(list.at(std::int64_t{2}), 2);
+}
+
 TEST(KeyedList, FindsKeysWithoutRegardToCase) {
   List list;
   list.add(u"Sales\u00FEM\u00DCLLER", 1);

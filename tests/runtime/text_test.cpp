@@ -112,6 +112,9 @@ TEST(FromStoredUtf8, ReplacesEveryMaximalSubpart) {
   EXPECT_EQ(from_stored_utf8(bytes({0xE1, 0x80, 0xE2, 0xF0, 0x91, 0x92, 0xF1, 0xBF, 0x41})),
             u"\uFFFD\uFFFD\uFFFD\uFFFDA");
   EXPECT_EQ(from_stored_utf8(bytes({'a', 'b', 0xE2, 0x82})), u"ab\uFFFD");
+  Text text = u"before ";
+  append_stored_utf8(bytes({'a', 0xC3, 0xA9, 0xE2, 0x82}), text);
+  EXPECT_EQ(text, u"before a\u00E9\uFFFD");
 }
 
 TEST(Trim, TakesBlanksOffBothEndsAndNothingElse) {

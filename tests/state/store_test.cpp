@@ -114,5 +114,62 @@ TEST_F(StoreOfComponents, IsChangedWhenAnyEntryIs) {
   EXPECT_TRUE(any_changed(store_));
 }
 
+class CountingSource final : public RecordSource<Component> {
+ public:
+  struct Counts {
+    int made = 0;
+    int parted = 0;
+  };
+  CountingSource(SharedState& state, Counts& counts) : state_(state), counts_(counts) {}
+  std::shared_ptr<Component> make(std::uint32_t row) const override {
+    ++counts_.made;
+    auto component = std::make_shared<Component>(state_);
+    test_support::ComponentSetters{*component}.comp_id(static_cast<std::int16_t>(row));
+    return component;
+  }
+  void part_from(Component& /*component*/) const noexcept override { ++counts_.parted; }
+
+ private:
+  SharedState& state_;
+  Counts& counts_;
+};
+
+class StoreOfRows : public StoreOfComponents {
+ protected:
+  void SetUp() override {
+    store_ = std::make_shared<Store<Component>>(std::make_unique<CountingSource>(state_, counts_));
+    store_->reserve(3);
+    for (const std::uint32_t row : {7u, 8u, 9u}) {
+      store_->add_row(join({u"C", decimal(row)}), row);
+    }
+  }
+  CountingSource::Counts counts_;
+};
+
+TEST_F(StoreOfRows, MakesARecordOnceAndOnlyForWhoAsks) {
+  EXPECT_EQ(store_->size(), 3u);
+  EXPECT_TRUE(holds(store_, u"c8"));
+  EXPECT_FALSE(any_changed(store_));
+  EXPECT_EQ(counts_.made, 0);
+  const auto record = store_->at(u"C8");
+  EXPECT_EQ(record->comp_id(), 8);
+  EXPECT_EQ(store_->at(std::int64_t{2}), record);
+  EXPECT_EQ(counts_.made, 1);
+  int seen = 0;
+  for (const auto& each : *store_) seen += each->comp_id();
+  EXPECT_EQ(seen, 24);
+  EXPECT_EQ(counts_.made, 3);
+}
+
+TEST_F(StoreOfRows, PartsFromRecordsThatSomebodyStillHolds) {
+  const auto removed = store_->at(u"C7");
+  (void)store_->at(u"C8");
+  const auto held = store_->at(u"C9");
+  store_->remove(u"C7");
+  EXPECT_EQ(counts_.parted, 1);
+  store_.reset();
+  EXPECT_EQ(counts_.parted, 2) << "the other one died with the store";
+}
+
 }  // namespace
 }  // namespace tarnwick

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <array>
+#include <concepts>
+#include <memory>
+#include <span>
+#include <tuple>
+#include <vector>
+
+#include "ado/error.h"
+#include "ado/recordset.h"
+#include "records/property.h"
+#include "records/row_version.h"
+#include "state/enums.h"
+
+namespace tarnwick {
+
+/// How a value of the type mostly stands in a column, so that nothing can go wrong in reading it
+/// there (see column_values.h for all the other ways).
+template <class T>
+struct Plain {
+  using Kind = ado::Cell::Kind;
+
+  [[nodiscard]] static bool is(Kind kind) {
+    if constexpr (std::same_as<T, Text>) {
+      return kind == Kind::kUtf8 || kind == Kind::kUtf16;
+    } else if constexpr (std::same_as<T, bool>) {
+      return kind == Kind::kBool;
+    } else if constexpr (std::same_as<T, std::int16_t>) {
+      return kind == Kind::kInt16;
+    } else if constexpr (std::same_as<T, Date>) {
+      return kind == Kind::kDate;
+    } else {
+      static_assert(std::same_as<T, std::int32_t> || std::same_as<T, MaintTypeEnum>);
+      return kind == Kind::kInt16 || kind == Kind::kInt32;
+    }
+  }
+
+  [[nodiscard]] static T from(const ado::Cell& cell) {
+    if constexpr (std::same_as<T, Text>) {
+      return cell.kind == Kind::kUtf8 ? from_stored_utf8(cell.view())
+                                      : std::get<Text>(cell.to_variant());
+    } else if constexpr (std::same_as<T, Date>) {
+      return Date{cell.real};
+    } else {
+      return static_cast<T>(cell.integer);
+    }
+  }
+};
+
+/// The rows that a recordset holds, as the engine packed them: what records are made of whose
+/// values nobody has asked for. Only a plain row will do: one that loads without an error, and in
+/// which every value stands as its type says.
+template <class Record>
+class LoadedRows {
+ public:
+  /// Nothing where a column is missing.
+  [[nodiscard]] static std::shared_ptr<const LoadedRows> of(const ado::Recordset& recordset) {
+    auto loaded = std::make_shared<LoadedRows>(recordset.rows());
+    try {
+      for_each_read<Record>([&](const auto& property) {
+        loaded->columns_[place_of(property)] = recordset.position_of(property.reading.column);
+      });
+    } catch (const ado::AdoError&) {
+      return nullptr;
+    }
+    return loaded;
+  }
+  explicit LoadedRows(std::shared_ptr<const ado::RowBuffer> rows) : rows_(std::move(rows)) {}
+
+  [[nodiscard]] std::size_t size() const { return rows_->rows(); }
+
+  /// Whether the row with these values is plain.
+  [[nodiscard]] bool is_plain(std::span<const ado::Cell> row) const {
+    bool plain = true;
+    for_each_read<Record>([&](const auto& property) {
+      plain = plain && is_plain(property, row[columns_[place_of(property)]].kind);
+    });
+    return plain;
+  }
+
+  /// The cell in which the property stands.
+  template <Name kName>
+  [[nodiscard]] const ado::Cell& cell(std::span<const ado::Cell> row) const {
+    return row[columns_[place_of(kPropertyOf<Record, kName>)]];
+  }
+
+  /// The property's value in a plain row.
+  template <Name kName>
+  [[nodiscard]] auto value(std::size_t row) const {
+    constexpr auto& kProperty = kPropertyOf<Record, kName>;
+    return value(kProperty, rows_->cell(row, columns_[place_of(kProperty)]));
+  }
+
+  /// Loads a plain row into the record.
+  void load(std::size_t row, Record& record) const {
+    std::vector<ado::Cell> cells(rows_->columns());
+    rows_->read_row(row, cells);
+    for_each_read<Record>([&](const auto& property) {
+      PropertyAccess::set(record, property, value(property, cells[columns_[place_of(property)]]));
+    });
+  }
+
+ private:
+  static constexpr std::size_t kProperties =
+      std::tuple_size_v<std::remove_const_t<decltype(Properties<Record>::kAll)>>;
+  [[nodiscard]] static std::size_t place_of(const auto& property) {
+    return static_cast<std::size_t>(property.reading.place) - 1;
+  }
+
+  template <auto kGet, auto kSet>
+  [[nodiscard]] static bool is_plain(const Property<kGet, kSet>& property, ado::Cell::Kind kind) {
+    using Kind = ado::Cell::Kind;
+    if (property.form == Form::kRowVersion) return kind == Kind::kBytes || kind == Kind::kNull;
+    if (property.form != Form::kPlain) return false;
+    if (kind == Kind::kNull) return !property.reading.nulls.refused;
+    return Plain<typename Property<kGet, kSet>::Value>::is(kind);
+  }
+
+  template <auto kGet, auto kSet>
+  [[nodiscard]] static auto value(const Property<kGet, kSet>& property, const ado::Cell& cell) {
+    using T = typename Property<kGet, kSet>::Value;
+    if constexpr (std::same_as<T, Text>) {
+      if (property.form == Form::kRowVersion) return row_version_text(cell.to_variant());
+    }
+    if (!cell.is_null()) return Plain<T>::from(cell);
+    if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
+      return static_cast<T>(property.reading.nulls.value);
+    } else {
+      return T{};
+    }
+  }
+
+  std::shared_ptr<const ado::RowBuffer> rows_;
+  std::array<std::size_t, kProperties> columns_{};  // by place in the order of reading
+};
+
+}  // namespace tarnwick
