@@ -123,6 +123,9 @@ void drop_payload(const Files& files) {
   execute(database.get(), "UPDATE DW_Reports SET Report_Binary = NULL");
 }
 
+// Proving the role's password is made to take time, whatever is done then.
+void connect_only(const Files& files) { const BenchHost host(files.database); }
+
 void store_by_report(const Files& files) {
   BenchHost host(files.database);
   Report report(host.state());
@@ -173,14 +176,13 @@ void run(void (*body)(const Files&), const Files& files, Cost& cost) {
   wait_for(child, cost);
 }
 
-void run_command(const char* verb, const std::filesystem::path& file, const Files& files,
-                 Cost& cost) {
+void run_command(const std::vector<std::string>& command, const Files& files, Cost& cost) {
   std::filesystem::remove(files.extracted);
   const std::string connect = "Provider=Tarnwick.Embedded;Data Source=" + files.database.string();
   const std::string password = (files.database.parent_path() / "password").string();
-  const std::vector<std::string> words{TARNWICK, "--in-process", "--connect",       connect,
-                                       "--role", to_utf8(kRole), "--password-file", password,
-                                       "report", verb,           to_utf8(kReport),  file.string()};
+  std::vector<std::string> words{TARNWICK,       "--in-process",    "--connect", connect, "--role",
+                                 to_utf8(kRole), "--password-file", password,    "report"};
+  words.insert(words.end(), command.begin(), command.end());
   std::vector<char*> arguments;
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
@@ -215,6 +217,9 @@ std::vector<Row> measure_payloads(const std::filesystem::path& scratch) {
   std::ofstream(cleared.folder / "password") << to_utf8(kPassword);
 
   fmt::print(stderr, "measuring: report files of {} MB\n", kSize >> 20);
+  const std::string name = to_utf8(kReport);
+  Cost connect;
+  Cost connect_command;
   Cost store;
   Cost replace;
   Cost store_floor;
@@ -224,34 +229,41 @@ std::vector<Row> measure_payloads(const std::filesystem::path& scratch) {
   Cost extract_command;
   // In turns: whatever else the machine does then meets all alike.
   for (int round = 0; round < kRuns; ++round) {
+    run(&connect_only, files, connect);
+    run_command({"list"}, files, connect_command);
     drop_payload(files);
     run(&store_by_hand, files, store_floor);
     drop_payload(files);
     run(&store_by_report, files, store);
     run(&store_by_report, files, replace);
     drop_payload(files);
-    run_command("store", files.payload, files, store_command);
+    run_command({"store", name, files.payload.string()}, files, store_command);
     // Out of one and the same row: where its pages lie makes a difference.
     run(&extract_by_hand, files, extract_floor);
     run(&extract_by_report, files, extract);
     require(same_content(files.payload, files.extracted), "storing and extracting");
-    run_command("extract", files.extracted, files, extract_command);
+    run_command({"extract", name, files.extracted.string()}, files, extract_command);
     require(same_content(files.payload, files.extracted), "storing and extracting");
   }
   // Beside the file's bytes a process has its own, of which a twentieth of them is plenty.
   constexpr double kMemoryBar = 1.05;
   const auto times_size = [](const Cost& cost) { return cost.bytes / double{kSize}; };
-  return {{"store a report file of 500 MB: time", store.seconds / store_floor.seconds, 1.5},
-          {"  times its size in memory", times_size(store), kMemoryBar},
-          // The row that is maintained holds the old file meanwhile.
-          {"  in the place of one as large: times its size in memory", times_size(replace),
-           1 + kMemoryBar},
-          {"  tarnwick report store: time", store_command.seconds / store_floor.seconds, 1.5},
-          {"  times its size in memory", times_size(store_command), kMemoryBar},
-          {"extract a report file of 500 MB: time", extract.seconds / extract_floor.seconds, 1.5},
-          {"  times its size in memory", times_size(extract), kMemoryBar},
-          {"  tarnwick report extract: time", extract_command.seconds / extract_floor.seconds, 1.5},
-          {"  times its size in memory", times_size(extract_command), kMemoryBar}};
+  const auto ratio = [](const Cost& cost, const Cost& start, const Cost& floor) {
+    return (cost.seconds - start.seconds) / floor.seconds;
+  };
+  return {
+      {"store a report file of 500 MB: time", ratio(store, connect, store_floor), 1.5},
+      {"  times its size in memory", times_size(store), kMemoryBar},
+      // The row that is maintained holds the old file meanwhile.
+      {"  in the place of one as large: times its size in memory", times_size(replace),
+       1 + kMemoryBar},
+      {"  tarnwick report store: time", ratio(store_command, connect_command, store_floor), 1.5},
+      {"  times its size in memory", times_size(store_command), kMemoryBar},
+      {"extract a report file of 500 MB: time", ratio(extract, connect, extract_floor), 1.5},
+      {"  times its size in memory", times_size(extract), kMemoryBar},
+      {"  tarnwick report extract: time", ratio(extract_command, connect_command, extract_floor),
+       1.5},
+      {"  times its size in memory", times_size(extract_command), kMemoryBar}};
 }
 
 }  // namespace tarnwick::benchmarks
