@@ -56,17 +56,6 @@ bool is_high_surrogate(std::byte high_byte) {
   return (std::to_integer<unsigned>(high_byte) & 0xFC) == 0xD8;
 }
 
-std::size_t utf8_sequence_size(std::span<const std::byte> bytes) {
-  const auto lead = std::to_integer<unsigned>(bytes[0]);
-  const std::size_t announced = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
-  std::size_t size = 1;
-  while (size < std::min(announced, bytes.size()) &&
-         (std::to_integer<unsigned>(bytes[size]) & 0xC0) == 0x80) {
-    ++size;
-  }
-  return size;
-}
-
 }  // namespace
 
 void Stream::set_type(StreamType value) {
@@ -250,7 +239,9 @@ std::span<const std::byte> Stream::next_characters(std::int64_t characters) cons
     return bytes.first(splits_pair ? end + 2 : end);
   }
   while (left != 0 && end < bytes.size()) {
-    const std::size_t size = utf8_sequence_size(bytes.subspan(end));
+    const auto behind = bytes.subspan(end);
+    const std::size_t size =
+        first_character_size({reinterpret_cast<const char*>(behind.data()), behind.size()});
     const std::size_t units = size == 4 ? 2 : 1;
     left -= std::min(left, units);
     end += size;

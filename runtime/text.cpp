@@ -173,6 +173,8 @@ Text from_utf8(std::string_view utf8) {
   return text;
 }
 
+std::size_t first_character_size(std::string_view utf8) { return decode(utf8).length; }
+
 Text from_stored_utf8(std::string_view utf8) {
   Text text;
   append_stored_utf8(utf8, text);

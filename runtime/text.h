@@ -34,6 +34,9 @@ inline constexpr TextView kCrLf = u"\r\n";
 /// The same, behind what `text` holds.
 void append_stored_utf8(std::string_view utf8, Text& text);
 
+/// How many bytes of `utf8`, which is not empty, from_stored_utf8 takes for its first character.
+[[nodiscard]] std::size_t first_character_size(std::string_view utf8);
+
 /// Whether the two are equal. Quicker than the library's own comparison, which goes unit by unit.
 [[nodiscard]] inline bool same_units(TextView a, TextView b) {
   return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;

@@ -234,6 +234,17 @@ TEST(StreamTest, UnicodeTextIsReadByCharacters) {
   }
 }
 
+TEST(StreamTest, NoMoreCharactersOfDamagedTextAreReadThanWereAskedFor) {
+  Stream stream = binary("\xFF\x9F\xBAz\xF0\x80\x80\x80");
+  stream.set_type(StreamType::kText);
+  stream.set_charset(u"utf-8");
+  EXPECT_EQ(stream.read_text(1), u"\uFFFD");
+  EXPECT_EQ(stream.position(), 1);
+  EXPECT_EQ(stream.read_text(3), u"\uFFFD\uFFFDz");
+  EXPECT_EQ(stream.read_text(2), u"\uFFFD\uFFFD");
+  EXPECT_EQ(stream.read_text(), u"\uFFFD\uFFFD");
+}
+
 TEST(StreamTest, DamagedUnicodeTextIsReadAsFarAsItGoes) {
   Stream utf8 = binary("a\xFF\xC3z\xE2\x82");
   utf8.set_type(StreamType::kText);
