@@ -47,13 +47,18 @@ bool has_payloads(const Table& table) {
   return table.versioned && sqlite3_stricmp(table.name.c_str(), "DW_Reports") == 0;
 }
 
-std::optional<std::string> without_payloads(const Query& query,
+std::optional<std::string> without_payloads(const Query& query, const Table& table,
                                             std::span<const std::string> columns) {
   Scanner scanner(query.sql);
   if (query.columns.empty() || columns.empty() || columns.back() != kPayloadColumn ||
       !scanner.keyword("select") || !scanner.symbol('*')) {
     return std::nullopt;
   }
+  const std::string_view behind_columns = scanner.rest();
+  if (!scanner.keyword("from")) return std::nullopt;
+  std::string_view source = scanner.name();
+  if (scanner.symbol('.')) source = scanner.name();
+  if (sqlite3_stricmp(std::string(source).c_str(), table.name.c_str()) != 0) return std::nullopt;
   const std::string column(kPayloadColumn);
   // Type and length stand in the row's header: SQLite leaves the value alone for them.
   const std::string apart = "CASE WHEN typeof(" + column + ") = 'blob' AND length(" + column +
@@ -61,7 +66,7 @@ std::optional<std::string> without_payloads(const Query& query,
   std::string sql = "SELECT ";
   for (const auto& name : columns.first(columns.size() - 1)) sql += identifier(name) + ", ";
   sql += apart + " THEN NULL ELSE " + column + " END, " + apart + " THEN rowid END ";
-  return sql.append(scanner.rest());
+  return sql.append(behind_columns);
 }
 
 std::optional<std::int64_t> row_id(Database& database, const Table& table,

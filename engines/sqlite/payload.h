@@ -23,10 +23,10 @@ inline constexpr std::string_view kPayloadColumn = "Report_Binary";
 /// Whether `table` is one of the embedded schema's and has that column.
 [[nodiscard]] bool has_payloads(const Table& table);
 
-/// The look-up `query` of all `columns` of a table that has payloads, such that those come as null
-/// and one column more tells the id of the row that has one, or null. Nothing where `columns` are
-/// not those of the schema.
-[[nodiscard]] std::optional<std::string> without_payloads(const Query& query,
+/// The look-up `query` of all `columns` of `table`, which has payloads, such that those come as
+/// null and one column more tells the id of the row that has one, or null. Nothing where `columns`
+/// are not those of the schema, or the query reads them through a view: its rows may have no ids.
+[[nodiscard]] std::optional<std::string> without_payloads(const Query& query, const Table& table,
                                                           std::span<const std::string> columns);
 
 /// The id of the row with this key, if there is one.

@@ -76,7 +76,7 @@ SqliteRowset::SqliteRowset(OpenDatabase& database, Query query,
                            std::shared_ptr<const Shape> records)
     : database_(database), query_(std::move(query)), shape_(std::move(records)) {
   if (shape().table != nullptr && has_payloads(*shape().table)) {
-    without_payloads_ = sqlite::without_payloads(query_, shape().origins);
+    without_payloads_ = sqlite::without_payloads(query_, *shape().table, shape().origins);
     schema_version_ = database_.catalog.version();
   }
 }

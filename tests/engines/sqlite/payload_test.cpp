@@ -50,6 +50,14 @@ TEST_F(Payload, IsReadAsItWasWritten) {
             "New blob " + std::to_string(kLong));
 }
 
+TEST_F(Payload, IsReadThroughTheShorterNameToo) {
+  constexpr TextView kShorter = u"Select * From DW_Report Where ReportName = 'Sales'";
+  store(bytes(kLong, 1), kShorter);
+  EXPECT_TRUE(look(kShorter) == Variant(bytes(kLong, 1)));
+  EXPECT_TRUE(look(u"Select * From dbo.DW_Reports Where ReportName = 'Sales'") ==
+              Variant(bytes(kLong, 1)));
+}
+
 TEST_F(Payload, IsReadAsItIsAroundTheLengthFromWhichItGoesInPieces) {
   for (const std::size_t size : {(std::size_t{1} << 20) - 1, std::size_t{1} << 20, kLong}) {
     store(bytes(size, 2));
