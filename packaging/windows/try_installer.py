@@ -31,9 +31,11 @@ KEYS = ("HKLM\\Software", "HKLM\\System\\CurrentControlSet\\Services\\EventLog",
 ENVIRONMENT = "HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Session Manager\\Environment"
 REFUSED = 1603 & 0xFF  # what is left of ERROR_INSTALL_FAILURE on Linux
 PATIENCE = 120  # seconds
-# What the system makes for its account of installations, what Wine takes away as empty, which is no empty
-# key on Windows, and what it notes of its own screen.
+# What the system makes for its account of installations, what Wine takes away as empty, which are no empty
+# keys on Windows (classes of 32 bits are there where a Wine of 32 bits is), and what it notes of its own
+# screen.
 OF_THE_SYSTEM = (r"\\Installer\b.*: None -> \{\}$|\\EventLog\\Application: \{\} -> None$"
+                 r"|\\Wow6432Node(?:\\Classes)?\\CLSID: \{\} -> None$"
                  r"|\\Wine\\Temporary System Parameters\b")
 # Menus of Wine's programs on the desktop of whoever runs this.
 NO_MENUS = "winemenubuilder.exe=d"
