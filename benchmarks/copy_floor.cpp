@@ -1,15 +1,12 @@
 #include "benchmarks/copy_floor.h"
 
-#include <sql.h>
-#include <sqlext.h>
-
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <stdexcept>
 #include <vector>
 
 #include "benchmarks/dataset.h"
+#include "benchmarks/odbc_call.h"
 #include "benchmarks/sqlite_floor.h"
 #include "engines/odbc/conversion.h"
 
@@ -17,32 +14,6 @@ namespace tarnwick::benchmarks {
 namespace {
 
 constexpr std::size_t kRows = 1000;
-
-void check(SQLRETURN result) {
-  if (!SQL_SUCCEEDED(result)) throw std::runtime_error("an ODBC call of the floor failed");
-}
-
-SQLWCHAR* wide(const char16_t* text) {
-  return reinterpret_cast<SQLWCHAR*>(const_cast<char16_t*>(text));
-}
-
-class Handle {
- public:
-  Handle(SQLSMALLINT type, SQLHANDLE parent) : type_(type) {
-    check(SQLAllocHandle(type, parent, &handle_));
-  }
-  ~Handle() {
-    if (type_ == SQL_HANDLE_DBC) SQLDisconnect(handle_);
-    SQLFreeHandle(type_, handle_);
-  }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  [[nodiscard]] SQLHANDLE get() const { return handle_; }
-
- private:
-  SQLSMALLINT type_;
-  SQLHANDLE handle_ = nullptr;
-};
 
 template <class T>
 struct Fixed {
@@ -140,12 +111,7 @@ struct Block {
 }  // namespace
 
 void copy_by_row_arrays(const std::filesystem::path& folder, const Text& connect) {
-  const Handle environment(SQL_HANDLE_ENV, nullptr);
-  check(SQLSetEnvAttr(environment.get(), SQL_ATTR_ODBC_VERSION,
-                      reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0));
-  const Handle connection(SQL_HANDLE_DBC, environment.get());
-  check(SQLDriverConnectW(connection.get(), nullptr, wide(connect.c_str()), SQL_NTS, nullptr, 0,
-                          nullptr, SQL_DRIVER_NOPROMPT));
+  const OdbcConnection connection(connect);
   check(SQLSetConnectAttrW(connection.get(), SQL_ATTR_AUTOCOMMIT,
                            reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_OFF), SQL_IS_UINTEGER));
   const Database database = open_database(database_file(folder));
@@ -159,7 +125,7 @@ void copy_by_row_arrays(const std::filesystem::path& folder, const Text& connect
     std::size_t count = 0;
     while (count < kRows && (more = step(rows.get()))) block->set(count++, rows.get());
     if (count == 0) break;
-    const Handle insert(SQL_HANDLE_STMT, connection.get());
+    const OdbcHandle insert(SQL_HANDLE_STMT, connection.get());
     check(SQLSetStmtAttrW(insert.get(), SQL_ATTR_PARAMSET_SIZE, reinterpret_cast<SQLPOINTER>(count),
                           SQL_IS_UINTEGER));
     block->bind(insert.get());

@@ -1,44 +1,16 @@
 #include "benchmarks/odbc_floor.h"
 
-#include <sql.h>
-#include <sqlext.h>
-
 #include <array>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 #include <vector>
+
+#include "benchmarks/odbc_call.h"
 
 namespace tarnwick::benchmarks {
 namespace {
 
 constexpr std::size_t kRows = 200;
-
-void check(SQLRETURN result) {
-  if (!SQL_SUCCEEDED(result)) throw std::runtime_error("an ODBC call of the floor failed");
-}
-
-SQLWCHAR* wide(const char16_t* text) {
-  return reinterpret_cast<SQLWCHAR*>(const_cast<char16_t*>(text));
-}
-
-class Handle {
- public:
-  Handle(SQLSMALLINT type, SQLHANDLE parent) : type_(type) {
-    check(SQLAllocHandle(type, parent, &handle_));
-  }
-  ~Handle() {
-    if (type_ == SQL_HANDLE_DBC) SQLDisconnect(handle_);
-    SQLFreeHandle(type_, handle_);
-  }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  [[nodiscard]] SQLHANDLE get() const { return handle_; }
-
- private:
-  SQLSMALLINT type_;
-  SQLHANDLE handle_ = nullptr;
-};
 
 template <class T>
 struct Fixed {
@@ -133,13 +105,8 @@ struct Block {
 }  // namespace
 
 FloorPcs load_by_odbc(const Text& connect) {
-  const Handle environment(SQL_HANDLE_ENV, nullptr);
-  check(SQLSetEnvAttr(environment.get(), SQL_ATTR_ODBC_VERSION,
-                      reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0));
-  const Handle connection(SQL_HANDLE_DBC, environment.get());
-  check(SQLDriverConnectW(connection.get(), nullptr, wide(connect.c_str()), SQL_NTS, nullptr, 0,
-                          nullptr, SQL_DRIVER_NOPROMPT));
-  const Handle statement(SQL_HANDLE_STMT, connection.get());
+  const OdbcConnection connection(connect);
+  const OdbcHandle statement(SQL_HANDLE_STMT, connection.get());
   SQLULEN fetched = 0;
   const auto set = [&](SQLINTEGER attribute, SQLPOINTER value) {
     check(SQLSetStmtAttrW(statement.get(), attribute, value, 0));

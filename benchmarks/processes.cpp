@@ -92,7 +92,6 @@ class ByHand final : public Worker {
  public:
   ByHand(const std::filesystem::path& folder, const std::vector<Key>& keys)
       : keys_(keys), database_(open_database(database_file(folder))) {
-    execute(database_.get(), "PRAGMA journal_mode = WAL");
     // Longer than anything takes here.
     sqlite3_busy_timeout(database_.get(), 60'000);
     begin_ = prepare(database_.get(), "BEGIN IMMEDIATE");

@@ -13,6 +13,7 @@
 
 #include "ado/error.h"
 #include "engines/sqlite/query.h"
+#include "engines/sqlite/statement_cache.h"
 #include "fuzz/target.h"
 
 namespace tarnwick::fuzz {
@@ -41,7 +42,7 @@ class Tables {
     const char* tail = nullptr;
     const int result = sqlite3_prepare_v2(database_.get(), sql.data(), static_cast<int>(sql.size()),
                                           &prepared, &tail);
-    const std::unique_ptr<sqlite3_stmt, Finalize> statement(prepared);
+    const sqlite::StatementHandle statement(prepared);
     if (result != SQLITE_OK || prepared == nullptr || *tail != '\0') return std::nullopt;
     require(sqlite3_bind_parameter_count(prepared) == static_cast<int>(values.size()),
             "there is a value for each parameter");
@@ -55,13 +56,7 @@ class Tables {
   }
 
  private:
-  struct Close {
-    void operator()(sqlite3* database) const { sqlite3_close(database); }
-  };
-  struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-  };
-  std::unique_ptr<sqlite3, Close> database_;
+  std::unique_ptr<sqlite3, decltype(&sqlite3_close)> database_{nullptr, sqlite3_close};
 };
 
 }  // namespace
