@@ -171,7 +171,8 @@ class Contender {
 
   [[nodiscard]] Outcome run(const Task& task) {
     Outcome outcome = pool_->run(task);
-    expected_ += std::accumulate(outcome.updates.begin(), outcome.updates.end(), std::int64_t{0});
+    expected_ += static_cast<std::int64_t>(
+        std::accumulate(outcome.updates.begin(), outcome.updates.end(), std::size_t{0}));
     if (logins_in(folder_) != expected_) throw std::runtime_error("an update was lost");
     return outcome;
   }
