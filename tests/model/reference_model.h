@@ -45,6 +45,7 @@ struct Transaction {
   const Record* owner = nullptr;
   std::optional<RowName> stamped;
   std::string stamped_version;    // that the row had when it was fetched
+  std::string stamped_key;        // as it was spelt
   std::string unsettled_version;  // that it shows to its own process
   std::set<RowName> deleted;
 };

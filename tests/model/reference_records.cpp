@@ -41,6 +41,14 @@ std::string id_of(const Record& record) {
   return record.kind == kComponents ? std::to_string(record.number("CompID")) : record.key();
 }
 
+// The key of a stored row, as that of a record.
+std::string key_of(Kind kind, const StoredRow& row) {
+  const auto column = [&](const char* name) { return printed(row.columns.at(name)); };
+  if (kind == kComponents) return "C" + column("CompID");
+  if (kind == kReports) return column("ReportName");
+  return column("MACNbr") + "\u00FE" + column("ComputerID") + "\u00FE" + column("CompID");
+}
+
 // The holder of the row may give it back while the question is open: its owner has to be one that a
 // client still has.
 std::optional<std::pair<int, int>> place_of(World& world, const Record* owner) {
@@ -104,6 +112,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
       transaction.owner = &record;
       transaction.stamped = name;
       transaction.stamped_version = stored->version;
+      transaction.stamped_key = key_of(record.kind, *stored);
       transaction.unsettled_version = "u" + database.next_version();
       row = *stored;
       row->columns["SoftLock"] = std::string(kStamp);
@@ -120,6 +129,7 @@ void execute_delete(Process& process, const RowName& name) {
   Connection& connection = process.require_connection();
   require_open(connection);
   Database& database = process.world.database;
+  require_own_row(database, connection);
   if (database.find(name) == nullptr) return;
   if (database.holder(name, &connection) != nullptr) {
     fail(-2147467259, "Lock request time out period exceeded.");
@@ -177,7 +187,11 @@ void require_writable(const Record& record, const Transaction& transaction) {
     return database.find(name) != nullptr && !transaction.deleted.contains(name);
   };
   if (transaction.stamped) {
-    if (transaction.deleted.contains(*transaction.stamped)) {
+    // That another program did not care for the lock is found out by the commit, but where more is
+    // written than other columns of one row, which is tried out at once.
+    const bool tried = !transaction.deleted.empty() || transaction.stamped_key != record.key();
+    if (transaction.deleted.contains(*transaction.stamped) ||
+        (tried && !is_as_fetched(database, transaction))) {
       fail(-2147217864,
            "Row cannot be located for updating. Some values may have been changed since it was "
            "last read.");
