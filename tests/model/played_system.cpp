@@ -1,6 +1,7 @@
 #include "tests/model/played_system.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -427,6 +428,10 @@ Sight PlayedSystem::play(const Step& step, const std::vector<Answer>& answers) {
   Side& side = sides_[static_cast<std::size_t>(step.process % kProcesses)];
   for (Side& each : sides_) each.process->box.asked = 0;
   side.process->box.answers.assign(answers.begin(), answers.end());
+  return settled(carry_out(side, step));
+}
+
+Sight PlayedSystem::carry_out(Side& side, const Step& step) {
   try {
     if (step.op >= Op::kInsertRow) {
       from_outside(step);
@@ -438,6 +443,18 @@ Sight PlayedSystem::play(const Step& step, const std::vector<Answer>& answers) {
   } catch (const client::CallError& error) {
     return told("error " + std::to_string(error.number()));
   }
+}
+
+Sight PlayedSystem::settled(Sight sight) const {
+  if (!sides_.front().process->has_own_time()) return sight;
+  for (auto& [name, value] : sight) {
+    if (name.ends_with("SoftLock") && value.find(" - ") != std::string::npos) value = kStamp;
+    // No date of the vocabulary is as late.
+    if (name.ends_with("Created") && std::strtod(value.c_str(), nullptr) > kNow) {
+      value = printed_date(Date{kNow});
+    }
+  }
+  return sight;
 }
 
 Sight PlayedSystem::look() {
@@ -486,7 +503,7 @@ Sight PlayedSystem::look() {
     files[entry.path().filename().string()] = test_support::hexadecimal(bytes);
   }
   for (const auto& [name, bytes] : files) sight.emplace_back("file " + name, bytes);
-  return sight;
+  return settled(std::move(sight));
 }
 
 }  // namespace tarnwick::model

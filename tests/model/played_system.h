@@ -32,6 +32,8 @@ class PlayedProcess {
   /// Whether commits can be made to fail from here.
   [[nodiscard]] virtual bool refuses_commits() const { return false; }
   virtual void refuse_next_commit() {}
+  /// Whether it stamps rows with the time and the computer's name as they are.
+  [[nodiscard]] virtual bool has_own_time() const { return false; }
   AnsweringBox box;
 };
 
@@ -62,11 +64,14 @@ class PlayedSystem {
     std::array<client::Object, kPlaces> places;
   };
 
+  Sight carry_out(Side& side, const Step& step);
   Sight of_server(Side& side, const Step& step);
   Sight of_collection(Side& side, const Step& step);
   Sight of_record(Side& side, const Step& step);
   void from_outside(const Step& step);
 
+  /// With stamps and dates of the present as the vocabulary has them.
+  [[nodiscard]] Sight settled(Sight sight) const;
   [[nodiscard]] std::string path_of(const std::string& file) const;
   [[nodiscard]] client::Object collection_of(Side& side, int kind) const;
 

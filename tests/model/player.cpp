@@ -77,6 +77,7 @@ int weight_of(Op op) {
     case Op::kReload:
     case Op::kInsertRow:
     case Op::kItemByPosition:
+    case Op::kExtractReport:
       return 6;
     case Op::kDropServer:
     case Op::kConnectToNothing:

@@ -284,7 +284,7 @@ void insert_row(Database& database, Kind kind, int number) {
 
 }  // namespace
 
-std::string path_of(const std::string& file) { return std::string(1, kAnyText) + "/" + file; }
+std::string path_of(const std::string& file) { return kAnyText + file; }
 
 World::World() {
   for (const File& file : kFiles) {
