@@ -44,7 +44,7 @@ void drop_stores(Process& process) {
   for (const Kind kind : {kReports, kPcs, kComponents}) process.stores[kind].reset();
 }
 
-void drop_server(Process& process, std::optional<Process::Server>& server) {
+void drop_server(Process& process, std::optional<ServerObject>& server) {
   server.reset();
   drop_stores(process);
   for (const auto& other : process.servers) {
@@ -76,7 +76,7 @@ bool connect(Process& process, bool reachable) {
   return result;
 }
 
-bool reload(Process& process, Process::Server& server) {
+bool reload(Process& process, ServerObject& server) {
   bool result = false;
   guarded(process, "Server", "Refresh", [&] {
     if (process.connection == nullptr) {

@@ -131,6 +131,10 @@ struct Answer {
 
 struct World;
 
+struct ServerObject {
+  bool initialized = false;
+};
+
 struct Process {
   explicit Process(World& of) : world(of) {}
 
@@ -144,10 +148,7 @@ struct Process {
   std::int32_t number = 0;
   std::array<std::shared_ptr<Store>, kKinds> stores;
   std::optional<CachedReport> cached;
-  struct Server {
-    bool initialized = false;
-  };
-  std::array<std::optional<Server>, kServers> servers;
+  std::array<std::optional<ServerObject>, kServers> servers;
   std::array<RecordPtr, kPlaces> places;
   bool refuses_next_commit = false;
 };

@@ -545,7 +545,7 @@ bool extract_report(Record& record, const std::string& file) {
   bool result = false;
   guarded(process, "Report", "ExtractReport", [&] {
     process.message.clear();
-    const std::string name = record.text("Name");
+    const std::string& name = record.text("Name");
     if (name.empty()) raise(process, "There is no reportname to extract!");
     if (file.empty()) return;
     require_folder_of(process, file);
