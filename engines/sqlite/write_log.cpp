@@ -122,9 +122,19 @@ void WriteLog::write(Write write) {
     database_.sync_log();
     return;
   }
+  bool has_changed = false;
   in_file_transaction(locks, Ending::kRollback, [&](RowLocker& locker) {
-    return apply_log(database_, locker) && apply(write, database_, locker);
+    if (!apply_log(database_, locker)) return false;
+    const auto changes = [&] {
+      return std::pair(sqlite3_total_changes(database_.handle()), catalog_.version());
+    };
+    const auto before = changes();
+    const bool applied = apply(write, database_, locker);
+    has_changed = changes() != before;
+    return applied;
   });
+  // Carried out again it would find rows that others have committed meanwhile.
+  if (!has_changed) return;
   locks_.publish_stamps();
   log_.emplace_back(std::move(write));
   rows_at_hand_.clear();

@@ -180,6 +180,20 @@ TEST_P(EngineContract, WhatIsRolledBackNeverWas) {
   }
 }
 
+TEST_P(EngineContract, AStatementThatFoundNoRowTouchesNoneThatComesLater) {
+  const auto session = open_session();
+  const auto other = open_session();
+  add_reports(*session, {u"Sales"});
+  session->begin();
+  hold(*session, kSales).update({{u"Title", text(u"New")}});
+  session->execute(u"Delete From DW_Reports Where ReportName = 'Stock'");
+  other->execute(u"Insert Into DW_Reports (ReportName) Values ('Stock')");
+  EXPECT_EQ(read(*session, kStock).size(), 1u);
+  session->commit();
+  EXPECT_EQ(read(*other, kStock).size(), 1u);
+  EXPECT_EQ(read(*other, kSales).value(u"Title"), Variant(text(u"New")));
+}
+
 TEST_P(EngineContract, ATransactionFollowsAnother) {
   const auto session = open_session();
   add_reports(*session, {u"Sales"});

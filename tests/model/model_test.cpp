@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include "tests/model/player.h"
+
+namespace tarnwick::model {
+namespace {
+
+void expect_the_same(const Steps& steps) {
+  const auto found = play(steps, &make_process_in_here);
+  EXPECT_FALSE(found) << as_test(shrunk(steps, &make_process_in_here), &make_process_in_here);
+}
+
+// What the model has found, in its shortest form.
+
+TEST(KeptSequences, ADeletionThatFoundNothingTouchesNoRowThatComesLater) {
+  expect_the_same({
+      {Op::kNewServer, 0, 0, 0, 0, 0},
+      {Op::kConnect, 0, 0, 0, 0, 0},
+      {Op::kNewServer, 1, 0, 0, 0, 0},
+      {Op::kConnect, 1, 0, 0, 0, 0},
+      {Op::kInsertRow, 0, 0, 0, 0, 0},
+      {Op::kInsertRow, 0, 0, 1, 3, 0},
+      {Op::kReload, 1, 0, 0, 0, 0},
+      {Op::kReloadCollection, 0, 0, 1, 0, 0},
+      {Op::kItemByKey, 1, 0, 1, 3, 0},
+      {Op::kItemByKey, 1, 1, 0, 0, 0},
+      {Op::kDelete, 1, 0, 0, 0, 0},
+      {Op::kLock, 1, 1, 0, 0, 0},
+      {Op::kDelete, 1, 0, 0, 0, 0},
+      {Op::kItemByKey, 0, 0, 1, 3, 0},
+      {Op::kUpdate, 0, 0, 0, 0, 0},
+      {Op::kPcsOf, 1, 1, 0, 0, 0},
+      {Op::kUpdate, 1, 1, 0, 0, 0},
+  });
+}
+
+constexpr std::uint32_t kSequences = 40;
+constexpr std::size_t kLength = 60;
+
+TEST(MadeUpSequences, DoWhatTheReferenceModelDoes) {
+  for (std::uint32_t seed = 1; seed <= kSequences && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    expect_the_same(made_up_steps(seed, kLength));
+  }
+}
+
+TEST(MadeUpSequences, AreTheSameForTheSameSeed) {
+  EXPECT_EQ(made_up_steps(7, kLength), made_up_steps(7, kLength));
+  EXPECT_NE(made_up_steps(7, kLength), made_up_steps(8, kLength));
+}
+
+}  // namespace
+}  // namespace tarnwick::model

@@ -1,0 +1,509 @@
+#include "tests/model/played_system.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include "runtime/text.h"
+
+namespace tarnwick::model {
+namespace {
+
+using automation::ClassId;
+using client::Object;
+using client::Transport;
+using client::Value;
+using test_support::EmbeddedDatabase;
+
+constexpr std::array<ClassId, kKinds> kRecordClasses{ClassId::kComponent, ClassId::kRegisteredPC,
+                                                     ClassId::kReport};
+constexpr std::array<ClassId, kKinds> kCollectionClasses{
+    ClassId::kComponents, ClassId::kRegisteredPCs, ClassId::kReports};
+
+Kind kind_of(const Object& record) {
+  return static_cast<Kind>(
+      std::find(kRecordClasses.begin(), kRecordClasses.end(), record.class_id) -
+      kRecordClasses.begin());
+}
+
+std::string printed_date(Date date) {
+  char digits[64];
+  std::snprintf(digits, sizeof digits, "%.6f", date.days);
+  return digits;
+}
+
+template <class Variant>
+std::string printed_value(const Variant& value) {
+  return std::visit(
+      []<class T>(const T& held) -> std::string {
+        if constexpr (std::same_as<T, bool>) {
+          return held ? "True" : "False";
+        } else if constexpr (std::same_as<T, Text>) {
+          return to_utf8(held);
+        } else if constexpr (std::same_as<T, Date>) {
+          return printed_date(held);
+        } else if constexpr (std::same_as<T, Object>) {
+          return held ? "object" : "nothing";
+        } else if constexpr (std::integral<T> || std::is_enum_v<T>) {
+          return std::to_string(static_cast<std::int64_t>(held));
+        } else {
+          return "(other)";
+        }
+      },
+      value);
+}
+
+Sight told(std::string result) { return {{"result", std::move(result)}}; }
+
+const client::Member& member_of(const Object& object, std::string_view name) {
+  const auto* member = automation::find_member(automation::class_of(object.class_id), name);
+  if (member == nullptr) throw std::logic_error("no member " + std::string(name));
+  return *member;
+}
+
+Value call(Transport& transport, const Object& object, std::string_view name,
+           const std::vector<Value>& arguments = {}) {
+  const client::Member& member = member_of(object, name);
+  return transport.call(object, member, automation::with_defaults(member, arguments));
+}
+
+Text text_of(std::string_view utf8) { return from_utf8(utf8); }
+
+std::string printed_call(Transport& transport, const Object& object, std::string_view name,
+                         const std::vector<Value>& arguments = {}) {
+  return printed_value(call(transport, object, name, arguments));
+}
+
+void describe(Transport& transport, const std::string& name, const Object& record, Sight& sight) {
+  for (const char* member : {"Key", "Changed", "Locked", "Initialized"}) {
+    sight.emplace_back(name + member, printed_call(transport, record, member));
+  }
+  const client::Row row = transport.read(record);
+  for (const Property& property : properties_of(kind_of(record))) {
+    const auto* attribute = client::find_attribute(record.class_id, property.name);
+    if (attribute == nullptr) throw std::logic_error("no attribute");
+    sight.emplace_back(name + property.name, printed_value(row[*attribute]));
+  }
+}
+
+Sight described(Transport& transport, const std::vector<Object>& records) {
+  Sight sight = told(std::to_string(records.size()));
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    describe(transport, std::to_string(i + 1) + ".", records[i], sight);
+  }
+  return sight;
+}
+
+std::vector<Value> arguments_of_add(const Step& step, Kind kind) {
+  const Text text = text_of(chosen(kTexts, step.value));
+  const std::int16_t number = chosen(kSmallNumbers, step.value);
+  const Date date{chosen(kDates, step.value)};
+  const bool truth = step.value % 2 == 1;
+  switch (kind) {
+    case kComponents:
+      return {chosen(kComponentIds, step.key),
+              text,
+              number,
+              number,
+              number,
+              truth,
+              std::int16_t{2},
+              std::int32_t{step.value % 4},
+              text,
+              text,
+              text_of(chosen(kMetaIds, step.value)),
+              text};
+    case kPcs: {
+      const PcName& name = chosen(kPcNames, step.key);
+      return {text_of(name.mac),
+              name.component,
+              text_of(name.computer),
+              text,
+              date,
+              truth,
+              std::int32_t{5},
+              number,
+              text,
+              date,
+              std::int32_t{number},
+              text,
+              date,
+              Text(),
+              text};
+    }
+    case kReports:
+      break;
+  }
+  return {text_of(chosen(kReportNames, step.key)),
+          text,
+          text,
+          date,
+          text,
+          text,
+          number,
+          text,
+          text_of(chosen(kTtxTexts, step.value)),
+          std::int32_t{step.value % 2},
+          text,
+          std::int16_t{4},
+          text_of("00AB"),
+          text};
+}
+
+Value value_to_let(const client::Member& member, const Setting& setting, int value) {
+  using automation::Kind;
+  const std::int16_t number = std::string_view(setting.property) == "CompID"
+                                  ? chosen(kComponentIds, value)
+                                  : chosen(kSmallNumbers, value);
+  switch (member.result.kind) {
+    case Kind::kText:
+      return text_of(chosen(setting.texts, value));
+    case Kind::kBoolean:
+      return value % 2 == 1;
+    case Kind::kDate:
+      return Date{chosen(kDates, value)};
+    case Kind::kEnumeration:
+      return std::int32_t{value % 2};
+    case Kind::kInt32:
+      return std::int32_t{number};
+    default:
+      return number;
+  }
+}
+
+std::string key_text(Kind kind, int number) {
+  if (kind == kReports) return chosen(kReportNames, number);
+  if (kind == kPcs) {
+    const PcName& name = chosen(kPcNames, number);
+    return pc_key(name.mac, name.computer, name.component);
+  }
+  const std::int16_t id = chosen(kComponentIds, number);
+  return id < 0 ? "" : "c" + std::to_string(id);
+}
+
+std::string condition(Kind kind, int number) {
+  if (kind == kComponents) {
+    return " WHERE CompID = " + std::to_string(chosen(kComponentIds, number));
+  }
+  if (kind == kReports) {
+    return std::string(" WHERE ReportName = '") + chosen(kReportNames, number) + "'";
+  }
+  const PcName& name = chosen(kPcNames, number);
+  return std::string(" WHERE MACNbr = '") + name.mac + "' AND ComputerID = '" + name.computer +
+         "' AND CompID = " + std::to_string(name.component);
+}
+
+std::string insertion(Kind kind, int number) {
+  if (kind == kComponents) {
+    return "INSERT OR IGNORE INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType, MetaID) VALUES (" +
+           std::to_string(chosen(kComponentIds, number)) + ", 0, 2, 'abc')";
+  }
+  if (kind == kReports) {
+    return std::string(
+               "INSERT OR IGNORE INTO DW_Reports (ReportName, TTX_Binary, Report_Binary) "
+               "VALUES ('") +
+           chosen(kReportNames, number) + "', X'78E9', X'66696C65')";
+  }
+  const PcName& name = chosen(kPcNames, number);
+  return std::string(
+             "INSERT OR IGNORE INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, "
+             "ActiveStatus, ImageIndex) VALUES ('") +
+         name.mac + "', '" + name.computer + "', " + std::to_string(name.component) + ", 5, 1, 10)";
+}
+
+constexpr std::array<const char*, kKinds> kTables{"DW_SEC_COMP", "DW_SEC_PC", "DW_Reports"};
+constexpr std::array<const char*, kKinds> kOrders{
+    "CompID", "MACNbr COLLATE NOCASE, ComputerID COLLATE NOCASE, CompID",
+    "ReportName COLLATE NOCASE"};
+constexpr std::array<const char*, kKinds> kMore{"SoftLock", nullptr, "Report_Binary"};
+
+}  // namespace
+
+platform::Answer AnsweringBox::retry_or_cancel(TextView text, TextView title, std::uint32_t) {
+  ++asked;
+  if (text != u"Record is currently being updated by another process!" ||
+      title != u"Record Lock Encountered") {
+    asked += 100;
+  }
+  if (answers.empty()) return platform::Answer::kCancel;
+  const Answer answer = answers.front();
+  answers.pop_front();
+  if (answer.released) give_back(answer.released->first, answer.released->second);
+  return answer.retry ? platform::Answer::kRetry : platform::Answer::kCancel;
+}
+
+PlayedSystem::PlayedSystem(MakeProcess make) {
+  for (const File& file : kFiles) {
+    if (file.bytes != nullptr) payloads_.write(file.name, file.bytes);
+  }
+  for (int i = 0; i < kProcesses; ++i) {
+    Side& side = sides_.emplace_back();
+    side.process = make();
+    side.process->box.give_back = [this](int process, int place) {
+      Side& holder = sides_[static_cast<std::size_t>(process)];
+      (void)call(holder.process->transport(), holder.places[static_cast<std::size_t>(place)],
+                 "ReleaseRecord");
+    };
+  }
+}
+
+std::string PlayedSystem::path_of(const std::string& file) const {
+  return file.empty() ? file : (payloads_.path() / file).string();
+}
+
+Object PlayedSystem::collection_of(Side& side, int kind) const {
+  static constexpr std::array<const char*, kKinds> kGetters{"Components", "RegisteredPCs",
+                                                            "Reports"};
+  for (const Object& server : side.servers) {
+    if (server) {
+      return std::get<Object>(call(side.process->transport(), server,
+                                   kGetters[static_cast<std::size_t>(kind % kKinds)]));
+    }
+  }
+  return {};
+}
+
+Sight PlayedSystem::of_server(Side& side, const Step& step) {
+  Transport& transport = side.process->transport();
+  Object& server = side.servers[static_cast<std::size_t>(step.place % kServers)];
+  if (step.op == Op::kNewServer) {
+    if (!server) server = transport.create(automation::class_of(ClassId::kServer));
+    return {};
+  }
+  if (!server) return {};
+  switch (step.op) {
+    case Op::kDropServer:
+      server = {};
+      return {};
+    case Op::kConnect:
+      return told(printed_call(transport, server, "SetConnection",
+                               {database_.connection_string(), Text(EmbeddedDatabase::kRole),
+                                Text(EmbeddedDatabase::kPassword)}));
+    case Op::kConnectToNothing:
+      return told(printed_call(transport, server, "SetConnection",
+                               {Text(u"Provider=Tarnwick.Embedded;Data Source=/nowhere/at/all"),
+                                Text(EmbeddedDatabase::kRole), Text(EmbeddedDatabase::kPassword)}));
+    case Op::kReload:
+      return told(printed_call(transport, server, "Refresh"));
+    default:
+      return told(printed_call(transport, server, "Initialized"));
+  }
+}
+
+Sight PlayedSystem::of_collection(Side& side, const Step& step) {
+  Transport& transport = side.process->transport();
+  const Object collection = collection_of(side, step.kind);
+  if (!collection) return {};
+  const auto kind = static_cast<Kind>(step.kind % kKinds);
+  Object& place = side.places[static_cast<std::size_t>(step.place % kPlaces)];
+  const auto take = [&](const Value& result) {
+    const Object& found = std::get<Object>(result);
+    const Sight sight = told(printed_value(result));
+    if (found) place = found;
+    return sight;
+  };
+  switch (step.op) {
+    case Op::kReloadCollection:
+      return told(printed_call(transport, collection, "Refresh"));
+    case Op::kReplaceStore:
+      (void)transport.create(automation::class_of(kCollectionClasses[kind]));
+      return {};
+    case Op::kAskCollection: {
+      Sight sight;
+      for (const char* name : {"Count", "Changed", "Initialized"}) {
+        try {
+          sight.emplace_back(name, printed_call(transport, collection, name));
+        } catch (const client::CallError& error) {
+          sight.emplace_back(name, "error " + std::to_string(error.number()));
+        }
+      }
+      return sight;
+    }
+    case Op::kList:
+      return described(transport,
+                       transport.call_for_all(collection, member_of(collection, "NewEnum"), {}));
+    case Op::kExists:
+      return told(
+          printed_call(transport, collection, "Exists", {text_of(key_text(kind, step.key))}));
+    case Op::kAdd:
+      return take(call(transport, collection, "Add", arguments_of_add(step, kind)));
+    case Op::kItemByKey:
+      return take(call(transport, collection, "Item", {text_of(key_text(kind, step.key))}));
+    case Op::kItemByPosition:
+      return take(call(transport, collection, "Item", {std::int32_t{step.key % 4}}));
+    default: {  // kFindMetaId
+      const Object components = collection_of(side, kComponents);
+      return described(transport,
+                       transport.call_for_all(components, member_of(components, "FindMetaID"),
+                                              {text_of(chosen(kMetaIds, step.key))}));
+    }
+  }
+}
+
+Sight PlayedSystem::of_record(Side& side, const Step& step) {
+  Transport& transport = side.process->transport();
+  Object& place = side.places[static_cast<std::size_t>(step.place % kPlaces)];
+  if (step.op == Op::kNewRecord) {
+    place = transport.create(
+        automation::class_of(kRecordClasses[static_cast<std::size_t>(step.kind % kKinds)]));
+    return {};
+  }
+  const Object record = place;
+  if (!record) return {};
+  const Kind kind = kind_of(record);
+  const Text file = text_of(path_of(chosen(kFiles, step.key).name));
+  switch (step.op) {
+    case Op::kDropRecord:
+      place = {};
+      return {};
+    case Op::kAddObject: {
+      static constexpr std::array<const char*, kKinds> kAdders{"AddCompObject", "AddPCObject",
+                                                               "AddReportObject"};
+      const Object collection = collection_of(side, kind);
+      if (!collection) return {};
+      return told(printed_call(transport, collection, kAdders[kind], {record}));
+    }
+    case Op::kLock:
+      return told(printed_call(transport, record, "LockRecord"));
+    case Op::kRelease:
+      return told(printed_call(transport, record, "ReleaseRecord"));
+    case Op::kUpdate:
+      return told(printed_call(transport, record, "Update",
+                               kind == kReports ? std::vector<Value>{file} : std::vector<Value>{}));
+    case Op::kDelete:
+      return told(printed_call(transport, record, "Delete"));
+    case Op::kRefreshRecord:
+      return told(printed_call(transport, record, "Refresh"));
+    default:
+      break;
+  }
+  if (kind == kComponents) {
+    if (step.op != Op::kPcsOf) return {};
+    return described(transport, transport.call_for_all(record, member_of(record, "PCs"), {}));
+  }
+  if (step.op == Op::kLet) {
+    const Setting& setting =
+        kind == kPcs ? chosen(kPcSettings, step.key) : chosen(kReportSettings, step.key);
+    const client::Member& member = member_of(record, setting.property);
+    transport.let(record, member, value_to_let(member, setting, step.value));
+    return {};
+  }
+  if (kind != kReports) return {};
+  if (step.op == Op::kImportTtx) return told(printed_call(transport, record, "ImportTTX", {file}));
+  if (step.op == Op::kExtractTtx) {
+    return told(printed_call(transport, record, "ExtractTTX", {file}));
+  }
+  if (step.op == Op::kExtractReport) {
+    return told(printed_call(transport, record, "ExtractReport", {file}));
+  }
+  return {};
+}
+
+void PlayedSystem::from_outside(const Step& step) {
+  const auto kind = static_cast<Kind>(step.kind % kKinds);
+  const std::string update = std::string("UPDATE ") + kTables[kind] + " SET ";
+  switch (step.op) {
+    case Op::kInsertRow:
+      outside_.run(insertion(kind, step.key));
+      break;
+    case Op::kDeleteRow:
+      outside_.run(std::string("DELETE FROM ") + kTables[kind] + condition(kind, step.key));
+      break;
+    case Op::kTouchRow:
+      outside_.run(update + "SoftLock = SoftLock" + condition(kind, step.key));
+      break;
+    case Op::kSpoilRow: {
+      const Spoiling& spoiling = chosen(kSpoilings[kind], step.value);
+      outside_.run(update + spoiling.column + " = " + spoiling.sql + condition(kind, step.key));
+      break;
+    }
+    default:
+      sides_[static_cast<std::size_t>(step.process % kProcesses)].process->refuse_next_commit();
+  }
+}
+
+Sight PlayedSystem::play(const Step& step, const std::vector<Answer>& answers) {
+  Side& side = sides_[static_cast<std::size_t>(step.process % kProcesses)];
+  for (Side& each : sides_) each.process->box.asked = 0;
+  side.process->box.answers.assign(answers.begin(), answers.end());
+  return settled(carry_out(side, step));
+}
+
+Sight PlayedSystem::carry_out(Side& side, const Step& step) {
+  try {
+    if (step.op >= Op::kInsertRow) {
+      from_outside(step);
+      return {};
+    }
+    if (step.op <= Op::kAskServer) return of_server(side, step);
+    if (step.op <= Op::kFindMetaId) return of_collection(side, step);
+    return of_record(side, step);
+  } catch (const client::CallError& error) {
+    return told("error " + std::to_string(error.number()));
+  }
+}
+
+Sight PlayedSystem::settled(Sight sight) const {
+  if (!sides_.front().process->has_own_time()) return sight;
+  for (auto& [name, value] : sight) {
+    if (name.ends_with("SoftLock") && value.find(" - ") != std::string::npos) value = kStamp;
+    // No date of the vocabulary is as late.
+    if (name.ends_with("Created") && std::strtod(value.c_str(), nullptr) > kNow) {
+      value = printed_date(Date{kNow});
+    }
+  }
+  return sight;
+}
+
+Sight PlayedSystem::look() {
+  Sight sight;
+  int asked = 0;
+  for (const Side& side : sides_) asked += side.process->box.asked;
+  sight.emplace_back("questions", std::to_string(asked));
+  for (std::size_t i = 0; i < sides_.size(); ++i) {
+    Side& side = sides_[i];
+    Transport& transport = side.process->transport();
+    const std::string name = "process " + std::to_string(i) + " ";
+    for (const Object& server : side.servers) {
+      if (!server) continue;
+      for (const char* member : {"LastErrorMsg", "LastErrorNumber"}) {
+        sight.emplace_back(name + member, printed_call(transport, server, member));
+      }
+      break;
+    }
+    for (std::size_t place = 0; place < side.places.size(); ++place) {
+      if (!side.places[place]) continue;
+      describe(transport, name + "place " + std::to_string(place) + " ", side.places[place], sight);
+    }
+  }
+  for (const Kind kind : {kComponents, kPcs, kReports}) {
+    std::vector<std::string> columns;
+    std::string sql = "SELECT ";
+    for (const Property& property : properties_of(kind)) columns.emplace_back(property.column);
+    if (kMore[kind] != nullptr) columns.emplace_back(kMore[kind]);
+    for (const std::string& column : columns) {
+      sql += (sql.size() > 7 ? ", " : "") +
+             ("CASE typeof(" + column + ") WHEN 'real' THEN printf('%.6f', ") + column + ") ELSE " +
+             column + " END";
+    }
+    int count = 0;
+    for (const auto& row :
+         outside_.run(sql + " FROM " + kTables[kind] + " ORDER BY " + kOrders[kind])) {
+      const std::string name = std::string(kTables[kind]) + " " + std::to_string(++count) + " ";
+      for (std::size_t i = 0; i < columns.size(); ++i)
+        sight.emplace_back(name + columns[i], row[i]);
+    }
+  }
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::directory_iterator(payloads_.path())) {
+    std::ifstream stream(entry.path(), std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(stream), {});
+    files[entry.path().filename().string()] = test_support::hexadecimal(bytes);
+  }
+  for (const auto& [name, bytes] : files) sight.emplace_back("file " + name, bytes);
+  return settled(std::move(sight));
+}
+
+}  // namespace tarnwick::model

@@ -1,0 +1,23 @@
+#include "client/dbus_transport.h"
+#include "tests/client/private_service.h"
+#include "tests/model/played_system.h"
+
+namespace tarnwick::model {
+namespace {
+
+class ProcessOnABus final : public PlayedProcess {
+ public:
+  client::Transport& transport() override { return *transport_; }
+  [[nodiscard]] bool has_own_time() const override { return true; }
+
+ private:
+  test_support::PrivateService service_;
+  std::unique_ptr<client::Transport> transport_ =
+      client::make_dbus_transport(service_.bus(), client::Questions{box});
+};
+
+}  // namespace
+
+std::unique_ptr<PlayedProcess> make_process_on_a_bus() { return std::make_unique<ProcessOnABus>(); }
+
+}  // namespace tarnwick::model

@@ -1,0 +1,541 @@
+#include "tests/model/reference_model.h"
+
+namespace tarnwick::model {
+namespace {
+
+using Type = Property::Type;
+
+constexpr std::array<const char*, kKinds> kCollections{"Components", "RegisteredPCs", "Reports"};
+
+Sight told(std::string result) { return {{"result", std::move(result)}}; }
+Sight told(bool result) { return told(std::string(result ? "True" : "False")); }
+
+void describe(const std::string& name, const Record& record, Sight& sight) {
+  sight.emplace_back(name + "Key", record.key());
+  sight.emplace_back(name + "Changed", record.changed ? "True" : "False");
+  sight.emplace_back(name + "Locked", record.locked() ? "True" : "False");
+  sight.emplace_back(name + "Initialized", record.initialized() ? "True" : "False");
+  for (const Property& property : properties_of(record.kind)) {
+    sight.emplace_back(name + property.name, printed(record.values.at(property.name)));
+  }
+}
+
+Sight described(const std::vector<RecordPtr>& records) {
+  Sight sight = told(std::to_string(records.size()));
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    describe(std::to_string(i + 1) + ".", *records[i], sight);
+  }
+  return sight;
+}
+
+std::vector<RecordPtr> records_of(const Store& store) {
+  std::vector<RecordPtr> records;
+  for (const auto& entry : store.entries) records.push_back(entry.second);
+  return records;
+}
+
+bool prefix_on_failure(Process& process, bool loaded, const char* complaint) {
+  if (!loaded) process.message = std::string(complaint) + "\r\n" + process.message;
+  return loaded;
+}
+
+void drop_stores(Process& process) {
+  // Records may be the last to hold a connection: they go one after the other.
+  for (const Kind kind : {kReports, kPcs, kComponents}) process.stores[kind].reset();
+}
+
+void drop_server(Process& process, std::optional<ServerObject>& server) {
+  server.reset();
+  drop_stores(process);
+  for (const auto& other : process.servers) {
+    if (other) return;
+  }
+  process.cached.reset();
+  if (process.connected() && !process.connection->transaction) process.connection->open = false;
+  process.connection.reset();
+}
+
+bool connect(Process& process, bool reachable) {
+  bool result = false;
+  guarded(process, "Server", "SetConnection", [&] {
+    process.message.clear();
+    process.cached.reset();
+    if (process.connected()) {
+      if (process.connection->transaction) {
+        throw Failure{3246,
+                      "Connection object cannot be explicitly closed while in a transaction."};
+      }
+      process.connection->open = false;
+    }
+    process.connection = std::make_shared<Connection>();
+    if (!reachable) throw Failure{-2147467259, std::string(1, kAnyText)};
+    process.connection->open = true;
+    process.world.database.connections.push_back(process.connection);
+    result = true;
+  });
+  return result;
+}
+
+bool reload(Process& process, ServerObject& server) {
+  bool result = false;
+  guarded(process, "Server", "Refresh", [&] {
+    if (process.connection == nullptr) {
+      throw Failure{-2147221504, "Connection object has not been set, unable to refresh!"};
+    }
+    result = prefix_on_failure(process, refresh_collection(process, kComponents),
+                               "Error while refreshing the Component Records!") &&
+             prefix_on_failure(process, refresh_collection(process, kPcs),
+                               "Error while refreshing the Registered PC Records!") &&
+             prefix_on_failure(process, refresh_collection(process, kReports),
+                               "Error while refreshing the Report Records!");
+    if (result) server.initialized = true;
+  });
+  return result;
+}
+
+std::string key_text(Kind kind, int number) {
+  if (kind == kComponents) {
+    const std::int16_t id = chosen(kComponentIds, number);
+    return id < 0 ? "" : "c" + std::to_string(id);
+  }
+  if (kind == kReports) return chosen(kReportNames, number);
+  const PcName& name = chosen(kPcNames, number);
+  return pc_key(name.mac, name.computer, name.component);
+}
+
+RowName row_named(Kind kind, int number) {
+  if (kind == kComponents) return row_of_component(chosen(kComponentIds, number));
+  if (kind == kReports) return row_of_report(chosen(kReportNames, number));
+  const PcName& name = chosen(kPcNames, number);
+  return row_of_pc(name.mac, name.computer, name.component);
+}
+
+RecordPtr component_to_add(Process& process, const Step& step) {
+  const std::int16_t id = chosen(kComponentIds, step.key);
+  if (id < 0) {
+    raise(process, "No ComponentID provided, unable to add component to collection!");
+  }
+  auto record = std::make_shared<Record>(process, kComponents);
+  const std::string text = chosen(kTexts, step.value);
+  const std::int64_t number = chosen(kSmallNumbers, step.value);
+  record->set("CompID", std::int64_t{id});
+  for (const char* name : {"ParentID", "Priority", "ImageIndex"}) record->set(name, number);
+  for (const char* name : {"Name", "ServerName", "SecurityGroup", "AuthorizedRole"}) {
+    record->set(name, text);
+  }
+  record->set("ForceDisplay", step.value % 2 == 1);
+  record->set("MaintenanceType", std::int64_t{2});
+  record->set("ReportCode", std::int64_t{step.value % 4});
+  record->set("MetaID", std::string(chosen(kMetaIds, step.value)));
+  return record;
+}
+
+RecordPtr pc_to_add(Process& process, const Step& step) {
+  auto record = std::make_shared<Record>(process, kPcs);
+  const PcName& name = chosen(kPcNames, step.key);
+  const std::string text = chosen(kTexts, step.value);
+  const std::int64_t number = chosen(kSmallNumbers, step.value);
+  record->set("MACNumber", std::string(name.mac));
+  record->set("CompID", std::int64_t{name.component});
+  record->set("ComputerID", std::string(name.computer));
+  record->set("Active", step.value % 2 == 1);
+  if (number >= 0) record->set("ImageIndex", number);
+  record->set("TotalLogins", number);
+  for (const char* property : {"LastUser", "ActivatedBy", "DeActivatedBy", "SoftwareVersion"}) {
+    record->set(property, text);
+  }
+  for (const char* property : {"LastLogin", "ActivateDate", "DeActivatedDate"}) {
+    record->set(property, chosen(kDates, step.value));
+  }
+  return record;
+}
+
+RecordPtr report_to_add(Process& process, const Step& step) {
+  const std::string name = chosen(kReportNames, step.key);
+  if (name.empty()) {
+    raise(process, "No report name provided, unable to add report to collection!");
+  }
+  auto record = std::make_shared<Record>(process, kReports);
+  const std::string text = chosen(kTexts, step.value);
+  record->set("ImageIndex", std::int64_t{chosen(kSmallNumbers, step.value)});
+  record->set("MaintenanceType", std::int64_t{4});
+  record->set("ReportType", std::int64_t{step.value % 2});
+  record->set("Name", name);
+  for (const char* property :
+       {"Title", "Author", "Version", "ReportGroupID", "SQL", "Description", "Definition"}) {
+    record->set(property, text);
+  }
+  record->set("Created", chosen(kDates, step.value));
+  record->set("TTX", std::string(chosen(kTtxTexts, step.value)));
+  return record;
+}
+
+// Nothing where it was refused.
+RecordPtr add(Process& process, Kind kind, const Step& step) {
+  RecordPtr added;
+  guarded(process, kCollections[kind], "Add", [&] {
+    RecordPtr record = kind == kComponents ? component_to_add(process, step)
+                       : kind == kPcs      ? pc_to_add(process, step)
+                                           : report_to_add(process, step);
+    process.require_store(kind).add(record->key(), record);
+    added = std::move(record);
+  });
+  return added;
+}
+
+bool add_object(Process& process, const RecordPtr& record) {
+  bool result = false;
+  static constexpr std::array<const char*, kKinds> kProcedures{"AddCompObject", "AddPCObject",
+                                                               "AddReportObject"};
+  const Kind kind = record->kind;
+  guarded(process, kCollections[kind], kProcedures[kind], [&] {
+    const std::string key = record->key();
+    if (process.stores[kind] != nullptr && process.stores[kind]->find(key) != nullptr) {
+      process.message =
+          kind == kComponents
+              ? "Component '" + std::to_string(record->number("CompID")) +
+                    "' is already on file. Unable to add to the components collection!"
+          : kind == kPcs
+              ? "PC '" + key + "' is already on file. Unable to add to the PC collection!"
+              : "Report '" + key + "' is already on file. Unable to add to the reports collection!";
+      return;
+    }
+    process.require_store(kind).add(key, record);
+    result = true;
+  });
+  return result;
+}
+
+Sight item(Process& process, Kind kind, RecordPtr& place, const std::string* key, int position) {
+  int error = 0;
+  RecordPtr found;
+  if (process.stores[kind] == nullptr) {
+    error = 91;
+  } else if (key != nullptr) {
+    found = process.stores[kind]->find(*key);
+    if (found == nullptr) error = 5;
+  } else {
+    const auto& entries = process.stores[kind]->entries;
+    if (position < 1 || static_cast<std::size_t>(position) > entries.size()) {
+      error = 9;
+    } else {
+      found = entries[static_cast<std::size_t>(position - 1)].second;
+    }
+  }
+  if (error != 0 && kind == kPcs) return told("error " + std::to_string(error));
+  if (error != 0) return told(std::string("nothing"));
+  place = found;
+  return told(std::string("object"));
+}
+
+void let(Record& record, const Step& step) {
+  const Setting& setting =
+      record.kind == kPcs ? chosen(kPcSettings, step.key) : chosen(kReportSettings, step.key);
+  const char* text = chosen(setting.texts, step.value);
+  const Property& property = property_of(record.kind, setting.property);
+  const std::int64_t number = std::string(setting.property) == "CompID"
+                                  ? chosen(kComponentIds, step.value)
+                                  : chosen(kSmallNumbers, step.value);
+  if (text != nullptr) {
+    record.set(property.name, std::string(text));
+  } else if (property.type == Type::kBoolean) {
+    record.set(property.name, step.value % 2 == 1);
+  } else if (property.type == Type::kDate) {
+    record.set(property.name, chosen(kDates, step.value));
+  } else if (property.type == Type::kReportType) {
+    record.set(property.name, std::int64_t{step.value % 2});
+  } else {
+    record.set(property.name, number);
+  }
+}
+
+std::string in_hex(const std::string& bytes) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string hex;
+  for (const char byte : bytes) {
+    hex += kDigits[static_cast<unsigned char>(byte) >> 4];
+    hex += kDigits[static_cast<unsigned char>(byte) & 15];
+  }
+  return hex;
+}
+
+void insert_row(Database& database, Kind kind, int number) {
+  const RowName name = row_named(kind, number);
+  if (database.find(name) != nullptr) return;
+  StoredRow row;
+  row.version = database.next_version();
+  if (kind == kComponents) {
+    row.columns = {{"CompID", std::int64_t{chosen(kComponentIds, number)}},
+                   {"ForceDisplay", std::int64_t{0}},
+                   {"MaintType", std::int64_t{2}},
+                   {"MetaID", std::string("abc")}};
+  } else if (kind == kPcs) {
+    const PcName& pc = chosen(kPcNames, number);
+    row.columns = {{"MACNbr", std::string(pc.mac)},        {"ComputerID", std::string(pc.computer)},
+                   {"CompID", std::int64_t{pc.component}}, {"MaintType", std::int64_t{5}},
+                   {"ActiveStatus", std::int64_t{1}},      {"ImageIndex", std::int64_t{10}}};
+  } else {
+    row.columns = {{"ReportName", std::string(chosen(kReportNames, number))},
+                   {"TTX_Binary", std::string("x\xE9")},
+                   {"Report_Binary", std::string("file")}};
+  }
+  database.tables[kind][name.second] = std::move(row);
+}
+
+}  // namespace
+
+std::string path_of(const std::string& file) { return kAnyText + file; }
+
+World::World() {
+  for (const File& file : kFiles) {
+    if (file.bytes != nullptr) files[file.name] = file.bytes;
+  }
+  for (int i = 0; i < kProcesses; ++i) processes.push_back(std::make_unique<Process>(*this));
+}
+
+bool refresh_collection(Process& process, Kind kind) {
+  bool result = false;
+  std::string field, report;
+  const auto extra = [&]() -> std::string {
+    if (kind == kPcs) return "Field :     \t\r\nRegPCMacNbr:\t\r\n";
+    if (kind == kReports) return "Field :     \t" + field + "\r\nRegRptName :\t" + report + "\r\n";
+    return {};
+  };
+  const char* component = kind == kComponents ? "Components"
+                          : kind == kPcs      ? "Tarnwick"
+                                              : "RegisteredPCs";
+  guarded(
+      process, component, kind == kPcs ? "General.RefreshPCs" : "Refresh",
+      [&] {
+        if (kind == kReports) process.cached.reset();
+        const auto rows = read_table(process, kind);
+        if (rows) {
+          // The old entries go when the new list is there.
+          process.stores[kind] = std::make_shared<Store>();
+          const auto store = process.stores[kind];
+          for (const StoredRow& row : *rows) {
+            auto record = std::make_shared<Record>(process, kind);
+            field = "ReportName";
+            if (kind == kReports) report = std::get<std::string>(row.columns.at("ReportName"));
+            const bool loaded = load(*record, &row);
+            if (kind == kComponents && !loaded) continue;
+            store->add(kind == kReports ? report : record->key(), record);
+          }
+        }
+        result = true;
+      },
+      extra);
+  return result;
+}
+
+Sight ReferenceModel::of_server(Process& process, const Step& step) {
+  auto& server = process.servers[static_cast<std::size_t>(step.place % kServers)];
+  if (step.op == Op::kNewServer) {
+    if (server) return {};
+    server.emplace();
+    for (auto& store : process.stores) store = std::make_shared<Store>();
+    process.message.clear();
+    return {};
+  }
+  if (!server) return {};
+  switch (step.op) {
+    case Op::kDropServer:
+      drop_server(process, server);
+      return {};
+    case Op::kConnect:
+      return told(connect(process, true));
+    case Op::kConnectToNothing:
+      return told(connect(process, false));
+    case Op::kReload:
+      return told(reload(process, *server));
+    default:
+      return told(process.connected() && server->initialized);
+  }
+}
+
+Sight ReferenceModel::of_collection(Process& process, const Step& step) {
+  bool reachable = false;
+  for (const auto& server : process.servers) reachable = reachable || server.has_value();
+  if (!reachable) return {};
+  const auto kind = static_cast<Kind>(step.kind % kKinds);
+  auto& store = process.stores[kind];
+  RecordPtr& place = process.places[static_cast<std::size_t>(step.place % kPlaces)];
+  const std::string key = key_text(kind, step.key);
+  switch (step.op) {
+    case Op::kReloadCollection:
+      return told(refresh_collection(process, kind));
+    case Op::kReplaceStore:
+      store.reset();  // a new object made one, and dropped it at its end
+      return {};
+    case Op::kAskCollection: {
+      bool changed = false;
+      std::string count = "0";
+      if (store != nullptr) {
+        for (const auto& entry : store->entries) changed = changed || entry.second->changed;
+        count = std::to_string(store->entries.size());
+      } else if (kind == kPcs) {
+        count = "error 91";
+      }
+      const bool usable = store != nullptr && !store->entries.empty() && process.connected();
+      return {{"Count", count},
+              {"Changed", changed ? "True" : "False"},
+              {"Initialized", usable ? "True" : "False"}};
+    }
+    case Op::kList:
+      if (store == nullptr && kind == kPcs) return told(std::string("error 91"));
+      return described(store == nullptr ? std::vector<RecordPtr>() : records_of(*store));
+    case Op::kExists:
+      return told(store != nullptr && store->find(key) != nullptr);
+    case Op::kAdd: {
+      RecordPtr added = add(process, kind, step);
+      if (added == nullptr) return told(std::string("nothing"));
+      place = std::move(added);
+      return told(std::string("object"));
+    }
+    case Op::kItemByKey:
+      return item(process, kind, place, &key, 0);
+    case Op::kItemByPosition:
+      return item(process, kind, place, nullptr, step.key % 4);
+    default: {  // kFindMetaId
+      std::string wanted = chosen(kMetaIds, step.key);
+      for (char& letter : wanted) {
+        if (letter >= 'a') letter = static_cast<char>(letter - 'a' + 'A');
+      }
+      std::vector<RecordPtr> found;
+      guarded(process, "Components", "FindMetaID", [&] {
+        if (wanted.empty()) return;
+        for (const auto& entry : process.require_store(kComponents).entries) {
+          if (entry.second->text("MetaID") == wanted) found.push_back(entry.second);
+        }
+      });
+      return described(found);
+    }
+  }
+}
+
+Sight ReferenceModel::of_record(Process& process, const Step& step) {
+  RecordPtr& place = process.places[static_cast<std::size_t>(step.place % kPlaces)];
+  if (step.op == Op::kNewRecord) {
+    place = std::make_shared<Record>(process, static_cast<Kind>(step.kind % kKinds));
+    return {};
+  }
+  const RecordPtr record = place;
+  if (record == nullptr) return {};
+  const std::string file = chosen(kFiles, step.key).name;
+  switch (step.op) {
+    case Op::kDropRecord:
+      place.reset();
+      return {};
+    case Op::kAddObject:
+      return process.servers[0] || process.servers[1] ? told(add_object(process, record)) : Sight();
+    case Op::kLock:
+      return told(lock_record(*record));
+    case Op::kRelease:
+      return told(release_record(*record));
+    case Op::kUpdate:
+      return told(std::to_string(update(*record, record->kind == kReports ? file : "")));
+    case Op::kDelete:
+      return told(delete_record(*record));
+    case Op::kRefreshRecord:
+      return told(refresh_record(*record));
+    default:
+      break;
+  }
+  if (record->kind == kComponents) {
+    if (step.op != Op::kPcsOf) return {};
+    auto mine = std::make_shared<Store>();
+    if (refresh_collection(process, kPcs) && process.stores[kPcs] != nullptr) {
+      for (const auto& entry : process.stores[kPcs]->entries) {
+        if (entry.second->number("CompID") != record->number("CompID")) continue;
+        if (mine->find(entry.second->key()) == nullptr)
+          mine->add(entry.second->key(), entry.second);
+      }
+    }
+    record->pcs = records_of(*mine);
+    return described(record->pcs);
+  }
+  if (step.op == Op::kLet) {
+    let(*record, step);
+    return {};
+  }
+  if (record->kind != kReports) return {};
+  if (step.op == Op::kImportTtx) return told(import_ttx(*record, file));
+  if (step.op == Op::kExtractTtx) return told(extract_ttx(*record, file));
+  if (step.op == Op::kExtractReport) return told(extract_report(*record, file));
+  return {};
+}
+
+void ReferenceModel::from_outside(Process& process, const Step& step) {
+  Database& database = world_.database;
+  const auto kind = static_cast<Kind>(step.kind % kKinds);
+  const RowName name = row_named(kind, step.key);
+  if (step.op == Op::kRefuseCommit) {
+    process.refuses_next_commit = true;
+  } else if (step.op == Op::kInsertRow) {
+    insert_row(database, kind, step.key);
+  } else if (step.op == Op::kDeleteRow) {
+    database.tables[kind].erase(name.second);
+  } else if (database.find(name) != nullptr) {
+    StoredRow& row = database.tables[kind].at(name.second);
+    row.version = database.next_version();
+    if (step.op == Op::kTouchRow) return;
+    const Spoiling& spoiling = chosen(kSpoilings[kind], step.value);
+    const std::string sql = spoiling.sql;
+    row.columns[spoiling.column] = sql == "NULL"    ? Datum()
+                                   : sql == "99999" ? Datum(std::int64_t{99999})
+                                                    : Datum(std::string("oops"));
+  }
+}
+
+Sight ReferenceModel::play(const Step& step) {
+  Process& process = *world_.processes[static_cast<std::size_t>(step.process % kProcesses)];
+  world_.answer_plan = step.value % 3;
+  world_.answers.clear();
+  if (step.op >= Op::kInsertRow) {
+    from_outside(process, step);
+    return {};
+  }
+  if (step.op <= Op::kAskServer) return of_server(process, step);
+  if (step.op <= Op::kFindMetaId) return of_collection(process, step);
+  return of_record(process, step);
+}
+
+Sight ReferenceModel::look() const {
+  Sight sight;
+  sight.emplace_back("questions", std::to_string(world_.answers.size()));
+  for (std::size_t i = 0; i < world_.processes.size(); ++i) {
+    const Process& process = *world_.processes[i];
+    const std::string name = "process " + std::to_string(i) + " ";
+    if (process.servers[0] || process.servers[1]) {
+      sight.emplace_back(name + "LastErrorMsg", process.message);
+      sight.emplace_back(name + "LastErrorNumber", std::to_string(process.number));
+    }
+    for (std::size_t place = 0; place < process.places.size(); ++place) {
+      if (process.places[place] == nullptr) continue;
+      describe(name + "place " + std::to_string(place) + " ", *process.places[place], sight);
+    }
+  }
+  static constexpr std::array<const char*, kKinds> kTables{"DW_SEC_COMP", "DW_SEC_PC",
+                                                           "DW_Reports"};
+  static constexpr std::array<const char*, kKinds> kMore{"SoftLock", nullptr, "Report_Binary"};
+  for (const Kind kind : {kComponents, kPcs, kReports}) {
+    int count = 0;
+    for (const auto& [key, row] : world_.database.tables[kind]) {
+      const std::string name = std::string(kTables[kind]) + " " + std::to_string(++count) + " ";
+      std::vector<std::string> columns;
+      for (const Property& property : properties_of(kind)) columns.emplace_back(property.column);
+      if (kMore[kind] != nullptr) columns.emplace_back(kMore[kind]);
+      for (const std::string& column : columns) {
+        const auto found = row.columns.find(column);
+        std::string text = found == row.columns.end() ? "NULL" : printed(found->second);
+        if (column == "RowVersion") text = row.version;
+        if (column.ends_with("_Binary") && text != "NULL") text = in_hex(text);
+        sight.emplace_back(name + column, text);
+      }
+    }
+  }
+  for (const auto& [name, bytes] : world_.files) sight.emplace_back("file " + name, in_hex(bytes));
+  return sight;
+}
+
+}  // namespace tarnwick::model

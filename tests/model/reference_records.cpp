@@ -1,0 +1,587 @@
+// The records of the reference model: how they are locked, written, deleted, and their payloads.
+
+#include "tests/model/reference_model.h"
+
+namespace tarnwick::model {
+namespace {
+
+enum class Outcome { kFailed, kFound, kMissing, kCancelled };
+
+constexpr std::array<const char*, kKinds> kClasses{"Component", "RegisteredPC", "Report"};
+
+[[noreturn]] void fail(std::int32_t number, const char* text) { throw Failure{number, text}; }
+
+void require_open(const Connection& connection) {
+  if (!connection.open) fail(3704, "Operation is not allowed when the object is closed.");
+}
+
+void end_transaction(Record& record) {
+  if (record.fetched && record.fetched->connection != nullptr) {
+    auto& transaction = record.fetched->connection->transaction;
+    if (transaction && transaction->owner == &record) transaction.reset();
+  }
+}
+
+std::string statement_of(const Record& record) {
+  switch (record.kind) {
+    case kComponents:
+      return "Select * From DW_SEC_COMP Where CompID = " + std::to_string(record.number("CompID"));
+    case kPcs:
+      return "Select * From DW_SEC_PC Where MACNbr = '" + record.text("MACNumber") +
+             "' And ComputerID = '" + record.text("ComputerID") +
+             "' And CompID = " + std::to_string(record.number("CompID"));
+    case kReports:
+      break;
+  }
+  return "Select * From DW_Reports Where ReportName = '" + record.text("Name") + "'";
+}
+
+// What names the row in statements and messages.
+std::string id_of(const Record& record) {
+  return record.kind == kComponents ? std::to_string(record.number("CompID")) : record.key();
+}
+
+// The key of a stored row, as that of a record.
+std::string key_of(Kind kind, const StoredRow& row) {
+  const auto column = [&](const char* name) { return printed(row.columns.at(name)); };
+  if (kind == kComponents) return "C" + column("CompID");
+  if (kind == kReports) return column("ReportName");
+  return column("MACNbr") + "\u00FE" + column("ComputerID") + "\u00FE" + column("CompID");
+}
+
+// The holder of the row may give it back while the question is open: its owner has to be one that a
+// client still has.
+std::optional<std::pair<int, int>> place_of(World& world, const Record* owner) {
+  for (int process = 0; process < kProcesses; ++process) {
+    for (int place = 0; place < kPlaces; ++place) {
+      const auto& record = world.processes[static_cast<std::size_t>(process)]
+                               ->places[static_cast<std::size_t>(place)];
+      if (record != nullptr && record.get() == owner) return std::pair(process, place);
+    }
+  }
+  return std::nullopt;
+}
+
+// Plans: 0 cancel; 1 retry once, then cancel; 2 the holder gives the row back, then retry.
+bool ask(World& world, const Transaction& holder) {
+  Answer answer;
+  if (world.answer_plan == 1) {
+    answer.retry = world.answers.empty();
+  } else if (world.answer_plan == 2) {
+    answer.released = place_of(world, holder.owner);
+    answer.retry = answer.released.has_value();
+  }
+  world.answers.push_back(answer);
+  if (answer.released) {
+    const auto& process = world.processes[static_cast<std::size_t>(answer.released->first)];
+    (void)release_record(*process->places[static_cast<std::size_t>(answer.released->second)]);
+  }
+  return answer.retry;
+}
+
+// UpdateRead. Leaves its transaction to the record, which has to end it or count as locked.
+Outcome fetch(Record& record, std::optional<StoredRow>& row) {
+  Process& process = record.process;
+  Database& database = process.world.database;
+  Outcome outcome = Outcome::kFailed;
+  record.marked_locked = false;
+  record.fetched.reset();
+  guarded(process, "General", "UpdateRead", [&] {
+    process.message.clear();
+    const RowName name = record.row();
+    for (;;) {
+      Connection& connection = process.require_connection();
+      require_open(connection);
+      if (connection.transaction) {
+        fail(-2147168237, "Only one transaction can be active on this session.");
+      }
+      const StoredRow* stored = database.find(name);
+      if (stored == nullptr) {
+        connection.transaction.emplace().owner = &record;
+        process.message =
+            "No Record found for ID: " + id_of(record) + " SQL=" + statement_of(record);
+        outcome = Outcome::kMissing;
+        break;
+      }
+      if (const Transaction* holder = database.holder(name, &connection)) {
+        if (ask(process.world, *holder)) continue;
+        outcome = Outcome::kCancelled;
+        break;
+      }
+      Transaction& transaction = connection.transaction.emplace();
+      transaction.owner = &record;
+      transaction.stamped = name;
+      transaction.stamped_version = stored->version;
+      transaction.stamped_key = key_of(record.kind, *stored);
+      transaction.unsettled_version = "u" + database.next_version();
+      row = *stored;
+      row->columns["SoftLock"] = std::string(kStamp);
+      outcome = Outcome::kFound;
+      break;
+    }
+    record.fetched = Fetched{process.connection};
+  });
+  return outcome;
+}
+
+// A statement that deletes one row, alone or as a part of the connection's transaction.
+void execute_delete(Process& process, const RowName& name) {
+  Connection& connection = process.require_connection();
+  require_open(connection);
+  Database& database = process.world.database;
+  require_own_row(database, connection);
+  if (database.find(name) == nullptr) return;
+  if (database.holder(name, &connection) != nullptr) {
+    fail(-2147467259, "Lock request time out period exceeded.");
+  }
+  if (connection.transaction) {
+    connection.transaction->deleted.insert(name);
+  } else {
+    database.tables[name.first].erase(name.second);
+  }
+}
+
+// What the columns of the row become. Texts that cannot be stored are refused.
+std::map<std::string, Datum> written_columns(Record& record, const std::string& file) {
+  Process& process = record.process;
+  std::map<std::string, Datum> columns;
+  for (const char* name : written_of(record.kind)) {
+    const std::string property = name;
+    Datum& value = record.values[property];
+    const bool no_date = value == Datum(0.0);
+    if (property == "ImageIndex" && record.kind != kReports && value == Datum(std::int64_t{0})) {
+      value = std::int64_t{record.kind == kComponents ? 1 : 10};
+    }
+    if (record.kind == kPcs && no_date) continue;
+    if (property == "Created" && no_date) value = kNow;
+    if (property == "Version" && value == Datum(std::string())) value = std::string("1.0.0");
+    const char* column = property_of(record.kind, property).column;
+    if (property == "TTX") {
+      const std::string& ttx = std::get<std::string>(value);
+      if (ttx.empty()) continue;
+      try {
+        columns[column] = to_latin1(ttx);
+      } catch (int) {
+        throw Failure{kUnstorableNumber, std::string(1, kAnyText)};
+      }
+    } else if (property == "ReportType") {
+      columns[column] = std::string(value == Datum(std::int64_t{1}) ? "CRY" : "");
+    } else if (property == "ReportCode") {
+      static constexpr std::array<const char*, 4> kCodes{"", "PC", "PCA", "CRY"};
+      columns[column] =
+          std::string(kCodes[static_cast<std::size_t>(std::get<std::int64_t>(value))]);
+    } else if (const auto* truth = std::get_if<bool>(&value)) {
+      columns[column] = std::int64_t{*truth ? 1 : 0};
+    } else {
+      columns[column] = value;
+    }
+  }
+  if (!file.empty()) columns["Report_Binary"] = process.world.files.at(file);
+  return columns;
+}
+
+// UpdateWrite up to the commit: what keeps the row from being written.
+void require_writable(const Record& record, const Transaction& transaction) {
+  const Database& database = record.process.world.database;
+  const auto stands = [&](const RowName& name) {
+    return database.find(name) != nullptr && !transaction.deleted.contains(name);
+  };
+  if (transaction.stamped) {
+    // That another program did not care for the lock is found out by the commit, but where more is
+    // written than other columns of one row, which is tried out at once.
+    const bool tried = !transaction.deleted.empty() || transaction.stamped_key != record.key();
+    if (transaction.deleted.contains(*transaction.stamped) ||
+        (tried && !is_as_fetched(database, transaction))) {
+      fail(-2147217864,
+           "Row cannot be located for updating. Some values may have been changed since it was "
+           "last read.");
+    }
+    if (*transaction.stamped == record.row()) return;
+  }
+  if (stands(record.row())) {
+    throw Failure{-2147217873, std::string(1, kAnyText)};
+  }
+}
+
+void commit(Record& record, Transaction transaction, const std::map<std::string, Datum>& columns) {
+  Database& database = record.process.world.database;
+  for (const RowName& name : transaction.deleted) database.tables[name.first].erase(name.second);
+  StoredRow row;
+  if (transaction.stamped) {
+    Table& table = database.tables[record.kind];
+    row = table.at(transaction.stamped->second);
+    table.erase(transaction.stamped->second);
+  }
+  for (const auto& [column, value] : columns) row.columns[column] = value;
+  row.columns["SoftLock"] = std::string();
+  row.version = database.next_version();
+  database.tables[record.kind][record.row().second] = std::move(row);
+}
+
+// The update protocol, up to the commit.
+void write_row(Record& record, const std::string& opening, const std::string& refused,
+               const std::string& file, int& result) {
+  Process& process = record.process;
+  bool found = false;
+  if (record.holds_row()) {
+    found = !record.fetched->adds;
+  } else {
+    std::optional<StoredRow> row;
+    switch (fetch(record, row)) {
+      case Outcome::kCancelled:
+        raise(process, "Record is currently being updated by another process!");
+      case Outcome::kFailed:
+        fail(91, "Object variable or With block variable not set");
+      case Outcome::kMissing:
+        record.fetched->adds = true;
+        break;
+      case Outcome::kFound:
+        found = true;
+        break;
+    }
+    record.marked_locked = true;
+  }
+  Connection& connection = *record.fetched->connection;
+  const std::string& version = record.text("RowVersion");
+  if (found && !version.empty() && version != connection.transaction->stamped_version) {
+    result = 5;
+    raise(process, opening + id_of(record) +
+                       "' has changed since it was originally read! Unable to update!");
+  }
+  const auto columns = written_columns(record, file);
+  bool written = false;
+  guarded(process, "General", "UpdateWrite", [&] {
+    require_writable(record, *connection.transaction);
+    written = true;
+  });
+  if (written) {
+    // The commit.
+    const Transaction transaction = std::move(*connection.transaction);
+    connection.transaction.reset();
+    if (!std::exchange(process.refuses_next_commit, false) &&
+        is_as_fetched(process.world.database, transaction)) {
+      commit(record, transaction, columns);
+      return;
+    }
+    process.message = "Unable to update, record is locked!";
+  }
+  process.message += "\r\n" + refused;
+  raise(process, process.message);
+}
+
+void update_component(Record& record, int& result) {
+  Process& process = record.process;
+  process.message.clear();
+  const std::int64_t id = record.number("CompID");
+  if (id < 0) {
+    result = 2;
+    raise(process, "No ComponentID provided for updating the component!");
+  }
+  write_row(record, "The data for component '",
+            "Unable to update the Component '" + std::to_string(id) + "' in the DW_Sec_Comp table!",
+            {}, result);
+  if (record.first_id != id) execute_delete(process, row_of_component(record.first_id));
+}
+
+void update_pc(Record& record, int& result) {
+  Process& process = record.process;
+  process.message.clear();
+  if (record.text("MACNumber").empty() || record.text("ComputerID").empty() ||
+      record.number("CompID") < 0) {
+    result = 2;
+    raise(process, "No MAC Number, ComputerID or ComponentID provided for updating the PC!");
+  }
+  write_row(record, "The data for '",
+            "Unable to update the PC '" + record.key() + "' in the DW_Sec_PC table!", {}, result);
+  const std::string first = pc_key(record.first_mac, record.first_computer, record.first_id);
+  if (lower(first) != lower(record.key())) {
+    execute_delete(process, row_of_pc(record.first_mac, record.first_computer, record.first_id));
+  }
+}
+
+void update_report(Record& record, const std::string& file, int& result) {
+  Process& process = record.process;
+  process.message.clear();
+  const std::string name = record.text("Name");
+  if (name.empty()) {
+    result = 2;
+    raise(process, "No Report Name provided for updating the report!");
+  }
+  if (!file.empty() && !process.world.files.contains(file)) {
+    result = 3;
+    raise(process, "Unable to read '" + path_of(file) + "' from disk. Unable to update!");
+  }
+  process.cached.reset();
+  write_row(record, "The data for '",
+            "Unable to update the report '" + name + "' in the DW_Reports table!", file, result);
+  if (lower(name) != lower(record.first_name) && !record.first_name.empty()) {
+    execute_delete(process, row_of_report(record.first_name));
+  }
+}
+
+}  // namespace
+
+Record::Record(Process& of, Kind what) : process(of), kind(what) {
+  for (const Property& property : properties_of(kind)) {
+    using Type = Property::Type;
+    Datum value = std::string();
+    if (property.type == Type::kBoolean) value = false;
+    if (property.type == Type::kDate) value = 0.0;
+    if (property.type == Type::kShort || property.type == Type::kLong ||
+        property.type == Type::kReportCode || property.type == Type::kReportType) {
+      value = std::int64_t{0};
+    }
+    values[property.name] = value;
+  }
+  static constexpr std::array<int, kKinds> kImages{1, 10, 11};
+  static constexpr std::array<int, kKinds> kMaintenance{0, 5, 4};
+  values["ImageIndex"] = std::int64_t{kImages[kind]};
+  values["MaintenanceType"] = std::int64_t{kMaintenance[kind]};
+  if (kind != kReports) values["CompID"] = std::int64_t{-1};
+  if (kind == kReports) values["ReportType"] = std::int64_t{1};
+}
+
+Record::~Record() { end_transaction(*this); }
+
+std::string Record::key() const {
+  switch (kind) {
+    case kComponents:
+      return number("CompID") < 0 ? "" : "C" + std::to_string(number("CompID"));
+    case kPcs:
+      return pc_key(text("MACNumber"), text("ComputerID"), number("CompID"));
+    case kReports:
+      break;
+  }
+  return text("Name");
+}
+
+bool Record::initialized() const {
+  switch (kind) {
+    case kComponents:
+      return number("CompID") >= 0 && process.connection != nullptr;
+    case kPcs:
+      return process.connection != nullptr;
+    case kReports:
+      break;
+  }
+  return !text("Name").empty();
+}
+
+bool Record::locked() const {
+  return marked_locked && fetched && fetched->connection != nullptr && fetched->connection->open;
+}
+
+bool Record::holds_row() const {
+  return locked() && fetched->connection->transaction &&
+         fetched->connection->transaction->owner == this;
+}
+
+const std::string& Record::text(const char* property) const {
+  return std::get<std::string>(values.at(property));
+}
+
+std::int64_t Record::number(const char* property) const {
+  return std::get<std::int64_t>(values.at(property));
+}
+
+RowName Record::row() const {
+  switch (kind) {
+    case kComponents:
+      return row_of_component(number("CompID"));
+    case kPcs:
+      return row_of_pc(text("MACNumber"), text("ComputerID"), number("CompID"));
+    case kReports:
+      break;
+  }
+  return row_of_report(text("Name"));
+}
+
+void Record::set(const std::string& property, Datum value) {
+  Datum& held = values[property];
+  if (held != value) changed = true;
+  if (property == "MetaID") {
+    std::string& text = std::get<std::string>(value);
+    for (char& letter : text) {
+      if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
+    }
+  }
+  if (property == "MACNumber" && first_mac.empty()) first_mac = std::get<std::string>(value);
+  if (property == "ComputerID" && first_computer.empty()) {
+    first_computer = std::get<std::string>(value);
+  }
+  if (property == "Name" && first_name.empty()) first_name = std::get<std::string>(value);
+  if (property == "CompID" && first_id == -1) first_id = std::get<std::int64_t>(value);
+  held = std::move(value);
+}
+
+bool lock_record(Record& record) {
+  bool result = false;
+  guarded(record.process, kClasses[record.kind], "LockRecord", [&] {
+    if (record.locked()) {
+      result = true;
+      return;
+    }
+    std::optional<StoredRow> row;
+    if (fetch(record, row) == Outcome::kFailed) return;
+    result = load(record, row ? &*row : nullptr);
+    if (!result) end_transaction(record);
+    record.marked_locked = result;
+  });
+  return result;
+}
+
+bool release_record(Record& record) {
+  if (!record.locked()) return record.kind != kReports;
+  record.marked_locked = false;
+  end_transaction(record);
+  return true;
+}
+
+int update(Record& record, const std::string& file) {
+  int result = 1;
+  guarded(record.process, kClasses[record.kind], "Update", [&] {
+    if (record.kind == kComponents) update_component(record, result);
+    if (record.kind == kPcs) update_pc(record, result);
+    if (record.kind == kReports) update_report(record, file, result);
+    record.fetched.reset();
+    record.marked_locked = false;
+    record.changed = false;
+    result = 0;
+  });
+  return result;
+}
+
+bool delete_record(Record& record) {
+  Process& process = record.process;
+  if (record.kind == kPcs && (record.text("MACNumber").empty() ||
+                              record.text("ComputerID").empty() || record.number("CompID") < 0)) {
+    return true;
+  }
+  if (record.kind == kReports && record.text("Name").empty()) return true;
+  if (record.locked()) (void)release_record(record);
+  try {
+    if (record.kind == kReports) process.cached.reset();
+    execute_delete(process, record.row());
+    Store& store = process.require_store(record.kind);
+    if (record.kind != kComponents) {
+      store.remove(record.key());
+      return true;
+    }
+    // The number counts as a position.
+    const std::int64_t position = record.number("CompID");
+    if (position < 1 || position > static_cast<std::int64_t>(store.entries.size())) return false;
+    const RecordPtr gone = store.entries[static_cast<std::size_t>(position - 1)].second;
+    store.entries.erase(store.entries.begin() + (position - 1));
+    return true;
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
+bool refresh_record(Record& record) {
+  bool result = false;
+  guarded(record.process, kClasses[record.kind], "Refresh", [&] {
+    if (record.kind != kPcs) {
+      read_with_syntax_error(record.process);
+      return;
+    }
+    const auto rows = read_table(record.process, kPcs);
+    if (!rows) return;
+    if (rows->empty()) {
+      fail(3021,
+           "Either BOF or EOF is True, or the current record has been deleted. Requested operation "
+           "requires a current record.");
+    }
+    result = load(record, &rows->front());
+  });
+  return result;
+}
+
+bool import_ttx(Record& record, const std::string& file) {
+  Process& process = record.process;
+  bool result = false;
+  guarded(process, "Report", "ImportTTX", [&] {
+    process.message.clear();
+    if (file.empty()) return;
+    if (!process.world.files.contains(file)) {
+      raise(process, "The File '" + path_of(file) + "' doesn't exist!");
+    }
+    record.values["TTX"] = from_latin1(process.world.files.at(file));
+    result = true;
+  });
+  return result;
+}
+
+namespace {
+
+void require_folder_of(Process& process, const std::string& file) {
+  const auto slash = file.find('/');
+  if (slash == std::string::npos) return;
+  raise(process, "The Path '" + path_of(file.substr(0, slash)) + "' doesn't exist!");
+}
+
+}  // namespace
+
+bool extract_ttx(Record& record, const std::string& file) {
+  Process& process = record.process;
+  bool result = false;
+  guarded(process, "Report", "ExtractTTX", [&] {
+    process.message.clear();
+    if (record.text("TTX").empty()) raise(process, "There is no TTX data to extract!");
+    if (file.empty()) return;
+    require_folder_of(process, file);
+    try {
+      process.world.files[file.substr(0, file.rfind('.')) + ".ttx"] = to_latin1(record.text("TTX"));
+    } catch (int) {
+      throw Failure{kUnstorableNumber, std::string(1, kAnyText)};
+    }
+    result = true;
+  });
+  return result;
+}
+
+bool extract_report(Record& record, const std::string& file) {
+  Process& process = record.process;
+  bool result = false;
+  guarded(process, "Report", "ExtractReport", [&] {
+    process.message.clear();
+    const std::string& name = record.text("Name");
+    if (name.empty()) raise(process, "There is no reportname to extract!");
+    if (file.empty()) return;
+    require_folder_of(process, file);
+    bool found = process.cached && lower(process.cached->name) == lower(name);
+    if (!found) {
+      process.cached.reset();
+      guarded(process, "General", "CheckReportRS", [&] {
+        if (!process.connected()) {
+          fail(3709,
+               "The connection cannot be used to perform this operation. It is either closed or "
+               "invalid in this context.");
+        }
+        const Database& database = process.world.database;
+        require_own_row(database, *process.connection);
+        const RowName row = row_of_report(name);
+        const StoredRow* stored = database.find(row);
+        const auto& transaction = process.connection->transaction;
+        if (stored == nullptr || (transaction && transaction->deleted.contains(row))) return;
+        if (database.holder(row, process.connection.get()) != nullptr) {
+          fail(-2147467259, "Lock request time out period exceeded.");
+        }
+        const auto payload = stored->columns.find("Report_Binary");
+        process.cached = {std::get<std::string>(stored->columns.at("ReportName")),
+                          payload == stored->columns.end() ? Datum() : payload->second};
+        found = true;
+      });
+    }
+    if (!found) raise(process, "Unable to find the report '" + name + "' in the DW_REPORTS table!");
+    const auto* bytes = std::get_if<std::string>(&process.cached->file);
+    if (bytes == nullptr) {
+      raise(process, "The Report_Binary field is null, no report is stored in the table!");
+    }
+    process.world.files[file] = *bytes;
+    result = true;
+  });
+  return result;
+}
+
+}  // namespace tarnwick::model
