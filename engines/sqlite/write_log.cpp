@@ -126,9 +126,9 @@ void WriteLog::write(Write write) {
     return apply_log(database_, locker) && apply(write, database_, locker);
   });
   locks_.publish_stamps();
+  locks_of_transaction_.absorb(locks);  // before the write counts: no row of the log is unlocked
   log_.emplace_back(std::move(write));
   rows_at_hand_.clear();
-  locks_of_transaction_.absorb(locks);
 }
 
 void WriteLog::apply_at_once(const Write& write) {
