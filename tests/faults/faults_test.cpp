@@ -83,10 +83,6 @@ struct Holdings {
   sqlite3_int64 memory_of_sqlite = sqlite3_memory_used();
   std::size_t files = open_files();
   friend bool operator==(const Holdings&, const Holdings&) = default;
-  friend void PrintTo(const Holdings& holdings, std::ostream* out) {
-    *out << holdings.allocations << " allocations, " << holdings.memory_of_sqlite
-         << " bytes of SQLite, " << holdings.files << " files";
-  }
 };
 
 /// One job with each call of one kind failing, one at a time.
