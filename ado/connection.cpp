@@ -115,7 +115,11 @@ void Connection::commit_trans() {
 
 void Connection::rollback_trans() {
   require_transaction();
-  trace_line(u"Rollback");
+  try {
+    trace_line(u"Rollback");
+  } catch (...) {
+    // The line is lost, and the transaction ends all the same.
+  }
   in_transaction_ = false;
   rollback_due_ = true;
   engine_step([](EngineSession&) {});

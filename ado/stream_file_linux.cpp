@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "ado/stream_file.h"
 #include "runtime/descriptor_linux.h"
@@ -149,9 +150,9 @@ class NewFile {
   /// Gives it the name of whatever has it.
   void replace() {
     if (name_.empty()) {
-      const fs::path name = temporary_beside(file_);
+      fs::path name = temporary_beside(file_);
       if (!link_to(name)) throw failure();
-      name_ = name;
+      name_ = std::move(name);  // which takes no memory: the destructor has to know it
     }
     if (::rename(name_.c_str(), file_.c_str()) != 0) throw failure();
     name_.clear();

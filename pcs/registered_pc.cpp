@@ -47,8 +47,10 @@ T RegisteredPC::get(T Values::*member) const {
 
 RegisteredPC::Values& RegisteredPC::values() {
   if (values_ == nullptr) {
+    // Without the room for its values it stays the PC of its row.
+    auto made = std::make_unique<Values>();
     const auto loaded = std::move(rows_);
-    values_ = std::make_unique<Values>();
+    values_ = std::move(made);
     try {
       loaded->load(row_, *this);
     } catch (...) {

@@ -109,6 +109,9 @@ void RowLocks::Set::release() noexcept {
 }
 
 void RowLocks::Set::absorb(Set& other) {
+  // Room for all first: a row that both sets held on to would be freed twice.
+  rows_.reserve(rows_.size() + other.rows_.size());
+  tables_.reserve(tables_.size() + other.tables_.size());
   for (const auto& theirs : other.tables_) {
     auto& ours = count_of(theirs.region);
     ours.rows += theirs.rows;
@@ -116,10 +119,25 @@ void RowLocks::Set::absorb(Set& other) {
     ours.whole = ours.whole || theirs.whole;
   }
   other.tables_.clear();
-  for (const auto byte : other.rows_) {
-    if (!rows_.insert(byte).second) locks_->release_row(byte);
-  }
+  rows_.merge(other.rows_);
+  for (const auto byte : other.rows_) locks_->release_row(byte);
   other.rows_.clear();
+}
+
+template <class Keep, class Forget>
+bool RowLocks::try_lock_bytes(std::optional<ByteRange> range, Keep&& keep, Forget&& forget) {
+  // Noted first: a lock that could not be noted for want of memory would stay until the session
+  // ends.
+  bool locked = false;
+  try {
+    keep();
+    locked = !range || file_.try_lock(*range);
+  } catch (...) {
+    forget();
+    throw;
+  }
+  if (!locked) forget();
+  return locked;
 }
 
 bool RowLocks::try_lock(Set& set, const Table& table, std::span<const ado::Cell> key) {
@@ -127,27 +145,40 @@ bool RowLocks::try_lock(Set& set, const Table& table, std::span<const ado::Cell>
   auto& count = set.count_of(table.region.first);
   if (count.whole || set.rows_.contains(byte)) return true;
 
-  auto found = rows_.find(byte);
-  if (found == rows_.end()) {
-    if (!tables_.contains(table.region.first) && !file_.try_lock(single(byte))) return false;
-    found = rows_.emplace(byte, Held{}).first;
+  const bool known = rows_.contains(byte);
+  const bool locked = known || tables_.contains(table.region.first);
+  const auto keep = [&] {
+    rows_.try_emplace(byte);
+    set.rows_.insert(byte);
+  };
+  const auto forget = [&] {
+    set.rows_.erase(byte);
+    if (!known) rows_.erase(byte);
+  };
+  if (!try_lock_bytes(locked ? std::nullopt : std::optional(single(byte)), keep, forget)) {
+    return false;
   }
-  set.rows_.insert(byte);
-  ++found->second.sets;
-  if (set.listing_ == Set::Listing::kListed && found->second.record == kNoRecord) {
-    list(found->second, byte, table, key_text(key));
+  auto& held = rows_.at(byte);
+  ++held.sets;
+  if (set.listing_ == Set::Listing::kListed && held.record == kNoRecord) {
+    list(held, byte, table, key_text(key));
   }
   if (++count.rows % kManyRows == 0) try_lock_whole_table(set, count, table);
   return true;
 }
 
 void RowLocks::try_lock_whole_table(Set& set, Set::TableCount& count, const Table& table) {
-  if (!tables_.contains(table.region.first) && !file_.try_lock(table.region)) return;
+  const auto region = table.region.first;
+  if (!tables_.contains(region) &&
+      !try_lock_bytes(
+          table.region, [&] { tables_.try_emplace(region); }, [&] { tables_.erase(region); })) {
+    return;
+  }
   count.whole = true;
-  auto& held = tables_[table.region.first];
+  auto& held = tables_.at(region);
   ++held.sets;
   if (set.listing_ == Set::Listing::kListed && held.record == kNoRecord) {
-    list(held, table.region.first, table, "*");
+    list(held, region, table, "*");
   }
 }
 
@@ -155,9 +186,13 @@ void RowLocks::list(Held& held, std::int64_t byte, const Table& table, std::stri
   held.table = table.name;
   held.key = std::move(key);
   for (int record = first_free_record_; record < kRecords; ++record) {
-    if (records_.contains(record) || !file_.try_lock(record_lock(record))) continue;
+    if (records_.contains(record)) continue;
+    if (!try_lock_bytes(
+            record_lock(record), [&] { records_.insert(record); },
+            [&] { records_.erase(record); })) {
+      continue;
+    }
     held.record = record;
-    records_.insert(record);
     first_free_record_ = record + 1;
     write_record(held, byte);
     return;

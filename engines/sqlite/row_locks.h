@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -86,6 +87,10 @@ class RowLocks final {
     std::string stamp;
   };
 
+  /// Locks `range` in the file, where there is one to be locked. `keep` notes it beforehand,
+  /// `forget` takes that back where there is no lock.
+  template <class Keep, class Forget>
+  [[nodiscard]] bool try_lock_bytes(std::optional<ByteRange> range, Keep&& keep, Forget&& forget);
   template <class Visit>
   void for_each_foreign_record(Visit&& visit) const;
   void try_lock_whole_table(Set& set, Set::TableCount& count, const Table& table);

@@ -287,8 +287,7 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
   write.statement =
       "INSERT INTO dbo." + identifier(shape().base_table) +
       (names.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + places + ")");
-  database_.log.write(std::move(write));
-  if (payloads.columns.empty()) return;
+  if (payloads.columns.empty()) return database_.log.write(std::move(write));
   // The trigger that gives a new row its version writes the whole row again: a payload comes after
   // it.
   for (const auto column : shape().key) {
@@ -300,7 +299,15 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
   std::vector<ado::Cell> key;
   key.reserve(values.size());
   for (const auto& value : values) key.push_back(cell_of(value));
-  database_.log.update(std::move(payloads), key);
+  const auto before = database_.log.size();
+  database_.log.write(std::move(write));
+  try {
+    database_.log.update(std::move(payloads), key);
+  } catch (...) {
+    // Half a row must not be committed, nor stand in the way of the next attempt.
+    database_.log.cut(before);
+    throw;
+  }
 }
 
 bool SqliteRowset::assigns_key(std::span<const ado::Assignment> assigned) const {

@@ -136,9 +136,9 @@ void WriteLog::write(Write write) {
   // Carried out again it would find rows that others have committed meanwhile.
   if (!has_changed) return;
   locks_.publish_stamps();
+  locks_of_transaction_.absorb(locks);  // before the write counts: no row of the log is unlocked
   log_.emplace_back(std::move(write));
   rows_at_hand_.clear();
-  locks_of_transaction_.absorb(locks);
 }
 
 void WriteLog::apply_at_once(const Write& write) {

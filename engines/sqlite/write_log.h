@@ -83,6 +83,12 @@ class WriteLog final {
   /// tried out where nothing can go wrong, and its updates are joined.
   void update(RowUpdate update, std::span<const ado::Cell> key);
 
+  /// How many writes a transaction has gathered; and to forget those behind the first `size`.
+  [[nodiscard]] std::size_t size() const { return log_.size(); }
+  void cut(std::size_t size) noexcept {
+    log_.erase(log_.begin() + static_cast<std::ptrdiff_t>(size), log_.end());
+  }
+
   /// Runs `body` on the database as this session sees it.
   void read(const std::function<void(Database&)>& body);
 

@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
+#include <new>
 #include <ostream>
 
 #include "pcs/refresh_pcs.h"
@@ -47,8 +49,7 @@ std::string name_of(const testing::TestParamInfo<Call>& info) {
   return name;
 }
 
-/// Each procedure with each of its allocations failing, one at a time.
-class OutOfMemory : public testing::TestWithParam<Call> {
+class WithDatabase : public testing::Test {
  protected:
   void SetUp() override {
     database_.run(
@@ -86,6 +87,9 @@ class OutOfMemory : public testing::TestWithParam<Call> {
   EmbeddedDatabase database_;
   ServerProcess process_{database_};
 };
+
+/// Each procedure with each of its allocations failing, one at a time.
+class OutOfMemory : public WithDatabase, public testing::WithParamInterface<Call> {};
 
 TEST_P(OutOfMemory, IsRecordedUnderTheProceduresNamesAndNeverThrown) {
   const Text names = join({u"\r\nError in Component: '", GetParam().component, u"', Proceedure: '",
@@ -171,6 +175,77 @@ const Call kCalls[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Procedures, OutOfMemory, testing::ValuesIn(kCalls), name_of);
+
+/// Calls `call` with each of its allocations failing, one at a time, and `look` after each.
+template <class Call, class Look>
+void with_each_allocation_failing(Call&& call, Look&& look) {
+  for (std::size_t nth = 1;; ++nth) {
+    SCOPED_TRACE(nth);
+    bool failed = false;
+    {
+      const FailingAllocation failing(nth);
+      call();
+      failed = failing.failed();
+    }
+    look();
+    if (!failed || testing::Test::HasFailure()) return;
+  }
+}
+
+class RecordWithoutMemory : public WithDatabase {};
+
+TEST_F(RecordWithoutMemory, IsStillThePcOfItsRow) {
+  Loaded loaded = load();
+  with_each_allocation_failing(
+      [&] {
+        try {
+          loaded.pc->set_total_logins(3);
+        } catch (const std::bad_alloc&) {
+          // The setter's own error.
+        }
+      },
+      [&] { EXPECT_EQ(loaded.pc->computer_id(), u"PC1"); });
+}
+
+TEST_F(RecordWithoutMemory, GivesItsRowBackThoughTheTraceCannotTell) {
+  Loaded loaded = load();
+  ASSERT_TRUE(loaded.pc->lock_record());
+  process_.recorder.before_step = [](TextView line) {
+    if (line == u"Rollback") throw std::bad_alloc();
+  };
+  EXPECT_TRUE(loaded.pc->release_record());
+  EXPECT_EQ(loaded.state.connection->held_rows().size(), 0u);
+}
+
+TEST_F(RecordWithoutMemory, KeepsNoRowThatItDidNotGet) {
+  Loaded loaded = load();
+  ServerProcess other(database_);
+  ASSERT_TRUE(other.connect());
+  ASSERT_TRUE(other.server->refresh());
+  other.set_lock_timeout(0);
+  const auto same = other.server->reports()->item(std::int32_t{1});
+  // What may ask is a failure that is no lock.
+  for (int number = 0; number < 1'000; ++number) {
+    process_.host.box.will_answer(platform::Answer::kCancel);
+  }
+  with_each_allocation_failing([&] { (void)loaded.report->lock_record(); },
+                               [&] {
+                                 (void)loaded.report->release_record();
+                                 EXPECT_TRUE(same->lock_record());
+                                 EXPECT_TRUE(same->release_record());
+                               });
+}
+
+TEST_F(RecordWithoutMemory, LeavesNoFileBesideTheOneThatItExtracts) {
+  Loaded loaded = load();
+  with_each_allocation_failing(
+      [&] { (void)loaded.report->extract_report(loaded.target); },
+      [&] {
+        for (const auto& entry : std::filesystem::directory_iterator(folder_.path())) {
+          EXPECT_THAT(entry.path().filename(), testing::AnyOf("fields.ttx", "out.ttx"));
+        }
+      });
+}
 
 /// A Server whose creation ran out of memory before it had any collection.
 class ServerWithoutCollections : public ::testing::Test {

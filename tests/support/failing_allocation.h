@@ -18,4 +18,19 @@ class FailingAllocation {
   [[nodiscard]] bool failed() const;
 };
 
+/// While it lives no allocation fails, and none counts: for what a test does on its own behalf.
+class UnfailingAllocations {
+ public:
+  UnfailingAllocations();
+  UnfailingAllocations(const UnfailingAllocations&) = delete;
+  UnfailingAllocations& operator=(const UnfailingAllocations&) = delete;
+  ~UnfailingAllocations();
+
+ private:
+  std::size_t left_;
+};
+
+/// How many allocations of this program have not been given back.
+[[nodiscard]] std::size_t live_allocations();
+
 }  // namespace tarnwick::test_support

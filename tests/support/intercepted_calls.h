@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tarnwick::test_support {
+
+/// What a program is about to ask of the operating system.
+enum class SystemCall : std::uint8_t {
+  kOpen,
+  kStatus,
+  kRead,
+  kWrite,
+  kResize,
+  kSync,
+  kMap,
+  kName,  // a name, an owner or permissions are given or taken
+  kLock,
+  kUnlock,
+  kLookForLock,
+  kSleep,
+};
+
+/// What an interceptor answers beside the number of the error that the call fails with.
+inline constexpr int kGoOn = 0;
+/// The call does nothing and succeeds. A sleep: the clock that waits are measured by moves on.
+inline constexpr int kPassOver = -1;
+
+/// Asked before each of these calls, whoever in the program makes it: our own code, SQLite, the C++
+/// library.
+using Interceptor = int (*)(SystemCall call);
+
+/// From now on `interceptor` is asked; nobody with nullptr. The calls that it makes itself go
+/// through. Only for programs that have intercepted_calls.cpp among their sources, where it takes
+/// the place of the C library's functions.
+void intercept_calls(Interceptor interceptor);
+
+}  // namespace tarnwick::test_support
