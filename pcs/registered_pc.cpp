@@ -34,7 +34,7 @@ const Text& first_known(const std::unique_ptr<const Text>& loaded, const Text& p
 RegisteredPC::RegisteredPC(SharedState& state) : RecordObject(state) {}
 
 RegisteredPC::RegisteredPC(SharedState& state, std::shared_ptr<const LoadedRows<RegisteredPC>> rows,
-                           std::uint32_t row)
+                           const std::byte* row)
     : RecordObject(state), values_(std::move(rows), row) {}
 
 RegisteredPC::~RegisteredPC() = default;

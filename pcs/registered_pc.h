@@ -16,7 +16,7 @@ class RegisteredPC final : public RecordObject {
   explicit RegisteredPC(SharedState& state);
   /// The PC of a plain row of `rows`, as it is loaded: unchanged.
   RegisteredPC(SharedState& state, std::shared_ptr<const LoadedRows<RegisteredPC>> rows,
-               std::uint32_t row);
+               const std::byte* row);
   ~RegisteredPC();
 
   [[nodiscard]] Text mac_number() const;

@@ -70,7 +70,8 @@ class LoadedRows {
   }
   explicit LoadedRows(std::shared_ptr<const ado::RowBuffer> rows) : rows_(std::move(rows)) {}
 
-  [[nodiscard]] std::size_t size() const { return rows_->rows(); }
+  /// Where a row lies, which what follows takes; it does as long as this lives.
+  [[nodiscard]] const std::byte* row(std::uint32_t number) const { return rows_->place_of(number); }
 
   /// Whether the row with these values is plain.
   [[nodiscard]] bool is_plain(std::span<const ado::Cell> row) const {
@@ -89,16 +90,16 @@ class LoadedRows {
 
   /// The property's value in a plain row.
   template <Name kName>
-  [[nodiscard]] auto value(std::size_t row) const {
+  [[nodiscard]] auto value(const std::byte* row) const {
     constexpr auto& kProperty = kPropertyOf<Record, kName>;
-    return value(kProperty, rows_->cell(row, columns_[place_of(kProperty)]));
+    return value(kProperty, ado::RowBuffer::cell_at(row, columns_[place_of(kProperty)]));
   }
 
   /// Loads a plain row into the record, which is unchanged then.
-  void load(std::size_t row, Record& record) const {
+  void load(const std::byte* row, Record& record) const {
     const Unchanged at_the_end{record};
     std::vector<ado::Cell> cells(rows_->columns());
-    rows_->read_row(row, cells);
+    ado::RowBuffer::read_row_at(row, cells);
     for_each_read<Record>([&](const auto& property) {
       PropertyAccess::set(record, property, value(property, cells[columns_[place_of(property)]]));
     });
@@ -153,7 +154,7 @@ class LoadedRecords final : public RecordSource<Record> {
       : state_(state), rows_(std::move(rows)) {}
 
   [[nodiscard]] std::shared_ptr<Record> make(std::uint32_t row) const override {
-    return std::make_shared<Record>(state_, rows_, row);
+    return std::make_shared<Record>(state_, rows_, rows_->row(row));
   }
   void part_from(Record& record) const noexcept override {
     // Where there is no memory for that, the record keeps the rows alive.

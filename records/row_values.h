@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <memory>
 #include <utility>
 
@@ -17,7 +17,7 @@ template <class Record, class Values>
 class RowValues {
  public:
   RowValues() : values_(std::make_unique<Values>()) {}
-  RowValues(std::shared_ptr<const LoadedRows<Record>> rows, std::uint32_t row)
+  RowValues(std::shared_ptr<const LoadedRows<Record>> rows, const std::byte* row)
       : rows_(std::move(rows)), row_(row) {}
 
   /// The value of the property `kName`, which is `member` where the values were made.
@@ -48,7 +48,7 @@ class RowValues {
   // One of the two.
   std::unique_ptr<Values> values_;
   std::shared_ptr<const LoadedRows<Record>> rows_;
-  std::uint32_t row_ = 0;
+  const std::byte* row_ = nullptr;
 };
 
 }  // namespace tarnwick

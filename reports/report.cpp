@@ -37,7 +37,7 @@ Text require_folder_of(SharedState& state, const platform::FileSystemObject& fil
 Report::Report(SharedState& state) : RecordObject(state) {}
 
 Report::Report(SharedState& state, std::shared_ptr<const LoadedRows<Report>> rows,
-               std::uint32_t row)
+               const std::byte* row)
     : RecordObject(state), values_(std::move(rows), row) {}
 
 Report::~Report() = default;

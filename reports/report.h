@@ -16,7 +16,7 @@ class Report final : public RecordObject {
  public:
   explicit Report(SharedState& state);
   /// The report of a plain row of `rows`, as it is loaded: unchanged.
-  Report(SharedState& state, std::shared_ptr<const LoadedRows<Report>> rows, std::uint32_t row);
+  Report(SharedState& state, std::shared_ptr<const LoadedRows<Report>> rows, const std::byte* row);
   ~Report();
 
   /// Deletes the row and takes the entry under this name out of the catalog. False when either
