@@ -1,5 +1,6 @@
 #include "ado/row_buffer.h"
 
+#include <array>
 #include <utility>
 
 namespace tarnwick::ado {
@@ -9,6 +10,11 @@ constexpr std::size_t kFirstChunk = std::size_t{64} << 10;
 constexpr std::size_t kChunk = std::size_t{1} << 20;
 // What a chunk for one long value has beside it: the short values of the same row.
 constexpr std::size_t kBesideLongValue = std::size_t{4} << 10;
+
+// What the values of each kind take behind their kind.
+constexpr std::size_t kToldInTheRow = ~std::size_t{0};
+constexpr std::array<std::size_t, 10> kSizes{
+    0, 1, 2, 4, 8, 8, 8, kToldInTheRow, kToldInTheRow, kToldInTheRow};
 
 template <class T>
 T read_number(const std::byte*& from) {
@@ -172,16 +178,22 @@ const std::byte* RowBuffer::read_value(const std::byte* from, Cell& cell) {
   return from;
 }
 
-void RowBuffer::read_row(std::size_t row, std::span<Cell> cells) const {
-  const std::byte* from = row_starts_[row];
-  for (Cell& cell : cells) from = read_value(from, cell);
+const std::byte* RowBuffer::pass_over_value(const std::byte* from) {
+  const auto kind = static_cast<Cell::Kind>(*from);
+  const std::size_t size = kSizes[static_cast<std::size_t>(kind)];
+  if (size != kToldInTheRow) return from + 1 + size;
+  Cell passed_over;
+  return read_value(from, passed_over);
 }
 
-Cell RowBuffer::cell(std::size_t row, std::size_t column) const {
-  const std::byte* from = row_starts_[row];
+void RowBuffer::read_row_at(const std::byte* place, std::span<Cell> cells) {
+  for (Cell& cell : cells) place = read_value(place, cell);
+}
+
+Cell RowBuffer::cell_at(const std::byte* place, std::size_t column) {
+  for (std::size_t i = 0; i < column; ++i) place = pass_over_value(place);
   Cell cell;
-  for (std::size_t i = 0; i < column; ++i) from = read_value(from, cell);
-  read_value(from, cell);
+  read_value(place, cell);
   return cell;
 }
 

@@ -96,10 +96,14 @@ class RowBuffer {
   [[nodiscard]] std::size_t columns() const { return columns_; }
 
   /// The values of row `row` (from 0), into `cells` (as many as columns). Valid until `clear`.
-  void read_row(std::size_t row, std::span<Cell> cells) const;
+  void read_row(std::size_t row, std::span<Cell> cells) const { read_row_at(place_of(row), cells); }
 
-  /// One value of row `row`, valid as long. Passes over those before it.
-  [[nodiscard]] Cell cell(std::size_t row, std::size_t column) const;
+  /// Where row `row` lies until `clear`.
+  [[nodiscard]] const std::byte* place_of(std::size_t row) const { return row_starts_[row]; }
+  /// The values of the row that lies there, as `read_row`.
+  static void read_row_at(const std::byte* place, std::span<Cell> cells);
+  /// One of them. Passes over those before it.
+  [[nodiscard]] static Cell cell_at(const std::byte* place, std::size_t column);
 
   /// Forgets all rows. Gives their memory back, but for one small chunk: a server cursor fills and
   /// clears its buffer row by row.
@@ -107,8 +111,9 @@ class RowBuffer {
 
  private:
   void add(const Cell& cell);
-  /// Returns where the next value lies.
+  /// Both return where the next value lies.
   static const std::byte* read_value(const std::byte* from, Cell& cell);
+  static const std::byte* pass_over_value(const std::byte* from);
 
   static constexpr std::size_t kLongestLength = 10;  // of a 64-bit length, 7 bits a byte
   static constexpr std::size_t kShared = std::size_t{64} << 10;

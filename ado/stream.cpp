@@ -38,13 +38,6 @@ Bytes to_latin1(TextView text) {
   return bytes;
 }
 
-Text from_latin1(std::span<const std::byte> bytes) {
-  Text text(bytes.size(), u'\0');
-  std::transform(bytes.begin(), bytes.end(), text.begin(),
-                 [](std::byte byte) { return std::to_integer<char16_t>(byte); });
-  return text;
-}
-
 // An odd last byte stands for a character by itself, so that no byte of a damaged file is lost.
 Text from_utf16(std::span<const std::byte> bytes) {
   Text text((bytes.size() + 1) / 2, u'\0');
@@ -163,7 +156,7 @@ Text Stream::read_text(std::int64_t characters) {
   position_ = static_cast<std::size_t>(bytes.data() + bytes.size() - content_.data());
   switch (encoding_) {
     case Charset::kLatin1:
-      return from_latin1(bytes);
+      return from_latin1({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     case Charset::kUtf8:
       if (at_start && starts_with(bytes, kUtf8Mark)) bytes = bytes.subspan(std::size(kUtf8Mark));
       return from_stored_utf8({reinterpret_cast<const char*>(bytes.data()), bytes.size()});

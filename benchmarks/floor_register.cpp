@@ -77,10 +77,10 @@ void FloorRegister::read_texts(sqlite3_stmt* row, PackedPc& pc) {
   }
   if (size > kTextChunk - text_used_) {
     if (size > kTextChunk) throw std::runtime_error("the floor's data has no such texts");
-    text_chunks_.push_back(std::make_unique_for_overwrite<char[]>(kTextChunk));
+    memory_->texts.push_back(std::make_unique_for_overwrite<char[]>(kTextChunk));
     text_used_ = 0;
   }
-  char* const begin = text_chunks_.back().get() + text_used_;
+  char* const begin = memory_->texts.back().get() + text_used_;
   char* place = begin;
   for (std::size_t i = 0; i < texts.size(); ++i) {
     if (!texts[i].empty()) std::memcpy(place, texts[i].data(), texts[i].size());
@@ -93,8 +93,8 @@ void FloorRegister::read_texts(sqlite3_stmt* row, PackedPc& pc) {
 
 void FloorRegister::load(sqlite3_stmt* rows) {
   while (step(rows)) {
-    if (size_ % kChunk == 0) chunks_.push_back(std::make_unique<PackedPc[]>(kChunk));
-    PackedPc& pc = chunks_.back()[size_++ % kChunk];
+    if (size_ % kChunk == 0) memory_->pcs.push_back(std::make_unique<PackedPc[]>(kChunk));
+    PackedPc& pc = memory_->pcs.back()[size_++ % kChunk];
     read_texts(rows, pc);
     pc.comp_id = static_cast<std::int16_t>(sqlite3_column_int(rows, 2));
     pc.maintenance_type = sqlite3_column_int(rows, 3);
@@ -133,8 +133,23 @@ void FloorRegister::fill_table() {
   }
 }
 
-const PackedPc* FloorRegister::find(std::string_view mac, std::string_view computer,
-                                    std::int16_t component) const {
+FloorRegister::Handle FloorRegister::find(std::string_view mac, std::string_view computer,
+                                          std::int16_t component) const {
+  const PackedPc* const pc = search(mac, computer, component);
+  return pc == nullptr ? Handle() : Handle(memory_, pc);
+}
+
+FloorRegister::Handle FloorRegister::at(std::size_t position) const {
+  if (position >= size_) throw std::out_of_range("no such PC");
+  return {memory_, &(*this)[position]};
+}
+
+FloorRegister::Handle FloorRegister::Walk::next() {
+  return position_ == pcs_->size_ ? Handle() : pcs_->at(position_++);
+}
+
+const PackedPc* FloorRegister::search(std::string_view mac, std::string_view computer,
+                                      std::int16_t component) const {
   const std::uint64_t hash = hash_of(mac, computer, component);
   const std::size_t mask = table_.size() - 1;
   for (std::size_t place = hash & mask; table_[place] != 0; place = (place + 1) & mask) {

@@ -172,7 +172,7 @@ Side positions_by_hand(const std::filesystem::path& folder, int times_before) {
   return [=](benchmark::State& state) {
     const FloorRegister pcs = register_by_hand(folder);
     ask_all(state, wanted_pcs(pcs), times_before,
-            [&](const WantedPc& pc) { return pcs[pc.position].total_logins; });
+            [&](const WantedPc& pc) { return pcs.at(pc.position)->total_logins; });
   };
 }
 
@@ -194,7 +194,8 @@ void walk_by_hand(benchmark::State& state, const std::filesystem::path& folder, 
   const FloorRegister pcs = register_by_hand(folder);
   const auto walk = [&] {
     std::int64_t logins = 0;
-    for (std::size_t i = 0; i < pcs.size(); ++i) logins += pcs[i].total_logins;
+    FloorRegister::Walk entries(pcs);
+    while (const auto pc = entries.next()) logins += pc->total_logins;
     benchmark::DoNotOptimize(logins);
   };
   for (; times_before > 0; --times_before) walk();

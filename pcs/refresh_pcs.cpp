@@ -11,24 +11,6 @@ namespace {
 
 using Rows = LoadedRows<RegisteredPC>;
 
-class LoadedPcs final : public RecordSource<RegisteredPC> {
- public:
-  LoadedPcs(SharedState& state, std::shared_ptr<const Rows> rows)
-      : state_(state), rows_(std::move(rows)) {}
-
-  [[nodiscard]] std::shared_ptr<RegisteredPC> make(std::uint32_t row) const override {
-    return std::make_shared<RegisteredPC>(state_, rows_, row);
-  }
-  void part_from(RegisteredPC& pc) const noexcept override {
-    // Where there is no memory for that, the PC keeps the rows alive.
-    quietly([&] { pc.part_from_rows(); });
-  }
-
- private:
-  SharedState& state_;
-  std::shared_ptr<const Rows> rows_;
-};
-
 void append(const ado::Cell& cell, Text& key) {
   if (cell.kind == ado::Cell::Kind::kUtf8) {
     append_stored_utf8(cell.view(), key);
@@ -48,8 +30,8 @@ void read_key(const Rows& rows, std::span<const ado::Cell> row, Text& key) {
 
 void load_register(SharedState& state, ado::Recordset& recordset) {
   const std::shared_ptr<const Rows> rows = Rows::of(recordset);
-  state.registered_pcs =
-      std::make_shared<Store<RegisteredPC>>(std::make_unique<LoadedPcs>(state, rows));
+  state.registered_pcs = std::make_shared<Store<RegisteredPC>>(
+      std::make_unique<LoadedRecords<RegisteredPC>>(state, rows));
   Store<RegisteredPC>& store = *state.registered_pcs;
   store.reserve(static_cast<std::size_t>(recordset.record_count()));
   Text key;

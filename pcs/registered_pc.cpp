@@ -31,62 +31,48 @@ const Text& first_known(const std::unique_ptr<const Text>& loaded, const Text& p
 
 }  // namespace
 
-RegisteredPC::RegisteredPC(SharedState& state)
-    : RecordObject(state), values_(std::make_unique<Values>()) {}
+RegisteredPC::RegisteredPC(SharedState& state) : RecordObject(state) {}
 
 RegisteredPC::RegisteredPC(SharedState& state, std::shared_ptr<const LoadedRows<RegisteredPC>> rows,
-                           std::uint32_t row)
-    : RecordObject(state), rows_(std::move(rows)), row_(row) {}
+                           const std::byte* row)
+    : RecordObject(state), values_(std::move(rows), row) {}
 
 RegisteredPC::~RegisteredPC() = default;
 
-template <Name kName, class T>
-T RegisteredPC::get(T Values::*member) const {
-  return values_ != nullptr ? (*values_).*member : rows_->value<kName>(row_);
-}
+RegisteredPC::Values& RegisteredPC::values() { return values_.made_for(*this); }
 
-RegisteredPC::Values& RegisteredPC::values() {
-  if (values_ == nullptr) {
-    // Without the room for its values it stays the PC of its row.
-    auto made = std::make_unique<Values>();
-    const auto loaded = std::move(rows_);
-    values_ = std::move(made);
-    try {
-      loaded->load(row_, *this);
-    } catch (...) {
-      values_.reset();
-      rows_ = loaded;
-      throw;
-    }
-    changed_ = false;
-  }
-  return *values_;
-}
-
-Text RegisteredPC::mac_number() const { return get<"MACNumber">(&Values::mac_number); }
-Text RegisteredPC::computer_id() const { return get<"ComputerID">(&Values::computer_id); }
-std::int16_t RegisteredPC::comp_id() const { return get<"CompID">(&Values::comp_id); }
+Text RegisteredPC::mac_number() const { return values_.get<"MACNumber">(&Values::mac_number); }
+Text RegisteredPC::computer_id() const { return values_.get<"ComputerID">(&Values::computer_id); }
+std::int16_t RegisteredPC::comp_id() const { return values_.get<"CompID">(&Values::comp_id); }
 MaintTypeEnum RegisteredPC::maintenance_type() const {
-  return get<"MaintenanceType">(&Values::maintenance_type);
+  return values_.get<"MaintenanceType">(&Values::maintenance_type);
 }
-bool RegisteredPC::active() const { return get<"Active">(&Values::active); }
-std::int16_t RegisteredPC::image_index() const { return get<"ImageIndex">(&Values::image_index); }
-Text RegisteredPC::last_user() const { return get<"LastUser">(&Values::last_user); }
-Date RegisteredPC::last_login() const { return get<"LastLogin">(&Values::last_login); }
+bool RegisteredPC::active() const { return values_.get<"Active">(&Values::active); }
+std::int16_t RegisteredPC::image_index() const {
+  return values_.get<"ImageIndex">(&Values::image_index);
+}
+Text RegisteredPC::last_user() const { return values_.get<"LastUser">(&Values::last_user); }
+Date RegisteredPC::last_login() const { return values_.get<"LastLogin">(&Values::last_login); }
 std::int32_t RegisteredPC::total_logins() const {
-  return get<"TotalLogins">(&Values::total_logins);
+  return values_.get<"TotalLogins">(&Values::total_logins);
 }
-Text RegisteredPC::activated_by() const { return get<"ActivatedBy">(&Values::activated_by); }
-Date RegisteredPC::activate_date() const { return get<"ActivateDate">(&Values::activate_date); }
-Text RegisteredPC::deactivated_by() const { return get<"DeActivatedBy">(&Values::deactivated_by); }
+Text RegisteredPC::activated_by() const {
+  return values_.get<"ActivatedBy">(&Values::activated_by);
+}
+Date RegisteredPC::activate_date() const {
+  return values_.get<"ActivateDate">(&Values::activate_date);
+}
+Text RegisteredPC::deactivated_by() const {
+  return values_.get<"DeActivatedBy">(&Values::deactivated_by);
+}
 Date RegisteredPC::deactivated_date() const {
-  return get<"DeActivatedDate">(&Values::deactivated_date);
+  return values_.get<"DeActivatedDate">(&Values::deactivated_date);
 }
 Text RegisteredPC::software_version() const {
-  return get<"SoftwareVersion">(&Values::software_version);
+  return values_.get<"SoftwareVersion">(&Values::software_version);
 }
-Text RegisteredPC::soft_lock() const { return get<"SoftLock">(&Values::soft_lock); }
-Text RegisteredPC::row_version() const { return get<"RowVersion">(&Values::row_version); }
+Text RegisteredPC::soft_lock() const { return values_.get<"SoftLock">(&Values::soft_lock); }
+Text RegisteredPC::row_version() const { return values_.get<"RowVersion">(&Values::row_version); }
 
 void RegisteredPC::set_mac_number(Text value) {
   Values& own = values();

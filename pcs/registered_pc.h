@@ -4,13 +4,10 @@
 #include <memory>
 
 #include "records/record_object.h"
-#include "runtime/name.h"
+#include "records/row_values.h"
 #include "state/enums.h"
 
 namespace tarnwick {
-
-template <class Record>
-class LoadedRows;
 
 /// One row of DW_SEC_PC: a PC as it uses one component, with its activation and logins. A PC that
 /// was loaded is no more than its row, as the engine packed it, until something in it is changed.
@@ -19,7 +16,7 @@ class RegisteredPC final : public RecordObject {
   explicit RegisteredPC(SharedState& state);
   /// The PC of a plain row of `rows`, as it is loaded: unchanged.
   RegisteredPC(SharedState& state, std::shared_ptr<const LoadedRows<RegisteredPC>> rows,
-               std::uint32_t row);
+               const std::byte* row);
   ~RegisteredPC();
 
   [[nodiscard]] Text mac_number() const;
@@ -126,9 +123,6 @@ class RegisteredPC final : public RecordObject {
 
   /// The values, made of the row if need be: what is changed has to be kept.
   Values& values();
-  /// The value of the property `kName`, which is `member` where the values were made.
-  template <Name kName, class T>
-  [[nodiscard]] T get(T Values::*member) const;
 
   // The row version never marks the record changed.
   void set_soft_lock(Text value) { set(values().soft_lock, std::move(value)); }
@@ -137,10 +131,7 @@ class RegisteredPC final : public RecordObject {
   UpdateErrorEnum write(TextView procedure, Existing existing);
   void write_columns(ado::Recordset& row);
 
-  // Either the values, or the row that they are made of.
-  std::unique_ptr<Values> values_;
-  std::shared_ptr<const LoadedRows<RegisteredPC>> rows_;
-  std::uint32_t row_ = 0;
+  RowValues<RegisteredPC, Values> values_;
 };
 
 }  // namespace tarnwick

@@ -12,6 +12,8 @@
 #include "records/property.h"
 #include "records/row_version.h"
 #include "state/enums.h"
+#include "state/guard.h"
+#include "state/record_store.h"
 
 namespace tarnwick {
 
@@ -68,7 +70,8 @@ class LoadedRows {
   }
   explicit LoadedRows(std::shared_ptr<const ado::RowBuffer> rows) : rows_(std::move(rows)) {}
 
-  [[nodiscard]] std::size_t size() const { return rows_->rows(); }
+  /// Where a row lies, which what follows takes; it does as long as this lives.
+  [[nodiscard]] const std::byte* row(std::uint32_t number) const { return rows_->place_of(number); }
 
   /// Whether the row with these values is plain.
   [[nodiscard]] bool is_plain(std::span<const ado::Cell> row) const {
@@ -87,21 +90,27 @@ class LoadedRows {
 
   /// The property's value in a plain row.
   template <Name kName>
-  [[nodiscard]] auto value(std::size_t row) const {
+  [[nodiscard]] auto value(const std::byte* row) const {
     constexpr auto& kProperty = kPropertyOf<Record, kName>;
-    return value(kProperty, rows_->cell(row, columns_[place_of(kProperty)]));
+    return value(kProperty, ado::RowBuffer::cell_at(row, columns_[place_of(kProperty)]));
   }
 
-  /// Loads a plain row into the record.
-  void load(std::size_t row, Record& record) const {
+  /// Loads a plain row into the record, which is unchanged then.
+  void load(const std::byte* row, Record& record) const {
+    const Unchanged at_the_end{record};
     std::vector<ado::Cell> cells(rows_->columns());
-    rows_->read_row(row, cells);
+    ado::RowBuffer::read_row_at(row, cells);
     for_each_read<Record>([&](const auto& property) {
       PropertyAccess::set(record, property, value(property, cells[columns_[place_of(property)]]));
     });
   }
 
  private:
+  struct Unchanged {
+    Record& record;
+    ~Unchanged() { PropertyAccess::clear_changed(record); }
+  };
+
   static constexpr std::size_t kProperties =
       std::tuple_size_v<std::remove_const_t<decltype(Properties<Record>::kAll)>>;
   [[nodiscard]] static std::size_t place_of(const auto& property) {
@@ -111,7 +120,8 @@ class LoadedRows {
   template <auto kGet, auto kSet>
   [[nodiscard]] static bool is_plain(const Property<kGet, kSet>& property, ado::Cell::Kind kind) {
     using Kind = ado::Cell::Kind;
-    if (property.form == Form::kRowVersion) return kind == Kind::kBytes || kind == Kind::kNull;
+    const bool of_bytes = property.form == Form::kRowVersion || property.form == Form::kOwn;
+    if (of_bytes) return kind == Kind::kBytes || kind == Kind::kNull;
     if (property.form != Form::kPlain) return false;
     if (kind == Kind::kNull) return !property.reading.nulls.refused;
     return Plain<typename Property<kGet, kSet>::Value>::is(kind);
@@ -122,6 +132,7 @@ class LoadedRows {
     using T = typename Property<kGet, kSet>::Value;
     if constexpr (std::same_as<T, Text>) {
       if (property.form == Form::kRowVersion) return row_version_text(cell.to_variant());
+      if (property.form == Form::kOwn && !cell.is_null()) return from_latin1(cell.view());
     }
     if (!cell.is_null()) return Plain<T>::from(cell);
     if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
@@ -133,6 +144,26 @@ class LoadedRows {
 
   std::shared_ptr<const ado::RowBuffer> rows_;
   std::array<std::size_t, kProperties> columns_{};  // by place in the order of reading
+};
+
+/// Makes the records of plain rows.
+template <class Record>
+class LoadedRecords final : public RecordSource<Record> {
+ public:
+  LoadedRecords(SharedState& state, std::shared_ptr<const LoadedRows<Record>> rows)
+      : state_(state), rows_(std::move(rows)) {}
+
+  [[nodiscard]] std::shared_ptr<Record> make(std::uint32_t row) const override {
+    return std::make_shared<Record>(state_, rows_, rows_->row(row));
+  }
+  void part_from(Record& record) const noexcept override {
+    // Where there is no memory for that, the record keeps the rows alive.
+    quietly([&] { record.part_from_rows(); });
+  }
+
+ private:
+  SharedState& state_;
+  std::shared_ptr<const LoadedRows<Record>> rows_;
 };
 
 }  // namespace tarnwick

@@ -26,7 +26,7 @@ enum class Form : std::uint8_t {
   kPlain,       // as the type says; see column_values.h
   kAsText,      // a number that is read by way of its text
   kRowVersion,  // eight bytes, read as the text of a row version
-  kOwn,         // the record class reads and writes it itself
+  kOwn,         // bytes, each a character; the record class reads and writes it itself
 };
 
 /// What Null in the column becomes: error 94, or a value (of a text or a date: the empty one).

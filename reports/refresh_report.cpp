@@ -1,6 +1,7 @@
 #include "reports/refresh_report.h"
 
 #include "records/column_values.h"
+#include "records/loaded_rows.h"
 #include "reports/report_properties.h"
 #include "reports/report_type.h"
 #include "state/guard.h"
@@ -57,20 +58,48 @@ bool refresh_report(SharedState& state, Report* report, ado::Recordset* rows) {
                      [&](Bytes bytes) { return ttx_from_bytes(state, std::move(bytes)); });
 }
 
-bool ReportLoading::load(const std::shared_ptr<Report>& report, ado::Recordset& rows) {
-  return load_report(state_, report.get(), &rows, [&](Bytes bytes) {
-    Text text = conversions_.convert(std::move(bytes));
-    last_ = report;
-    return text;
-  });
+CatalogLoading::CatalogLoading(SharedState& state, ado::Recordset& rows)
+    : state_(state), rows_(rows), packed_(LoadedRows<Report>::of(rows)), conversions_(state) {
+  state.reports =
+      std::make_shared<Store<Report>>(std::make_unique<LoadedRecords<Report>>(state, packed_));
+  state.reports->reserve(static_cast<std::size_t>(rows.record_count()));
 }
 
-ReportLoading::~ReportLoading() {
+bool CatalogLoading::stays_packed() const {
+  if (packed_ == nullptr || !packed_->is_plain(rows_.cells())) return false;
+  const ado::Cell& ttx = packed_->cell<"TTX">(rows_.cells());
+  return ttx.is_null() || conversions_.has_room_for(ttx.size);
+}
+
+void CatalogLoading::list_report(TextView name) {
+  Store<Report>& reports = *state_.reports;
+  const auto position = static_cast<std::int64_t>(reports.size()) + 1;
+  if (stays_packed()) {
+    const ado::Cell& ttx = packed_->cell<"TTX">(rows_.cells());
+    if (!ttx.is_null()) {
+      conversions_.pass_over({ttx.data, ttx.size});
+      converted_ = position;
+    }
+    reports.add_row(name, static_cast<std::uint32_t>(rows_.row()));
+    return;
+  }
+  auto report = std::make_shared<Report>(state_);
+  load_report(state_, report.get(), &rows_, [&](Bytes bytes) {
+    Text text = conversions_.convert(std::move(bytes));
+    converted_ = position;
+    return text;
+  });
+  reports.add(name, std::move(report));
+}
+
+CatalogLoading::~CatalogLoading() {
   const bool finished = guarded(state_, kProcedure, false, [&](bool& result) {
     conversions_.finish();
     result = true;
   });
-  if (!finished) last_->set_ttx({});
+  if (finished) return;
+  // It is not listed if its name was the one that ended the load.
+  quietly([&] { state_.reports->at(converted_)->set_ttx({}); });
 }
 
 }  // namespace tarnwick

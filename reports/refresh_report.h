@@ -19,23 +19,30 @@ namespace tarnwick {
 /// Recorded as component General, procedure RefreshReport.
 bool refresh_report(SharedState& state, Report* report, ado::Recordset* rows);
 
-/// Loads reports one after the other. The intermediate file of the field definitions has the last
-/// ones when this ends; where they cannot be written then, the report that they belong to has
-/// failed to load, with the account that it would have left before.
-class ReportLoading final {
+/// Loads the catalog anew into the shared list, row after row. A row of which nothing can go wrong
+/// stays as it is packed until somebody asks for its report. The intermediate file of the field
+/// definitions has the last ones when this ends; where they cannot be written then, the report that
+/// they belong to has failed to load, with the account that it would have left before.
+class CatalogLoading final {
  public:
-  explicit ReportLoading(SharedState& state) : state_(state), conversions_(state) {}
-  ~ReportLoading();
-  ReportLoading(const ReportLoading&) = delete;
-  ReportLoading& operator=(const ReportLoading&) = delete;
+  /// Begins with an empty list. `rows` must outlive this.
+  CatalogLoading(SharedState& state, ado::Recordset& rows);
+  ~CatalogLoading();
+  CatalogLoading(const CatalogLoading&) = delete;
+  CatalogLoading& operator=(const CatalogLoading&) = delete;
 
-  /// As refresh_report; `report` is new.
-  bool load(const std::shared_ptr<Report>& report, ado::Recordset& rows);
+  /// Lists the report of the current row under `name`, also one that fails to load: its account is
+  /// as refresh_report leaves it. Throws Error 457 for a name that is listed.
+  void list_report(TextView name);
 
  private:
+  [[nodiscard]] bool stays_packed() const;
+
   SharedState& state_;
+  ado::Recordset& rows_;
+  std::shared_ptr<const LoadedRows<Report>> packed_;  // null where none can stay so
   TtxConversions conversions_;
-  std::shared_ptr<Report> last_;  // the one whose field definitions were converted last
+  std::int64_t converted_ = 0;  // position of the report whose field definitions came last
 };
 
 }  // namespace tarnwick

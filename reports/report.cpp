@@ -2,6 +2,7 @@
 
 #include "platform/file_system.h"
 #include "records/column_values.h"
+#include "records/loaded_rows.h"
 #include "records/recordset_access.h"
 #include "records/report_lookup.h"
 #include "records/update_protocol.h"
@@ -35,32 +36,64 @@ Text require_folder_of(SharedState& state, const platform::FileSystemObject& fil
 
 Report::Report(SharedState& state) : RecordObject(state) {}
 
+Report::Report(SharedState& state, std::shared_ptr<const LoadedRows<Report>> rows,
+               const std::byte* row)
+    : RecordObject(state), values_(std::move(rows), row) {}
+
+Report::~Report() = default;
+
+Report::Values& Report::values() { return values_.made_for(*this); }
+
+Text Report::soft_lock() const { return values_.get<"SoftLock">(&Values::soft_lock); }
+MaintTypeEnum Report::maintenance_type() const {
+  return values_.get<"MaintenanceType">(&Values::maintenance_type);
+}
+Text Report::description() const { return values_.get<"Description">(&Values::description); }
+ReportTypesEnum Report::report_type() const {
+  return values_.get<"ReportType">(&Values::report_type);
+}
+Text Report::definition() const { return values_.get<"Definition">(&Values::definition); }
+Text Report::ttx() const { return values_.get<"TTX">(&Values::ttx); }
+Text Report::sql() const { return values_.get<"SQL">(&Values::sql); }
+std::int16_t Report::image_index() const { return values_.get<"ImageIndex">(&Values::image_index); }
+Text Report::report_group_id() const {
+  return values_.get<"ReportGroupID">(&Values::report_group_id);
+}
+Text Report::version() const { return values_.get<"Version">(&Values::version); }
+Date Report::created() const { return values_.get<"Created">(&Values::created); }
+Text Report::author() const { return values_.get<"Author">(&Values::author); }
+Text Report::title() const { return values_.get<"Title">(&Values::title); }
+Text Report::name() const { return values_.get<"Name">(&Values::name); }
+Text Report::row_version() const { return values_.get<"RowVersion">(&Values::row_version); }
+
 void Report::set_name(Text value) {
-  if (initial_name_.empty()) initial_name_ = value;
-  set(name_, std::move(value));
+  Values& own = values();
+  if (own.initial_name.empty()) own.initial_name = value;
+  set(own.name, std::move(value));
 }
 
-Text Report::report_type_as_string() const { return report_type_to_code(report_type_); }
+Text Report::report_type_as_string() const { return report_type_to_code(report_type()); }
 
 ReportTypesEnum Report::get_report_type_from_string(TextView data) const {
   return report_type_from_code(data);
 }
 
 bool Report::remove() {
-  if (name_.empty()) return true;
   return succeeds(state_, [&] {
-    const Text statement = join({u"Delete from dbo.DW_Reports Where ReportName = '", name_, u"'"});
+    const Text name = key();
+    if (name.empty()) return;
+    const Text statement = join({u"Delete from dbo.DW_Reports Where ReportName = '", name, u"'"});
     if (locked()) release_record();
     state_.report_row.reset();
     execute_delete(state_, statement);
-    require_set(state_.reports).remove(key());
+    require_set(state_.reports).remove(name);
   });
 }
 
 bool Report::refresh() {
   return guarded(state_, {u"Report", u"Refresh"}, false, [&](bool& result) {
     const auto rows =
-        get_recordset(state_, join({report_list(), u" Where ReportName = '", name_, u"'"}),
+        get_recordset(state_, join({report_list(), u" Where ReportName = '", name(), u"'"}),
                       ado::LockType::kOptimistic);
     if (rows == nullptr) return;
     rows->move_first();
@@ -70,15 +103,16 @@ bool Report::refresh() {
 
 bool Report::lock_record() {
   return guarded(state_, {u"Report", u"LockRecord"}, false, [&](bool& result) {
-    result = tarnwick::lock_record(lock_, name_, TableSelector::kReports, [&](ado::Recordset& row) {
-      return refresh_report(state_, this, &row);
-    });
+    result = tarnwick::lock_record(
+        lock_, name(), TableSelector::kReports,
+        [&](ado::Recordset& row) { return refresh_report(state_, this, &row); });
   });
 }
 
 Look Report::look() {
-  return look_at_row(state_, {u"Report", u"Look"}, report_row(name_),
-                     {Text(Properties<Report>::kTable), {name_}},
+  const Text& name = values().name;
+  return look_at_row(state_, {u"Report", u"Look"}, report_row(name),
+                     {Text(Properties<Report>::kTable), {name}},
                      [&](ado::Recordset& row) { return refresh_report(state_, this, &row); });
 }
 
@@ -93,7 +127,8 @@ UpdateErrorEnum Report::insert(TextView full_report_name) {
 UpdateErrorEnum Report::write(TextView procedure, TextView full_report_name, Existing existing) {
   return guarded(state_, {u"Report", procedure}, Error_ue, [&](UpdateErrorEnum& result) {
     const platform::FileSystemObject files = create_file_system_object(state_);
-    if (name_.empty()) {
+    const Values& own = values();
+    if (own.name.empty()) {
       result = MissRequiredField_ue;
       raise_message(state_, u"No Report Name provided for updating the report!");
     }
@@ -104,21 +139,21 @@ UpdateErrorEnum Report::write(TextView procedure, TextView full_report_name, Exi
     }
     state_.report_row.reset();
     const Text refused =
-        join({u"Unable to update the report '", name_, u"' in the DW_Reports table!"});
+        join({u"Unable to update the report '", own.name, u"' in the DW_Reports table!"});
     write_row(state_, lock_,
-              {.key = name_,
+              {.key = own.name,
                .table = TableSelector::kReports,
-               .version = row_version_,
+               .version = own.row_version,
                .changed_opening = u"The data for '",
                .refused_line = refused,
                .write_columns = [&](ado::Recordset& row) { write_columns(row, full_report_name); },
                .existing = existing},
               result);
-    if (!equals_ignoring_case(name_, initial_name_) && !initial_name_.empty()) {
+    if (!equals_ignoring_case(own.name, own.initial_name) && !own.initial_name.empty()) {
       // The report was renamed: its row was written under the new name, the old one goes. The table
       // goes by both names.
       execute_delete(state_,
-                     join({u"Delete from DW_Report Where ReportName = '", initial_name_, u"'"}));
+                     join({u"Delete from DW_Report Where ReportName = '", own.initial_name, u"'"}));
     }
     finish_update();
     result = OK_ue;
@@ -126,13 +161,14 @@ UpdateErrorEnum Report::write(TextView procedure, TextView full_report_name, Exi
 }
 
 void Report::write_columns(ado::Recordset& row, TextView full_report_name) {
+  Values& own = values();
   for_each_written<Report>([&](const auto& property) {
-    if (property.name == "Created" && created_.is_zero()) created_ = state_.host.now();
-    if (property.name == "Version" && version_.empty()) version_ = u"1.0.0";
+    if (property.name == "Created" && own.created.is_zero()) own.created = state_.host.now();
+    if (property.name == "Version" && own.version.empty()) own.version = u"1.0.0";
     if (property.name != "TTX") {
       tarnwick::write(row, property, *this);
-    } else if (!ttx_.empty()) {
-      row.field(property.writing.column).set_value(ttx_to_bytes(state_, ttx_));
+    } else if (!own.ttx.empty()) {
+      row.field(property.writing.column).set_value(ttx_to_bytes(state_, own.ttx));
     }
   });
   if (!full_report_name.empty()) {
@@ -148,7 +184,7 @@ bool Report::import_ttx(TextView full_path_name) {
       raise_message(state_, join({u"The File '", full_path_name, u"' doesn't exist!"}));
     }
     // Past the setter: an import does not mark the report changed. `update` writes it all the same.
-    ttx_ = ttx_from_file(state_, full_path_name);
+    values().ttx = ttx_from_file(state_, full_path_name);
     result = true;
   });
 }
@@ -156,11 +192,12 @@ bool Report::import_ttx(TextView full_path_name) {
 bool Report::extract_ttx(TextView full_path_name) {
   return guarded(state_, {u"Report", u"ExtractTTX"}, false, [&](bool& result) {
     const platform::FileSystemObject files = create_file_system_object(state_);
-    if (ttx_.empty()) raise_message(state_, u"There is no TTX data to extract!");
+    const Text ttx = this->ttx();
+    if (ttx.empty()) raise_message(state_, u"There is no TTX data to extract!");
     if (full_path_name.empty()) return;
     const Text folder = require_folder_of(state_, files, full_path_name);
     const Text file_name = join({files.get_base_name(full_path_name), u".ttx"});
-    ttx_to_file(state_, ttx_, files.build_path(folder, file_name));
+    ttx_to_file(state_, ttx, files.build_path(folder, file_name));
     result = true;
   });
 }
@@ -168,12 +205,13 @@ bool Report::extract_ttx(TextView full_path_name) {
 bool Report::extract_report(TextView full_path_name) {
   return guarded(state_, {u"Report", u"ExtractReport"}, false, [&](bool& result) {
     const platform::FileSystemObject files = create_file_system_object(state_);
-    if (name_.empty()) raise_message(state_, u"There is no reportname to extract!");
+    const Text name = key();
+    if (name.empty()) raise_message(state_, u"There is no reportname to extract!");
     if (full_path_name.empty()) return;
     require_folder_of(state_, files, full_path_name);
-    if (!check_report_rs(state_, name_)) {
+    if (!check_report_rs(state_, name)) {
       raise_message(state_,
-                    join({u"Unable to find the report '", name_, u"' in the DW_REPORTS table!"}));
+                    join({u"Unable to find the report '", name, u"' in the DW_REPORTS table!"}));
     }
     const ado::Field file = state_.report_row->field(u"Report_Binary");
     if (file.is_null()) {

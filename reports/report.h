@@ -4,15 +4,20 @@
 #include <memory>
 
 #include "records/record_object.h"
+#include "records/row_values.h"
 #include "state/enums.h"
 
 namespace tarnwick {
 
 /// One row of DW_Reports: a report of the catalog, with its field definitions (ttx) and, in the
-/// table only, its report file.
+/// table only, its report file. A report that was loaded with the catalog is no more than its row,
+/// as the engine packed it, until something in it is changed.
 class Report final : public RecordObject {
  public:
   explicit Report(SharedState& state);
+  /// The report of a plain row of `rows`, as it is loaded: unchanged.
+  Report(SharedState& state, std::shared_ptr<const LoadedRows<Report>> rows, const std::byte* row);
+  ~Report();
 
   /// Deletes the row and takes the entry under this name out of the catalog. False when either
   /// fails; nothing is recorded. Does nothing, and returns True, without a name.
@@ -32,9 +37,9 @@ class Report final : public RecordObject {
   Look look();
 
   /// Whether the report has a name.
-  [[nodiscard]] bool initialized() const { return !name_.empty(); }
+  [[nodiscard]] bool initialized() const { return !name().empty(); }
   /// The name.
-  [[nodiscard]] const Text& key() const { return name_; }
+  [[nodiscard]] Text key() const { return name(); }
 
   /// Writes the report to its row, or inserts it, if nobody changed the row since it was loaded;
   /// takes the lock itself if none is held. `full_report_name`: a file that is stored whole as the
@@ -64,67 +69,81 @@ class Report final : public RecordObject {
   bool extract_report(TextView full_path_name);
 
   /// Who maintains the row, since when; as it was when the object was loaded.
-  [[nodiscard]] const Text& soft_lock() const { return soft_lock_; }
-  [[nodiscard]] MaintTypeEnum maintenance_type() const { return maintenance_type_; }
-  void set_maintenance_type(MaintTypeEnum value) { set(maintenance_type_, value); }
-  [[nodiscard]] const Text& description() const { return description_; }
-  void set_description(Text value) { set(description_, std::move(value)); }
-  [[nodiscard]] ReportTypesEnum report_type() const { return report_type_; }
-  void set_report_type(ReportTypesEnum value) { set(report_type_, value); }
+  [[nodiscard]] Text soft_lock() const;
+  [[nodiscard]] MaintTypeEnum maintenance_type() const;
+  void set_maintenance_type(MaintTypeEnum value) { set(values().maintenance_type, value); }
+  [[nodiscard]] Text description() const;
+  void set_description(Text value) { set(values().description, std::move(value)); }
+  [[nodiscard]] ReportTypesEnum report_type() const;
+  void set_report_type(ReportTypesEnum value) { set(values().report_type, value); }
   /// "CRY" or "".
   [[nodiscard]] Text report_type_as_string() const;
   /// What a text code stands for; the report itself stays as it is.
   [[nodiscard]] ReportTypesEnum get_report_type_from_string(TextView data) const;
-  [[nodiscard]] const Text& definition() const { return definition_; }
-  void set_definition(Text value) { set(definition_, std::move(value)); }
-  [[nodiscard]] const Text& ttx() const { return ttx_; }
-  void set_ttx(Text value) { set(ttx_, std::move(value)); }
-  [[nodiscard]] const Text& sql() const { return sql_; }
-  void set_sql(Text value) { set(sql_, std::move(value)); }
+  [[nodiscard]] Text definition() const;
+  void set_definition(Text value) { set(values().definition, std::move(value)); }
+  [[nodiscard]] Text ttx() const;
+  void set_ttx(Text value) { set(values().ttx, std::move(value)); }
+  [[nodiscard]] Text sql() const;
+  void set_sql(Text value) { set(values().sql, std::move(value)); }
   /// 11 in a new object.
-  [[nodiscard]] std::int16_t image_index() const { return image_index_; }
-  void set_image_index(std::int16_t value) { set(image_index_, value); }
-  [[nodiscard]] const Text& report_group_id() const { return report_group_id_; }
-  void set_report_group_id(Text value) { set(report_group_id_, std::move(value)); }
-  [[nodiscard]] const Text& version() const { return version_; }
-  void set_version(Text value) { set(version_, std::move(value)); }
+  [[nodiscard]] std::int16_t image_index() const;
+  void set_image_index(std::int16_t value) { set(values().image_index, value); }
+  [[nodiscard]] Text report_group_id() const;
+  void set_report_group_id(Text value) { set(values().report_group_id, std::move(value)); }
+  [[nodiscard]] Text version() const;
+  void set_version(Text value) { set(values().version, std::move(value)); }
   /// The zero date: not known.
-  [[nodiscard]] Date created() const { return created_; }
-  void set_created(Date value) { set(created_, value); }
-  [[nodiscard]] const Text& author() const { return author_; }
-  void set_author(Text value) { set(author_, std::move(value)); }
-  [[nodiscard]] const Text& title() const { return title_; }
-  void set_title(Text value) { set(title_, std::move(value)); }
-  [[nodiscard]] const Text& name() const { return name_; }
+  [[nodiscard]] Date created() const;
+  void set_created(Date value) { set(values().created, value); }
+  [[nodiscard]] Text author() const;
+  void set_author(Text value) { set(values().author, std::move(value)); }
+  [[nodiscard]] Text title() const;
+  void set_title(Text value) { set(values().title, std::move(value)); }
+  [[nodiscard]] Text name() const;
   void set_name(Text value);
   /// The text form of the row version that the object was loaded with; "" when it was not loaded.
-  [[nodiscard]] const Text& row_version() const { return row_version_; }
+  [[nodiscard]] Text row_version() const;
+
+  /// Takes its values out of the rows that it was loaded with, which then may go.
+  void part_from_rows() { static_cast<void>(values()); }
 
  private:
   friend struct Properties<Report>;
   friend struct PropertyAccess;
 
+  struct Values {
+    Text soft_lock;
+    MaintTypeEnum maintenance_type = Report_mt;
+    Text description;
+    ReportTypesEnum report_type = CrystalReport_rt;
+    Text definition;
+    Text ttx;
+    Text sql;
+    std::int16_t image_index = 11;
+    Text report_group_id;
+    Text version;
+    Date created;
+    Text author;
+    Text title;
+    Text name;
+    Text row_version;
+
+    // The first name that the object was given: the row that it was loaded from.
+    Text initial_name;
+  };
+
+  /// The values, made of the row if need be: what is changed has to be kept.
+  Values& values();
+
+  // The row version never marks the record changed.
+  void set_soft_lock(Text value) { set(values().soft_lock, std::move(value)); }
+  void set_row_version(Text value) { values().row_version = std::move(value); }
+
   UpdateErrorEnum write(TextView procedure, TextView full_report_name, Existing existing);
   void write_columns(ado::Recordset& row, TextView full_report_name);
 
-  Text soft_lock_;
-  MaintTypeEnum maintenance_type_ = Report_mt;
-  Text description_;
-  ReportTypesEnum report_type_ = CrystalReport_rt;
-  Text definition_;
-  Text ttx_;
-  Text sql_;
-  std::int16_t image_index_ = 11;
-  Text report_group_id_;
-  Text version_;
-  Date created_;
-  Text author_;
-  Text title_;
-  Text name_;
-  Text row_version_;
-
-  // The first name that the object was given: the row that it was loaded from.
-  Text initial_name_;
+  RowValues<Report, Values> values_;
 };
 
 }  // namespace tarnwick

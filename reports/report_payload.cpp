@@ -67,8 +67,9 @@ Text ttx_from_bytes(SharedState& state, Bytes bytes) {
 }
 
 Text TtxConversions::convert(Bytes bytes) {
-  if (room_ && bytes.size() <= *room_) {
-    unwritten_ = bytes;
+  if (has_room_for(bytes.size())) {
+    converted_ = bytes;
+    unwritten_ = converted_;
     return as_latin1(stream_of(state_, std::move(bytes)));
   }
   room_.reset();
@@ -81,7 +82,7 @@ Text TtxConversions::convert(Bytes bytes) {
 
 void TtxConversions::finish() {
   if (!unwritten_) return;
-  ado::Stream& binary = stream_of(state_, *std::move(unwritten_));
+  ado::Stream& binary = stream_of(state_, Bytes(unwritten_->begin(), unwritten_->end()));
   unwritten_.reset();
   save_as_ttx_bin(state_, binary);
   binary.close();

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 
 #include "state/shared_state.h"
 
@@ -28,13 +29,20 @@ class TtxConversions final {
   /// be written, or has more bytes than were written so far.
   [[nodiscard]] Text convert(Bytes bytes);
 
+  /// Whether a conversion of so many bytes writes nothing.
+  [[nodiscard]] bool has_room_for(std::size_t size) const { return room_ && size <= *room_; }
+  /// As `convert`, of bytes for which there is room and whose text nobody wants yet. They stay
+  /// where they are until the next conversion or `finish`.
+  void pass_over(std::span<const std::byte> bytes) { unwritten_ = bytes; }
+
   /// Writes the bytes of the last conversion, unless they are in the file.
   void finish();
 
  private:
   SharedState& state_;
   std::optional<std::size_t> room_;  // the most bytes that the file took; none: it may take none
-  std::optional<Bytes> unwritten_;
+  std::optional<std::span<const std::byte>> unwritten_;
+  Bytes converted_;  // those of the last `convert`
 };
 
 /// `ttx` as ISO-8859-1 bytes. A character above U+00FF is error 3421.

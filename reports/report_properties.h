@@ -46,10 +46,10 @@ struct Properties<Report> {
       Property<&Report::maintenance_type, &Report::set_maintenance_type>{
           "MaintenanceType", 16, kReadWrite, {u"MaintType", 6, kNullIsEmpty}, {u"MaintType", 12},
           "the kind of maintenance that it stands for"},
-      Property<&Report::soft_lock, &Report::soft_lock_>{
+      Property<&Report::soft_lock, &Report::set_soft_lock>{
           "SoftLock", 15, kRead, {u"SoftLock", 9, kNullIsEmpty}, {},
           "who maintains it, since when"},
-      Property<&Report::row_version, &Report::row_version_>{
+      Property<&Report::row_version, &Report::set_row_version>{
           "RowVersion", 31, kRead, {u"RowVersion", 12}, {},
           "the version of its row", kNoKey, kRowVersion},
       Property<&Report::ttx, &Report::set_ttx>{

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "records/column_values.h"
+#include "records/loaded_rows.h"
 #include "state/enums.h"
 
 namespace tarnwick {
@@ -18,6 +19,13 @@ struct Stored<ReportTypesEnum> {
     return report_type_from_code(to_text(std::move(value)));
   }
   static Text to(ReportTypesEnum type) { return report_type_to_code(type); }
+};
+template <>
+struct Plain<ReportTypesEnum> {
+  static bool is(ado::Cell::Kind kind) { return Plain<Text>::is(kind); }
+  static ReportTypesEnum from(const ado::Cell& cell) {
+    return report_type_from_code(Plain<Text>::from(cell));
+  }
 };
 
 }  // namespace tarnwick

@@ -14,16 +14,12 @@ struct LoadProgress {
 };
 
 void load_catalog(SharedState& state, ado::Recordset& rows, LoadProgress& progress) {
-  state.reports = std::make_shared<Store<Report>>();
-  ReportLoading loading(state);
+  CatalogLoading loading(state, rows);
   for (; !rows.eof(); rows.move_next()) {
     progress = {};
-    auto report = std::make_shared<Report>(state);
     progress.field = u"ReportName";
     progress.report_name = to_text(rows.field(progress.field).value());
-    // A report whose other columns cannot be loaded is listed all the same.
-    loading.load(report, rows);
-    state.reports->add(progress.report_name, std::move(report));
+    loading.list_report(progress.report_name);
   }
 }
 

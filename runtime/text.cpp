@@ -1,5 +1,6 @@
 #include "runtime/text.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -183,6 +184,13 @@ Text from_stored_utf8(std::string_view utf8) {
 
 void append_stored_utf8(std::string_view utf8, Text& text) {
   decode_all(utf8, text, [] {});
+}
+
+Text from_latin1(std::string_view bytes) {
+  Text text(bytes.size(), u'\0');
+  std::transform(bytes.begin(), bytes.end(), text.begin(),
+                 [](char byte) { return static_cast<unsigned char>(byte); });
+  return text;
 }
 
 TextView trim(TextView text) {

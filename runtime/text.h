@@ -34,6 +34,9 @@ inline constexpr TextView kCrLf = u"\r\n";
 /// The same, behind what `text` holds.
 void append_stored_utf8(std::string_view utf8, Text& text);
 
+/// The text of which each byte is a character: ISO-8859-1.
+[[nodiscard]] Text from_latin1(std::string_view bytes);
+
 /// How many bytes of `utf8`, which is not empty, from_stored_utf8 takes for its first character.
 [[nodiscard]] std::size_t first_character_size(std::string_view utf8);
 

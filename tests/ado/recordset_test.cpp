@@ -354,7 +354,7 @@ TEST_F(RowsOfARecordset, StayAsTheyWereFetchedAfterItsEnd) {
   EXPECT_EQ(recordset.cells()[recordset.position_of(recordset.field(2).name())].to_variant(),
             Variant(std::int32_t{2}));
   recordset.close();
-  EXPECT_EQ(rows->cell(2, 0).to_variant(), text(u"c"));
+  EXPECT_EQ(RowBuffer::cell_at(rows->place_of(2), 0).to_variant(), text(u"c"));
 }
 
 TEST_F(RowsOfARecordset, AreNotToBeHadOfACursorThatFetchesThemOneByOne) {

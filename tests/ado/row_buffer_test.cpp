@@ -16,6 +16,10 @@ std::vector<Variant> row_of(const RowBuffer& buffer, std::size_t row) {
   return values;
 }
 
+Cell cell(const RowBuffer& buffer, std::size_t row, std::size_t column) {
+  return RowBuffer::cell_at(buffer.place_of(row), column);
+}
+
 Bytes some_bytes(std::size_t size) {
   ByteBuffer bytes(size);
   for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<std::byte>(i * 31 % 253);
@@ -47,6 +51,9 @@ TEST(RowBufferTest, AValueOfEveryKindComesBackAsItWas) {
                                       Text(u"\U0001F5C4 text"),
                                       some_bytes(3)};
   EXPECT_EQ(row_of(buffer, 0), expected);
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_EQ(cell(buffer, 0, i).to_variant(), expected[i]) << "alone, column " << i;
+  }
 }
 
 TEST(RowBufferTest, OneValueIsFoundBehindThoseOfEveryKind) {
@@ -59,10 +66,10 @@ TEST(RowBufferTest, OneValueIsFoundBehindThoseOfEveryKind) {
     buffer.add_int16(static_cast<std::int16_t>(row));
     buffer.end_row();
   }
-  EXPECT_EQ(buffer.cell(0, 1).to_variant(), Variant(Text(u"text")));
-  EXPECT_TRUE(buffer.cell(1, 2).is_null());
-  EXPECT_EQ(buffer.cell(1, 4).to_variant(), Variant(std::int16_t{1}));
-  EXPECT_EQ(buffer.cell(0, 0).bytes(), some_bytes(std::size_t{100} << 10));
+  EXPECT_EQ(cell(buffer, 0, 1).to_variant(), Variant(Text(u"text")));
+  EXPECT_TRUE(cell(buffer, 1, 2).is_null());
+  EXPECT_EQ(cell(buffer, 1, 4).to_variant(), Variant(std::int16_t{1}));
+  EXPECT_EQ(cell(buffer, 0, 0).bytes(), some_bytes(std::size_t{100} << 10));
 }
 
 TEST(RowBufferTest, ARowOfAnotherBufferIsCopiedWithValuesOfEveryKind) {

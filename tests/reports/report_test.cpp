@@ -22,11 +22,11 @@ TEST_F(NewReportObject, BeginsWithItsDefaults) {
   EXPECT_EQ(report_.report_type(), CrystalReport_rt);
   EXPECT_EQ(report_.maintenance_type(), Report_mt);
   EXPECT_EQ(report_.created(), Date{});
-  for (const Text* text :
-       {&report_.name(), &report_.title(), &report_.author(), &report_.version(),
-        &report_.report_group_id(), &report_.sql(), &report_.description(), &report_.definition(),
-        &report_.ttx(), &report_.soft_lock(), &report_.row_version(), &report_.key()}) {
-    EXPECT_EQ(*text, u"");
+  for (const Text& text :
+       {report_.name(), report_.title(), report_.author(), report_.version(),
+        report_.report_group_id(), report_.sql(), report_.description(), report_.definition(),
+        report_.ttx(), report_.soft_lock(), report_.row_version(), report_.key()}) {
+    EXPECT_EQ(text, u"");
   }
   EXPECT_FALSE(report_.changed());
   EXPECT_FALSE(report_.locked());
