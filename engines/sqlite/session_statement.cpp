@@ -8,7 +8,7 @@
 namespace tarnwick::sqlite {
 namespace {
 
-[[noreturn]] void refuse(TextView description) {
+[[noreturn]] void refuse_statement(TextView description) {
   throw ado::AdoError(ado::AdoErrorNumber::kCommandError, Text(description));
 }
 
@@ -30,11 +30,11 @@ std::optional<std::string> literal(Scanner& scanner) {
 SetAppRole parse_app_role(Scanner& scanner) {
   constexpr TextView kForm =
       u"The only procedure here is sp_setapprole with two quoted texts: role and password.";
-  if (!scanner.keyword("sp_setapprole")) refuse(kForm);
+  if (!scanner.keyword("sp_setapprole")) refuse_statement(kForm);
   auto role = literal(scanner);
-  if (!role || !scanner.symbol(',')) refuse(kForm);
+  if (!role || !scanner.symbol(',')) refuse_statement(kForm);
   auto password = literal(scanner);
-  if (!password || !ends(scanner)) refuse(kForm);
+  if (!password || !ends(scanner)) refuse_statement(kForm);
   return {std::move(*role), std::move(*password)};
 }
 
@@ -56,7 +56,8 @@ std::optional<SessionStatement> parse_session_statement(std::string_view stateme
   if (!scanner.keyword("set") || !scanner.keyword("lock_timeout")) return std::nullopt;
   const auto milliseconds = parse_milliseconds(scanner);
   if (!milliseconds || *milliseconds < -1 || !ends(scanner)) {
-    refuse(u"SET LOCK_TIMEOUT takes a number of milliseconds, 0 or more, or -1 for no limit.");
+    refuse_statement(
+        u"SET LOCK_TIMEOUT takes a number of milliseconds, 0 or more, or -1 for no limit.");
   }
   return SetLockTimeout{*milliseconds};
 }

@@ -9,10 +9,12 @@
 #include "runtime/error.h"
 #include "state/enums.h"
 #include "tests/support/object_model.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::automation {
 namespace {
 
+using test_support::error_number_of;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -28,15 +30,6 @@ std::vector<std::string> argument_names(ClassId of, std::string_view member) {
     names.emplace_back(argument.name);
   }
   return names;
-}
-
-std::int32_t error_number(const auto& step) {
-  try {
-    step();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
 }
 
 TEST(Model, HasTheMembersInTheOrderThatClientsWereBuiltAgainst) {
@@ -225,7 +218,7 @@ TEST_F(Calls, ReadAndSetProperties) {
   EXPECT_EQ(get(pc, "MaintenanceType"), Value(std::int32_t{1}));
   EXPECT_EQ(get(pc, "LastLogin"), Value(Date{2.5}));
   EXPECT_EQ(get(pc, "Changed"), Value(true));
-  EXPECT_EQ(error_number([&] { let(pc, "Key", Text()); }), 5);
+  EXPECT_EQ(error_number_of([&] { let(pc, "Key", Text()); }), 5);
   EXPECT_EQ(get(create(ClassId::kComponent), "Reports"), Value(Empty{}));
 }
 
@@ -240,12 +233,13 @@ TEST_F(Calls, TakeDefaultsForWhatIsLeftOut) {
 
 TEST_F(Calls, RefuseArgumentsOfOtherTypesAndNumbers) {
   const Object reports = create(ClassId::kReports);
-  EXPECT_EQ(error_number([&] { call(reports, "Exists", {std::int32_t{1}}); }), 13);
-  EXPECT_EQ(error_number([&] { call(reports, "Exists", {}); }), 449);
-  EXPECT_EQ(error_number([&] { call(reports, "Exists", {Text(), Text()}); }), 450);
-  EXPECT_EQ(error_number([&] { call(reports, "AddReportObject", {create(ClassId::kComponent)}); }),
-            13);
-  EXPECT_EQ(error_number([&] { call(reports, "Item", {reports}); }), 13);
+  EXPECT_EQ(error_number_of([&] { call(reports, "Exists", {std::int32_t{1}}); }), 13);
+  EXPECT_EQ(error_number_of([&] { call(reports, "Exists", {}); }), 449);
+  EXPECT_EQ(error_number_of([&] { call(reports, "Exists", {Text(), Text()}); }), 450);
+  EXPECT_EQ(
+      error_number_of([&] { call(reports, "AddReportObject", {create(ClassId::kComponent)}); }),
+      13);
+  EXPECT_EQ(error_number_of([&] { call(reports, "Item", {reports}); }), 13);
 }
 
 TEST_F(Calls, HandOutObjectsListsAndWalks) {
@@ -277,7 +271,7 @@ TEST_F(Calls, HandOutObjectsListsAndWalks) {
   EXPECT_EQ(found->count(), 2);
   EXPECT_EQ(found->item(Variant(Text(u"C1"))), first);
   EXPECT_EQ(found->enumerate()->next(), first);
-  EXPECT_EQ(error_number([&] { static_cast<void>(found->item(Variant(std::int32_t{3}))); }), 9);
+  EXPECT_EQ(error_number_of([&] { static_cast<void>(found->item(Variant(std::int32_t{3}))); }), 9);
 }
 
 }  // namespace

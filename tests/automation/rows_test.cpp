@@ -8,10 +8,12 @@
 
 #include "runtime/error.h"
 #include "tests/support/connected_test.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::automation {
 namespace {
 
+using test_support::error_number_of;
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
@@ -53,15 +55,6 @@ class RowsTest : public test_support::ConnectedTest {
 
   Rows rows_{state()};
 };
-
-std::int32_t error_number(const auto& step) {
-  try {
-    static_cast<void>(step());
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
-}
 
 TEST_F(RowsTest, InsertsARecordButOverNone) {
   store(u"02-A");
@@ -110,8 +103,8 @@ TEST_F(RowsTest, HandsOutTheRowsOfACollectionFromAPosition) {
   EXPECT_THAT(mac_numbers(2, 1), ElementsAre(u"02-B"));
   EXPECT_THAT(mac_numbers(4, 100), IsEmpty());
   EXPECT_THAT(mac_numbers(1, 0), IsEmpty());
-  EXPECT_EQ(error_number([&] { return rows_.get_rows(pcs, 0, 1); }), 9);
-  EXPECT_EQ(error_number([&] { return rows_.get_rows(pcs, 1, -1); }), 9);
+  EXPECT_EQ(error_number_of([&] { return rows_.get_rows(pcs, 0, 1); }), 9);
+  EXPECT_EQ(error_number_of([&] { return rows_.get_rows(pcs, 1, -1); }), 9);
 }
 
 TEST_F(RowsTest, EndsAListOfLongRowsEarlyButNeverWithoutOne) {
@@ -151,17 +144,17 @@ TEST_F(RowsTest, RefusesNothingAndObjectsThatItIsNotFor) {
   const AnyObject pcs{create(ClassId::kRegisteredPCs)};
   const AnyObject record{create(ClassId::kRegisteredPC)};
   const AnyObject server{create(ClassId::kServer)};
-  EXPECT_THAT((std::vector{error_number([&] { return rows_.insert(nothing, {}); }),
-                           error_number([&] { return rows_.look(nothing); }),
-                           error_number([&] { return rows_.properties(nothing); }),
-                           error_number([&] { return rows_.read(nothing); }),
-                           error_number([&] { return rows_.get_rows(nothing, 1, 1); })}),
+  EXPECT_THAT((std::vector{error_number_of([&] { return rows_.insert(nothing, {}); }),
+                           error_number_of([&] { return rows_.look(nothing); }),
+                           error_number_of([&] { return rows_.properties(nothing); }),
+                           error_number_of([&] { return rows_.read(nothing); }),
+                           error_number_of([&] { return rows_.get_rows(nothing, 1, 1); })}),
               Each(91));
-  EXPECT_THAT((std::vector{error_number([&] { return rows_.insert(pcs, {}); }),
-                           error_number([&] { return rows_.look(pcs); }),
-                           error_number([&] { return rows_.properties(server); }),
-                           error_number([&] { return rows_.read(pcs); }),
-                           error_number([&] { return rows_.get_rows(record, 1, 1); })}),
+  EXPECT_THAT((std::vector{error_number_of([&] { return rows_.insert(pcs, {}); }),
+                           error_number_of([&] { return rows_.look(pcs); }),
+                           error_number_of([&] { return rows_.properties(server); }),
+                           error_number_of([&] { return rows_.read(pcs); }),
+                           error_number_of([&] { return rows_.get_rows(record, 1, 1); })}),
               Each(13));
 }
 

@@ -14,7 +14,7 @@ using test_support::error_number_of;
 constexpr char16_t kHigh = 0xD83D, kLow = 0xDE00;  // together U+1F600
 
 /// Bytes that a string literal would need escapes for.
-std::string bytes(std::initializer_list<int> values) {
+std::string string_of(std::initializer_list<int> values) {
   std::string result;
   for (const int value : values) result.push_back(static_cast<char>(value));
   return result;
@@ -37,10 +37,10 @@ TEST(Decimal, HasNoLeadingBlankAndAMinusSign) {
 TEST(Utf8, IsWrittenInOneToFourBytes) {
   EXPECT_EQ(to_utf8(u""), "");
   EXPECT_EQ(to_utf8(u"A\u007F"), "A\x7F");
-  EXPECT_EQ(to_utf8(u"\u0080\u07FF"), bytes({0xC2, 0x80, 0xDF, 0xBF}));
-  EXPECT_EQ(to_utf8(u"\u0800\uFFFF"), bytes({0xE0, 0xA0, 0x80, 0xEF, 0xBF, 0xBF}));
+  EXPECT_EQ(to_utf8(u"\u0080\u07FF"), string_of({0xC2, 0x80, 0xDF, 0xBF}));
+  EXPECT_EQ(to_utf8(u"\u0800\uFFFF"), string_of({0xE0, 0xA0, 0x80, 0xEF, 0xBF, 0xBF}));
   EXPECT_EQ(to_utf8(u"\U00010000\U0010FFFF"),
-            bytes({0xF0, 0x90, 0x80, 0x80, 0xF4, 0x8F, 0xBF, 0xBF}));
+            string_of({0xF0, 0x90, 0x80, 0x80, 0xF4, 0x8F, 0xBF, 0xBF}));
   EXPECT_EQ(to_utf8(Text(u"a\0b", 3)), std::string("a\0b", 3));
 }
 
@@ -80,19 +80,19 @@ TEST(FromUtf8, ReadsAsciiOfEveryLength) {
 
 TEST(FromUtf8, RefusesMalformedBytesWithError5) {
   const std::string malformed[] = {
-      bytes({0x80}),                    // continuation without a lead
-      bytes({0xC0, 0x80}),              // overlong NUL
-      bytes({0xC1, 0xBF}),              // overlong
-      bytes({0xE0, 0x9F, 0xBF}),        // overlong
-      bytes({0xF0, 0x8F, 0xBF, 0xBF}),  // overlong
-      bytes({0xED, 0xA0, 0x80}),        // surrogate
-      bytes({0xF4, 0x90, 0x80, 0x80}),  // above U+10FFFF
-      bytes({0xF5, 0x80, 0x80, 0x80}),  // never a lead
-      bytes({0xFF}),                    //
-      bytes({0xC3}),                    // cut off
-      bytes({0xE2, 0x82}),              // cut off
-      bytes({0xF0, 0x9F, 0x98}),        // cut off
-      bytes({0xE2, 0x28, 0xA1}),        // no continuation
+      string_of({0x80}),                    // continuation without a lead
+      string_of({0xC0, 0x80}),              // overlong NUL
+      string_of({0xC1, 0xBF}),              // overlong
+      string_of({0xE0, 0x9F, 0xBF}),        // overlong
+      string_of({0xF0, 0x8F, 0xBF, 0xBF}),  // overlong
+      string_of({0xED, 0xA0, 0x80}),        // surrogate
+      string_of({0xF4, 0x90, 0x80, 0x80}),  // above U+10FFFF
+      string_of({0xF5, 0x80, 0x80, 0x80}),  // never a lead
+      string_of({0xFF}),                    //
+      string_of({0xC3}),                    // cut off
+      string_of({0xE2, 0x82}),              // cut off
+      string_of({0xF0, 0x9F, 0x98}),        // cut off
+      string_of({0xE2, 0x28, 0xA1}),        // no continuation
   };
   for (const std::string& text : malformed) {
     EXPECT_EQ(error_number_of([&] { return from_utf8(text); }), 5)
@@ -103,17 +103,17 @@ TEST(FromUtf8, RefusesMalformedBytesWithError5) {
 
 // The examples of the Unicode Standard, section 3.9, tables 3-8 to 3-11.
 TEST(FromStoredUtf8, ReplacesEveryMaximalSubpart) {
-  EXPECT_EQ(from_stored_utf8(bytes({0xC0, 0xAF, 0xE0, 0x80, 0xBF, 0xF0, 0x81, 0x82, 0x41})),
+  EXPECT_EQ(from_stored_utf8(string_of({0xC0, 0xAF, 0xE0, 0x80, 0xBF, 0xF0, 0x81, 0x82, 0x41})),
             u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA");
-  EXPECT_EQ(from_stored_utf8(bytes({0xED, 0xA0, 0x80, 0xED, 0xBF, 0xBF, 0xED, 0xAF, 0x41})),
+  EXPECT_EQ(from_stored_utf8(string_of({0xED, 0xA0, 0x80, 0xED, 0xBF, 0xBF, 0xED, 0xAF, 0x41})),
             u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA");
-  EXPECT_EQ(from_stored_utf8(bytes({0xF4, 0x91, 0x92, 0x93, 0xFF, 0x41, 0x80, 0xBF, 0x42})),
+  EXPECT_EQ(from_stored_utf8(string_of({0xF4, 0x91, 0x92, 0x93, 0xFF, 0x41, 0x80, 0xBF, 0x42})),
             u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA\uFFFD\uFFFDB");
-  EXPECT_EQ(from_stored_utf8(bytes({0xE1, 0x80, 0xE2, 0xF0, 0x91, 0x92, 0xF1, 0xBF, 0x41})),
+  EXPECT_EQ(from_stored_utf8(string_of({0xE1, 0x80, 0xE2, 0xF0, 0x91, 0x92, 0xF1, 0xBF, 0x41})),
             u"\uFFFD\uFFFD\uFFFD\uFFFDA");
-  EXPECT_EQ(from_stored_utf8(bytes({'a', 'b', 0xE2, 0x82})), u"ab\uFFFD");
+  EXPECT_EQ(from_stored_utf8(string_of({'a', 'b', 0xE2, 0x82})), u"ab\uFFFD");
   Text text = u"before ";
-  append_stored_utf8(bytes({'a', 0xC3, 0xA9, 0xE2, 0x82}), text);
+  append_stored_utf8(string_of({'a', 0xC3, 0xA9, 0xE2, 0x82}), text);
   EXPECT_EQ(text, u"before a\u00E9\uFFFD");
 }
 

@@ -13,13 +13,13 @@ using ado::AdoErrorNumber;
 using ado::FailureKind;
 using test_support::ScriptedHost;
 
-constexpr Procedure kProcedure{u"Report", u"Update"};
+constexpr Procedure kUpdate{u"Report", u"Update"};
 
 class LastCause : public ::testing::Test {
  protected:
   template <class Failure>
   void fail(Failure failure) {
-    guarded(state_, kProcedure, 0, [&](int&) { throw failure; });
+    guarded(state_, kUpdate, 0, [&](int&) { throw failure; });
   }
   const FailureCause& last() const { return state_.failures.last(); }
 
@@ -65,14 +65,14 @@ TEST_F(LastCause, FollowsFromTheNumberWhereTheEngineSaysNothingElse) {
 }
 
 TEST_F(LastCause, IsRefusedWhereTheObjectModelRaisesAMessage) {
-  guarded(state_, kProcedure, 0, [&](int&) { raise_message(state_, u"No name!"); });
+  guarded(state_, kUpdate, 0, [&](int&) { raise_message(state_, u"No name!"); });
   EXPECT_EQ(last().kind, FailureKind::kRefused);
   EXPECT_EQ(last().number, -2147221504);
   EXPECT_EQ(last().text, u"No name!");
 }
 
 TEST_F(LastCause, IsTheFirstOfAPublicCall) {
-  guarded(state_, kProcedure, 0, [&](int&) {
+  guarded(state_, kUpdate, 0, [&](int&) {
     fail(ado::lock_timeout());
     fail(Error(ErrorNumber::kOverflow));
     throw Error(ErrorNumber::kTypeMismatch);
@@ -89,14 +89,14 @@ TEST_F(LastCause, OfTheNextPublicCallTakesItsPlace) {
 
 TEST_F(LastCause, StaysThroughCallsThatSucceed) {
   fail(ado::lock_timeout());
-  EXPECT_TRUE(guarded(state_, kProcedure, false, [](bool& result) { result = true; }));
+  EXPECT_TRUE(guarded(state_, kUpdate, false, [](bool& result) { result = true; }));
   EXPECT_EQ(last().kind, FailureKind::kLockTimeout);
 }
 
 TEST_F(LastCause, KnowsNoOutcomeWhereACommitLostTheConnection) {
   const auto commit = [&](const AdoError& error) {
     state_.failures.clear();
-    guarded(state_, kProcedure, 0, [&](int&) {
+    guarded(state_, kUpdate, 0, [&](int&) {
       try {
         if (error.kind() == FailureKind::kConnectionLost) {
           throw ado::ConnectionLost(AdoErrorNumber::kUnspecified, error.description());

@@ -17,6 +17,7 @@ void lighten_role(const std::filesystem::path& file, TextView role, TextView pas
 /// embedded database is made from, the three tables without rows and one application role.
 class EmbeddedDatabase {
  public:
+  static constexpr TextView kName = u"Velmar_Sec";
   static constexpr TextView kRole = u"Maintainer";
   static constexpr TextView kPassword = u"sesame";
 

@@ -22,7 +22,7 @@ Text random_digits() {
   return decimal(static_cast<std::int64_t>(random()));
 }
 
-Text quoted(TextView value) {
+Text in_quotes(TextView value) {
   Text result = u"\"";
   for (const char16_t c : value) {
     result += c;
@@ -43,10 +43,10 @@ Text string_for(TextView user, TextView password) {
                                 u"Trusted_Connection", u"Initial Catalog", u"Database"}) {
       left_out = left_out || equals_ignoring_case(item.name, name);
     }
-    if (!left_out) result += join({item.name, u"=", quoted(item.value), u";"});
+    if (!left_out) result += join({item.name, u"=", in_quotes(item.value), u";"});
   }
-  return join({result, odbc ? u"UID=" : u"User ID=", quoted(user), odbc ? u";PWD=" : u";Password=",
-               quoted(password)});
+  return join({result, odbc ? u"UID=" : u"User ID=", in_quotes(user),
+               odbc ? u";PWD=" : u";Password=", in_quotes(password)});
 }
 
 void replace_all(std::string& text, const std::string& what, const std::string& by) {

@@ -12,17 +12,16 @@ namespace fs = std::filesystem;
 using test_support::Conversation;
 using test_support::ForkedProcess;
 
-constexpr TextView kName = u"Velmar_Sec";
-
 /// Roles that are changed in processes of their own.
 class RolesInAnotherProcess : public SessionTest {
  protected:
   [[nodiscard]] DatabaseRoles open() const {
-    return {database_.folder(), kName, u"Maintainer", u"sesame"};
+    return {database_.folder(), test_support::EmbeddedDatabase::kName, u"Maintainer", u"sesame"};
   }
   [[nodiscard]] bool admits(TextView password) const {
     try {
-      static_cast<void>(DatabaseRoles(database_.folder(), kName, u"Maintainer", password));
+      static_cast<void>(DatabaseRoles(database_.folder(), test_support::EmbeddedDatabase::kName,
+                                      u"Maintainer", password));
       return true;
     } catch (const ado::AdoError&) {
       return false;
@@ -58,7 +57,8 @@ TEST_F(RolesInAnotherProcess, KilledAtAnyStepHaveTheOldPasswordOrTheNewOne) {
     EXPECT_TRUE(changed || !done) << kill_at;
     EXPECT_NE(changed, admits(u"sesame")) << kill_at;
     if (changed)
-      static_cast<void>(DatabaseRoles(database_.folder(), kName, u"Maintainer", u"new")
+      static_cast<void>(DatabaseRoles(database_.folder(), test_support::EmbeddedDatabase::kName,
+                                      u"Maintainer", u"new")
                             .set_password(u"Maintainer", u"sesame"));
   }
   EXPECT_GT(kill_at, 3);  // or nothing of it was interrupted

@@ -10,21 +10,19 @@ namespace {
 using ::testing::ElementsAre;
 using Change = DatabaseRoles::Change;
 
-constexpr TextView kName = u"Velmar_Sec";
 constexpr std::int32_t kAuthenticationFailed = -2147217843;
-constexpr std::int32_t kInvalidArgument = 3001;
 
 /// A database with the role "Maintainer", whose password is "sesame".
 class Roles : public SessionTest {
  protected:
   [[nodiscard]] DatabaseRoles open(TextView role = u"Maintainer",
                                    TextView password = u"sesame") const {
-    return {database_.folder(), kName, role, password};
+    return {database_.folder(), test_support::EmbeddedDatabase::kName, role, password};
   }
 
   [[nodiscard]] std::unique_ptr<ado::EngineSession> enter(TextView role, TextView password) {
     auto session = connect();
-    session->set_default_database(kName);
+    session->set_default_database(test_support::EmbeddedDatabase::kName);
     session->execute(join({u"EXEC sp_setapprole '", role, u"','", password, u"'"}));
     return session;
   }

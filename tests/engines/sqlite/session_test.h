@@ -99,6 +99,7 @@ class SessionTest : public ::testing::Test {
   static constexpr std::int32_t kPermissionDenied = -2147217911;
   static constexpr std::int32_t kIntegrityViolation = -2147217873;
   static constexpr std::int32_t kRowNotLocated = -2147217864;
+  static constexpr std::int32_t kInvalidArgument = 3001;
   static constexpr std::int32_t kUnspecified = -2147467259;
 
   [[nodiscard]] std::unique_ptr<ado::EngineSession> connect() {
@@ -108,7 +109,7 @@ class SessionTest : public ::testing::Test {
   /// In the database and the role; waits `lock_timeout` milliseconds for locks.
   [[nodiscard]] std::unique_ptr<ado::EngineSession> open_session(int lock_timeout = 0) {
     auto session = connect();
-    session->set_default_database(u"Velmar_Sec");
+    session->set_default_database(test_support::EmbeddedDatabase::kName);
     session->execute(u"EXEC sp_setapprole 'Maintainer','sesame'");
     session->execute(join({u"SET LOCK_TIMEOUT ", decimal(lock_timeout)}));
     return session;

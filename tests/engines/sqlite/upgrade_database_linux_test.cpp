@@ -12,8 +12,6 @@ namespace fs = std::filesystem;
 using test_support::Conversation;
 using test_support::ForkedProcess;
 
-constexpr TextView kName = u"Velmar_Sec";
-
 /// Upgrades in processes of their own.
 class UpgradeInAnotherProcess : public ReleasedDatabaseTest {
  protected:
@@ -22,7 +20,7 @@ class UpgradeInAnotherProcess : public ReleasedDatabaseTest {
   }
   void upgrade_when_told(Conversation& test) const {
     (void)test.hear();
-    test.say(std::to_string(upgrade_database(folder(), kName).to));
+    test.say(std::to_string(upgrade_database(folder(), test_support::EmbeddedDatabase::kName).to));
   }
   /// Until it has the index of the write-ahead log open: next it asks for the right to write.
   void wait_until_it_reads(const ForkedProcess& child) const {
@@ -48,14 +46,14 @@ TEST_F(UpgradeInAnotherProcess, KilledAtAnyStepLeavesTheOldTablesOrTheNewOnes) {
     fs::copy_file(RELEASED_DATABASE, file(), fs::copy_options::overwrite_existing);
     ForkedProcess child([&](Conversation&) {
       kill_after(kill_at);
-      static_cast<void>(upgrade_database(folder(), kName));
+      static_cast<void>(upgrade_database(folder(), test_support::EmbeddedDatabase::kName));
     });
     done = child.ended_well();
     EXPECT_EQ(value("PRAGMA integrity_check"), "ok") << kill_at;
     const bool committed = value("PRAGMA user_version") == "1";
     EXPECT_TRUE(committed || is_as_it_was()) << kill_at;
     EXPECT_TRUE(committed || !done) << kill_at;
-    EXPECT_EQ(upgrade_database(folder(), kName).to, 1) << kill_at;
+    EXPECT_EQ(upgrade_database(folder(), test_support::EmbeddedDatabase::kName).to, 1) << kill_at;
     for (const char* suffix : {"-wal", "-shm"}) {
       fs::remove(file().string() + suffix);
     }

@@ -11,18 +11,18 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr TextView kName = u"Velmar_Sec";
-
 class UpgradeDatabase : public ReleasedDatabaseTest {
  protected:
   [[nodiscard]] std::unique_ptr<ado::EngineSession> open_session() const {
     auto session = SqliteEngine().connect(ado::ConnectionString::parse(
         join({u"Provider=Tarnwick.Embedded;Data Source=", from_utf8(folder().string())})));
-    session->set_default_database(kName);
+    session->set_default_database(test_support::EmbeddedDatabase::kName);
     session->execute(u"EXEC sp_setapprole 'dw_admin','open sesame'");
     return session;
   }
-  [[nodiscard]] Upgrade upgrade() const { return upgrade_database(folder(), kName); }
+  [[nodiscard]] Upgrade upgrade() const {
+    return upgrade_database(folder(), test_support::EmbeddedDatabase::kName);
+  }
 
   [[nodiscard]] Text quoted_file() const { return join({u"'", from_utf8(file().string()), u"'"}); }
   void expect_refused(TextView why) const {
