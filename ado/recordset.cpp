@@ -316,7 +316,9 @@ void Recordset::insert_row(std::span<const Assignment> assigned) {
   for (std::size_t column = 0; column < cells_.size(); ++column) rows_->add_null();
   rows_->end_row();
   ++rows_seen_;
-  written_.insert_or_assign(rows_->rows() - 1, std::move(edit_));
+  // The place first: without room for it the values must still be there.
+  Overlay& overlay = written_[rows_->rows() - 1];
+  overlay = std::move(edit_);
   end_edit();
   stand_on(rows_->rows() - 1);
   last_row_ = true;
