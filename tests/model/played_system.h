@@ -68,7 +68,6 @@ class PlayedSystem {
   Sight of_server(Side& side, const Step& step);
   Sight of_collection(Side& side, const Step& step);
   Sight of_record(Side& side, const Step& step);
-  void from_outside(const Step& step);
 
   /// With stamps and dates of the present as the vocabulary has them.
   [[nodiscard]] Sight settled(Sight sight) const;
