@@ -34,6 +34,8 @@ class PlayedProcess {
   virtual void refuse_next_commit() {}
   /// Whether it stamps rows with the time and the computer's name as they are.
   [[nodiscard]] virtual bool has_own_time() const { return false; }
+  /// Whether it takes back the row of a record that its client gives up.
+  [[nodiscard]] virtual bool ends_locks_of_dropped() const { return false; }
   AnsweringBox box;
 };
 
@@ -54,6 +56,9 @@ class PlayedSystem {
   /// Whether the step can be played at all.
   [[nodiscard]] bool can(const Step& step) const {
     return step.op != Op::kRefuseCommit || sides_.front().process->refuses_commits();
+  }
+  [[nodiscard]] bool ends_locks_of_dropped() const {
+    return sides_.front().process->ends_locks_of_dropped();
   }
 
  private:

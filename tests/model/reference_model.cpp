@@ -1,5 +1,7 @@
 #include "tests/model/reference_model.h"
 
+#include <algorithm>
+
 namespace tarnwick::model {
 namespace {
 
@@ -432,8 +434,15 @@ Sight ReferenceModel::play(const Step& step) {
     return {};
   }
   if (step.op <= Op::kAskServer) return of_server(process, step);
-  if (step.op <= Op::kFindMetaId) return of_collection(process, step);
-  return of_record(process, step);
+  const auto before = process.places;
+  Sight sight =
+      step.op <= Op::kFindMetaId ? of_collection(process, step) : of_record(process, step);
+  for (const RecordPtr& record : before) {
+    const auto& now = process.places;
+    const bool dropped = std::find(now.begin(), now.end(), record) == now.end();
+    if (ends_locks_of_dropped_ && dropped && record != nullptr) (void)release_record(*record);
+  }
+  return sight;
 }
 
 Sight ReferenceModel::look() const {

@@ -175,6 +175,11 @@ using Sight = std::vector<std::pair<std::string, std::string>>;
 /// The model as something that steps are played on.
 class ReferenceModel {
  public:
+  /// `ends_locks_of_dropped`: a record that its client gives up gives back its row, though a
+  /// collection may keep the record.
+  explicit ReferenceModel(bool ends_locks_of_dropped)
+      : ends_locks_of_dropped_(ends_locks_of_dropped) {}
+
   /// What came of it.
   Sight play(const Step& step);
   [[nodiscard]] Sight look() const;
@@ -188,6 +193,7 @@ class ReferenceModel {
   void from_outside(Process& process, const Step& step);
 
   World world_;
+  bool ends_locks_of_dropped_;
 };
 
 // What the sources of the model share.
