@@ -29,6 +29,7 @@ struct Faults {
   int first = kNever;   // which call
   int second = kNever;  // which one besides
   int number = 0;       // the error of both
+  bool from_second_on = false;
 };
 
 Faults faults;
@@ -36,7 +37,9 @@ int calls = 0;
 
 int fail(SystemCall) {
   const int call = calls++;
-  return call == faults.first || call == faults.second ? faults.number : test_support::kGoOn;
+  const bool behind = faults.from_second_on && faults.second != kNever && call > faults.second;
+  const bool fails = call == faults.first || call == faults.second || behind;
+  return fails ? faults.number : test_support::kGoOn;
 }
 
 /// Runs `body` with these faults. Whether it went through; otherwise it threw an AdoError.
@@ -55,7 +58,7 @@ bool goes_through(const Faults& wanted, Body&& body) {
   return through;
 }
 
-/// Runs `body` with no fault, with each one, and with each two.
+/// Runs `body` with no fault, with each one, with each two, and with one and all behind another.
 template <class Body>
 void with_all_faults(Body&& body) {
   body(Faults{});
@@ -67,6 +70,7 @@ void with_all_faults(Body&& body) {
         SCOPED_TRACE("calls " + std::to_string(first) + " and " + std::to_string(second) +
                      ", error " + std::to_string(number));
         body(Faults{first, second, number});
+        if (number == EIO) body(Faults{first, second, number, true});
         if (::testing::Test::HasFailure()) return;
       }
     }
@@ -136,6 +140,15 @@ TEST_F(FailingFileCalls, LeaveNoFileOrAWholeOneWhereThereWasNone) {
       EXPECT_EQ(entries(folder_.path()), through ? 1 : 0);
     }
   });
+}
+
+TEST_F(FailingFileCalls, AreNoneForAFileOfThePresentFolder) {
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder_.path());
+  EXPECT_TRUE(goes_through(
+      {}, [&] { write_file("file.bin", bytes_of(kNew), SaveOption::kCreateNotExist); }));
+  std::filesystem::current_path(before);
+  EXPECT_EQ(content(file_), kNew);
 }
 
 TEST_F(FailingFileCalls, ReadAFileWholeOrNotAtAll) {
