@@ -19,11 +19,20 @@ std::optional<StoredValue> literal(Scanner& scanner) {
   return value;
 }
 
+/// All columns, or their names.
+bool columns(Scanner& scanner) {
+  if (scanner.symbol('*')) return true;
+  do {
+    if (scanner.name().empty()) return false;
+  } while (scanner.symbol(','));
+  return true;
+}
+
 }  // namespace
 
 std::optional<Query> parameterized(std::string_view statement) {
   Scanner scanner(statement);
-  if (!scanner.keyword("select") || !scanner.symbol('*') || !scanner.keyword("from") ||
+  if (!scanner.keyword("select") || !columns(scanner) || !scanner.keyword("from") ||
       scanner.name().empty() || (scanner.symbol('.') && scanner.name().empty()) ||
       !scanner.keyword("where")) {
     return std::nullopt;

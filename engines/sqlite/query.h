@@ -16,9 +16,10 @@ struct Query {
   std::vector<std::string> columns;  // of a look-up: what the values are compared with
 };
 
-/// A look-up of rows by values, "SELECT * FROM table WHERE column = literal AND ...", with
-/// parameters in the place of its text and integer literals; nothing for a statement of any other
-/// form. It means the same to SQLite, but need not be prepared anew for every value.
+/// A look-up of rows by values, "SELECT * FROM table WHERE column = literal AND ..." or the same
+/// with names of columns, with parameters in the place of its text and integer literals; nothing
+/// for a statement of any other form. It means the same to SQLite, but need not be prepared anew
+/// for every value.
 [[nodiscard]] std::optional<Query> parameterized(std::string_view statement);
 
 }  // namespace tarnwick::sqlite

@@ -413,6 +413,10 @@ Sight PlayedSystem::carry_out(Side& side, const Step& step) {
       side.process->refuse_next_commit();
       return {};
     }
+    if (step.op == Op::kCutConnection) {
+      side.process->cut_connections();
+      return {};
+    }
     if (step.op >= Op::kInsertRow) {
       write_from_outside(outside_, step);
       return {};

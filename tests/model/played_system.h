@@ -29,9 +29,10 @@ class PlayedProcess {
  public:
   virtual ~PlayedProcess() = default;
   [[nodiscard]] virtual client::Transport& transport() = 0;
-  /// Whether commits can be made to fail from here.
-  [[nodiscard]] virtual bool refuses_commits() const { return false; }
+  /// Whether the database can be made to fail from here.
+  [[nodiscard]] virtual bool has_failing_database() const { return false; }
   virtual void refuse_next_commit() {}
+  virtual void cut_connections() {}
   /// Whether it stamps rows with the time and the computer's name as they are.
   [[nodiscard]] virtual bool has_own_time() const { return false; }
   /// Whether it takes back the row of a record that its client gives up.
@@ -55,7 +56,7 @@ class PlayedSystem {
   [[nodiscard]] Sight look();
   /// Whether the step can be played at all.
   [[nodiscard]] bool can(const Step& step) const {
-    return step.op != Op::kRefuseCommit || sides_.front().process->refuses_commits();
+    return step.op < Op::kRefuseCommit || sides_.front().process->has_failing_database();
   }
   [[nodiscard]] bool ends_locks_of_dropped() const {
     return sides_.front().process->ends_locks_of_dropped();

@@ -1,4 +1,4 @@
-#include "tests/model/impatient_engine.h"
+#include "tests/model/failing_engine.h"
 #include "tests/model/played_system.h"
 #include "tests/support/object_model.h"
 
@@ -18,12 +18,13 @@ class Host final : public test_support::ScriptedHost {
 class ProcessInHere final : public PlayedProcess {
  public:
   client::Transport& transport() override { return *transport_; }
-  [[nodiscard]] bool refuses_commits() const override { return true; }
+  [[nodiscard]] bool has_failing_database() const override { return true; }
   void refuse_next_commit() override { engine_.refuse_next_commit(); }
+  void cut_connections() override { engine_.cut_connections(); }
 
  private:
   test_support::TemporaryFolder folder_;
-  ImpatientEngine engine_;
+  FailingEngine engine_;
   Host host_{folder_.path(), box};
   SharedState state_{host_, {&engine_}};
   std::unique_ptr<client::Transport> transport_ = client::make_in_process_transport(state_);

@@ -219,7 +219,8 @@ const StoredRow* Database::find(const RowName& name) const {
 const Transaction* Database::holder(const RowName& name, const Connection* but) const {
   for (const auto& each : connections) {
     const ConnectionPtr connection = each.lock();
-    if (connection == nullptr || connection.get() == but || !connection->transaction) continue;
+    if (connection == nullptr || connection.get() == but || connection->cut) continue;
+    if (!connection->transaction) continue;
     const Transaction& transaction = *connection->transaction;
     if (transaction.stamped == name || transaction.deleted.contains(name)) return &transaction;
   }
@@ -278,12 +279,20 @@ void guarded(Process& process, const char* component, const char* procedure,
   }
 }
 
+void require_database(Connection& connection) {
+  if (!connection.cut) return;
+  connection.open = false;
+  connection.transaction.reset();
+  fail(-2147467259, "The connection is cut.");
+}
+
 void require_open_for_reading(const Process& process) {
   if (!process.connected()) {
     fail(3709,
          "The connection cannot be used to perform this operation. It is either closed or invalid "
          "in this context.");
   }
+  require_database(*process.connection);
 }
 
 bool is_as_fetched(const Database& database, const Transaction& transaction) {

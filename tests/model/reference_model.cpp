@@ -51,7 +51,9 @@ void drop_server(Process& process, std::optional<ServerObject>& server) {
     if (other) return;
   }
   process.cached.reset();
-  if (process.connected() && !process.connection->transaction) process.connection->open = false;
+  if (process.connected() && (!process.connection->transaction || process.connection->cut)) {
+    process.connection->open = false;
+  }
   process.connection.reset();
 }
 
@@ -61,7 +63,7 @@ bool connect(Process& process, bool reachable) {
     process.message.clear();
     process.cached.reset();
     if (process.connected()) {
-      if (process.connection->transaction) {
+      if (process.connection->transaction && !process.connection->cut) {
         throw Failure{3246,
                       "Connection object cannot be explicitly closed while in a transaction."};
       }
@@ -70,6 +72,7 @@ bool connect(Process& process, bool reachable) {
     process.connection = std::make_shared<Connection>();
     if (!reachable) throw Failure{-2147467259, std::string(1, kAnyText)};
     process.connection->open = true;
+    process.connection->process = &process;
     process.world.database.connections.push_back(process.connection);
     result = true;
   });
@@ -180,6 +183,7 @@ Sight report_files(Process& process) {
   return answered([&] {
     // The length is asked for in words of the engine, which is asked for them first.
     if (!process.require_connection().open) throw Failure{3704, {}};
+    require_database(*process.connection);
     std::string found;
     for (const StoredRow& row : rows_as_they_stand(process, kReports)) {
       const auto file = row.columns.find("Report_Binary");
@@ -407,6 +411,11 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
   const RowName name = row_named(kind, step.key);
   if (step.op == Op::kRefuseCommit) {
     process.refuses_next_commit = true;
+  } else if (step.op == Op::kCutConnection) {
+    for (const auto& each : database.connections) {
+      const ConnectionPtr connection = each.lock();
+      if (connection != nullptr && connection->process == &process) connection->cut = true;
+    }
   } else if (step.op == Op::kInsertRow) {
     insert_row(database, kind, step.key);
   } else if (!is_spelt_as_chosen(database, kind, step.key)) {

@@ -50,8 +50,13 @@ struct Transaction {
   std::set<RowName> deleted;
 };
 
+struct Process;
+
 struct Connection {
+  const Process* process = nullptr;
   bool open = false;
+  /// The database has dropped it, which is noticed when it is used next.
+  bool cut = false;
   std::optional<Transaction> transaction;
 };
 using ConnectionPtr = std::shared_ptr<Connection>;
@@ -72,8 +77,6 @@ struct Failure {
   std::int32_t number;
   std::string text;
 };
-
-struct Process;
 
 /// The recordset that a record keeps of its last fetch.
 struct Fetched {
@@ -252,6 +255,9 @@ void guarded(Process& process, const char* component, const char* procedure,
 /// Throws Failure, none of which is recorded.
 [[nodiscard]] std::vector<StoredRow> rows_as_they_stand(Process& process, Kind kind,
                                                         const std::string& name = {});
+/// Ahead of everything that is asked of the database: an error where the connection is cut, which
+/// is closed then.
+void require_database(Connection& connection);
 /// Error 3709 where no recordset can be opened.
 void require_open_for_reading(const Process& process);
 /// Names stand in statements as they are.

@@ -7,7 +7,10 @@ namespace tarnwick::model {
 void end_transaction(Record& record) {
   if (record.fetched && record.fetched->connection != nullptr) {
     auto& transaction = record.fetched->connection->transaction;
-    if (transaction && transaction->owner == &record) transaction.reset();
+    if (!transaction || transaction->owner != &record) return;
+    transaction.reset();
+    // The rollback is what finds out.
+    if (record.fetched->connection->cut) record.fetched->connection->open = false;
   }
 }
 

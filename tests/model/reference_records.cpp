@@ -87,6 +87,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
       if (connection.transaction) {
         fail(-2147168237, "Only one transaction can be active on this session.");
       }
+      require_database(connection);
       if (id_of(record).find('\'') != std::string::npos) {
         // Names stand in statements as they are. What does not open is taken for a locked row.
         (void)ask(process.world, nullptr);
@@ -126,6 +127,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
 void execute_delete(Process& process, const RowName& name, const std::string& key) {
   Connection& connection = process.require_connection();
   require_open(connection);
+  require_database(connection);
   require_no_quote(key);
   Database& database = process.world.database;
   require_own_row(database, connection);
@@ -255,6 +257,7 @@ void write_row(Record& record, const std::string& opening, const std::string& re
   const auto columns = written_columns(record, file);
   bool written = false;
   guarded(process, "General", "UpdateWrite", [&] {
+    require_database(connection);
     require_writable(record, *connection.transaction);
     written = true;
   });
@@ -348,10 +351,12 @@ bool lock_record(Record& record) {
 }
 
 bool release_record(Record& record) {
-  if (!record.locked()) return record.kind != kReports;
+  const bool unlocked = record.kind != kReports;  // what it answers where nothing is given back
+  if (!record.locked()) return unlocked;
+  const bool cut = record.holds_row() && record.fetched->connection->cut;
   record.marked_locked = false;
   end_transaction(record);
-  return true;
+  return cut ? unlocked : true;
 }
 
 namespace {

@@ -42,7 +42,8 @@ const char* name_of(Op op) {
                                                         "kDeleteRow",
                                                         "kTouchRow",
                                                         "kSpoilRow",
-                                                        "kRefuseCommit"};
+                                                        "kRefuseCommit",
+                                                        "kCutConnection"};
   return kNames[static_cast<std::size_t>(op)];
 }
 

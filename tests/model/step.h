@@ -49,8 +49,9 @@ enum class Op {
   kTouchRow,
   kSpoilRow,
   kRefuseCommit,
+  kCutConnection,
 };
-inline constexpr int kOps = static_cast<int>(Op::kRefuseCommit) + 1;
+inline constexpr int kOps = static_cast<int>(Op::kCutConnection) + 1;
 
 /// One step. The numbers choose out of the vocabulary, each modulo what there is: any numbers make
 /// a step, so that steps can be left out and numbers made smaller at will.

@@ -79,6 +79,10 @@ TEST_F(ReportRename, ToAnotherCaseOfAnAccentedLetterStaysOneRow) {
   database_.run("UPDATE DW_Reports SET ReportName = 'Übersicht' WHERE ReportName = 'Sales'");
   load();
   const auto overview = report(u"Übersicht");
+  Report other(state());
+  other.set_name(u"übersicht");
+  EXPECT_EQ(other.look().outcome, LookOutcome::kLoaded);
+  EXPECT_EQ(other.name(), u"Übersicht");
   overview->set_name(u"übersicht");
   EXPECT_EQ(overview->update(), OK_ue) << to_display_utf8(message());
   EXPECT_FALSE(ran_a_delete());

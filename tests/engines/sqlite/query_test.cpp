@@ -26,10 +26,22 @@ TEST(Query, TakesAnyBlanksAndLetterCase) {
   EXPECT_THAT(query->values, ElementsAre(StoredValue("")));
 }
 
+TEST(Query, TakesTheLiteralsOutOfALookUpOfSomeColumns) {
+  const auto query = parameterized("Select a,  b From T Where c = 'x'");
+  ASSERT_TRUE(query.has_value());
+  EXPECT_EQ(query->sql, "Select a,  b From T Where c = ?");
+  EXPECT_THAT(query->values, ElementsAre(StoredValue("x")));
+  EXPECT_THAT(query->columns, ElementsAre("c"));
+}
+
 TEST(Query, LeavesEverythingElseAlone) {
   for (const char* statement : {"",
                                 "Select * From T",
-                                "Select a From T Where b = 1",
+                                "Select a b From T Where c = 1",
+                                "Select a, From T Where c = 1",
+                                "Select From T Where c = 1",
+                                "Select T.a From T Where c = 1",
+                                "Select count(*) From T Where c = 1",
                                 "Select * From T Where",
                                 "Select * From T Where a = 'x' Order By a",
                                 "Select * From T Where a = 'x' Or b = 'y'",
