@@ -9,7 +9,7 @@ namespace {
 
 bool holds_report(const std::shared_ptr<ado::Recordset>& row, TextView name) {
   if (row == nullptr || row->state() != ado::ObjectState::kOpen) return false;
-  if (row->bof() || row->eof()) return false;
+  if (row->eof()) return false;
   return equals_ignoring_case(to_text(row->field(u"ReportName").value()), name);
 }
 

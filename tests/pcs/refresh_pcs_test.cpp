@@ -199,7 +199,6 @@ TEST_F(RefreshPcs, ReadsBytesInAColumnOfTextsAsTheirText) {
 }
 
 TEST_F(RefreshPcs, ListsARowWhoseNumberIsAText) {
-  database_.loosen("DW_SEC_PC");
   database_.run(
       "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex,"
       "  TotalLogins, LastUser) VALUES ('aa', 'pc', 1, 5, 1, 10, 'many', 'anna')");
