@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -45,7 +46,16 @@ File file_of(const InterceptedCall& call, const std::string& folder) {
   const auto link = "/proc/self/fd/" + std::to_string(call.file);
   const auto size = ::readlink(link.c_str(), path.data(), path.size());
   if (size <= 0) return File::kOther;
-  return file_by_name({path.data(), static_cast<std::size_t>(size)}, folder);
+  const std::string_view name(path.data(), static_cast<std::size_t>(size));
+  const File file = file_by_name(name, folder);
+  if (file != File::kOther || !name.starts_with(folder)) return file;
+  // The lock file gets its name when it has been opened already: the system knows it without one.
+  struct stat opened {};
+  struct stat named {};
+  const bool same = ::fstat(call.file, &opened) == 0 &&
+                    ::stat((folder + "Velmar_Sec.db-locks").c_str(), &named) == 0 &&
+                    opened.st_ino == named.st_ino;
+  return same ? File::kLocks : File::kOther;
 }
 
 /// Whether what others do can depend on which of them makes this call first.

@@ -19,7 +19,7 @@ namespace tarnwick::interleavings {
 struct Outcome {
   std::optional<std::string> broken;  // the promise that was
   std::size_t steps = 0;
-  std::vector<std::string> account;  // where a promise was broken: each step
+  std::vector<std::string> account;  // of each step
 };
 
 /// Where processes play on a database, a fresh one every time.
@@ -58,5 +58,9 @@ struct Search {
                             std::size_t deviations, Defect defect = Defect::kNone,
                             const std::string& from = {},
                             const std::function<bool()>& may_go_on = {});
+
+/// What came of an order, for people.
+[[nodiscard]] std::string account_of(const Scenario& scenario, const std::string& order,
+                                     const Outcome& outcome);
 
 }  // namespace tarnwick::interleavings

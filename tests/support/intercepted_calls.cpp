@@ -54,6 +54,11 @@ InterceptedCall described(SystemCall kind, int file, const void* bytes, size_t s
           .size = static_cast<std::int64_t>(size)};
 }
 
+InterceptedCall described(SystemCall kind, int /*folder*/, const char* /*file*/, int /*other*/,
+                          const char* name, int /*flags*/) {
+  return {.kind = kind, .name = name};
+}
+
 /// The call that `function` makes, unless the interceptor says otherwise.
 template <class Result, class... Arguments>
 Result call(const InterceptedCall& asked, Result failure, Result (*function)(Arguments...),
