@@ -273,6 +273,9 @@ class Actor final {
       case Kind::kAdd:
         return execute({u"Update DW_SEC_COMP Set CompName = CompName || ',", from_utf8(tag),
                         u"' Where CompID = ", row_number(command.row)});
+      case Kind::kAddBoth:
+        return execute({u"Update DW_SEC_COMP Set CompName = CompName || ',", from_utf8(tag),
+                        u"' Where CompID < 3"});
       case Kind::kDelete:
         return execute({u"Delete From DW_SEC_COMP Where CompID = ", row_number(command.row)});
       case Kind::kInsert:

@@ -47,6 +47,10 @@ bool Ledger::holds_any(const Actor& actor) const {
                                              [](const Hold& hold) { return hold.told; });
 }
 
+bool Ledger::is_about(const Actor& actor, int row) const {
+  return actor.command && contains(rows_of(command_of(actor)), row);
+}
+
 void Ledger::open_transaction(std::size_t process, State state) {
   actors_[process].transaction = transactions_.size();
   transactions_.push_back({.actor = process, .state = state, .told = 0, .writes = {}});
@@ -55,8 +59,7 @@ void Ledger::open_transaction(std::size_t process, State state) {
 void Ledger::note_possible(Actor& actor) {
   for (std::size_t row = 1; row < actor.holds.size(); ++row) {
     Hold& hold = actor.holds[row];
-    const bool touched = actor.command && command_of(actor).row == static_cast<int>(row);
-    if (hold.told || touched) hold.possible = now_;
+    if (hold.told || is_about(actor, static_cast<int>(row))) hold.possible = now_;
   }
 }
 
@@ -86,15 +89,12 @@ void Ledger::begins(std::size_t process, std::size_t command) {
       break;
     case Kind::kAppend:
     case Kind::kAdd:
+    case Kind::kAddBoth:
     case Kind::kInsert:
     case Kind::kDelete:
       if (actor.in_transaction) break;
       open_transaction(process, State::kEnding);
-      transactions_.back().writes.push_back({what.row, tag_of(process, command),
-                                             what.kind == Kind::kDelete ? Write::What::kDeleted
-                                             : what.kind == Kind::kInsert
-                                                 ? Write::What::kInserted
-                                                 : Write::What::kAppended});
+      transactions_.back().writes = writes_of(process);
       break;
     case Kind::kCommit:
       transactions_[*actor.transaction].state = State::kEnding;
@@ -131,21 +131,34 @@ void Ledger::note_hold(std::size_t process, int row) {
   if (!hold.told) hold = {true, now_, now_};
 }
 
-void Ledger::note_write(std::size_t process, const Write& write) {
-  Actor& actor = actors_[process];
-  for (std::size_t other = 0; other < actors_.size(); ++other) {
-    const Hold& hold = actors_[other].holds[static_cast<std::size_t>(write.row)];
-    if (other != process && hold.told && hold.since <= actor.begun) {
-      broken(process, name_of(write.row) + " was written while process " + std::to_string(other) +
-                          " held it");
-    }
+std::vector<Ledger::Write> Ledger::writes_of(std::size_t process) const {
+  const Actor& actor = actors_[process];
+  const Command& command = command_of(actor);
+  const auto what = command.kind == Kind::kDelete   ? Write::What::kDeleted
+                    : command.kind == Kind::kInsert ? Write::What::kInserted
+                                                    : Write::What::kAppended;
+  std::vector<Write> writes;
+  for (const int row : rows_of(command)) {
+    writes.push_back({row, tag_of(process, *actor.command), what});
   }
-  if (actor.in_transaction) {
+  return writes;
+}
+
+void Ledger::note_writes(std::size_t process) {
+  Actor& actor = actors_[process];
+  for (const Write& write : writes_of(process)) {
+    for (std::size_t other = 0; other < actors_.size(); ++other) {
+      const Hold& hold = actors_[other].holds[static_cast<std::size_t>(write.row)];
+      if (other != process && hold.told && hold.since <= actor.begun) {
+        broken(process, name_of(write.row) + " was written while process " + std::to_string(other) +
+                            " held it");
+      }
+    }
+    if (!actor.in_transaction) continue;
     transactions_[*actor.transaction].writes.push_back(write);
     note_hold(process, write.row);
-  } else {
-    finish(actor, State::kCommitted);
   }
+  if (!actor.in_transaction) finish(actor, State::kCommitted);
 }
 
 void Ledger::check_refusal(std::size_t process, const Answer& answer) const {
@@ -177,7 +190,7 @@ void Ledger::check_refusal(std::size_t process, const Answer& answer) const {
   broken(process, describe(command) + " failed: " + answer.text);
 }
 
-void Ledger::told(std::size_t process, std::size_t command, const Answer& answer) {
+void Ledger::told(std::size_t process, const Answer& answer) {
   ++now_;
   Actor& actor = actors_[process];
   const Command& what = command_of(actor);
@@ -189,32 +202,24 @@ void Ledger::told(std::size_t process, std::size_t command, const Answer& answer
     actor.command.reset();
     return;
   }
-  const auto wrote = [&](Write::What how) {
-    note_write(process, {what.row, tag_of(process, command), how});
-  };
   switch (what.kind) {
     case Kind::kHold:
-      check_read(process, {what.row}, parse_values(answer.text));
+      check_read(process, rows_of(what), parse_values(answer.text));
       note_hold(process, what.row);
       break;
     case Kind::kRead:
-      check_read(process, {what.row}, parse_values(answer.text));
-      break;
     case Kind::kReadBoth:
-      check_read(process, {1, 2}, parse_values(answer.text));
+      check_read(process, rows_of(what), parse_values(answer.text));
       break;
     case Kind::kList:
       check_list(process, answer.text);
       break;
     case Kind::kAppend:
     case Kind::kAdd:
-      wrote(Write::What::kAppended);
-      break;
+    case Kind::kAddBoth:
     case Kind::kInsert:
-      wrote(Write::What::kInserted);
-      break;
     case Kind::kDelete:
-      wrote(Write::What::kDeleted);
+      note_writes(process);
       break;
     case Kind::kCommit:
       finish(actor, State::kCommitted);
@@ -334,10 +339,10 @@ void Ledger::check_list(std::size_t process, const std::string& text) const {
     std::from_chars(entry.data() + 2, entry.data() + entry.size(), id);
     const bool possible = std::any_of(actors_.begin(), actors_.end(), [&](const Actor& actor) {
       const Hold& hold = actor.holds[row];
-      const bool touched = actor.command && command_of(actor).row == static_cast<int>(row);
-      return actor.id == id && (hold.told || touched || hold.possible >= reader.begun ||
-                                (actor.command && !holds_any(actor) && hold.possible >= 0 &&
-                                 hold.possible >= actor.begun));
+      // Its last command, which gives the row back, may go on still.
+      const bool ends = actor.command && hold.possible >= actor.begun;
+      return actor.id == id && (hold.told || ends || is_about(actor, static_cast<int>(row)) ||
+                                hold.possible >= reader.begun);
     });
     if (!possible) {
       broken(process, "the list says '" + entry + "', who did not hold that row meanwhile");

@@ -45,7 +45,7 @@ class Ledger {
 
   void set_process_id(std::size_t process, long id) { actors_[process].id = id; }
   void begins(std::size_t process, std::size_t command);
-  void told(std::size_t process, std::size_t command, const Answer& answer);
+  void told(std::size_t process, const Answer& answer);
   void killed(std::size_t process);
 
   /// All have come to their end: what the database holds.
@@ -89,12 +89,15 @@ class Ledger {
   [[nodiscard]] const Command& command_of(const Actor& actor) const {
     return (*actor.script)[*actor.command];
   }
+  [[nodiscard]] bool is_about(const Actor& actor, int row) const;
   [[nodiscard]] bool holds_any(const Actor& actor) const;
   void open_transaction(std::size_t process, State state);
   void note_possible(Actor& actor);
   void let_go(Actor& actor);
   void note_hold(std::size_t process, int row);
-  void note_write(std::size_t process, const Write& write);
+  /// What the present command writes.
+  [[nodiscard]] std::vector<Write> writes_of(std::size_t process) const;
+  void note_writes(std::size_t process);
   void finish(Actor& actor, State state);
   void check_refusal(std::size_t process, const Answer& answer) const;
   void check_read(std::size_t process, const std::vector<int>& rows, const Values& values);

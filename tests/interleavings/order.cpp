@@ -125,8 +125,7 @@ class Process final {
 /// One run.
 class Run final {
  public:
-  Run(const std::filesystem::path& file, const Scenario& scenario, Choices& choices, Defect defect,
-      bool fine)
+  Run(const std::filesystem::path& file, const Scenario& scenario, Choices& choices, Defect defect)
       : file_(file), choices_(choices), scripts_(scripts_of(scenario)), ledger_(scripts_) {
     for (std::size_t number = 0; number < scripts_.size(); ++number) {
       processes_.push_back(std::make_unique<Process>(Role{.folder = file.parent_path(),
@@ -135,7 +134,7 @@ class Run final {
                                                           .lock_timeout = scenario.lock_timeout,
                                                           .opened = scenario.opened,
                                                           .defect = defect,
-                                                          .fine = fine}));
+                                                          .fine = scenario.fine}));
       ledger_.set_process_id(number, processes_.back()->id());
       processes_.back()->at = processes_.back()->next_report();
     }
@@ -309,7 +308,7 @@ class Run final {
     process.in_command = false;
     waits_ = 0;
     const bool failed = process.at.outcome != Answer::Outcome::kDone;
-    ledger_.told(current_, process.command, {process.at.outcome, process.at.text});
+    ledger_.told(current_, {process.at.outcome, process.at.text});
     process.command = failed ? process.script().size() - 1 : process.command + 1;
   }
 
@@ -439,12 +438,12 @@ void Playground::reset() const {
   }
 }
 
-Outcome Playground::play(const Scenario& scenario, Choices& choices, Defect defect, bool fine) {
+Outcome Playground::play(const Scenario& scenario, Choices& choices, Defect defect) {
   const OneProcessor here;
   reset();
   std::ofstream(file_, std::ios::binary) << (scenario.opened ? fresh_ : untouched_);
   std::filesystem::permissions(file_, std::filesystem::perms(0666));
-  return Run(file_, scenario, choices, defect, fine).play();
+  return Run(file_, scenario, choices, defect).play();
 }
 
 Search search(Playground& playground, const Scenario& scenario, std::size_t deviations,

@@ -32,7 +32,7 @@ class Playground final {
   /// last, as long as it need not wait. Other options are the other processes and, once in a run,
   /// that the one whose turn it is gets killed before its call, or in the midst of a write.
   [[nodiscard]] Outcome play(const Scenario& scenario, Choices& choices,
-                             Defect defect = Defect::kNone, bool fine = false);
+                             Defect defect = Defect::kNone);
 
  private:
   void reset() const;

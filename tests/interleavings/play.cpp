@@ -12,6 +12,8 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "tests/interleavings/order.h"
 
@@ -21,6 +23,13 @@ using namespace tarnwick::interleavings;
 
 constexpr std::size_t kMostDeviations = 9;
 
+/// The finer steps behind the others.
+std::vector<Scenario> played_scenarios() {
+  std::vector<Scenario> scenarios = all_scenarios();
+  for (Scenario& scenario : fine_scenarios()) scenarios.push_back(std::move(scenario));
+  return scenarios;
+}
+
 /// Where it is up to.
 struct Place {
   std::size_t deviations = 1;
@@ -28,7 +37,7 @@ struct Place {
   std::string order;
 };
 
-Place read_place(const char* file) {
+Place read_place(const char* file, const std::vector<Scenario>& scenarios) {
   Place place;
   std::string name;
   std::string line;
@@ -38,7 +47,6 @@ Place read_place(const char* file) {
   const auto second = line.find(' ', first + 1);
   if (second == std::string::npos) return place;
   name = line.substr(first + 1, second - first - 1);
-  const auto& scenarios = all_scenarios();
   const auto found = std::find_if(scenarios.begin(), scenarios.end(),
                                   [&](const Scenario& each) { return each.name == name; });
   if (found == scenarios.end()) return place;
@@ -52,9 +60,9 @@ Place read_place(const char* file) {
 int play_for(long seconds, const char* file) {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + std::chrono::seconds(seconds);
-  const auto& scenarios = all_scenarios();
+  const auto scenarios = played_scenarios();
   Playground playground;
-  Place place = file != nullptr ? read_place(file) : Place{};
+  Place place = file != nullptr ? read_place(file, scenarios) : Place{};
   std::size_t orders = 0;
   bool found = false;
   while (!found && Clock::now() < end && place.deviations <= kMostDeviations) {
@@ -62,10 +70,9 @@ int play_for(long seconds, const char* file) {
     Search tried = search(playground, scenario, place.deviations, Defect::kNone, place.order,
                           [&] { return Clock::now() < end; });
     orders += tried.orders;
-    std::printf("%.*s, up to %zu deviations, from '%s': tried %zu of up to %zu steps%s\n",
-                static_cast<int>(scenario.name.size()), scenario.name.data(), place.deviations,
-                place.order.c_str(), tried.orders, tried.longest,
-                tried.complete ? ", that is all" : "");
+    std::printf("%s, up to %zu deviations, from '%s': tried %zu of up to %zu steps%s\n",
+                scenario.name.c_str(), place.deviations, place.order.c_str(), tried.orders,
+                tried.longest, tried.complete ? ", that is all" : "");
     found = tried.found.has_value();
     if (found) std::fputs(account_of(scenario, tried.at, *tried.found).c_str(), stdout);
     std::fflush(stdout);
@@ -79,17 +86,17 @@ int play_for(long seconds, const char* file) {
       place.order = tried.at;
     }
   }
-  const std::string name(scenarios[place.scenario].name);
   // An order that broke a promise is where the next run begins.
   if (file != nullptr) {
-    std::ofstream(file) << place.deviations << ' ' << name << ' ' << place.order << '\n';
+    std::ofstream(file) << place.deviations << ' ' << scenarios[place.scenario].name << ' '
+                        << place.order << '\n';
   }
   std::printf("orders: %zu\n", orders);
   return found ? 1 : 0;
 }
 
 int play_once(std::string_view name, std::string_view order) {
-  for (const Scenario& scenario : all_scenarios()) {
+  for (const Scenario& scenario : played_scenarios()) {
     if (scenario.name != name) continue;
     Choices choices(kMostDeviations, order);
     const Outcome outcome = Playground().play(scenario, choices);
@@ -98,8 +105,8 @@ int play_once(std::string_view name, std::string_view order) {
   }
   std::fprintf(stderr, "there is no scenario %.*s; there are:\n", static_cast<int>(name.size()),
                name.data());
-  for (const Scenario& scenario : all_scenarios()) {
-    std::fprintf(stderr, "  %.*s\n", static_cast<int>(scenario.name.size()), scenario.name.data());
+  for (const Scenario& scenario : played_scenarios()) {
+    std::fprintf(stderr, "  %s\n", scenario.name.c_str());
   }
   return 2;
 }

@@ -10,11 +10,12 @@ namespace {
 using Kind = Command::Kind;
 
 constexpr std::pair<std::string_view, Kind> kWords[] = {
-    {"open", Kind::kOpen},     {"close", Kind::kClose},        {"begin", Kind::kBegin},
-    {"load", Kind::kLoad},     {"hold", Kind::kHold},          {"append", Kind::kAppend},
-    {"add", Kind::kAdd},       {"insert", Kind::kInsert},      {"delete", Kind::kDelete},
-    {"read", Kind::kRead},     {"read both", Kind::kReadBoth}, {"list", Kind::kList},
-    {"commit", Kind::kCommit}, {"rollback", Kind::kRollback},  {"release", Kind::kRelease},
+    {"open", Kind::kOpen},       {"close", Kind::kClose},      {"begin", Kind::kBegin},
+    {"load", Kind::kLoad},       {"hold", Kind::kHold},        {"append", Kind::kAppend},
+    {"add", Kind::kAdd},         {"add both", Kind::kAddBoth}, {"insert", Kind::kInsert},
+    {"delete", Kind::kDelete},   {"read", Kind::kRead},        {"read both", Kind::kReadBoth},
+    {"list", Kind::kList},       {"commit", Kind::kCommit},    {"rollback", Kind::kRollback},
+    {"release", Kind::kRelease},
 };
 
 Command parse_command(std::string_view text) {
@@ -44,6 +45,8 @@ const std::vector<Scenario>& all_scenarios() {
        {"begin, hold A, append A, hold B, append B, commit", "read both, read both"}},
       {"TwoRowsByStatements",
        {"begin, add A, add B, commit", "begin, hold A, append A, add B, commit"}},
+      {"TwoRowsByOneStatement",
+       {"add both, add both", "begin, hold B, append B, hold A, append A, commit"}},
       {"TwoRowsCrosswise",
        {"begin, hold A, append A, add B, commit", "begin, hold B, append B, add A, commit"},
        3},
@@ -72,6 +75,15 @@ const std::vector<Scenario>& all_scenarios() {
   return kScenarios;
 }
 
+std::vector<Scenario> fine_scenarios() {
+  std::vector<Scenario> scenarios = all_scenarios();
+  for (Scenario& scenario : scenarios) {
+    scenario.name += "Fine";
+    scenario.fine = true;
+  }
+  return scenarios;
+}
+
 Script parse_script(std::string_view text) {
   Script script;
   for (;;) {
@@ -80,6 +92,12 @@ Script parse_script(std::string_view text) {
     if (end == std::string_view::npos) return script;
     text.remove_prefix(end + 2);
   }
+}
+
+std::vector<int> rows_of(const Command& command) {
+  if (command.kind == Kind::kAddBoth || command.kind == Kind::kReadBoth) return {1, 2};
+  if (command.row == 0) return {};
+  return {command.row};
 }
 
 std::string describe(const Command& command) {

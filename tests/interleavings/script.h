@@ -23,6 +23,7 @@ struct Command {
     kHold,      // reads a row and keeps it locked
     kAppend,    // to the row that is held: to the value that was read
     kAdd,       // the same by a statement
+    kAddBoth,   // by one statement to the first two rows
     kInsert,    // a row, by a statement
     kDelete,    // by a statement
     kRead,      // one row, waiting for who maintains it
@@ -41,19 +42,26 @@ using Script = std::vector<Command>;
 
 /// Processes that play their scripts on one database at the same time.
 struct Scenario {
-  std::string_view name;
+  std::string name;
   std::vector<std::string_view> scripts;  // commands between commas
   int lock_timeout = -1;                  // in milliseconds; for ever
   /// Whether the sessions are there before the scripts begin; otherwise scripts open them.
   bool opened = true;
+  /// Whether the processes stop at calls too that only read.
+  bool fine = false;
 
   friend void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
 };
 
 [[nodiscard]] const std::vector<Scenario>& all_scenarios();
+/// The same with finer steps, under names that end with "Fine".
+[[nodiscard]] std::vector<Scenario> fine_scenarios();
 
 /// Throws std::invalid_argument.
 [[nodiscard]] Script parse_script(std::string_view text);
+
+/// The rows that the command is about; none where it is about a transaction.
+[[nodiscard]] std::vector<int> rows_of(const Command& command);
 
 [[nodiscard]] std::string describe(const Command& command);
 
