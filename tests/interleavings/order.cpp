@@ -140,8 +140,8 @@ class Run final {
     }
   }
 
-  Outcome play() {
-    Outcome outcome;
+  Result play() {
+    Result outcome;
     try {
       while (take_turn()) {
         if (++steps_ > kMostSteps) throw BrokenPromise("it does not come to an end");
@@ -438,7 +438,7 @@ void Playground::reset() const {
   }
 }
 
-Outcome Playground::play(const Scenario& scenario, Choices& choices, Defect defect) {
+Result Playground::play(const Scenario& scenario, Choices& choices, Defect defect) {
   const OneProcessor here;
   reset();
   std::ofstream(file_, std::ios::binary) << (scenario.opened ? fresh_ : untouched_);
@@ -453,7 +453,7 @@ Search search(Playground& playground, const Scenario& scenario, std::size_t devi
   do {
     if (may_go_on && !may_go_on()) return search;
     search.at = choices.text();
-    Outcome outcome = playground.play(scenario, choices, defect);
+    Result outcome = playground.play(scenario, choices, defect);
     ++search.orders;
     search.longest = std::max(search.longest, outcome.steps);
     if (!outcome.broken && choices.diverged()) outcome.broken = "the same order went another way";
@@ -467,7 +467,7 @@ Search search(Playground& playground, const Scenario& scenario, std::size_t devi
   return search;
 }
 
-std::string account_of(const Scenario& scenario, const std::string& order, const Outcome& outcome) {
+std::string account_of(const Scenario& scenario, const std::string& order, const Result& outcome) {
   std::string text(scenario.name);
   text.append(" ").append(order).append(": ").append(outcome.broken.value_or("nothing broken"));
   for (const auto& line : outcome.account) text.append("\n  ").append(line);

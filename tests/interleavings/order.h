@@ -16,7 +16,7 @@
 namespace tarnwick::interleavings {
 
 /// What became of one order of the processes' steps.
-struct Outcome {
+struct Result {
   std::optional<std::string> broken;  // the promise that was
   std::size_t steps = 0;
   std::vector<std::string> account;  // of each step
@@ -31,8 +31,8 @@ class Playground final {
   /// `choices` says which process takes the next one: the first option is the one that took the
   /// last, as long as it need not wait. Other options are the other processes and, once in a run,
   /// that the one whose turn it is gets killed before its call, or in the midst of a write.
-  [[nodiscard]] Outcome play(const Scenario& scenario, Choices& choices,
-                             Defect defect = Defect::kNone);
+  [[nodiscard]] Result play(const Scenario& scenario, Choices& choices,
+                            Defect defect = Defect::kNone);
 
  private:
   void reset() const;
@@ -49,7 +49,7 @@ struct Search {
   std::size_t longest = 0;  // steps
   bool complete = false;
   std::string at;  // the order that was the last one
-  std::optional<Outcome> found;
+  std::optional<Result> found;
 };
 
 /// Plays the scenario in all orders with up to `deviations` deviations, beginning at the order
@@ -61,6 +61,6 @@ struct Search {
 
 /// What came of an order, for people.
 [[nodiscard]] std::string account_of(const Scenario& scenario, const std::string& order,
-                                     const Outcome& outcome);
+                                     const Result& outcome);
 
 }  // namespace tarnwick::interleavings

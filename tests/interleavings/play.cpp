@@ -99,7 +99,7 @@ int play_once(std::string_view name, std::string_view order) {
   for (const Scenario& scenario : played_scenarios()) {
     if (scenario.name != name) continue;
     Choices choices(kMostDeviations, order);
-    const Outcome outcome = Playground().play(scenario, choices);
+    const Result outcome = Playground().play(scenario, choices);
     std::fputs(account_of(scenario, std::string(order), outcome).c_str(), stdout);
     return outcome.broken ? 1 : 0;
   }
