@@ -279,10 +279,9 @@ class Actor final {
       case Kind::kDelete:
         return execute({u"Delete From DW_SEC_COMP Where CompID = ", row_number(command.row)});
       case Kind::kInsert:
-        return execute(
-            {u"Insert Into DW_SEC_COMP (CompID, CompName, ForceDisplay, "
-             u"MaintType) Values (",
-             row_number(command.row), u", '", from_utf8(tag), u"', 0, 2)"});
+        return execute({u"Insert Into DW_SEC_COMP (CompID, CompName, ForceDisplay, MaintType)",
+                        u" Values (", row_number(command.row), u", '", from_utf8(tag),
+                        u"', 0, 2)"});
       case Kind::kRead:
         return {Outcome::kDone, values_in(sqlite::read(*session_, query_of(command.row)))};
       case Kind::kReadBoth:

@@ -456,6 +456,10 @@ Search search(Playground& playground, const Scenario& scenario, std::size_t devi
     Result outcome = playground.play(scenario, choices, defect);
     ++search.orders;
     search.longest = std::max(search.longest, outcome.steps);
+    if (choices.diverged() && search.orders == 1 && !from.empty()) {
+      // An order of an earlier state of the program, which takes other steps.
+      return interleavings::search(playground, scenario, deviations, defect, {}, may_go_on);
+    }
     if (!outcome.broken && choices.diverged()) outcome.broken = "the same order went another way";
     if (outcome.broken) {
       search.at = choices.text();

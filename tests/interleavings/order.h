@@ -53,7 +53,8 @@ struct Search {
 };
 
 /// Plays the scenario in all orders with up to `deviations` deviations, beginning at the order
-/// `from`, until a promise is broken or `may_go_on` says no.
+/// `from`, until a promise is broken or `may_go_on` says no. Where there is no such order (any
+/// more), from the first one.
 [[nodiscard]] Search search(Playground& playground, const Scenario& scenario,
                             std::size_t deviations, Defect defect = Defect::kNone,
                             const std::string& from = {},

@@ -39,21 +39,21 @@ struct Place {
 
 Place read_place(const char* file, const std::vector<Scenario>& scenarios) {
   Place place;
-  std::string name;
   std::string line;
   std::ifstream stream(file);
   if (!std::getline(stream, line)) return place;
   const auto first = line.find(' ');
   const auto second = line.find(' ', first + 1);
   if (second == std::string::npos) return place;
-  name = line.substr(first + 1, second - first - 1);
+  const std::string name = line.substr(first + 1, second - first - 1);
   const auto found = std::find_if(scenarios.begin(), scenarios.end(),
                                   [&](const Scenario& each) { return each.name == name; });
   if (found == scenarios.end()) return place;
   place.deviations =
       std::clamp<std::size_t>(std::strtoul(line.c_str(), nullptr, 10), 1, kMostDeviations);
   place.scenario = static_cast<std::size_t>(found - scenarios.begin());
-  place.order = line.substr(second + 1);
+  const std::string order = line.substr(second + 1);
+  if (order.find_first_not_of("0123456789:,") == std::string::npos) place.order = order;
   return place;
 }
 
