@@ -52,7 +52,8 @@ class Scanner {
       item.name.push_back(unit);
     }
     item.name = trim(item.name);
-    return !item.name.empty() || fail(u"has no name");
+    if (item.name.empty()) return fail(u"has no name");
+    return true;
   }
 
   bool scan_value(ScannedItem& item) {

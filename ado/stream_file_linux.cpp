@@ -76,6 +76,7 @@ std::optional<Replaced> require_replaceable(const fs::path& file) {
     throw last_error(kFailure, file);
   }
   if (::fstat(present.descriptor.get(), &present.status) != 0) throw last_error(kFailure, file);
+  // Untaken: somebody would have to put something else there between the two calls.
   if (!S_ISREG(present.status.st_mode)) throw file_error(kFailure, file, kNotRegular);
   return present;
 }

@@ -94,7 +94,8 @@ void RegisteredPC::set_comp_id(std::int16_t value) {
 
 Text RegisteredPC::key() const { return joined_key(mac_number(), computer_id(), comp_id()); }
 
-bool RegisteredPC::initialized() const { return key().size() >= 3 && state_.connection != nullptr; }
+// Its key, with two separators and a number, is never too short to count.
+bool RegisteredPC::initialized() const { return state_.connection != nullptr; }
 
 bool RegisteredPC::refresh() {
   return guarded(state_, {u"RegisteredPC", u"Refresh"}, false, [&](bool& result) {
@@ -153,7 +154,7 @@ UpdateErrorEnum RegisteredPC::write(TextView procedure, Existing existing) {
                .write_columns = [&](ado::Recordset& row) { write_columns(row); },
                .existing = existing},
               result);
-    if (!equals_ignoring_case(current_key, old_key) && old_key.size() > 2) {
+    if (!equals_ignoring_case(current_key, old_key)) {
       // The PC moved to another key: its row was written there, the old one goes.
       execute_delete(
           state_,

@@ -122,7 +122,7 @@ class LoadedRows {
     using Kind = ado::Cell::Kind;
     const bool of_bytes = property.form == Form::kRowVersion || property.form == Form::kOwn;
     if (of_bytes) return kind == Kind::kBytes || kind == Kind::kNull;
-    if (property.form != Form::kPlain) return false;
+    if (property.form != Form::kPlain) return false;  // Untaken: neither class has another form.
     if (kind == Kind::kNull) return !property.reading.nulls.refused;
     return Plain<typename Property<kGet, kSet>::Value>::is(kind);
   }

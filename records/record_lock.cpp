@@ -9,15 +9,14 @@ RecordLock::~RecordLock() {
 }
 
 bool RecordLock::locked() const {
-  return locked_ && recordset_ != nullptr && recordset_->state() == ado::ObjectState::kOpen;
+  return locked_ && recordset_->state() == ado::ObjectState::kOpen;
 }
 
 bool RecordLock::holds_row() const { return locked() && transaction_is_mine(); }
 
 bool RecordLock::transaction_is_mine() const {
   if (recordset_ == nullptr || transaction_ == 0) return false;
-  const auto& connection = recordset_->active_connection();
-  return connection != nullptr && connection->transaction() == transaction_;
+  return recordset_->active_connection()->transaction() == transaction_;
 }
 
 RecordLock::Fetch::Fetch(RecordLock& lock, TextView key, TableSelector table) : lock_(lock) {
@@ -37,9 +36,9 @@ RecordLock::Fetch::~Fetch() {
 }
 
 bool RecordLock::release() {
-  const bool mine = transaction_is_mine();
   locked_ = false;
-  return !mine || update_release(*recordset_);
+  if (!transaction_is_mine()) return true;
+  return update_release(*recordset_);
 }
 
 void RecordLock::finish() {

@@ -59,8 +59,8 @@ class RecordLock {
 
   SharedState& state_;
   std::shared_ptr<ado::Recordset> recordset_;
-  std::uint64_t transaction_ = 0;  // of the recordset's connection
-  bool locked_ = false;
+  std::uint64_t transaction_ = 0;  // of the recordset's connection; 0 without one
+  bool locked_ = false;            // only with a recordset
 };
 
 /// LockRecord of every record class: True at once when locked; otherwise fetches the row and runs

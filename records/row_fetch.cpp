@@ -68,7 +68,8 @@ bool is_open(const ado::Recordset& recordset) {
   return recordset.state() == ado::ObjectState::kOpen;
 }
 
-bool shows_row(const ado::Recordset& recordset) { return !recordset.bof() && !recordset.eof(); }
+// Of a recordset that was just opened.
+bool shows_row(const ado::Recordset& recordset) { return !recordset.eof(); }
 
 // One maintenance of one row, from the first attempt to the stamp.
 class RowFetch {

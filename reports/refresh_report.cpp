@@ -65,8 +65,9 @@ CatalogLoading::CatalogLoading(SharedState& state, ado::Recordset& rows)
   state.reports->reserve(static_cast<std::size_t>(rows.record_count()));
 }
 
+// report_list() names all columns that a report is read from, so that there are always packed rows.
 bool CatalogLoading::stays_packed() const {
-  if (packed_ == nullptr || !packed_->is_plain(rows_.cells())) return false;
+  if (!packed_->is_plain(rows_.cells())) return false;
   const ado::Cell& ttx = packed_->cell<"TTX">(rows_.cells());
   return ttx.is_null() || conversions_.has_room_for(ttx.size);
 }

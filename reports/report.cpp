@@ -149,7 +149,7 @@ UpdateErrorEnum Report::write(TextView procedure, TextView full_report_name, Exi
                .write_columns = [&](ado::Recordset& row) { write_columns(row, full_report_name); },
                .existing = existing},
               result);
-    if (!equals_ignoring_case(own.name, own.initial_name) && !own.initial_name.empty()) {
+    if (!equals_ignoring_case(own.name, own.initial_name)) {
       // The report was renamed: its row was written under the new name, the old one goes. The table
       // goes by both names.
       execute_delete(state_,

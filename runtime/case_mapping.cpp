@@ -43,13 +43,13 @@ std::size_t map_one(TextView text, std::size_t i, char16_t* out) {
                     text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
   if (!pair) {
     const char32_t mapped = kMap(unit);
-    out[i] = mapped < 0x10000 ? static_cast<char16_t>(mapped) : unit;
+    out[i] = mapped < 0x10000 ? static_cast<char16_t>(mapped) : unit;  // Untaken: see above.
     return i + 1;
   }
   const char32_t c = 0x10000 + ((static_cast<char32_t>(unit) - 0xD800) << 10) +
                      (static_cast<char32_t>(text[i + 1]) - 0xDC00);
   const char32_t mapped = kMap(c);
-  const char32_t kept = mapped < 0x10000 ? c : mapped;
+  const char32_t kept = mapped < 0x10000 ? c : mapped;  // Untaken: see above.
   out[i] = static_cast<char16_t>(0xD7C0 + (kept >> 10));
   out[i + 1] = static_cast<char16_t>(0xDC00 | (kept & 0x3FF));
   return i + 2;

@@ -51,6 +51,7 @@ std::optional<double> read_number(TextView text) {
   const std::string_view mantissa = std::string_view(digits).substr(0, digits.find('e'));
   const std::size_t first = mantissa.find_first_of("123456789");
   if (first == std::string_view::npos) return 0.0;
+  // Untaken: this library's from_chars tells of every number that is too large.
   if (read.ec == std::errc::result_out_of_range || std::isinf(number)) {
     const bool too_large = magnitude_of(digits, mantissa, first) > 0;
     number = too_large ? std::numeric_limits<double>::infinity() : 0.0;

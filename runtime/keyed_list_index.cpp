@@ -111,9 +111,12 @@ void KeyedListIndex::reserve(std::size_t slots) {
 
 void KeyedListIndex::add(TextView key) {
   const std::size_t slot = entries_.size();
-  const bool too_many =
-      slot >= kMostSlots || key.size() > std::numeric_limits<std::uint32_t>::max();
-  if (too_many) throw Error(ErrorNumber::kOutOfMemory);
+  // Untaken: no test has the memory for it.
+  if (slot >= kMostSlots) throw Error(ErrorNumber::kOutOfMemory);
+  // Untaken: no test has the memory for it.
+  if (key.size() > std::numeric_limits<std::uint32_t>::max()) {
+    throw Error(ErrorNumber::kOutOfMemory);
+  }
   // The slots count, not the live ones: a slot's number has to fit into the bits of a place.
   if (table_.empty() || crowded(slot + 1, table_.size())) {
     resize_table(std::max(kFirstTableSize, table_.size() * 2));
@@ -235,9 +238,9 @@ std::uint64_t KeyedListIndex::serial_of(std::size_t slot) const {
   return serials_.empty() ? first_serial_ + slot : serials_[slot];
 }
 
-/// The first slot whose serial is not before `serial`.
+/// The first slot whose serial is not before `serial`, which is from before the slots were counted
+/// anew: without serials all of them came later.
 std::size_t KeyedListIndex::slot_of_serial(std::uint64_t serial) const {
-  if (serials_.empty()) return serial <= first_serial_ ? 0 : serial - first_serial_;
   const auto first = std::ranges::lower_bound(serials_, serial);
   return static_cast<std::size_t>(first - serials_.begin());
 }

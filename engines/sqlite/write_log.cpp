@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "engines/sqlite/embedded_schema.h"
 #include "engines/sqlite/payload.h"
 #include "engines/sqlite/shadow.h"
 
@@ -25,6 +26,18 @@ class FileTransaction final {
 };
 
 constexpr const char* kBumpVersion = "UPDATE dbo.DW_ROW_VERSION SET Counter = Counter + 1";
+
+/// Gives what nobody has committed versions that no commit ever gives out. A version that was seen
+/// in a transaction and rolled back with it would come once more, for another content of the row,
+/// and an object that saw it would take that for its own.
+void set_versions_apart(Database& shadow) {
+  const StoredValue name[] = {std::string(kVersionTable)};
+  Execution tables(shadow, shadow.statement("SELECT 1 FROM dbo.sqlite_master WHERE name = ?"),
+                   name);
+  if (!tables.next()) return;
+  Execution(shadow, shadow.statement("UPDATE dbo.DW_ROW_VERSION SET Counter = Counter | (1 << 55)"))
+      .next();
+}
 
 // The trigger that bumps the row's version would read a whole payload and write it again.
 bool bumps_version(const RowUpdate& update) {
@@ -229,6 +242,7 @@ void WriteLog::read(const std::function<void(Database&)>& body) {
   while_blocked(locks, [&] {
     Shadow shadow(database_);
     catalog_.refresh(shadow.database());
+    set_versions_apart(shadow.database());
     RowLocker locker(shadow.database(), catalog_, locks_, locks);
     if (apply_log(shadow.database(), locker)) body(shadow.database());
     return locker.blocking_byte();

@@ -33,6 +33,7 @@ TEST_P(AnyCursorTest, WhatWasWrittenReadsBackAsWritten) {
   open(recordset, LockType::kOptimistic);
   recordset.field(u"Title").set_value(std::int16_t{5});
   EXPECT_EQ(value(recordset, u"Title"), Variant(std::int16_t{5}));
+  EXPECT_FALSE(recordset.field(u"Title").is_null());
   recordset.update();
   EXPECT_EQ(value(recordset, u"Title"), Variant(std::int16_t{5}));
   recordset.field(u"Title").set_value(Date{2.5});

@@ -210,6 +210,20 @@ TEST(RowBufferTest, AClearedBufferIsFilledAnew) {
   }
 }
 
+TEST(RowBufferTest, ABufferOfLongTextsThatWasClearedIsFilledAnew) {
+  RowBuffer buffer(1);
+  for (const std::size_t size : {5u, 200'000u, 3u, 2'000'000u, 2'000'000u, 1u}) {
+    const std::string text(size, 'x');
+    for (int row = 0; row < 3; ++row) {
+      buffer.add_utf8(text);
+      buffer.end_row();
+    }
+    EXPECT_TRUE(row_of(buffer, 2)[0] == Variant(from_utf8(text))) << size;
+    buffer.clear();
+    EXPECT_EQ(buffer.rows(), 0u);
+  }
+}
+
 TEST(RowBufferTest, MalformedUtf8ReadsWithReplacementCharacters) {
   RowBuffer buffer(1);
   buffer.add_utf8("a\xFFz");

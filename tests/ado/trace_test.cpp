@@ -32,7 +32,9 @@ TEST(TraceTest, NoPartOfThePasswordShowsHoweverMalformedTheStatementIs) {
         TextView(u"EXEC sp_setapprole 'r'',''secret',x'"),
         TextView(u"EXEC sp_setapprole 'role' 'secret'"), TextView(u"EXEC sp_setapprole secret"),
         TextView(u"EXEC sp_setapprole @rolename='role', @password='secret'"),
-        TextView(u"EXEC sp_setapprole 'secret"), TextView(u"EXEC sp_setapprole N'role',N'secret'"),
+        TextView(u"EXEC sp_setapprole 'secret"), TextView(u"EXEC sp_setapprole"),
+        TextView(u"EXEC sp_setapprole  "), TextView(u"EXEC sp_setapprole 'role' "),
+        TextView(u"EXEC sp_setapprole N'role',N'secret'"),
         TextView(u"EXEC sp_setapprole\r\n'role','secret'")}) {
     EXPECT_EQ(blanked(statement), "EXEC sp_setapprole '***'") << to_utf8(statement);
   }

@@ -34,6 +34,21 @@ TEST(KeptSequences, ADeletionThatFoundNothingTouchesNoRowThatComesLater) {
   });
 }
 
+TEST(KeptSequences, AVersionOfARolledBackTransactionIsNoLaterOnes) {
+  expect_the_same({
+      {Op::kNewServer, 1, 0, 0, 0, 0},
+      {Op::kConnect, 1, 0, 0, 0, 0},
+      {Op::kAdd, 1, 1, 0, 2, 0},
+      {Op::kInsert, 1, 1, 0, 0, 0},
+      {Op::kLock, 1, 1, 0, 0, 0},
+      {Op::kItemByKey, 1, 0, 0, 2, 0},
+      {Op::kLook, 1, 0, 0, 0, 0},
+      {Op::kDelete, 1, 0, 0, 0, 0},
+      {Op::kUpdate, 1, 0, 0, 0, 0},
+      {Op::kUpdate, 1, 0, 0, 0, 0},
+  });
+}
+
 constexpr std::uint32_t kSequences = 40;
 constexpr std::size_t kLength = 60;
 

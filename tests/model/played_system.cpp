@@ -7,6 +7,7 @@
 #include <map>
 
 #include "runtime/text.h"
+#include "tests/model/outside.h"
 
 namespace tarnwick::model {
 namespace {
@@ -22,10 +23,9 @@ constexpr std::array<ClassId, kKinds> kRecordClasses{ClassId::kComponent, ClassI
 constexpr std::array<ClassId, kKinds> kCollectionClasses{
     ClassId::kComponents, ClassId::kRegisteredPCs, ClassId::kReports};
 
-Kind kind_of(const Object& record) {
-  return static_cast<Kind>(
-      std::find(kRecordClasses.begin(), kRecordClasses.end(), record.class_id) -
-      kRecordClasses.begin());
+Kind kind_of(ClassId record_class) {
+  return static_cast<Kind>(std::find(kRecordClasses.begin(), kRecordClasses.end(), record_class) -
+                           kRecordClasses.begin());
 }
 
 std::string printed_date(Date date) {
@@ -76,16 +76,27 @@ std::string printed_call(Transport& transport, const Object& object, std::string
   return printed_value(call(transport, object, name, arguments));
 }
 
+void describe(const std::string& name, const client::Row& row, Sight& sight) {
+  for (const Property& property : properties_of(kind_of(row.record_class()))) {
+    const auto* attribute = client::find_attribute(row.record_class(), property.name);
+    if (attribute == nullptr) throw std::logic_error("no attribute");
+    sight.emplace_back(name + property.name, printed_value(row[*attribute]));
+  }
+}
+
 void describe(Transport& transport, const std::string& name, const Object& record, Sight& sight) {
   for (const char* member : {"Key", "Changed", "Locked", "Initialized"}) {
     sight.emplace_back(name + member, printed_call(transport, record, member));
   }
-  const client::Row row = transport.read(record);
-  for (const Property& property : properties_of(kind_of(record))) {
-    const auto* attribute = client::find_attribute(record.class_id, property.name);
-    if (attribute == nullptr) throw std::logic_error("no attribute");
-    sight.emplace_back(name + property.name, printed_value(row[*attribute]));
+  describe(name, transport.read(record), sight);
+}
+
+Sight described(const std::vector<client::Row>& rows) {
+  Sight sight = told(std::to_string(rows.size()));
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    describe(std::to_string(i + 1) + ".", rows[i], sight);
   }
+  return sight;
 }
 
 Sight described(Transport& transport, const std::vector<Object>& records) {
@@ -182,42 +193,6 @@ std::string key_text(Kind kind, int number) {
   const std::int16_t id = chosen(kComponentIds, number);
   return id < 0 ? "" : "c" + std::to_string(id);
 }
-
-std::string condition(Kind kind, int number) {
-  if (kind == kComponents) {
-    return " WHERE CompID = " + std::to_string(chosen(kComponentIds, number));
-  }
-  if (kind == kReports) {
-    return std::string(" WHERE ReportName = '") + chosen(kReportNames, number) + "'";
-  }
-  const PcName& name = chosen(kPcNames, number);
-  return std::string(" WHERE MACNbr = '") + name.mac + "' AND ComputerID = '" + name.computer +
-         "' AND CompID = " + std::to_string(name.component);
-}
-
-std::string insertion(Kind kind, int number) {
-  if (kind == kComponents) {
-    return "INSERT OR IGNORE INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType, MetaID) VALUES (" +
-           std::to_string(chosen(kComponentIds, number)) + ", 0, 2, 'abc')";
-  }
-  if (kind == kReports) {
-    return std::string(
-               "INSERT OR IGNORE INTO DW_Reports (ReportName, TTX_Binary, Report_Binary) "
-               "VALUES ('") +
-           chosen(kReportNames, number) + "', X'78E9', X'66696C65')";
-  }
-  const PcName& name = chosen(kPcNames, number);
-  return std::string(
-             "INSERT OR IGNORE INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, "
-             "ActiveStatus, ImageIndex) VALUES ('") +
-         name.mac + "', '" + name.computer + "', " + std::to_string(name.component) + ", 5, 1, 10)";
-}
-
-constexpr std::array<const char*, kKinds> kTables{"DW_SEC_COMP", "DW_SEC_PC", "DW_Reports"};
-constexpr std::array<const char*, kKinds> kOrders{
-    "CompID", "MACNbr COLLATE NOCASE, ComputerID COLLATE NOCASE, CompID",
-    "ReportName COLLATE NOCASE"};
-constexpr std::array<const char*, kKinds> kMore{"SoftLock", nullptr, "Report_Binary"};
 
 }  // namespace
 
@@ -324,6 +299,22 @@ Sight PlayedSystem::of_collection(Side& side, const Step& step) {
     case Op::kList:
       return described(transport,
                        transport.call_for_all(collection, member_of(collection, "NewEnum"), {}));
+    case Op::kRows:
+      return described(transport.rows(collection));
+    case Op::kFindPcs: {
+      std::string found;
+      for (const PcKey& key : transport.find_pcs(text_of(name_to_find(step)))) {
+        found += pc_key(to_utf8(key.mac_number), to_utf8(key.computer_id), key.comp_id) + "; ";
+      }
+      return told(std::move(found));
+    }
+    case Op::kReportFiles: {
+      std::string found;
+      for (const StoredReportFile& file : transport.stored_report_files()) {
+        found += to_utf8(file.report) + " " + std::to_string(file.length) + "; ";
+      }
+      return told(std::move(found));
+    }
     case Op::kExists:
       return told(
           printed_call(transport, collection, "Exists", {text_of(key_text(kind, step.key))}));
@@ -352,7 +343,7 @@ Sight PlayedSystem::of_record(Side& side, const Step& step) {
   }
   const Object record = place;
   if (!record) return {};
-  const Kind kind = kind_of(record);
+  const Kind kind = kind_of(record.class_id);
   const Text file = text_of(path_of(chosen(kFiles, step.key).name));
   switch (step.op) {
     case Op::kDropRecord:
@@ -372,6 +363,14 @@ Sight PlayedSystem::of_record(Side& side, const Step& step) {
     case Op::kUpdate:
       return told(printed_call(transport, record, "Update",
                                kind == kReports ? std::vector<Value>{file} : std::vector<Value>{}));
+    case Op::kInsert:
+      return told(std::to_string(transport.insert(record, kind == kReports ? file : Text())));
+    case Op::kLook: {
+      const Look look = transport.look(record);
+      return {{"outcome", std::to_string(static_cast<int>(look.outcome))},
+              {"held", look.held ? "True" : "False"},
+              {"held.SoftLock", to_utf8(look.stamp)}};
+    }
     case Op::kDelete:
       return told(printed_call(transport, record, "Delete"));
     case Op::kRefreshRecord:
@@ -401,29 +400,6 @@ Sight PlayedSystem::of_record(Side& side, const Step& step) {
   return {};
 }
 
-void PlayedSystem::from_outside(const Step& step) {
-  const auto kind = static_cast<Kind>(step.kind % kKinds);
-  const std::string update = std::string("UPDATE ") + kTables[kind] + " SET ";
-  switch (step.op) {
-    case Op::kInsertRow:
-      outside_.run(insertion(kind, step.key));
-      break;
-    case Op::kDeleteRow:
-      outside_.run(std::string("DELETE FROM ") + kTables[kind] + condition(kind, step.key));
-      break;
-    case Op::kTouchRow:
-      outside_.run(update + "SoftLock = SoftLock" + condition(kind, step.key));
-      break;
-    case Op::kSpoilRow: {
-      const Spoiling& spoiling = chosen(kSpoilings[kind], step.value);
-      outside_.run(update + spoiling.column + " = " + spoiling.sql + condition(kind, step.key));
-      break;
-    }
-    default:
-      sides_[static_cast<std::size_t>(step.process % kProcesses)].process->refuse_next_commit();
-  }
-}
-
 Sight PlayedSystem::play(const Step& step, const std::vector<Answer>& answers) {
   Side& side = sides_[static_cast<std::size_t>(step.process % kProcesses)];
   for (Side& each : sides_) each.process->box.asked = 0;
@@ -433,8 +409,12 @@ Sight PlayedSystem::play(const Step& step, const std::vector<Answer>& answers) {
 
 Sight PlayedSystem::carry_out(Side& side, const Step& step) {
   try {
+    if (step.op == Op::kRefuseCommit) {
+      side.process->refuse_next_commit();
+      return {};
+    }
     if (step.op >= Op::kInsertRow) {
-      from_outside(step);
+      write_from_outside(outside_, step);
       return {};
     }
     if (step.op <= Op::kAskServer) return of_server(side, step);
@@ -478,24 +458,7 @@ Sight PlayedSystem::look() {
       describe(transport, name + "place " + std::to_string(place) + " ", side.places[place], sight);
     }
   }
-  for (const Kind kind : {kComponents, kPcs, kReports}) {
-    std::vector<std::string> columns;
-    std::string sql = "SELECT ";
-    for (const Property& property : properties_of(kind)) columns.emplace_back(property.column);
-    if (kMore[kind] != nullptr) columns.emplace_back(kMore[kind]);
-    for (const std::string& column : columns) {
-      sql += (sql.size() > 7 ? ", " : "") +
-             ("CASE typeof(" + column + ") WHEN 'real' THEN printf('%.6f', ") + column + ") ELSE " +
-             column + " END";
-    }
-    int count = 0;
-    for (const auto& row :
-         outside_.run(sql + " FROM " + kTables[kind] + " ORDER BY " + kOrders[kind])) {
-      const std::string name = std::string(kTables[kind]) + " " + std::to_string(++count) + " ";
-      for (std::size_t i = 0; i < columns.size(); ++i)
-        sight.emplace_back(name + columns[i], row[i]);
-    }
-  }
+  add_stored_rows(outside_, sight);
   std::map<std::string, std::string> files;
   for (const auto& entry : std::filesystem::directory_iterator(payloads_.path())) {
     std::ifstream stream(entry.path(), std::ios::binary);

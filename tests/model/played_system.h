@@ -34,6 +34,8 @@ class PlayedProcess {
   virtual void refuse_next_commit() {}
   /// Whether it stamps rows with the time and the computer's name as they are.
   [[nodiscard]] virtual bool has_own_time() const { return false; }
+  /// Whether it takes back the row of a record that its client gives up.
+  [[nodiscard]] virtual bool ends_locks_of_dropped() const { return false; }
   AnsweringBox box;
 };
 
@@ -55,6 +57,9 @@ class PlayedSystem {
   [[nodiscard]] bool can(const Step& step) const {
     return step.op != Op::kRefuseCommit || sides_.front().process->refuses_commits();
   }
+  [[nodiscard]] bool ends_locks_of_dropped() const {
+    return sides_.front().process->ends_locks_of_dropped();
+  }
 
  private:
   // What a process's clients hold.
@@ -68,7 +73,6 @@ class PlayedSystem {
   Sight of_server(Side& side, const Step& step);
   Sight of_collection(Side& side, const Step& step);
   Sight of_record(Side& side, const Step& step);
-  void from_outside(const Step& step);
 
   /// With stamps and dates of the present as the vocabulary has them.
   [[nodiscard]] Sight settled(Sight sight) const;

@@ -139,8 +139,8 @@ bool make_smaller(Steps& steps, MakeProcess make) {
 }  // namespace
 
 std::optional<Difference> play(const Steps& steps, MakeProcess make) {
-  ReferenceModel model;
   PlayedSystem system(make);
+  ReferenceModel model(system.ends_locks_of_dropped());
   Versions versions;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     if (!system.can(steps[i])) continue;

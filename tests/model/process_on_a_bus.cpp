@@ -9,6 +9,7 @@ class ProcessOnABus final : public PlayedProcess {
  public:
   client::Transport& transport() override { return *transport_; }
   [[nodiscard]] bool has_own_time() const override { return true; }
+  [[nodiscard]] bool ends_locks_of_dropped() const override { return true; }
 
  private:
   test_support::PrivateService service_;

@@ -21,8 +21,6 @@ std::string sortable(std::int64_t number) {
   return digits;
 }
 
-[[noreturn]] void fail(std::int32_t number, const char* text) { throw Failure{number, text}; }
-
 std::int64_t whole(const Datum& value, std::int64_t low, std::int64_t high) {
   if (std::holds_alternative<std::monostate>(value)) fail(94, "Invalid use of Null");
   const auto* number = std::get_if<std::int64_t>(&value);
@@ -146,6 +144,20 @@ std::string lower(std::string text) {
   return text;
 }
 
+std::string folded(const std::string& text) {
+  std::string result = lower(text);
+  const std::string capital = "Ü";
+  for (auto at = result.find(capital); at != std::string::npos; at = result.find(capital)) {
+    result.replace(at, capital.size(), "ü");
+  }
+  return result;
+}
+
+std::string name_to_find(const Step& step) {
+  const PcName& name = chosen(kPcNames, step.key);
+  return step.value % 2 == 0 ? name.mac : name.computer;
+}
+
 std::string printed(const Datum& value) {
   if (const auto* truth = std::get_if<bool>(&value)) return *truth ? "True" : "False";
   if (const auto* number = std::get_if<std::int64_t>(&value)) return std::to_string(*number);
@@ -166,7 +178,8 @@ RowName row_of_component(std::int64_t id) { return {kComponents, sortable(id)}; 
 RowName row_of_pc(const std::string& mac, const std::string& computer, std::int64_t id) {
   return {kPcs, lower(mac) + '\x01' + lower(computer) + '\x01' + sortable(id)};
 }
-RowName row_of_report(const std::string& name) { return {kReports, lower(name)}; }
+// A look-up by the whole key finds the row in any spelling, and its lock is that of all of them.
+RowName row_of_report(const std::string& name) { return {kReports, folded(name)}; }
 
 std::string to_latin1(const std::string& utf8) {
   std::string bytes;
@@ -225,7 +238,7 @@ Store& Process::require_store(Kind kind) const {
 
 RecordPtr Store::find(const std::string& key) const {
   for (const auto& [name, record] : entries) {
-    if (lower(name) == lower(key)) return record;
+    if (folded(name) == folded(key)) return record;
   }
   return nullptr;
 }
@@ -239,11 +252,13 @@ void Store::add(const std::string& key, RecordPtr record) {
 
 void Store::remove(const std::string& key) {
   const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) {
-    return lower(entry.first) == lower(key);
+    return folded(entry.first) == folded(key);
   });
   if (found == entries.end()) fail(5, "Invalid procedure call or argument");
   entries.erase(found);
 }
+
+void fail(std::int32_t number, const char* text) { throw Failure{number, text}; }
 
 void raise(Process& process, const std::string& message) {
   process.message = message;
@@ -263,8 +278,6 @@ void guarded(Process& process, const char* component, const char* procedure,
   }
 }
 
-namespace {
-
 void require_open_for_reading(const Process& process) {
   if (!process.connected()) {
     fail(3709,
@@ -272,8 +285,6 @@ void require_open_for_reading(const Process& process) {
          "in this context.");
   }
 }
-
-}  // namespace
 
 bool is_as_fetched(const Database& database, const Transaction& transaction) {
   if (!transaction.stamped) return true;
@@ -311,6 +322,28 @@ std::optional<std::vector<StoredRow>> read_table(Process& process, Kind kind) {
     rows = std::move(read);
   });
   return rows;
+}
+
+std::vector<StoredRow> rows_as_they_stand(Process& process, Kind kind, const std::string& name) {
+  require_open_for_reading(process);
+  require_no_quote(name);
+  require_own_row(process.world.database, *process.connection);
+  std::vector<StoredRow> rows;
+  const auto& transaction = process.connection->transaction;
+  for (const auto& [key, row] : process.world.database.tables[kind]) {
+    const RowName its_name{kind, key};
+    if (transaction && transaction->deleted.contains(its_name)) continue;
+    rows.push_back(row);
+    if (transaction && transaction->stamped == its_name) {
+      rows.back().columns["SoftLock"] = std::string(kStamp);
+      rows.back().version = transaction->unsettled_version;
+    }
+  }
+  return rows;
+}
+
+void require_no_quote(const std::string& name) {
+  if (name.find('\'') != std::string::npos) throw Failure{-2147217900, std::string(1, kAnyText)};
 }
 
 void read_with_syntax_error(Process& process) {

@@ -1,11 +1,11 @@
 #include "tests/model/reference_model.h"
 
+#include <algorithm>
+
 namespace tarnwick::model {
 namespace {
 
 using Type = Property::Type;
-
-constexpr std::array<const char*, kKinds> kCollections{"Components", "RegisteredPCs", "Reports"};
 
 Sight told(std::string result) { return {{"result", std::move(result)}}; }
 Sight told(bool result) { return told(std::string(result ? "True" : "False")); }
@@ -110,102 +110,6 @@ RowName row_named(Kind kind, int number) {
   return row_of_pc(name.mac, name.computer, name.component);
 }
 
-RecordPtr component_to_add(Process& process, const Step& step) {
-  const std::int16_t id = chosen(kComponentIds, step.key);
-  if (id < 0) {
-    raise(process, "No ComponentID provided, unable to add component to collection!");
-  }
-  auto record = std::make_shared<Record>(process, kComponents);
-  const std::string text = chosen(kTexts, step.value);
-  const std::int64_t number = chosen(kSmallNumbers, step.value);
-  record->set("CompID", std::int64_t{id});
-  for (const char* name : {"ParentID", "Priority", "ImageIndex"}) record->set(name, number);
-  for (const char* name : {"Name", "ServerName", "SecurityGroup", "AuthorizedRole"}) {
-    record->set(name, text);
-  }
-  record->set("ForceDisplay", step.value % 2 == 1);
-  record->set("MaintenanceType", std::int64_t{2});
-  record->set("ReportCode", std::int64_t{step.value % 4});
-  record->set("MetaID", std::string(chosen(kMetaIds, step.value)));
-  return record;
-}
-
-RecordPtr pc_to_add(Process& process, const Step& step) {
-  auto record = std::make_shared<Record>(process, kPcs);
-  const PcName& name = chosen(kPcNames, step.key);
-  const std::string text = chosen(kTexts, step.value);
-  const std::int64_t number = chosen(kSmallNumbers, step.value);
-  record->set("MACNumber", std::string(name.mac));
-  record->set("CompID", std::int64_t{name.component});
-  record->set("ComputerID", std::string(name.computer));
-  record->set("Active", step.value % 2 == 1);
-  if (number >= 0) record->set("ImageIndex", number);
-  record->set("TotalLogins", number);
-  for (const char* property : {"LastUser", "ActivatedBy", "DeActivatedBy", "SoftwareVersion"}) {
-    record->set(property, text);
-  }
-  for (const char* property : {"LastLogin", "ActivateDate", "DeActivatedDate"}) {
-    record->set(property, chosen(kDates, step.value));
-  }
-  return record;
-}
-
-RecordPtr report_to_add(Process& process, const Step& step) {
-  const std::string name = chosen(kReportNames, step.key);
-  if (name.empty()) {
-    raise(process, "No report name provided, unable to add report to collection!");
-  }
-  auto record = std::make_shared<Record>(process, kReports);
-  const std::string text = chosen(kTexts, step.value);
-  record->set("ImageIndex", std::int64_t{chosen(kSmallNumbers, step.value)});
-  record->set("MaintenanceType", std::int64_t{4});
-  record->set("ReportType", std::int64_t{step.value % 2});
-  record->set("Name", name);
-  for (const char* property :
-       {"Title", "Author", "Version", "ReportGroupID", "SQL", "Description", "Definition"}) {
-    record->set(property, text);
-  }
-  record->set("Created", chosen(kDates, step.value));
-  record->set("TTX", std::string(chosen(kTtxTexts, step.value)));
-  return record;
-}
-
-// Nothing where it was refused.
-RecordPtr add(Process& process, Kind kind, const Step& step) {
-  RecordPtr added;
-  guarded(process, kCollections[kind], "Add", [&] {
-    RecordPtr record = kind == kComponents ? component_to_add(process, step)
-                       : kind == kPcs      ? pc_to_add(process, step)
-                                           : report_to_add(process, step);
-    process.require_store(kind).add(record->key(), record);
-    added = std::move(record);
-  });
-  return added;
-}
-
-bool add_object(Process& process, const RecordPtr& record) {
-  bool result = false;
-  static constexpr std::array<const char*, kKinds> kProcedures{"AddCompObject", "AddPCObject",
-                                                               "AddReportObject"};
-  const Kind kind = record->kind;
-  guarded(process, kCollections[kind], kProcedures[kind], [&] {
-    const std::string key = record->key();
-    if (process.stores[kind] != nullptr && process.stores[kind]->find(key) != nullptr) {
-      process.message =
-          kind == kComponents
-              ? "Component '" + std::to_string(record->number("CompID")) +
-                    "' is already on file. Unable to add to the components collection!"
-          : kind == kPcs
-              ? "PC '" + key + "' is already on file. Unable to add to the PC collection!"
-              : "Report '" + key + "' is already on file. Unable to add to the reports collection!";
-      return;
-    }
-    process.require_store(kind).add(key, record);
-    result = true;
-  });
-  return result;
-}
-
 Sight item(Process& process, Kind kind, RecordPtr& place, const std::string* key, int position) {
   int error = 0;
   RecordPtr found;
@@ -249,6 +153,46 @@ void let(Record& record, const Step& step) {
   }
 }
 
+// A call beside the object model: its failure is the caller's, and no account is given.
+Sight answered(const std::function<std::string()>& answer) {
+  try {
+    return told(answer());
+  } catch (const Failure& failure) {
+    return told("error " + std::to_string(failure.number));
+  }
+}
+
+Sight found_pcs(Process& process, const std::string& name) {
+  return answered([&] {
+    (void)process.require_connection();
+    std::string found;
+    for (const StoredRow& row : rows_as_they_stand(process, kPcs, name)) {
+      const auto& mac = std::get<std::string>(row.columns.at("MACNbr"));
+      const auto& computer = std::get<std::string>(row.columns.at("ComputerID"));
+      if (folded(mac) != folded(name) && folded(computer) != folded(name)) continue;
+      found += pc_key(mac, computer, std::get<std::int64_t>(row.columns.at("CompID"))) + "; ";
+    }
+    return found;
+  });
+}
+
+Sight report_files(Process& process) {
+  return answered([&] {
+    // The length is asked for in words of the engine, which is asked for them first.
+    if (!process.require_connection().open) throw Failure{3704, {}};
+    std::string found;
+    for (const StoredRow& row : rows_as_they_stand(process, kReports)) {
+      const auto file = row.columns.find("Report_Binary");
+      if (file == row.columns.end()) continue;
+      const auto* bytes = std::get_if<std::string>(&file->second);
+      if (bytes == nullptr) continue;
+      found += std::get<std::string>(row.columns.at("ReportName")) + " " +
+               std::to_string(bytes->size()) + "; ";
+    }
+    return found;
+  });
+}
+
 std::string in_hex(const std::string& bytes) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string hex;
@@ -257,6 +201,13 @@ std::string in_hex(const std::string& bytes) {
     hex += kDigits[static_cast<unsigned char>(byte) & 15];
   }
   return hex;
+}
+
+// Other programs name a report as it is spelt.
+bool is_spelt_as_chosen(const Database& database, Kind kind, int number) {
+  const StoredRow* row = database.find(row_named(kind, number));
+  if (row == nullptr || kind != kReports) return row != nullptr;
+  return lower(printed(row->columns.at("ReportName"))) == lower(chosen(kReportNames, number));
 }
 
 void insert_row(Database& database, Kind kind, int number) {
@@ -291,41 +242,6 @@ World::World() {
     if (file.bytes != nullptr) files[file.name] = file.bytes;
   }
   for (int i = 0; i < kProcesses; ++i) processes.push_back(std::make_unique<Process>(*this));
-}
-
-bool refresh_collection(Process& process, Kind kind) {
-  bool result = false;
-  std::string field, report;
-  const auto extra = [&]() -> std::string {
-    if (kind == kPcs) return "Field :     \t\r\nRegPCMacNbr:\t\r\n";
-    if (kind == kReports) return "Field :     \t" + field + "\r\nRegRptName :\t" + report + "\r\n";
-    return {};
-  };
-  const char* component = kind == kComponents ? "Components"
-                          : kind == kPcs      ? "Tarnwick"
-                                              : "RegisteredPCs";
-  guarded(
-      process, component, kind == kPcs ? "General.RefreshPCs" : "Refresh",
-      [&] {
-        if (kind == kReports) process.cached.reset();
-        const auto rows = read_table(process, kind);
-        if (rows) {
-          // The old entries go when the new list is there.
-          process.stores[kind] = std::make_shared<Store>();
-          const auto store = process.stores[kind];
-          for (const StoredRow& row : *rows) {
-            auto record = std::make_shared<Record>(process, kind);
-            field = "ReportName";
-            if (kind == kReports) report = std::get<std::string>(row.columns.at("ReportName"));
-            const bool loaded = load(*record, &row);
-            if (kind == kComponents && !loaded) continue;
-            store->add(kind == kReports ? report : record->key(), record);
-          }
-        }
-        result = true;
-      },
-      extra);
-  return result;
 }
 
 Sight ReferenceModel::of_server(Process& process, const Step& step) {
@@ -384,6 +300,22 @@ Sight ReferenceModel::of_collection(Process& process, const Step& step) {
     case Op::kList:
       if (store == nullptr && kind == kPcs) return told(std::string("error 91"));
       return described(store == nullptr ? std::vector<RecordPtr>() : records_of(*store));
+    case Op::kRows: {
+      if (store == nullptr && kind == kPcs) return told(std::string("error 91"));
+      const auto records = store == nullptr ? std::vector<RecordPtr>() : records_of(*store);
+      Sight sight = told(std::to_string(records.size()));
+      for (std::size_t i = 0; i < records.size(); ++i) {
+        for (const Property& property : properties_of(kind)) {
+          sight.emplace_back(std::to_string(i + 1) + "." + property.name,
+                             printed(records[i]->values.at(property.name)));
+        }
+      }
+      return sight;
+    }
+    case Op::kFindPcs:
+      return found_pcs(process, name_to_find(step));
+    case Op::kReportFiles:
+      return report_files(process);
     case Op::kExists:
       return told(store != nullptr && store->find(key) != nullptr);
     case Op::kAdd: {
@@ -434,6 +366,10 @@ Sight ReferenceModel::of_record(Process& process, const Step& step) {
       return told(release_record(*record));
     case Op::kUpdate:
       return told(std::to_string(update(*record, record->kind == kReports ? file : "")));
+    case Op::kInsert:
+      return told(std::to_string(insert(*record, record->kind == kReports ? file : "")));
+    case Op::kLook:
+      return look_at(*record);
     case Op::kDelete:
       return told(delete_record(*record));
     case Op::kRefreshRecord:
@@ -473,9 +409,11 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
     process.refuses_next_commit = true;
   } else if (step.op == Op::kInsertRow) {
     insert_row(database, kind, step.key);
+  } else if (!is_spelt_as_chosen(database, kind, step.key)) {
+    return;
   } else if (step.op == Op::kDeleteRow) {
     database.tables[kind].erase(name.second);
-  } else if (database.find(name) != nullptr) {
+  } else {
     StoredRow& row = database.tables[kind].at(name.second);
     row.version = database.next_version();
     if (step.op == Op::kTouchRow) return;
@@ -496,8 +434,15 @@ Sight ReferenceModel::play(const Step& step) {
     return {};
   }
   if (step.op <= Op::kAskServer) return of_server(process, step);
-  if (step.op <= Op::kFindMetaId) return of_collection(process, step);
-  return of_record(process, step);
+  const auto before = process.places;
+  Sight sight =
+      step.op <= Op::kFindMetaId ? of_collection(process, step) : of_record(process, step);
+  for (const RecordPtr& record : before) {
+    const auto& now = process.places;
+    const bool dropped = std::find(now.begin(), now.end(), record) == now.end();
+    if (ends_locks_of_dropped_ && dropped && record != nullptr) (void)release_record(*record);
+  }
+  return sight;
 }
 
 Sight ReferenceModel::look() const {

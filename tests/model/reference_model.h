@@ -175,6 +175,11 @@ using Sight = std::vector<std::pair<std::string, std::string>>;
 /// The model as something that steps are played on.
 class ReferenceModel {
  public:
+  /// `ends_locks_of_dropped`: a record that its client gives up gives back its row, though a
+  /// collection may keep the record.
+  explicit ReferenceModel(bool ends_locks_of_dropped)
+      : ends_locks_of_dropped_(ends_locks_of_dropped) {}
+
   /// What came of it.
   Sight play(const Step& step);
   [[nodiscard]] Sight look() const;
@@ -188,6 +193,7 @@ class ReferenceModel {
   void from_outside(Process& process, const Step& step);
 
   World world_;
+  bool ends_locks_of_dropped_;
 };
 
 // What the sources of the model share.
@@ -220,7 +226,12 @@ struct Property {
 
 /// As a message names a file of the folder of payloads.
 [[nodiscard]] std::string path_of(const std::string& file);
+/// As the tables compare keys: small and capital letters of ASCII are the same.
 [[nodiscard]] std::string lower(std::string text);
+/// As collections compare keys: those of any alphabet are.
+[[nodiscard]] std::string folded(const std::string& text);
+/// What FindPCs is asked for.
+[[nodiscard]] std::string name_to_find(const Step& step);
 [[nodiscard]] std::string printed(const Datum& value);
 [[nodiscard]] RowName row_of_pc(const std::string& mac, const std::string& computer,
                                 std::int64_t id);
@@ -229,6 +240,7 @@ struct Property {
 [[nodiscard]] std::string pc_key(const std::string& mac, const std::string& computer,
                                  std::int64_t id);
 
+[[noreturn]] void fail(std::int32_t number, const char* text);
 [[noreturn]] void raise(Process& process, const std::string& message);
 /// The one handler: runs `body`, and records what it throws. `extra` stands before the number.
 void guarded(Process& process, const char* component, const char* procedure,
@@ -236,16 +248,32 @@ void guarded(Process& process, const char* component, const char* procedure,
 
 /// The rows that a read of a whole table shows; none where it failed, which stands in the account.
 [[nodiscard]] std::optional<std::vector<StoredRow>> read_table(Process& process, Kind kind);
+/// What a reader who waits for nobody sees of the table, by a statement in which `name` stands.
+/// Throws Failure, none of which is recorded.
+[[nodiscard]] std::vector<StoredRow> rows_as_they_stand(Process& process, Kind kind,
+                                                        const std::string& name = {});
+/// Error 3709 where no recordset can be opened.
+void require_open_for_reading(const Process& process);
+/// Names stand in statements as they are.
+void require_no_quote(const std::string& name);
 /// GetRecordset with a statement that no engine takes.
 void read_with_syntax_error(Process& process);
 /// RefreshComponent, RefreshPC, RefreshReport. `row`: null for a recordset that shows no row.
 bool load(Record& record, const StoredRow* row);
 
 [[nodiscard]] bool refresh_collection(Process& process, Kind kind);
+/// Nothing where it was refused.
+[[nodiscard]] RecordPtr add(Process& process, Kind kind, const Step& step);
+[[nodiscard]] bool add_object(Process& process, const RecordPtr& record);
 [[nodiscard]] bool refresh_record(Record& record);
+/// Ends the transaction that the record has opened.
+void end_transaction(Record& record);
 [[nodiscard]] bool lock_record(Record& record);
 [[nodiscard]] bool release_record(Record& record);
 [[nodiscard]] int update(Record& record, const std::string& file);
+/// As update(), but a row that is there is refused.
+[[nodiscard]] int insert(Record& record, const std::string& file);
+[[nodiscard]] Sight look_at(Record& record);
 [[nodiscard]] bool delete_record(Record& record);
 [[nodiscard]] bool import_ttx(Record& record, const std::string& file);
 [[nodiscard]] bool extract_ttx(Record& record, const std::string& file);

@@ -1,25 +1,17 @@
-// The records of the reference model: how they are locked, written, deleted, and their payloads.
+// How records of the reference model are locked, written, deleted and looked at.
 
 #include "tests/model/reference_model.h"
 
 namespace tarnwick::model {
 namespace {
 
+enum class Existing { kWritten, kRefused };
 enum class Outcome { kFailed, kFound, kMissing, kCancelled };
 
 constexpr std::array<const char*, kKinds> kClasses{"Component", "RegisteredPC", "Report"};
 
-[[noreturn]] void fail(std::int32_t number, const char* text) { throw Failure{number, text}; }
-
 void require_open(const Connection& connection) {
   if (!connection.open) fail(3704, "Operation is not allowed when the object is closed.");
-}
-
-void end_transaction(Record& record) {
-  if (record.fetched && record.fetched->connection != nullptr) {
-    auto& transaction = record.fetched->connection->transaction;
-    if (transaction && transaction->owner == &record) transaction.reset();
-  }
 }
 
 std::string statement_of(const Record& record) {
@@ -63,12 +55,12 @@ std::optional<std::pair<int, int>> place_of(World& world, const Record* owner) {
 }
 
 // Plans: 0 cancel; 1 retry once, then cancel; 2 the holder gives the row back, then retry.
-bool ask(World& world, const Transaction& holder) {
+bool ask(World& world, const Transaction* holder) {
   Answer answer;
   if (world.answer_plan == 1) {
     answer.retry = world.answers.empty();
-  } else if (world.answer_plan == 2) {
-    answer.released = place_of(world, holder.owner);
+  } else if (world.answer_plan == 2 && holder != nullptr) {
+    answer.released = place_of(world, holder->owner);
     answer.retry = answer.released.has_value();
   }
   world.answers.push_back(answer);
@@ -95,6 +87,11 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
       if (connection.transaction) {
         fail(-2147168237, "Only one transaction can be active on this session.");
       }
+      if (id_of(record).find('\'') != std::string::npos) {
+        // Names stand in statements as they are. What does not open is taken for a locked row.
+        (void)ask(process.world, nullptr);
+        raise(process, "Error Opening Recordset! SQL=" + statement_of(record));
+      }
       const StoredRow* stored = database.find(name);
       if (stored == nullptr) {
         connection.transaction.emplace().owner = &record;
@@ -104,7 +101,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
         break;
       }
       if (const Transaction* holder = database.holder(name, &connection)) {
-        if (ask(process.world, *holder)) continue;
+        if (ask(process.world, holder)) continue;
         outcome = Outcome::kCancelled;
         break;
       }
@@ -124,13 +121,16 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
   return outcome;
 }
 
-// A statement that deletes one row, alone or as a part of the connection's transaction.
-void execute_delete(Process& process, const RowName& name) {
+// A statement that deletes one row, alone or as a part of the connection's transaction: the one
+// that is spelt as `key` is.
+void execute_delete(Process& process, const RowName& name, const std::string& key) {
   Connection& connection = process.require_connection();
   require_open(connection);
+  require_no_quote(key);
   Database& database = process.world.database;
   require_own_row(database, connection);
-  if (database.find(name) == nullptr) return;
+  const StoredRow* row = database.find(name);
+  if (row == nullptr || lower(key_of(name.first, *row)) != lower(key)) return;
   if (database.holder(name, &connection) != nullptr) {
     fail(-2147467259, "Lock request time out period exceeded.");
   }
@@ -220,7 +220,7 @@ void commit(Record& record, Transaction transaction, const std::map<std::string,
 
 // The update protocol, up to the commit.
 void write_row(Record& record, const std::string& opening, const std::string& refused,
-               const std::string& file, int& result) {
+               const std::string& file, Existing existing, int& result) {
   Process& process = record.process;
   bool found = false;
   if (record.holds_row()) {
@@ -240,6 +240,10 @@ void write_row(Record& record, const std::string& opening, const std::string& re
         break;
     }
     record.marked_locked = true;
+  }
+  if (found && existing == Existing::kRefused) {
+    result = 5;
+    raise(process, opening + id_of(record) + "' is already on file. Unable to add!");
   }
   Connection& connection = *record.fetched->connection;
   const std::string& version = record.text("RowVersion");
@@ -269,7 +273,7 @@ void write_row(Record& record, const std::string& opening, const std::string& re
   raise(process, process.message);
 }
 
-void update_component(Record& record, int& result) {
+void update_component(Record& record, Existing existing, int& result) {
   Process& process = record.process;
   process.message.clear();
   const std::int64_t id = record.number("CompID");
@@ -279,11 +283,14 @@ void update_component(Record& record, int& result) {
   }
   write_row(record, "The data for component '",
             "Unable to update the Component '" + std::to_string(id) + "' in the DW_Sec_Comp table!",
-            {}, result);
-  if (record.first_id != id) execute_delete(process, row_of_component(record.first_id));
+            {}, existing, result);
+  if (record.first_id != id) {
+    execute_delete(process, row_of_component(record.first_id),
+                   "C" + std::to_string(record.first_id));
+  }
 }
 
-void update_pc(Record& record, int& result) {
+void update_pc(Record& record, Existing existing, int& result) {
   Process& process = record.process;
   process.message.clear();
   if (record.text("MACNumber").empty() || record.text("ComputerID").empty() ||
@@ -292,14 +299,16 @@ void update_pc(Record& record, int& result) {
     raise(process, "No MAC Number, ComputerID or ComponentID provided for updating the PC!");
   }
   write_row(record, "The data for '",
-            "Unable to update the PC '" + record.key() + "' in the DW_Sec_PC table!", {}, result);
+            "Unable to update the PC '" + record.key() + "' in the DW_Sec_PC table!", {}, existing,
+            result);
   const std::string first = pc_key(record.first_mac, record.first_computer, record.first_id);
-  if (lower(first) != lower(record.key())) {
-    execute_delete(process, row_of_pc(record.first_mac, record.first_computer, record.first_id));
+  if (folded(first) != folded(record.key())) {
+    execute_delete(process, row_of_pc(record.first_mac, record.first_computer, record.first_id),
+                   first);
   }
 }
 
-void update_report(Record& record, const std::string& file, int& result) {
+void update_report(Record& record, const std::string& file, Existing existing, int& result) {
   Process& process = record.process;
   process.message.clear();
   const std::string name = record.text("Name");
@@ -313,106 +322,14 @@ void update_report(Record& record, const std::string& file, int& result) {
   }
   process.cached.reset();
   write_row(record, "The data for '",
-            "Unable to update the report '" + name + "' in the DW_Reports table!", file, result);
-  if (lower(name) != lower(record.first_name) && !record.first_name.empty()) {
-    execute_delete(process, row_of_report(record.first_name));
+            "Unable to update the report '" + name + "' in the DW_Reports table!", file, existing,
+            result);
+  if (folded(name) != folded(record.first_name) && !record.first_name.empty()) {
+    execute_delete(process, row_of_report(record.first_name), record.first_name);
   }
 }
 
 }  // namespace
-
-Record::Record(Process& of, Kind what) : process(of), kind(what) {
-  for (const Property& property : properties_of(kind)) {
-    using Type = Property::Type;
-    Datum value = std::string();
-    if (property.type == Type::kBoolean) value = false;
-    if (property.type == Type::kDate) value = 0.0;
-    if (property.type == Type::kShort || property.type == Type::kLong ||
-        property.type == Type::kReportCode || property.type == Type::kReportType) {
-      value = std::int64_t{0};
-    }
-    values[property.name] = value;
-  }
-  static constexpr std::array<int, kKinds> kImages{1, 10, 11};
-  static constexpr std::array<int, kKinds> kMaintenance{0, 5, 4};
-  values["ImageIndex"] = std::int64_t{kImages[kind]};
-  values["MaintenanceType"] = std::int64_t{kMaintenance[kind]};
-  if (kind != kReports) values["CompID"] = std::int64_t{-1};
-  if (kind == kReports) values["ReportType"] = std::int64_t{1};
-}
-
-Record::~Record() { end_transaction(*this); }
-
-std::string Record::key() const {
-  switch (kind) {
-    case kComponents:
-      return number("CompID") < 0 ? "" : "C" + std::to_string(number("CompID"));
-    case kPcs:
-      return pc_key(text("MACNumber"), text("ComputerID"), number("CompID"));
-    case kReports:
-      break;
-  }
-  return text("Name");
-}
-
-bool Record::initialized() const {
-  switch (kind) {
-    case kComponents:
-      return number("CompID") >= 0 && process.connection != nullptr;
-    case kPcs:
-      return process.connection != nullptr;
-    case kReports:
-      break;
-  }
-  return !text("Name").empty();
-}
-
-bool Record::locked() const {
-  return marked_locked && fetched && fetched->connection != nullptr && fetched->connection->open;
-}
-
-bool Record::holds_row() const {
-  return locked() && fetched->connection->transaction &&
-         fetched->connection->transaction->owner == this;
-}
-
-const std::string& Record::text(const char* property) const {
-  return std::get<std::string>(values.at(property));
-}
-
-std::int64_t Record::number(const char* property) const {
-  return std::get<std::int64_t>(values.at(property));
-}
-
-RowName Record::row() const {
-  switch (kind) {
-    case kComponents:
-      return row_of_component(number("CompID"));
-    case kPcs:
-      return row_of_pc(text("MACNumber"), text("ComputerID"), number("CompID"));
-    case kReports:
-      break;
-  }
-  return row_of_report(text("Name"));
-}
-
-void Record::set(const std::string& property, Datum value) {
-  Datum& held = values[property];
-  if (held != value) changed = true;
-  if (property == "MetaID") {
-    std::string& text = std::get<std::string>(value);
-    for (char& letter : text) {
-      if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
-    }
-  }
-  if (property == "MACNumber" && first_mac.empty()) first_mac = std::get<std::string>(value);
-  if (property == "ComputerID" && first_computer.empty()) {
-    first_computer = std::get<std::string>(value);
-  }
-  if (property == "Name" && first_name.empty()) first_name = std::get<std::string>(value);
-  if (property == "CompID" && first_id == -1) first_id = std::get<std::int64_t>(value);
-  held = std::move(value);
-}
 
 bool lock_record(Record& record) {
   bool result = false;
@@ -437,18 +354,63 @@ bool release_record(Record& record) {
   return true;
 }
 
-int update(Record& record, const std::string& file) {
+namespace {
+
+int write(Record& record, const char* procedure, const std::string& file, Existing existing) {
   int result = 1;
-  guarded(record.process, kClasses[record.kind], "Update", [&] {
-    if (record.kind == kComponents) update_component(record, result);
-    if (record.kind == kPcs) update_pc(record, result);
-    if (record.kind == kReports) update_report(record, file, result);
+  guarded(record.process, kClasses[record.kind], procedure, [&] {
+    if (record.kind == kComponents) update_component(record, existing, result);
+    if (record.kind == kPcs) update_pc(record, existing, result);
+    if (record.kind == kReports) update_report(record, file, existing, result);
     record.fetched.reset();
     record.marked_locked = false;
     record.changed = false;
     result = 0;
   });
   return result;
+}
+
+}  // namespace
+
+int update(Record& record, const std::string& file) {
+  return write(record, "Update", file, Existing::kWritten);
+}
+
+int insert(Record& record, const std::string& file) {
+  return write(record, "Insert", file, Existing::kRefused);
+}
+
+Sight look_at(Record& record) {
+  Process& process = record.process;
+  int outcome = 3;
+  bool held = false;
+  std::string stamp;
+  guarded(process, kClasses[record.kind], "Look", [&] {
+    (void)process.require_connection();
+    require_open_for_reading(process);
+    require_no_quote(id_of(record));
+    require_own_row(process.world.database, *process.connection);
+    const RowName name = record.row();
+    const auto& own = process.connection->transaction;
+    const StoredRow* stored = process.world.database.find(name);
+    if (stored == nullptr || (own && own->deleted.contains(name))) {
+      outcome = 0;
+    } else {
+      StoredRow row = *stored;
+      if (own && own->stamped == name) {
+        row.columns["SoftLock"] = std::string(kStamp);
+        row.version = own->unsettled_version;
+      }
+      if (load(record, &row)) outcome = 1;
+    }
+    if (const Transaction* holder = process.world.database.holder(record.row(), nullptr)) {
+      held = true;
+      if (holder->stamped == record.row()) stamp = kStamp;
+    }
+  });
+  return {{"outcome", std::to_string(outcome)},
+          {"held", held ? "True" : "False"},
+          {"held.SoftLock", stamp}};
 }
 
 bool delete_record(Record& record) {
@@ -461,7 +423,8 @@ bool delete_record(Record& record) {
   if (record.locked()) (void)release_record(record);
   try {
     if (record.kind == kReports) process.cached.reset();
-    execute_delete(process, record.row());
+    execute_delete(process, record.row(),
+                   record.kind == kComponents ? "C" + id_of(record) : record.key());
     Store& store = process.require_store(record.kind);
     if (record.kind != kComponents) {
       store.remove(record.key());
@@ -493,93 +456,6 @@ bool refresh_record(Record& record) {
            "requires a current record.");
     }
     result = load(record, &rows->front());
-  });
-  return result;
-}
-
-bool import_ttx(Record& record, const std::string& file) {
-  Process& process = record.process;
-  bool result = false;
-  guarded(process, "Report", "ImportTTX", [&] {
-    process.message.clear();
-    if (file.empty()) return;
-    if (!process.world.files.contains(file)) {
-      raise(process, "The File '" + path_of(file) + "' doesn't exist!");
-    }
-    record.values["TTX"] = from_latin1(process.world.files.at(file));
-    result = true;
-  });
-  return result;
-}
-
-namespace {
-
-void require_folder_of(Process& process, const std::string& file) {
-  const auto slash = file.find('/');
-  if (slash == std::string::npos) return;
-  raise(process, "The Path '" + path_of(file.substr(0, slash)) + "' doesn't exist!");
-}
-
-}  // namespace
-
-bool extract_ttx(Record& record, const std::string& file) {
-  Process& process = record.process;
-  bool result = false;
-  guarded(process, "Report", "ExtractTTX", [&] {
-    process.message.clear();
-    if (record.text("TTX").empty()) raise(process, "There is no TTX data to extract!");
-    if (file.empty()) return;
-    require_folder_of(process, file);
-    try {
-      process.world.files[file.substr(0, file.rfind('.')) + ".ttx"] = to_latin1(record.text("TTX"));
-    } catch (int) {
-      throw Failure{kUnstorableNumber, std::string(1, kAnyText)};
-    }
-    result = true;
-  });
-  return result;
-}
-
-bool extract_report(Record& record, const std::string& file) {
-  Process& process = record.process;
-  bool result = false;
-  guarded(process, "Report", "ExtractReport", [&] {
-    process.message.clear();
-    const std::string& name = record.text("Name");
-    if (name.empty()) raise(process, "There is no reportname to extract!");
-    if (file.empty()) return;
-    require_folder_of(process, file);
-    bool found = process.cached && lower(process.cached->name) == lower(name);
-    if (!found) {
-      process.cached.reset();
-      guarded(process, "General", "CheckReportRS", [&] {
-        if (!process.connected()) {
-          fail(3709,
-               "The connection cannot be used to perform this operation. It is either closed or "
-               "invalid in this context.");
-        }
-        const Database& database = process.world.database;
-        require_own_row(database, *process.connection);
-        const RowName row = row_of_report(name);
-        const StoredRow* stored = database.find(row);
-        const auto& transaction = process.connection->transaction;
-        if (stored == nullptr || (transaction && transaction->deleted.contains(row))) return;
-        if (database.holder(row, process.connection.get()) != nullptr) {
-          fail(-2147467259, "Lock request time out period exceeded.");
-        }
-        const auto payload = stored->columns.find("Report_Binary");
-        process.cached = {std::get<std::string>(stored->columns.at("ReportName")),
-                          payload == stored->columns.end() ? Datum() : payload->second};
-        found = true;
-      });
-    }
-    if (!found) raise(process, "Unable to find the report '" + name + "' in the DW_REPORTS table!");
-    const auto* bytes = std::get_if<std::string>(&process.cached->file);
-    if (bytes == nullptr) {
-      raise(process, "The Report_Binary field is null, no report is stored in the table!");
-    }
-    process.world.files[file] = *bytes;
-    result = true;
   });
   return result;
 }

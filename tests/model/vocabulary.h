@@ -29,12 +29,14 @@ struct PcName {
 };
 
 inline constexpr std::array<std::int16_t, 4> kComponentIds{1, 2, 3, -4};
-inline constexpr std::array<PcName, 5> kPcNames{{{"02-A", "DESK", 1},
+inline constexpr std::array<PcName, 6> kPcNames{{{"02-A", "DESK", 1},
                                                  {"02-a", "desk", 1},
                                                  {"02-B", "DESK", 2},
                                                  {"02-A", "LAP", 1},
-                                                 {"", "DESK", 1}}};
-inline constexpr std::array<const char*, 5> kReportNames{"Orders", "ORDERS", "Sales", "Stock", ""};
+                                                 {"", "DESK", 1},
+                                                 {"02-A", "Joe's", 1}}};
+inline constexpr std::array<const char*, 8> kReportNames{
+    "Orders", "ORDERS", "Sales", "Stock", "", "Joe's", "Übersicht", "übersicht"};
 inline constexpr std::array<const char*, 4> kTexts{"", "one", "One", "zwölf"};
 inline constexpr std::array<const char*, 4> kMetaIds{"abc", "ABC", "", "xyz"};
 inline constexpr std::array<const char*, 4> kTtxTexts{"", "a\tString\r\n", "Größe", "Łódź"};
@@ -74,7 +76,7 @@ inline constexpr std::array<Setting, 9> kPcSettings{{{"MACNumber", {"02-A", "02-
                                                      {"TotalLogins", kNoTexts},
                                                      {"DeActivatedBy", kTexts}}};
 inline constexpr std::array<Setting, 8> kReportSettings{
-    {{"Name", {"Orders", "ORDERS", "Sales", ""}},
+    {{"Name", {"Orders", "ORDERS", "übersicht", ""}},
      {"Title", kTexts},
      {"Created", kNoTexts},
      {"Version", kTexts},

@@ -189,6 +189,37 @@ TEST_F(RefreshPcs, ListsARowWhoseLoadFailedUnderWhatItGot) {
   EXPECT_EQ(message(), join({null, null}));
 }
 
+TEST_F(RefreshPcs, ReadsBytesInAColumnOfTextsAsTheirText) {
+  database_.run(
+      "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex,"
+      "  LastUser) VALUES ('aa', 'pc', 1, 5, 1, 10, x'41004200')");
+  EXPECT_TRUE(refresh_pcs(state()));
+  EXPECT_EQ(state().registered_pcs->at(1)->last_user(), u"AB");
+  EXPECT_EQ(message(), u"");
+}
+
+TEST_F(RefreshPcs, ListsARowWhoseNumberIsAText) {
+  database_.loosen("DW_SEC_PC");
+  database_.run(
+      "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex,"
+      "  TotalLogins, LastUser) VALUES ('aa', 'pc', 1, 5, 1, 10, 'many', 'anna')");
+  EXPECT_TRUE(refresh_pcs(state()));
+  EXPECT_EQ(state().registered_pcs->at(1)->last_user(), u"anna");
+  EXPECT_EQ(message(), account(u"General", u"RefreshPC", 13, u"Type mismatch"));
+}
+
+TEST_F(RefreshPcs, ListsTheRowsOfATableThatLacksAColumn) {
+  database_.run(
+      "INSERT INTO DW_SEC_PC (MACNbr, ComputerID, CompID, MaintType, ActiveStatus, ImageIndex)"
+      "  VALUES ('aa', 'pc', 1, 5, 1, 10)");
+  database_.run("ALTER TABLE DW_SEC_PC DROP COLUMN SoftwareVersion");
+  EXPECT_TRUE(refresh_pcs(state()));
+  EXPECT_THAT(keys(), ElementsAre(u"aa\u00FEpc\u00FE1"));
+  EXPECT_EQ(message(), account(u"General", u"RefreshPC", 3265,
+                               u"Item cannot be found in the collection that corresponds to the "
+                               u"requested name or ordinal."));
+}
+
 TEST_F(RefreshPcs, StopsAtTheSecondNullMacNumber) {
   database_.loosen("DW_SEC_PC");
   database_.run(

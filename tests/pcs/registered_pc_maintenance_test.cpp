@@ -440,7 +440,14 @@ TEST_F(PcMaintenance, DeleteReleasesTheRowFirstWhereItIsLocked) {
 }
 
 TEST_F(PcMaintenance, DeleteWithoutAWholeKeyDoesNothingAndIsTrue) {
+  const Text computer_id = pc_->computer_id();
   pc_->set_computer_id(u"");
+  EXPECT_TRUE(pc_->remove());
+  pc_->set_computer_id(computer_id);
+  pc_->set_comp_id(-1);
+  EXPECT_TRUE(pc_->remove());
+  pc_->set_comp_id(7);
+  pc_->set_mac_number(u"");
   EXPECT_TRUE(pc_->remove());
   EXPECT_TRUE(RegisteredPC(state()).remove());
   EXPECT_THAT(process_.trace(), IsEmpty());

@@ -78,5 +78,18 @@ TEST_F(GetRecordset, AsksNobodyAboutALockedRow) {
   EXPECT_TRUE(process_.host.box.questions.empty());
 }
 
+TEST(ExecuteDelete, ThatFailsIsTheCauseOfTheCallWithOrWithoutATransaction) {
+  test_support::EmbeddedDatabase database;
+  test_support::ServerProcess process(database);
+  ASSERT_TRUE(process.connect());
+  for (const bool in_transaction : {false, true}) {
+    if (in_transaction) process.state.connection->begin_trans();
+    EXPECT_THROW(execute_delete(process.state, u"Delete From Nothing", ado::kExecuteNoRecords),
+                 Error);
+    EXPECT_EQ(process.state.failures.last().number, in_transaction ? 0 : -2147217900);
+    process.state.failures.clear();
+  }
+}
+
 }  // namespace
 }  // namespace tarnwick

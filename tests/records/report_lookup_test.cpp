@@ -47,6 +47,13 @@ TEST_F(CheckReportRs, ReadsAnotherReport) {
   EXPECT_EQ(process_.trace().size(), 3u);
 }
 
+TEST_F(CheckReportRs, AsksAgainOnceTheConnectionOfTheRowIsClosed) {
+  EXPECT_TRUE(check_report_rs(state(), u"Sales"));
+  state().connection->close();
+  EXPECT_FALSE(check_report_rs(state(), u"Sales"));
+  EXPECT_EQ(number(), 3709);
+}
+
 TEST_F(CheckReportRs, DoesNothingForAnEmptyName) {
   EXPECT_FALSE(check_report_rs(state(), u""));
   EXPECT_THAT(process_.trace(), IsEmpty());

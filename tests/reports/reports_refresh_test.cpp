@@ -191,6 +191,18 @@ TEST_F(ReportsRefresh, ListsAReportTooOfWhichAColumnCannotBeLoaded) {
   EXPECT_EQ(report(u"Stock")->title(), u"Title");
 }
 
+TEST_F(ReportsRefresh, ReadsBytesInAColumnOfTextsAsTheirTextAndTheFieldDefinitionsWithThem) {
+  database_.run("DELETE FROM DW_Reports");
+  database_.run(
+      "INSERT INTO DW_Reports (ReportName, TTX_Binary, Author) VALUES"
+      "  ('Sales', x'610962', 'a'), ('Stock', x'630964', x'41004200')");
+  EXPECT_TRUE(reports().refresh());
+  EXPECT_EQ(message(), u"");
+  EXPECT_EQ(report(u"Stock")->author(), u"AB");
+  EXPECT_EQ(report(u"Stock")->ttx(), u"c\td");
+  EXPECT_EQ(report(u"Sales")->ttx(), u"a\tb");
+}
+
 TEST_F(ReportsRefresh, ListsReportsWhoseFieldDefinitionsHaveNoFolderToGoThrough) {
   process_.host.payload_folder = files_.path() / "missing";
   EXPECT_TRUE(reports().refresh());

@@ -38,6 +38,7 @@ TEST(Upper, LeavesUnpairedSurrogatesAndNulAlone) {
   EXPECT_EQ(upper(Text{u'a', char16_t{0xD801}, u'b', char16_t{0xDC28}, u'\0', u'c'}),
             (Text{u'A', char16_t{0xD801}, u'B', char16_t{0xDC28}, u'\0', u'C'}));
   EXPECT_EQ(upper(Text{u'a', char16_t{0xD801}}), (Text{u'A', char16_t{0xD801}}));
+  EXPECT_EQ(upper(Text{char16_t{0xD801}, u'\uFF41'}), (Text{char16_t{0xD801}, u'\uFF21'}));
 }
 
 TEST(Fold, MakesTextsThatDifferOnlyInCaseEqual) {

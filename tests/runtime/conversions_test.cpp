@@ -105,6 +105,7 @@ TEST(ToDouble, ReadsDecimalsAndExponents) {
 
 TEST(ToDouble, OverflowsWithError6AndUnderflowsTo0) {
   EXPECT_EQ(error_number_of([] { return to_double(text(u"1e309")); }), 6);
+  EXPECT_EQ(error_number_of([] { return to_double(text(u"1e+309")); }), 6);
   EXPECT_EQ(error_number_of([] { return to_double(text(u"-1e99999999999999999999")); }), 6);
   EXPECT_EQ(error_number_of([] { return to_double(Text(400, u'9')); }), 6);
   EXPECT_EQ(to_double(text(u"1e-400")), 0.0);

@@ -286,6 +286,22 @@ TEST(KeyedList, IsUnchangedWhenAValueCannotBeStored) {
   EXPECT_EQ(list.at(2).value, 4);
 }
 
+TEST(KeyedList, IsUnchangedWhenAValueCannotBeStoredBehindManyRemovals) {
+  KeyedList<Fragile> list;
+  for (int i = 0; i < 1000; ++i) list.add(decimal(i), Fragile(i));
+  for (int i = 0; i < 999; ++i) list.remove(decimal(i));
+  const auto failing_add = [&] {
+    const Fragile argument(1);
+    Fragile::fails = true;
+    list.add(u"new", argument);
+  };
+  EXPECT_THROW(failing_add(), std::bad_alloc);
+  Fragile::fails = false;
+  EXPECT_EQ(list.find(u"new"), nullptr);
+  EXPECT_EQ(list.size(), 1u);
+  EXPECT_EQ(list.at(1).value, 999);
+}
+
 TEST(KeyedList, HoldsAMillionEntries) {
   KeyedList<int> list;
   constexpr int kCount = 1'000'000;

@@ -151,6 +151,17 @@ TARNWICK_INTERCEPTED(kName, int, -1, linkat,
                      (int folder, const char* file, int other, const char* name, int flags), folder,
                      file, other, name, flags)
 
+TARNWICK_INTERCEPTED(kName, int, -1, renameat2,
+                     (int folder, const char* file, int other, const char* name, unsigned flags),
+                     folder, file, other, name, flags)
+TARNWICK_INTERCEPTED(kName, ssize_t, -1, fgetxattr,
+                     (int file, const char* name, void* value, size_t size), file, name, value,
+                     size)
+TARNWICK_INTERCEPTED(kName, int, -1, fsetxattr,
+                     (int file, const char* name, const void* value, size_t size, int flags), file,
+                     name, value, size, flags)
+TARNWICK_INTERCEPTED(kName, int, -1, fremovexattr, (int file, const char* name), file, name)
+
 #define TARNWICK_INTERCEPTED_FCNTL(name)                                                 \
   extern "C" int intercepted_##name(int file, int command, void* argument) asm(#name);   \
   int intercepted_##name(int file, int command, void* argument) {                        \

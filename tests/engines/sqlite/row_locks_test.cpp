@@ -406,6 +406,8 @@ TEST_F(RowLocking, ReadersMeetTheRowsOfATableThatIsLockedWhole) {
             }).native(),
             1222);
   EXPECT_EQ(read(*other_, kAllReports).size(), 3u);
+  EXPECT_EQ(other_->holder_of({u"DW_SEC_COMP", {u"3000"}}).value().key, u"*");
+  EXPECT_FALSE(other_->holder_of({u"DW_Reports", {u"Sales"}}).has_value());
   session_->commit();
   EXPECT_EQ(read(*other_, u"Select * From DW_SEC_COMP Where Priority = 1").size(), 3000u);
 }

@@ -201,6 +201,18 @@ TEST_F(Writing, BumpsTheRowVersionWhoeverWrites) {
   EXPECT_EQ(version(), "0000000000000004");
 }
 
+TEST_F(Writing, ThatIsRolledBackHasShownVersionsThatNoCommitEverGives) {
+  const auto version = [&] {
+    return std::get<Bytes>(read(*session_, kSales).value(u"RowVersion"));
+  };
+  session_->begin();
+  hold(*session_, kSales).update({{u"SoftLock", Text(u"x")}});
+  EXPECT_EQ(version(), (Bytes{std::byte{0x40}, {}, {}, {}, {}, {}, {}, std::byte{3}}));
+  session_->rollback();
+  read(*session_, kSales).update({{u"Title", Text(u"New")}});
+  EXPECT_EQ(version(), (Bytes{{}, {}, {}, {}, {}, {}, {}, std::byte{3}}));
+}
+
 TEST_F(Writing, OfAHeldRowsKeyAsItStandsIsAWrite) {
   session_->begin();
   hold(*session_, kSales).update({{u"ReportName", Text(u"Sales")}});
