@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <string>
 #include <system_error>
 
 #include "ado/error.h"
@@ -50,6 +51,41 @@ bool may_own(const struct stat& lock_file, const struct stat& database) {
   return (database.st_mode & S_IWGRP) != 0 && lock_file.st_gid == database.st_gid;
 }
 
+// Whoever may write to the folder can put something else in the lock file's place: a link, whose
+// target would be written to, or a pipe, which would not open before somebody reads from it.
+constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+
+/// Whoever may write the database has to be able to lock its rows: the process's own mask and group
+/// must not count.
+void share(const Descriptor& lock_file, const struct stat& database) {
+  if (::fchown(lock_file.get(), database.st_uid, database.st_gid) != 0 &&
+      ::fchown(lock_file.get(), static_cast<uid_t>(-1), database.st_gid) != 0) {
+    // To give a file away takes root, or membership in the group: so it stays this user's own.
+  }
+  ::fchmod(lock_file.get(), database.st_mode & 0777);
+}
+
+/// A lock file where there is none; nothing, and errno, where it cannot be made or somebody else
+/// has just made it.
+Descriptor make(const std::filesystem::path& file, const struct stat& database) {
+  const mode_t mode = database.st_mode & 0777;
+  // It gets its name when all may use it: otherwise others would be refused meanwhile, and for good
+  // where this process ends in between.
+  Descriptor made(::open(file.parent_path().c_str(), O_RDWR | O_CLOEXEC | O_TMPFILE, mode));
+  if (made) {
+    share(made, database);
+    const std::string opened = "/proc/self/fd/" + std::to_string(made.get());
+    if (::linkat(AT_FDCWD, opened.c_str(), AT_FDCWD, file.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+      return made;
+    }
+    if (errno == EEXIST) return {};
+  }
+  // A file system on which files have names from the beginning.
+  made = Descriptor(::open(file.c_str(), kFlags | O_CREAT | O_EXCL, mode));
+  if (made) share(made, database);
+  return made;
+}
+
 }  // namespace
 
 struct ByteRangeLocks::System {
@@ -61,22 +97,12 @@ ByteRangeLocks::ByteRangeLocks(const std::filesystem::path& file, const std::fil
   struct stat model {};
   if (::stat(like.c_str(), &model) != 0) throw_system_error(u"The database file", errno);
   const Text what = join({u"The lock file '", from_stored_utf8(file.native()), u"'"});
-  const mode_t mode = model.st_mode & 0777;
-  // Whoever may write to the folder can put something else here: a link, whose target would be
-  // written to, or a pipe, which would not open before somebody reads from it.
-  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-  system_->file = Descriptor(::open(file.c_str(), kFlags | O_CREAT | O_EXCL, mode));
-  if (system_->file) {
-    // Whoever may write the database has to be able to lock its rows: the process's own mask and
-    // group must not count.
-    if (::fchown(system_->file.get(), model.st_uid, model.st_gid) != 0 &&
-        ::fchown(system_->file.get(), static_cast<uid_t>(-1), model.st_gid) != 0) {
-      // To give a file away takes root, or membership in the group: so it stays this user's own.
-    }
-    ::fchmod(system_->file.get(), mode);
-    return;
+  system_->file = Descriptor(::open(file.c_str(), kFlags));
+  if (!system_->file && errno == ENOENT) {
+    system_->file = make(file, model);
+    if (system_->file) return;
+    if (errno == EEXIST) system_->file = Descriptor(::open(file.c_str(), kFlags));
   }
-  if (errno == EEXIST) system_->file = Descriptor(::open(file.c_str(), kFlags));
   if (!system_->file && errno == ELOOP) refuse(what, u"is a link");
   if (!system_->file) throw_system_error(what, errno);
   struct stat there {};

@@ -25,7 +25,11 @@ constexpr std::size_t kLongestUser = 40;
 constexpr std::int64_t kFirstRecordLock = std::int64_t{1} << 61;
 
 ByteRange single(std::int64_t byte) { return {byte, byte}; }
+/// Says that the record is its holder's.
 ByteRange record_lock(int record) { return single(kFirstRecordLock + record); }
+/// Keeps the record's place for a holder, also before he has written it: until then an earlier
+/// holder's stands there.
+ByteRange record_place(int record) { return single(kFirstRecordLock + kRecords + record); }
 std::int64_t record_offset(int record) { return static_cast<std::int64_t>(kRecordSize) * record; }
 
 /// For a field of a record: control characters blanked, cut at the end of a character.
@@ -188,14 +192,16 @@ void RowLocks::list(Held& held, std::int64_t byte, const Table& table, std::stri
   for (int record = first_free_record_; record < kRecords; ++record) {
     if (records_.contains(record)) continue;
     if (!try_lock_bytes(
-            record_lock(record), [&] { records_.insert(record); },
+            record_place(record), [&] { records_.insert(record); },
             [&] { records_.erase(record); })) {
       continue;
     }
     held.record = record;
     first_free_record_ = record + 1;
     write_record(held, byte);
-    return;
+    if (file_.try_lock(record_lock(record))) return;
+    // A program of Windows is looking at it (foreign_lock takes it for a moment there).
+    free_record(std::exchange(held.record, kNoRecord));
   }
 }
 
@@ -204,24 +210,26 @@ void RowLocks::write_record(const Held& held, std::int64_t byte) {
                  record_text(byte, held.table, held.key, held.stamp, holder_));
 }
 
-void RowLocks::free_record(const Held& held) noexcept {
-  if (held.record == kNoRecord) return;
-  file_.unlock(record_lock(held.record));
-  records_.erase(held.record);
-  first_free_record_ = std::min(first_free_record_, held.record);
+void RowLocks::free_record(int record) noexcept {
+  if (record == kNoRecord) return;
+  file_.unlock(record_lock(record));
+  file_.unlock(record_place(record));
+  records_.erase(record);
+  first_free_record_ = std::min(first_free_record_, record);
 }
 
 void RowLocks::release_row(std::int64_t byte) noexcept {
   const auto found = rows_.find(byte);
   if (--found->second.sets != 0) return;
+  free_record(found->second.record);  // before the row can be another's
   if (!tables_.contains(region_around(byte).first)) file_.unlock(single(byte));
-  free_record(found->second);
   rows_.erase(found);
 }
 
 void RowLocks::release_table(std::int64_t region) noexcept {
   const auto found = tables_.find(region);
   if (--found->second.sets != 0) return;
+  free_record(found->second.record);
   // The table's lock has swallowed those of its rows; the ones still wanted stay.
   std::vector<std::int64_t> kept;
   for (const auto& [byte, held] : rows_) {
@@ -234,7 +242,6 @@ void RowLocks::release_table(std::int64_t region) noexcept {
     next = byte + 1;
   }
   file_.unlock({next, region_around(region).last});
-  free_record(found->second);
   tables_.erase(found);
 }
 
@@ -272,7 +279,7 @@ void RowLocks::for_each_foreign_record(Visit&& visit) const {
     for (auto lock = locked.first; lock <= locked.last; ++lock) {
       std::string text(kRecordSize, ' ');
       if (!file_.read_at(record_offset(static_cast<int>(lock - kFirstRecordLock)), text)) continue;
-      // The record may be an earlier holder's, if the present one has not yet written his.
+      // Meanwhile it may have been given back, and the row be free.
       auto record = parse_record(text);
       if (record && is_foreign(record->byte) && seen.insert(record->byte).second) {
         visit(std::move(*record));

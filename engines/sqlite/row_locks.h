@@ -96,7 +96,7 @@ class RowLocks final {
   void try_lock_whole_table(Set& set, Set::TableCount& count, const Table& table);
   void list(Held& held, std::int64_t byte, const Table& table, std::string key);
   void write_record(const Held& held, std::int64_t byte);
-  void free_record(const Held& held) noexcept;
+  void free_record(int record) noexcept;
   void release_row(std::int64_t byte) noexcept;
   void release_table(std::int64_t region) noexcept;
 

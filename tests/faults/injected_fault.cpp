@@ -42,11 +42,11 @@ struct FailingMemory {
   }
 } const failing_memory;
 
-int fail_system_call(SystemCall call) {
-  if (call == SystemCall::kUnlock) return kGoOn;
-  if (call == SystemCall::kSleep) return kPassOver;
+int fail_system_call(const InterceptedCall& call) {
+  if (call.kind == SystemCall::kUnlock) return kGoOn;
+  if (call.kind == SystemCall::kSleep) return kPassOver;
   const int error = system_calls.take();
-  if (error == 0 && call == SystemCall::kSync) return kPassOver;
+  if (error == 0 && call.kind == SystemCall::kSync) return kPassOver;
   return error;
 }
 

@@ -20,7 +20,7 @@
 namespace tarnwick::ado {
 namespace {
 
-using test_support::SystemCall;
+using test_support::InterceptedCall;
 using test_support::TemporaryFolder;
 
 constexpr int kNever = -1;
@@ -35,7 +35,7 @@ struct Faults {
 Faults faults;
 int calls = 0;
 
-int fail(SystemCall) {
+int fail(const InterceptedCall& /*call*/) {
   const int call = calls++;
   const bool behind = faults.from_second_on && faults.second != kNever && call > faults.second;
   const bool fails = call == faults.first || call == faults.second || behind;

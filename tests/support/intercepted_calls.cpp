@@ -19,8 +19,10 @@ thread_local bool asking = false;
 constexpr long kSecond = 1'000'000'000;
 // By how much sleeps that were passed over have moved the clock on, in nanoseconds.
 std::atomic<long> clock_moved{0};
+bool clock_stands = false;
+timespec time_of_standing_clock{};
 
-int ask(SystemCall call) {
+int ask(const InterceptedCall& call) {
   if (interceptor == nullptr || asking) return kGoOn;
   const int before = errno;
   asking = true;
@@ -35,21 +37,49 @@ Function* real(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+template <class First, class... Rest>
+InterceptedCall described(SystemCall kind, First first, Rest... /*rest*/) {
+  InterceptedCall call{.kind = kind};
+  if constexpr (std::is_same_v<First, int>) call.file = first;
+  if constexpr (std::is_same_v<First, const char*>) call.name = first;
+  return call;
+}
+
+InterceptedCall described(SystemCall kind, int file, const void* bytes, size_t size,
+                          off_t offset = -1) {
+  return {.kind = kind,
+          .file = file,
+          .bytes = bytes,
+          .offset = offset,
+          .size = static_cast<std::int64_t>(size)};
+}
+
+InterceptedCall described(SystemCall kind, int /*folder*/, const char* /*file*/, int /*other*/,
+                          const char* name, int /*flags*/) {
+  return {.kind = kind, .name = name};
+}
+
 /// The call that `function` makes, unless the interceptor says otherwise.
 template <class Result, class... Arguments>
-Result call(SystemCall kind, Result failure, Result (*function)(Arguments...),
+Result call(const InterceptedCall& asked, Result failure, Result (*function)(Arguments...),
             std::type_identity_t<Arguments>... arguments) {
-  const int answer = ask(kind);
+  const int answer = ask(asked);
   if (answer == kGoOn) return function(arguments...);
   if (answer == kPassOver) return Result{};
   errno = answer;
   return failure;
 }
 
-SystemCall kind_of_command(int command, const void* argument) {
-  if (command != F_SETLK && command != F_OFD_SETLK) return SystemCall::kLookForLock;
-  const short type = static_cast<const struct flock*>(argument)->l_type;
-  return type == F_UNLCK ? SystemCall::kUnlock : SystemCall::kLock;
+InterceptedCall described_command(int file, int command, const void* argument) {
+  InterceptedCall call{.kind = SystemCall::kLookForLock, .file = file};
+  const bool locks = command == F_SETLK || command == F_OFD_SETLK;
+  if (!locks && command != F_GETLK && command != F_OFD_GETLK) return call;
+  const auto& lock = *static_cast<const struct flock*>(argument);
+  if (locks) call.kind = lock.l_type == F_UNLCK ? SystemCall::kUnlock : SystemCall::kLock;
+  call.offset = lock.l_start;
+  call.size = lock.l_len;
+  call.shared = lock.l_type == F_RDLCK;
+  return call;
 }
 
 int pass_over_sleep(const timespec& length) {
@@ -61,17 +91,24 @@ int pass_over_sleep(const timespec& length) {
 
 void intercept_calls(Interceptor wanted) { interceptor = wanted; }
 
+void stop_clock() {
+  ::clock_gettime(CLOCK_MONOTONIC, &time_of_standing_clock);
+  clock_moved = 0;
+  clock_stands = true;
+}
+
 }  // namespace tarnwick::test_support
 
 using namespace tarnwick::test_support;
 
 // A function of the C library under its own symbol. The headers declare it, with attributes that
 // differ between systems; so here it has a name of its own.
-#define TARNWICK_INTERCEPTED(kind, result, failure, name, parameters, ...)              \
-  extern "C" result intercepted_##name parameters asm(#name);                           \
-  result intercepted_##name parameters {                                                \
-    static auto* const function = real<result parameters>(#name);                       \
-    return call(SystemCall::kind, static_cast<result>(failure), function, __VA_ARGS__); \
+#define TARNWICK_INTERCEPTED(kind, result, failure, name, parameters, ...)                        \
+  extern "C" result intercepted_##name parameters asm(#name);                                     \
+  result intercepted_##name parameters {                                                          \
+    static auto* const function = real<result parameters>(#name);                                 \
+    return call(described(SystemCall::kind, __VA_ARGS__), static_cast<result>(failure), function, \
+                __VA_ARGS__);                                                                     \
   }
 
 TARNWICK_INTERCEPTED(kOpen, int, -1, open, (const char* file, int flags, mode_t mode), file, flags,
@@ -125,11 +162,12 @@ TARNWICK_INTERCEPTED(kName, int, -1, fsetxattr,
                      name, value, size, flags)
 TARNWICK_INTERCEPTED(kName, int, -1, fremovexattr, (int file, const char* name), file, name)
 
-#define TARNWICK_INTERCEPTED_FCNTL(name)                                                    \
-  extern "C" int intercepted_##name(int file, int command, void* argument) asm(#name);      \
-  int intercepted_##name(int file, int command, void* argument) {                           \
-    static auto* const function = real<int(int, int, void*)>(#name);                        \
-    return call(kind_of_command(command, argument), -1, function, file, command, argument); \
+#define TARNWICK_INTERCEPTED_FCNTL(name)                                                 \
+  extern "C" int intercepted_##name(int file, int command, void* argument) asm(#name);   \
+  int intercepted_##name(int file, int command, void* argument) {                        \
+    static auto* const function = real<int(int, int, void*)>(#name);                     \
+    return call(described_command(file, command, argument), -1, function, file, command, \
+                argument);                                                               \
   }
 
 TARNWICK_INTERCEPTED_FCNTL(fcntl)
@@ -138,13 +176,14 @@ TARNWICK_INTERCEPTED_FCNTL(fcntl64)
 extern "C" int intercepted_nanosleep(const timespec* length, timespec* left) asm("nanosleep");
 int intercepted_nanosleep(const timespec* length, timespec* left) {
   static auto* const function = real<int(const timespec*, timespec*)>("nanosleep");
-  return ask(SystemCall::kSleep) == kGoOn ? function(length, left) : pass_over_sleep(*length);
+  return ask({.kind = SystemCall::kSleep}) == kGoOn ? function(length, left)
+                                                    : pass_over_sleep(*length);
 }
 
 extern "C" int intercepted_usleep(useconds_t length) asm("usleep");
 int intercepted_usleep(useconds_t length) {
   static auto* const function = real<int(useconds_t)>("usleep");
-  if (ask(SystemCall::kSleep) == kGoOn) return function(length);
+  if (ask({.kind = SystemCall::kSleep}) == kGoOn) return function(length);
   return pass_over_sleep({length / 1'000'000, static_cast<long>(length % 1'000'000) * 1'000});
 }
 
@@ -153,6 +192,7 @@ int intercepted_clock_gettime(clockid_t clock, timespec* time) {
   static auto* const function = real<int(clockid_t, timespec*)>("clock_gettime");
   const int result = function(clock, time);
   if (clock == CLOCK_MONOTONIC && result == 0) {
+    if (clock_stands) *time = time_of_standing_clock;
     const long nanoseconds = time->tv_nsec + clock_moved;
     time->tv_sec += nanoseconds / kSecond;
     time->tv_nsec = nanoseconds % kSecond;

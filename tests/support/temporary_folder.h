@@ -12,11 +12,12 @@ namespace tarnwick::test_support {
 /// An empty folder of its own, gone with the object, whatever is in it then.
 class TemporaryFolder {
  public:
-  TemporaryFolder() {
+  explicit TemporaryFolder(
+      const std::filesystem::path& place = std::filesystem::temp_directory_path()) {
     std::random_device random;
     do {
-      path_ = std::filesystem::temp_directory_path() /
-              ("tarnwick-test-" + std::to_string(random()) + "-" + std::to_string(random()));
+      path_ =
+          place / ("tarnwick-test-" + std::to_string(random()) + "-" + std::to_string(random()));
     } while (!std::filesystem::create_directory(path_));
   }
   TemporaryFolder(const TemporaryFolder&) = delete;
