@@ -99,7 +99,12 @@ void WriteLog::begin_load() {
   database_.begin_immediate();
   in_transaction_ = true;
   loading_ = true;
-  catalog_.refresh(database_);
+  try {
+    catalog_.refresh(database_);
+  } catch (...) {
+    rollback();  // a caller whom this throws at has no transaction to end
+    throw;
+  }
 }
 
 void WriteLog::commit() {

@@ -82,7 +82,12 @@ bool load_in_bulk(Site& site) {
     connection.begin_load();
     connection.execute(u"INSERT INTO DW_Reports (ReportName, Title) VALUES ('One', 'T')");
     connection.execute(u"INSERT INTO DW_Reports (ReportName, Title) VALUES ('Two', 'T')");
-    connection.commit_trans();
+    try {
+      connection.commit_trans();
+    } catch (const Error&) {
+      note_cause_of_commit(site.process->state);
+      throw;
+    }
   });
   if (!loaded && connection.in_transaction()) connection.rollback_trans();
   return loaded;

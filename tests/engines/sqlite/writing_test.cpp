@@ -262,6 +262,22 @@ TEST_F(Writing, ByAnExpressionIsRefused) {
             u"The column 't' cannot be written: it is no column of the one table that is read.");
 }
 
+TEST_F(Writing, OfALoadThatCannotBeginHoldsUpNobodyAndCanBeginAgain) {
+  database_.run(
+      "PRAGMA writable_schema = ON;"
+      "INSERT INTO sqlite_master VALUES"
+      "  ('table', 'Broken', 'Broken', 0, 'CREATE VIRTUAL TABLE Broken USING missing(a)');"
+      "CREATE TABLE Other (Nr INTEGER)");  // has sessions look at all tables anew
+  EXPECT_EQ(failure([&] { session_->begin_load(); }).description(), u"no such module: missing");
+  database_.run(
+      "PRAGMA writable_schema = ON; DELETE FROM sqlite_master WHERE name = 'Broken';"
+      "DROP TABLE Other");
+  session_->begin_load();
+  session_->execute(u"Update DW_Reports Set Title = 'New'");
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "New");
+}
+
 TEST_F(Writing, OfAnEmptyTransactionCommits) {
   session_->begin();
   session_->commit();
