@@ -10,6 +10,8 @@ namespace {
 
 using Unfailing = UnfailingAllocations;
 
+const Text kPc = u"00-00-00-00-00-AA\u00FEPC1\u00FE1";
+const Variant kPcKey = kPc;
 const Text kNewReport = u"A new report";
 const Variant kNewReportKey = kNewReport;
 const Text kNewPc = u"00-00-00-00-00-BB\u00FEPC2\u00FE1";
@@ -102,8 +104,10 @@ void Site::load() {
   process->state.errors = ErrorState();
   process->state.failures.clear();
   component = process->server->components()->item(Text(u"C1"));
-  pc = process->server->registered_pcs()->item(std::int32_t{1});
-  report = process->server->reports()->item(Text(u"Sales"));
+  const auto pcs = process->server->registered_pcs();
+  pc = pcs->exists(kPc) ? pcs->item(kPcKey) : nullptr;  // deleted by the job
+  const auto reports = process->server->reports();
+  report = reports->exists(u"Sales") ? reports->item(Text(u"Sales")) : nullptr;
 }
 
 bool Site::locked() const {
