@@ -67,7 +67,8 @@ void write_row(SharedState& state, RecordLock& lock, const RecordWrite& update,
   if (found) require_unchanged(state, row, update, result);
   update.write_columns(row);
   if (written(state, row)) {
-    if (!found) state.failures.note(cause_of_missing_row());
+    // The row is in the table by now, whether there is memory left to tell more or not.
+    if (!found) quietly([&] { state.failures.note(cause_of_missing_row()); });
     return;
   }
   state.errors.append_line(update.refused_line);

@@ -15,17 +15,23 @@
 #include "engines/sqlite/byte_range_locks.h"
 #include "tests/faults/injected_fault.h"
 #include "tests/faults/job.h"
+#include "tests/faults/picture.h"
 
 namespace tarnwick {
 namespace {
 
 using test_support::all_jobs;
+using test_support::content_of;
 using test_support::EmbeddedDatabase;
 using test_support::FaultKind;
+using test_support::files_in;
 using test_support::InjectedFault;
 using test_support::Job;
+using test_support::Picture;
+using test_support::Rows;
 using test_support::ServerProcess;
 using test_support::Site;
+using test_support::tries_all;
 
 struct Kind {
   friend void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
@@ -45,32 +51,6 @@ const std::vector<Kind> kKinds = {
      {SQLITE_NOMEM, SQLITE_IOERR, SQLITE_FULL, SQLITE_CORRUPT, SQLITE_INTERRUPT, SQLITE_BUSY}},
     {FaultKind::kSystemCall, "SystemCall", 5, {EIO, ENOSPC, EINTR, EMFILE, ENOMEM}},
 };
-
-bool tries_all() { return std::getenv("TARNWICK_PROVE") != nullptr; }
-
-using Rows = std::multiset<std::string>;
-
-bool includes(const Rows& all, const Rows& some) {
-  return std::includes(all.begin(), all.end(), some.begin(), some.end());
-}
-
-/// Name and content of every file in a folder.
-using Files = std::map<std::string, std::string>;
-
-std::string content_of(const std::filesystem::path& path) {
-  std::string content(std::filesystem::file_size(path), '\0');
-  std::ifstream(path, std::ios::binary)
-      .read(content.data(), static_cast<std::streamsize>(content.size()));
-  return content;
-}
-
-Files files_in(const std::filesystem::path& folder) {
-  Files files;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    files[entry.path().filename().string()] = content_of(entry.path());
-  }
-  return files;
-}
 
 std::size_t open_files() {
   return static_cast<std::size_t>(std::distance(
@@ -108,20 +88,9 @@ class EveryCallFailsOnce : public testing::TestWithParam<std::tuple<Job, Kind>> 
     for (const auto& entry : std::filesystem::directory_iterator(database_.folder())) {
       std::filesystem::remove(entry.path());
     }
-    std::filesystem::remove_all(folder_.path() / "files");
     std::ofstream(database_.file(), std::ios::binary) << fresh_;
-    folder_.write("files/fields.ttx", "some field definitions");
-    // Long enough for the engine to write it behind its row.
-    folder_.write("files/report.rpt", std::string(1'100'000, '\7'));
-    folder_.write("files/extracted.rpt", "an earlier file");
     Site site;
-    site.files = folder_.path() / "files";
-    const auto file = [&](const char* name) { return from_utf8((site.files / name).string()); };
-    site.connection_string = database_.connection_string();
-    site.field_definitions = file("fields.ttx");
-    site.report_file = file("report.rpt");
-    site.extracted = file("extracted");
-    site.extracted_report = file("extracted.rpt");
+    site.put_files(folder_);
     site.process = std::make_unique<ServerProcess>(database_);
     site.process->host.payload_folder = site.files;
     if (job().prepare != nullptr) {
@@ -176,33 +145,8 @@ class EveryCallFailsOnce : public testing::TestWithParam<std::tuple<Job, Kind>> 
     EXPECT_FALSE(state.errors.message().empty()) << "no account";
   }
 
-  struct Picture {
-    Rows rows;
-    Files files;
-    Text shown;
-  };
   [[nodiscard]] Picture picture(const Site& site) const {
     return {stored(), files_in(site.files), site.shown()};
-  }
-
-  /// Whole rows only, of before or of after, and none lost.
-  static void expect_whole(const Picture& now, const Picture& before, const Picture& after) {
-    Rows known;
-    std::set_union(before.rows.begin(), before.rows.end(), after.rows.begin(), after.rows.end(),
-                   std::inserter(known, known.end()));
-    Rows kept;
-    std::set_intersection(before.rows.begin(), before.rows.end(), after.rows.begin(),
-                          after.rows.end(), std::inserter(kept, kept.end()));
-    EXPECT_TRUE(includes(known, now.rows)) << "half a row";
-    EXPECT_TRUE(includes(now.rows, kept)) << "another row was lost";
-    EXPECT_GE(now.rows.size(), std::min(before.rows.size(), after.rows.size())) << "a row was lost";
-    for (const auto& [name, content] : now.files) {
-      const auto is_in = [&, &name = name, &content = content](const Files& files) {
-        const auto found = files.find(name);
-        return found != files.end() && (found->second == content || name == "TTX.bin");
-      };
-      EXPECT_TRUE(is_in(before.files) || is_in(after.files)) << "half a file: " << name;
-    }
   }
 
   /// Whether the fault struck.

@@ -10,6 +10,8 @@ namespace {
 
 using Unfailing = UnfailingAllocations;
 
+const Text kPc = u"00-00-00-00-00-AA\u00FEPC1\u00FE1";
+const Variant kPcKey = kPc;
 const Text kNewReport = u"A new report";
 const Variant kNewReportKey = kNewReport;
 const Text kNewPc = u"00-00-00-00-00-BB\u00FEPC2\u00FE1";
@@ -29,8 +31,8 @@ const NewRegisteredPC kPcToAdd = [] {
 }();
 
 bool connect(Site& site) {
-  return site.process->server->set_connection(site.connection_string, EmbeddedDatabase::kRole,
-                                              EmbeddedDatabase::kPassword);
+  const ServerProcess::Login& login = site.process->login();
+  return site.process->server->set_connection(login.connection_string, login.role, login.password);
 }
 
 bool add_pc(Site& site) {
@@ -95,6 +97,20 @@ bool load_in_bulk(Site& site) {
 
 }  // namespace
 
+void Site::put_files(const TemporaryFolder& folder) {
+  files = folder.path() / "files";
+  std::filesystem::remove_all(files);
+  folder.write("files/fields.ttx", "some field definitions");
+  // Long enough for the embedded engine to write it behind its row.
+  folder.write("files/report.rpt", std::string(1'100'000, '\7'));
+  folder.write("files/extracted.rpt", "an earlier file");
+  const auto file = [&](const char* name) { return from_utf8((files / name).string()); };
+  field_definitions = file("fields.ttx");
+  report_file = file("report.rpt");
+  extracted = file("extracted");
+  extracted_report = file("extracted.rpt");
+}
+
 void Site::load() {
   EXPECT_TRUE(process->state.connected() || process->connect());
   EXPECT_TRUE(process->server->refresh()) << to_display_utf8(process->message());
@@ -102,8 +118,10 @@ void Site::load() {
   process->state.errors = ErrorState();
   process->state.failures.clear();
   component = process->server->components()->item(Text(u"C1"));
-  pc = process->server->registered_pcs()->item(std::int32_t{1});
-  report = process->server->reports()->item(Text(u"Sales"));
+  const auto pcs = process->server->registered_pcs();
+  pc = pcs->exists(kPc) ? pcs->item(kPcKey) : nullptr;  // deleted by the job
+  const auto reports = process->server->reports();
+  report = reports->exists(u"Sales") ? reports->item(Text(u"Sales")) : nullptr;
 }
 
 bool Site::locked() const {
@@ -120,8 +138,18 @@ bool Site::locked() const {
 }
 
 void Site::release() {
-  for (const auto& each : *process->state.registered_pcs) each->release_record();
-  for (const auto& each : *process->state.reports) each->release_record();
+  const auto give_back = [](const auto& record) {
+    if (record != nullptr) record->release_record();
+  };
+  give_back(component);
+  give_back(pc);
+  give_back(report);
+  const auto give_all_back = [&](const auto& store) {
+    if (store == nullptr) return;
+    for (const auto& record : *store) give_back(record);
+  };
+  give_all_back(process->state.registered_pcs);
+  give_all_back(process->state.reports);
 }
 
 Text Site::shown() const {

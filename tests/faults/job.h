@@ -18,9 +18,10 @@ struct Site {
   std::shared_ptr<Report> report;
   std::filesystem::path files;  // see Job
   // What is passed to calls, made beforehand: no failure is the caller's own.
-  Text connection_string;
   Text field_definitions, report_file, extracted, extracted_report;
 
+  /// Puts the files that every job finds into a folder of their own in `folder`, anew.
+  void put_files(const TemporaryFolder& folder);
   /// Loads the collections, and takes hold of one record of each.
   void load();
   [[nodiscard]] bool locked() const;

@@ -236,6 +236,23 @@ TEST_F(RecordWithoutMemory, KeepsNoRowThatItDidNotGet) {
                                });
 }
 
+TEST_F(RecordWithoutMemory, SaysThatANewRowIsWrittenIfItIs) {
+  Loaded loaded = load();
+  for (int number = 0; number < 1'000; ++number) {
+    process_.host.box.will_answer(platform::Answer::kCancel);
+  }
+  UpdateErrorEnum result = Error_ue;
+  with_each_allocation_failing(
+      [&] { result = loaded.new_report->update(); },
+      [&] {
+        const auto rows = database_.run("SELECT 1 FROM DW_Reports WHERE ReportName LIKE 'A name%'");
+        EXPECT_EQ(rows.size(), result == OK_ue ? 1u : 0u);
+        database_.run("DELETE FROM DW_Reports WHERE ReportName LIKE 'A name%'");
+        loaded.new_report = std::make_shared<Report>(loaded.state);
+        loaded.new_report->set_name(u"A name that is in no list");
+      });
+}
+
 TEST_F(RecordWithoutMemory, LeavesNoFileBesideTheOneThatItExtracts) {
   Loaded loaded = load();
   with_each_allocation_failing(

@@ -53,14 +53,21 @@ void RecordingTrace::line(TextView text) {
 std::vector<Text> RecordingTrace::take() { return std::exchange(lines_, {}); }
 
 ServerProcess::ServerProcess(const EmbeddedDatabase& database)
-    : database_(database),
+    : login_{database.connection_string(), Text(EmbeddedDatabase::kRole),
+             Text(EmbeddedDatabase::kPassword)},
       host(payload_folder_.path()),
       state(host, {&engine_}, &recorder),
       server(std::make_unique<Server>(state)) {}
 
+ServerProcess::ServerProcess(ado::Engine& engine, Login login)
+    : login_(std::move(login)),
+      host(payload_folder_.path()),
+      state(host, {&engine}, &recorder),
+      server(std::make_unique<Server>(state)) {}
+
 bool ServerProcess::connect() {
-  const bool connected = server->set_connection(
-      database_.connection_string(), EmbeddedDatabase::kRole, EmbeddedDatabase::kPassword);
+  const bool connected =
+      server->set_connection(login_.connection_string, login_.role, login_.password);
   EXPECT_TRUE(connected) << to_display_utf8(message());
   if (connected) set_lock_timeout(0);
   (void)recorder.take();

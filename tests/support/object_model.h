@@ -97,8 +97,18 @@ class RecordingTrace final : public ado::Trace {
 /// good as several processes, as row locks belong to sessions.
 class ServerProcess {
  public:
-  explicit ServerProcess(const EmbeddedDatabase& database);
+  /// What SetConnection is given.
+  struct Login {
+    Text connection_string;
+    Text role;
+    Text password;
+  };
 
+  explicit ServerProcess(const EmbeddedDatabase& database);
+  /// On another engine, which must outlive the process.
+  ServerProcess(ado::Engine& engine, Login login);
+
+  [[nodiscard]] const Login& login() const { return login_; }
   /// Connects to the database in its role, and waits for no lock from then on. False, and a failed
   /// test, when that does not work.
   bool connect();
@@ -112,7 +122,7 @@ class ServerProcess {
   [[nodiscard]] std::vector<Text> trace() { return recorder.take(); }
 
  private:
-  const EmbeddedDatabase& database_;
+  Login login_;
   TemporaryFolder payload_folder_;
   sqlite::SqliteEngine engine_;
 
