@@ -49,6 +49,7 @@ const std::vector<Kind> kKinds = {
      "CallOfSqlite",
      5,
      {SQLITE_NOMEM, SQLITE_IOERR, SQLITE_FULL, SQLITE_CORRUPT, SQLITE_INTERRUPT, SQLITE_BUSY}},
+    {FaultKind::kShortWrite, "ShortWrite", 23, {0}},
     {FaultKind::kSystemCall, "SystemCall", 5, {EIO, ENOSPC, EINTR, EMFILE, ENOMEM}},
 };
 
@@ -165,6 +166,7 @@ class EveryCallFailsOnce : public testing::TestWithParam<std::tuple<Job, Kind>> 
       struck = fault.struck();
     }
     if (!struck) return false;
+    EXPECT_TRUE(went_well || kind().fault != FaultKind::kShortWrite) << "the rest was not written";
     expect_idle();
     if (!site.locked()) expect_no_lock();
     const Picture now = picture(site);

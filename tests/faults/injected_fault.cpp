@@ -22,6 +22,7 @@ struct Countdown {
 Countdown memory;
 Countdown calls;
 Countdown system_calls;
+Countdown writes;
 
 sqlite3_mem_methods plain_memory;
 
@@ -45,6 +46,7 @@ struct FailingMemory {
 int fail_system_call(const InterceptedCall& call) {
   if (call.kind == SystemCall::kUnlock) return kGoOn;
   if (call.kind == SystemCall::kSleep) return kPassOver;
+  if (call.kind == SystemCall::kWrite && writes.take() != 0) return kHalf;
   const int error = system_calls.take();
   if (error == 0 && call.kind == SystemCall::kSync) return kPassOver;
   return error;
@@ -74,17 +76,20 @@ InjectedFault::InjectedFault(FaultKind kind, std::size_t nth, int error) {
     case FaultKind::kSqliteCall:
       calls = {nth, error};
       break;
+    case FaultKind::kShortWrite:
+      writes = {nth, kHalf};
+      break;
     case FaultKind::kSystemCall:
       system_calls = {nth, error};
       break;
   }
 }
 
-InjectedFault::~InjectedFault() { memory = calls = system_calls = {}; }
+InjectedFault::~InjectedFault() { memory = calls = system_calls = writes = {}; }
 
 bool InjectedFault::struck() const {
   if (allocation_) return allocation_->failed();
-  return memory.left + calls.left + system_calls.left == 0;
+  return memory.left + calls.left + system_calls.left + writes.left == 0;
 }
 
 }  // namespace tarnwick::test_support

@@ -13,6 +13,7 @@ enum class FaultKind : std::uint8_t {
   kAllocation,    // of ours
   kSqliteMemory,  // SQLite's own
   kSqliteCall,    // a function of SQLite's interface that has a result code
+  kShortWrite,    // a call that writes to a file, and writes half of it
   kSystemCall,    // see SystemCall; neither giving a lock back nor sleeping, which cannot fail
 };
 

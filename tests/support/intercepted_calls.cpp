@@ -82,6 +82,18 @@ InterceptedCall described_command(int file, int command, const void* argument) {
   return call;
 }
 
+/// As `call`, of a function that writes so many bytes.
+template <class... Arguments>
+ssize_t call_write(ssize_t (*function)(int, const void*, size_t, Arguments...), int file,
+                   const void* bytes, size_t size, std::type_identity_t<Arguments>... arguments) {
+  const int answer = ask(described(SystemCall::kWrite, file, bytes, size, arguments...));
+  if (answer == kGoOn) return function(file, bytes, size, arguments...);
+  if (answer == kHalf) return function(file, bytes, (size + 1) / 2, arguments...);
+  if (answer == kPassOver) return 0;
+  errno = answer;
+  return -1;
+}
+
 int pass_over_sleep(const timespec& length) {
   clock_moved += length.tv_sec * kSecond + length.tv_nsec;
   return 0;
@@ -128,14 +140,6 @@ TARNWICK_INTERCEPTED(kRead, ssize_t, -1, pread, (int file, void* bytes, size_t s
                      file, bytes, size, offset)
 TARNWICK_INTERCEPTED(kRead, ssize_t, -1, pread64,
                      (int file, void* bytes, size_t size, off_t offset), file, bytes, size, offset)
-TARNWICK_INTERCEPTED(kWrite, ssize_t, -1, write, (int file, const void* bytes, size_t size), file,
-                     bytes, size)
-TARNWICK_INTERCEPTED(kWrite, ssize_t, -1, pwrite,
-                     (int file, const void* bytes, size_t size, off_t offset), file, bytes, size,
-                     offset)
-TARNWICK_INTERCEPTED(kWrite, ssize_t, -1, pwrite64,
-                     (int file, const void* bytes, size_t size, off_t offset), file, bytes, size,
-                     offset)
 TARNWICK_INTERCEPTED(kResize, int, -1, ftruncate, (int file, off_t size), file, size)
 TARNWICK_INTERCEPTED(kResize, int, -1, ftruncate64, (int file, off_t size), file, size)
 TARNWICK_INTERCEPTED(kSync, int, -1, fsync, (int file), file)
@@ -161,6 +165,19 @@ TARNWICK_INTERCEPTED(kName, int, -1, fsetxattr,
                      (int file, const char* name, const void* value, size_t size, int flags), file,
                      name, value, size, flags)
 TARNWICK_INTERCEPTED(kName, int, -1, fremovexattr, (int file, const char* name), file, name)
+
+#define TARNWICK_INTERCEPTED_WRITE(name, parameters, ...)          \
+  extern "C" ssize_t intercepted_##name parameters asm(#name);     \
+  ssize_t intercepted_##name parameters {                          \
+    static auto* const function = real<ssize_t parameters>(#name); \
+    return call_write(function, __VA_ARGS__);                      \
+  }
+
+TARNWICK_INTERCEPTED_WRITE(write, (int file, const void* bytes, size_t size), file, bytes, size)
+TARNWICK_INTERCEPTED_WRITE(pwrite, (int file, const void* bytes, size_t size, off_t offset), file,
+                           bytes, size, offset)
+TARNWICK_INTERCEPTED_WRITE(pwrite64, (int file, const void* bytes, size_t size, off_t offset), file,
+                           bytes, size, offset)
 
 #define TARNWICK_INTERCEPTED_FCNTL(name)                                                 \
   extern "C" int intercepted_##name(int file, int command, void* argument) asm(#name);   \

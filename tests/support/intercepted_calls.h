@@ -35,6 +35,8 @@ struct InterceptedCall {
 inline constexpr int kGoOn = 0;
 /// The call does nothing and succeeds. A sleep: the clock that waits are measured by moves on.
 inline constexpr int kPassOver = -1;
+/// The first half of what was to be written is written. For kWrite alone.
+inline constexpr int kHalf = -2;
 
 /// Asked before each of these calls, whoever in the program makes it: our own code, SQLite, the C++
 /// library.

@@ -13,8 +13,8 @@ class FaultyOdbc final : public odbc::OdbcApi {
   /// Counted from 1; 0: none.
   std::size_t failing_call = 0;
   bool all_from_there = false;
-  /// Calls in the middle of a statement that waits for data neither fail nor count. A failure of the
-  /// driver's own ends that wait; one from outside does not, and FreeTDS refuses to cancel it.
+  /// Calls in the middle of a statement that waits for data neither fail nor count. A failure of
+  /// the driver's own ends that wait; one from outside does not, and FreeTDS refuses to cancel it.
   bool spares_data = false;
   std::size_t calls = 0;
   /// Handles that were made and not freed.
