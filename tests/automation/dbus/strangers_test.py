@@ -283,9 +283,9 @@ class Memory(Watched, BusTest):
             return True
 
     def fill(self):
-        """Lets the hostile client put 1,200 MB wherever it can; how often it was refused."""
+        """Lets the hostile client put 320 MB wherever it can; how often it was refused."""
         refused = 0
-        for _ in range(300):
+        for _ in range(80):
             try:
                 report = self.hostile.create("Report")
             except Failed as failed:
