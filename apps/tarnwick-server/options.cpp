@@ -53,6 +53,12 @@ void add_options(CLI::App& app, Options& options) {
       ->envname("TARNWICK_SERVER_MOST_OBJECTS")
       ->check(CLI::Range(std::size_t{1}, std::size_t{100'000'000}))
       ->capture_default_str();
+  app.add_option("--most-memory", options.most_memory,
+                 "With more memory in use (MiB) the service takes no texts and makes no objects "
+                 "until some is released (half of the machine's)")
+      ->type_name("MIB")
+      ->envname("TARNWICK_SERVER_MOST_MEMORY")
+      ->check(CLI::Range(std::size_t{1}, std::size_t{100'000'000}));
   add_seconds(app, "--idle", "TARNWICK_SERVER_IDLE", options.idle,
               "End after this time without an object that a client holds (2)");
 }

@@ -27,6 +27,8 @@ struct Options {
   std::filesystem::path trace;
   /// What one client may hold at once.
   std::size_t most_objects = 131072;
+  /// MiB of memory beyond which the service takes nothing more in; 0: half of the machine's.
+  std::size_t most_memory = 0;
   /// How long the service stays without an object that somebody holds.
   std::chrono::seconds idle{2};
 };

@@ -20,6 +20,7 @@
 #include "automation/dbus/error.h"
 #include "automation/dbus/handles.h"
 #include "automation/dbus/lock_prompt.h"
+#include "automation/dbus/memory_limit.h"
 #include "automation/dbus/name_owner.h"
 #include "automation/dbus/service.h"
 #include "platform/linux/desktop_message_box.h"
@@ -156,7 +157,9 @@ int serve(const Options& options, const automation::Events& events) {
   apps::ProgramEngines engines(options.system_bus ? odbc::Drivers::kRegistered
                                                   : odbc::Drivers::kAny);
   SharedState state(host, engines.list(), trace ? &*trace : nullptr);
-  const dbus::Service service(bus.get(), state, clients, departures, caller, events);
+  const dbus::MemoryLimit memory(options.most_memory == 0 ? dbus::MemoryLimit::usual_bytes()
+                                                          : options.most_memory << 20);
+  const dbus::Service service(bus.get(), state, clients, departures, caller, memory, events);
 
   dbus::NameOwner name(bus.get());
   if (!name.acquire()) {

@@ -22,6 +22,13 @@ Departures::Departures(sd_bus* bus) : bus_(bus) {
                          &Departures::on_left, this),
         "watching clients");
   slot_.reset(slot);
+  check(sd_bus_add_filter(bus_, &slot, &Departures::on_message, nullptr), "watching clients");
+  filter_.reset(slot);
+}
+
+// Without an answer: a stranger who reads none of them could have them pile up here.
+int Departures::on_message(sd_bus_message* message, void*, sd_bus_error*) {
+  return sd_bus_message_is_method_call(message, nullptr, nullptr) > 0 ? 1 : 0;
 }
 
 bool Departures::has_left(const std::string& client) {

@@ -12,7 +12,8 @@ namespace tarnwick::automation::dbus {
 
 /// Who has left the bus. Learns of it on a connection of its own, where that news does not stand
 /// behind the calls that wait: a client that leaves behind a thousand of them is known to have left
-/// before the first is carried out. `bus` is that connection, and must outlive this.
+/// before the first is carried out. `bus` is that connection, which takes no calls, and must
+/// outlive this.
 class Departures {
  public:
   explicit Departures(sd_bus* bus);
@@ -23,6 +24,7 @@ class Departures {
   [[nodiscard]] bool has_left(const std::string& client);
 
  private:
+  static int on_message(sd_bus_message* message, void* departures, sd_bus_error* error);
   static int on_left(sd_bus_message* message, void* departures, sd_bus_error* error);
   void add(std::string client);
 
@@ -30,6 +32,7 @@ class Departures {
   std::unordered_set<std::string> left_;
   std::deque<const std::string*> order_;  // of `left_`, the first to leave first
   SlotHandle slot_;
+  SlotHandle filter_;
 };
 
 }  // namespace tarnwick::automation::dbus

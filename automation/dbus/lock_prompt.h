@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "automation/dbus/clients.h"
+#include "automation/dbus/handles.h"
 #include "automation/dbus/service.h"
 #include "platform/message_box.h"
 
@@ -28,6 +29,7 @@ class BusMessageBox final : public platform::MessageBox {
 
  private:
   platform::Answer ask(const std::string& prompt, TextView text, TextView title);
+  MessageHandle answer_to(sd_bus_message* question);
 
   sd_bus* bus_;
   const Clients& clients_;

@@ -58,6 +58,8 @@ const Member& member_named(const Object& object, const char* name) {
   return *member;
 }
 
+bool brings_text(const Argument& argument) { return argument.type.kind == Kind::kText; }
+
 // An account of errors has to be readable, whatever it quotes.
 Value read_property(const Object& object, const Member& member) {
   Value value = automation::call(object, member);
@@ -117,12 +119,13 @@ class Service::Call final : public Paths {
 };
 
 Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& departures,
-                 Caller& caller, const Events& events)
+                 Caller& caller, const MemoryLimit& memory, const Events& events)
     : bus_(bus),
       state_(state),
       clients_(clients),
       departures_(departures),
       caller_(caller),
+      memory_(memory),
       events_(events) {
   sd_bus_slot* slot = nullptr;
   check(sd_bus_add_filter(bus_, &slot, &Service::on_message, this), "watching messages");
@@ -178,6 +181,7 @@ int Service::create_object(sd_bus_message* message) {
   const Class* of = find_class(from_utf8(read_text(message, 's')));
   if (of == nullptr) throw Error(429, u"ActiveX component can't create object");
   // First of all: making a collection replaces the one that all share.
+  memory_.require_room();
   clients_.require_room(call.caller());
   const std::string path = call.hand_out(of->create(state_));
   return sd_bus_reply_method_return(message, "o", path.c_str());
@@ -254,6 +258,7 @@ int Service::report_files(sd_bus_message* message) {
 int Service::call_member(sd_bus_message* message) {
   Call call(*this, message, clients_.objects().find(sd_bus_message_get_path(message)));
   const Member& member = member_named(call.source(), sd_bus_message_get_member(message));
+  if (std::ranges::any_of(member.arguments, brings_text)) memory_.require_room();
   const std::vector<Value> arguments = read_arguments(message, member, call);
   const auto body = [&] { return automation::call(call.source(), member, arguments); };
   Value result = locks_record(member) ? call_locking(call, body) : body();
@@ -410,6 +415,7 @@ void Service::get(const char* path, const char* property, sd_bus_message* reply)
 void Service::set(const char* path, const char* property, sd_bus_message* value) {
   Call call(*this, sd_bus_get_current_message(bus_), clients_.objects().find(path));
   const Member& member = member_named(call.source(), property);
+  if (member.result.kind == Kind::kText) memory_.require_room();
   let(call.source(), member, read(value, member.result, call));
 }
 

@@ -12,6 +12,7 @@
 #include "automation/dbus/departures.h"
 #include "automation/dbus/handles.h"
 #include "automation/dbus/interface.h"
+#include "automation/dbus/memory_limit.h"
 #include "automation/dbus/vtable.h"
 #include "automation/dbus/wire.h"
 #include "automation/events.h"
@@ -31,7 +32,7 @@ struct Caller {
 class Service {
  public:
   Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& departures, Caller& caller,
-          const Events& events);
+          const MemoryLimit& memory, const Events& events);
   ~Service() { clients_.release_all(); }
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;
@@ -98,6 +99,7 @@ class Service {
   Clients& clients_;
   Departures& departures_;
   Caller& caller_;
+  const MemoryLimit& memory_;
   const Events& events_;
   std::array<std::vector<Property>, kClassCount> properties_;
   std::deque<Vtable> vtables_;

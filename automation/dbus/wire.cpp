@@ -146,11 +146,11 @@ void append_basic(sd_bus_message* message, char type, const void* value) {
   check(sd_bus_message_append_basic(message, type, value), "writing a value");
 }
 
-void open(sd_bus_message* message, char type, const char* contents) {
+void open_part(sd_bus_message* message, char type, const char* contents) {
   check(sd_bus_message_open_container(message, type, contents), "writing a value");
 }
 
-void close(sd_bus_message* message) {
+void close_part(sd_bus_message* message) {
   check(sd_bus_message_close_container(message), "writing a value");
 }
 
@@ -159,7 +159,10 @@ void close(sd_bus_message* message) {
 std::string read_text(sd_bus_message* message, char type) {
   const char* text = nullptr;
   const int result = sd_bus_message_read_basic(message, type, &text);
-  // The bus lets no other text through that is wrong.
+  // The bus lets no other text through that is wrong, but paths that are longer than sd-bus has
+  // them.
+  if (result == -EBADMSG && type == 'o')
+    throw WireError(SD_BUS_ERROR_INVALID_ARGS, "An object path is too long");
   if (result == -EBADMSG)
     throw not_representable("An argument holds a code point that is no character");
   check(result, "reading an argument");
@@ -273,15 +276,15 @@ void Outgoing::append_to(sd_bus_message* message) const {
       }
       return;
     case Kind::kEmpty:
-      open(message, SD_BUS_TYPE_VARIANT, "ay");
+      open_part(message, SD_BUS_TYPE_VARIANT, "ay");
       check(sd_bus_message_append_array(message, 'y', nullptr, 0), "writing a value");
-      close(message);
+      close_part(message);
       return;
     case Kind::kCollection:
     case Kind::kEnumerator:
-      open(message, SD_BUS_TYPE_ARRAY, "o");
+      open_part(message, SD_BUS_TYPE_ARRAY, "o");
       for (const std::string& path : paths_) append_basic(message, 'o', path.c_str());
-      close(message);
+      close_part(message);
       return;
     case Kind::kNothing:
     case Kind::kAnyObject:

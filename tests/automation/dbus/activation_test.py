@@ -141,7 +141,7 @@ class Switches(unittest.TestCase):
     def test_that_make_no_sense_are_refused(self):
         for arguments in (("--when-locked", "maybe"), ("--when-locked", "retry:0"),
                           ("--idle", "soon"), ("--question-timeout", "-1"),
-                          ("--most-objects", "0"), ("--folder", "/nowhere/at/all"),
+                          ("--most-objects", "0"), ("--most-memory", "0"), ("--folder", "/nowhere/at/all"),
                           ("--system", "--address", "unix:path=/x"), ("--unknown",), ("extra",)):
             result = self.run_server(*arguments)
             self.assertNotEqual(result.returncode, 0, arguments)
@@ -150,7 +150,7 @@ class Switches(unittest.TestCase):
     def test_help_tells_them_all(self):
         help_text = self.run_server("--help").stdout
         for switch in ("--system", "--address", "--when-locked", "--question-timeout", "--folder",
-                       "--trace", "--most-objects", "--idle"):
+                       "--trace", "--most-objects", "--most-memory", "--idle"):
             self.assertIn(switch, help_text)
 
     def test_a_bus_or_a_trace_that_cannot_be_had_is_told(self):
