@@ -40,7 +40,6 @@ class Search final {
     values_.emplace_back(first + std::string(kLastCharacter));
   }
 
-  [[nodiscard]] bool is_pointless() const { return folded_.empty(); }
   [[nodiscard]] std::string sql() const {
     return "SELECT " + columns_ + " FROM dbo." + identifier(table_.name) + conditions_ +
            " ORDER BY " + columns_;
@@ -76,11 +75,18 @@ std::string folded_key_text(std::string_view text) {
   return folded;
 }
 
+bool has_other_spellings(std::span<const StoredValue> key) {
+  return std::any_of(key.begin(), key.end(), [](const StoredValue& value) {
+    const auto* const text = std::get_if<std::string>(&value);
+    return text != nullptr && ascii_prefix(*text) != text->size();
+  });
+}
+
 std::optional<std::vector<StoredValue>> other_spelling(Database& database, const Table& table,
                                                        std::span<const StoredValue> key) {
+  if (!has_other_spellings(key)) return std::nullopt;
   Search search(table);
   for (std::size_t i = 0; i < key.size(); ++i) search.add(i, key[i]);
-  if (search.is_pointless()) return std::nullopt;
   sqlite3_stmt* const statement = database.statement(search.sql());
   Execution rows(database, statement, search.values());
   while (rows.next()) {

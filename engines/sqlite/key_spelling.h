@@ -20,6 +20,9 @@ namespace tarnwick::sqlite {
 /// A key's text with the case of all letters folded, by Unicode: the same for all spellings.
 [[nodiscard]] std::string folded_key_text(std::string_view text);
 
+/// Whether the key could be spelt otherwise: only where it has a letter beyond ASCII.
+[[nodiscard]] bool has_other_spellings(std::span<const StoredValue> key);
+
 /// The key of the row that a look-up by `key` means and SQLite did not find: one that differs from
 /// it in the case of letters alone. The first such key in the order of the keys; nothing where
 /// `key` holds no letter beyond ASCII.

@@ -258,6 +258,7 @@ void SqliteRowset::update(std::span<const ado::Cell> row,
   for (const auto& assignment : assigned) {
     update.columns.push_back({origin_of(assignment), stored_value(*assignment.value)});
   }
+  require_free_key(update.key, assigned);
   database_.log.update(std::move(update), key_of(row));
 }
 
@@ -267,6 +268,7 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
                    u"No row can be added: the columns that are read are not those of one table.");
   }
   database_.start_call();
+  if (assigns_key(assigned)) require_free_key({}, assigned);
   Write write;
   write.one_row = true;
   std::string names;
@@ -308,6 +310,31 @@ void SqliteRowset::insert(std::span<const ado::Assignment> assigned) {
     database_.log.cut(before);
     throw;
   }
+}
+
+void SqliteRowset::require_free_key(std::span<const StoredValue> present,
+                                    std::span<const ado::Assignment> assigned) {
+  std::vector<StoredValue> key(present.begin(), present.end());
+  key.resize(shape().key.size());
+  for (const auto& assignment : assigned) {
+    const auto place = std::find(shape().key.begin(), shape().key.end(), assignment.column);
+    if (place == shape().key.end()) continue;
+    key[static_cast<std::size_t>(place - shape().key.begin())] = stored_value(*assignment.value);
+  }
+  if (std::equal(key.begin(), key.end(), present.begin(), present.end())) return;
+  if (!has_other_spellings(key)) return;
+  const Table& table = *shape().table;
+  database_.log.read([&](Database& database) {
+    const auto taken = other_spelling(database, table, key);
+    if (!taken || std::equal(taken->begin(), taken->end(), present.begin(), present.end())) return;
+    std::string columns;
+    for (const auto& name : table.key) {
+      columns += (columns.empty() ? "" : ", ") + table.name + "." + name;
+    }
+    throw AdoError(AdoErrorNumber::kIntegrityViolation,
+                   join({u"UNIQUE constraint failed: ", from_stored_utf8(columns)}),
+                   SQLITE_CONSTRAINT_PRIMARYKEY);
+  });
 }
 
 bool SqliteRowset::assigns_key(std::span<const ado::Assignment> assigned) const {

@@ -65,6 +65,10 @@ class SqliteRowset : public ado::Rowset {
   [[nodiscard]] std::vector<std::size_t> key_positions() const;
   void append_row(sqlite3_stmt* statement, ado::RowBuffer& rows) const;
   [[nodiscard]] const std::string& origin_of(const ado::Assignment& assignment) const;
+  /// Refuses to give the row with the key `present` (a new one has none) the key of another row in
+  /// other letters: SQLite would take them for two.
+  void require_free_key(std::span<const StoredValue> present,
+                        std::span<const ado::Assignment> assigned);
 
   std::shared_ptr<const Shape> shape_;
   // The statement that is run in the place of the query's, where that reads payloads.

@@ -100,6 +100,32 @@ Op op_of(Random& random) {
   return kWeighed[random() % kWeighed.size()];
 }
 
+// What clients do one after the other; mostly one thing.
+std::vector<Op> phrase_of(Random& random) {
+  static const std::vector<std::vector<Op>> kPhrases{
+      {Op::kLock, Op::kUpdate},
+      {Op::kLock, Op::kLet, Op::kUpdate},
+      {Op::kLock, Op::kRelease},
+      {Op::kLet, Op::kUpdate, Op::kUpdate},
+      {Op::kAdd, Op::kUpdate, Op::kLock, Op::kDelete},
+      {Op::kExtractReport, Op::kUpdate, Op::kExtractReport},
+      {Op::kImportTtx, Op::kUpdate, Op::kExtractTtx},
+  };
+  const auto phrase =
+      static_cast<std::size_t>(below(random, 8 * static_cast<int>(kPhrases.size())));
+  return phrase < kPhrases.size() ? kPhrases[phrase] : std::vector<Op>{op_of(random)};
+}
+
+Step step_of(Random& random) {
+  Step step;
+  step.process = below(random, kProcesses);
+  step.place = below(random, kPlaces);
+  step.kind = below(random, kKinds);
+  step.key = below(random, 12);
+  step.value = below(random, 12);
+  return step;
+}
+
 bool differs(const Steps& steps, MakeProcess make) { return play(steps, make).has_value(); }
 
 // Leaves out ever smaller pieces.
@@ -165,13 +191,18 @@ Steps made_up_steps(std::uint32_t seed, std::size_t length) {
     steps.push_back({Op::kInsertRow, 0, 0, i, below(random, 5), 0});
   }
   while (steps.size() < length) {
-    Step step{op_of(random)};
-    step.process = below(random, kProcesses);
-    step.place = below(random, kPlaces);
-    step.kind = below(random, kKinds);
-    step.key = below(random, 12);
-    step.value = below(random, 12);
-    steps.push_back(step);
+    Step step = step_of(random);
+    // Clients mostly go on with the record that they have just used.
+    if (below(random, 3) != 0) {
+      step.process = steps.back().process;
+      step.place = steps.back().place;
+    }
+    for (const Op op : phrase_of(random)) {
+      step.op = op;
+      steps.push_back(step);
+      step.key = below(random, 12);
+      step.value = below(random, 12);
+    }
   }
   return steps;
 }

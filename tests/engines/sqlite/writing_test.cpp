@@ -230,6 +230,25 @@ TEST_F(Writing, ChangesTheLetterCaseOfAKey) {
               ElementsAre(ElementsAre("SALES", "New"), ElementsAre("Stock", "Old")));
 }
 
+TEST_F(Writing, RefusesAKeyThatAnotherRowHasInOtherLetters) {
+  database_.run("UPDATE DW_Reports SET ReportName = 'Übersicht' WHERE ReportName = 'Stock'");
+  const auto refused = [&](auto&& write) {
+    const auto error = failure(write);
+    EXPECT_EQ(error.number(), -2147217873);
+    EXPECT_EQ(error.native(), 1555);
+    EXPECT_EQ(error.description(), u"UNIQUE constraint failed: DW_Reports.ReportName");
+  };
+  const auto sales = read(*session_, kSales);
+  refused([&] { sales.update({{u"ReportName", Text(u"übersicht")}}); });
+  refused([&] { sales.insert({{u"ReportName", Text(u"ÜBERSICHT")}}); });
+  session_->begin();
+  refused([&] { hold(*session_, kSales).update({{u"ReportName", Text(u"übersicht")}}); });
+  session_->rollback();
+  sales.update({{u"ReportName", Text(u"Säles")}});
+  EXPECT_THAT(database_.run("SELECT ReportName FROM DW_Reports ORDER BY 1"),
+              ElementsAre(ElementsAre("Säles"), ElementsAre("Übersicht")));
+}
+
 TEST_F(Writing, RefusesTextsThatTheDatabaseCannotKeep) {
   const auto rows = read(*session_, kSales);
   const auto nul = failure([&] { rows.update({{u"Title", Text(u"a\0b", 3)}}); });
