@@ -49,6 +49,33 @@ TEST(KeptSequences, AVersionOfARolledBackTransactionIsNoLaterOnes) {
   });
 }
 
+TEST(KeptSequences, AReportThatWasWrittenIsLookedUpAnew) {
+  expect_the_same({
+      {Op::kInsertRow, 0, 0, 2, 7, 0},
+      {Op::kNewServer, 0, 0, 0, 0, 0},
+      {Op::kConnect, 0, 0, 0, 0, 0},
+      {Op::kAdd, 0, 0, 2, 6, 0},
+      {Op::kExtractReport, 0, 0, 0, 1, 0},
+      {Op::kDeleteRow, 0, 0, 2, 7, 0},
+      {Op::kUpdate, 0, 0, 0, 0, 0},
+      {Op::kExtractReport, 0, 0, 0, 1, 0},
+  });
+}
+
+TEST(KeptSequences, ANameInOtherLettersIsTaken) {
+  expect_the_same({
+      {Op::kNewServer, 0, 0, 0, 0, 0},
+      {Op::kConnect, 0, 0, 0, 0, 0},
+      {Op::kInsertRow, 0, 0, 2, 0, 0},
+      {Op::kInsertRow, 0, 0, 2, 6, 0},
+      {Op::kReload, 0, 0, 0, 0, 0},
+      {Op::kItemByKey, 0, 2, 2, 0, 0},
+      {Op::kLock, 0, 2, 0, 0, 0},
+      {Op::kLet, 0, 2, 0, 0, 2},
+      {Op::kUpdate, 0, 2, 0, 0, 0},
+  });
+}
+
 constexpr std::uint32_t kSequences = 40;
 constexpr std::size_t kLength = 60;
 
