@@ -109,15 +109,9 @@ class RowFetch {
       // No row to be seen: it is missing, or another process has it and the lock was not to be had.
       // A plain read tells which.
       roll_back();
-      switch (probe()) {
-        case Probe::kCancelled:
-          return FetchOutcome::kCancelled;
-        case Probe::kMissing:
-          known_missing = true;
-          break;
-        case Probe::kTryAgain:
-          break;
-      }
+      const Probe told = probe();
+      if (told == Probe::kCancelled) return FetchOutcome::kCancelled;
+      known_missing = told == Probe::kMissing;
     }
   }
 

@@ -210,6 +210,7 @@ TEST_F(UpdateRead, WithAQuoteInTheKeyMakesAMalformedStatement) {
   const FetchedRow fetched = update_read(state(), u"O'Hara", TableSelector::kReports);
   EXPECT_EQ(fetched.outcome, FetchOutcome::kFailed);
   EXPECT_EQ(fetched.recordset, nullptr);
+  EXPECT_EQ(state().failures.last().number, -2147217900) << "what the open was refused with";
   EXPECT_EQ(message(), raised(u"Error Opening Recordset! SQL=Select * From DW_Reports Where "
                               u"ReportName = 'O'Hara'",
                               u"General", u"UpdateRead"));

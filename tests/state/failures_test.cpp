@@ -30,6 +30,8 @@ class LastCause : public ::testing::Test {
 
 TEST_F(LastCause, IsNoneAtFirstAndOnceCleared) {
   EXPECT_EQ(last().kind, FailureKind::kNone);
+  EXPECT_EQ(last().number, 0);
+  EXPECT_EQ(last().native, 0);
   fail(Error(ErrorNumber::kOverflow));
   state_.failures.clear();
   EXPECT_EQ(last().kind, FailureKind::kNone);
