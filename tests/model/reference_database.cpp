@@ -309,24 +309,34 @@ void require_own_row(const Database& database, const Connection& connection) {
   }
 }
 
+std::optional<StoredRow> as_seen(const Database& database, const Connection& connection,
+                                 const RowName& name) {
+  const StoredRow* stored = database.find(name);
+  if (stored == nullptr) return std::nullopt;
+  StoredRow row = *stored;
+  if (const auto& transaction = connection.transaction) {
+    if (transaction->deleted.contains(name)) return std::nullopt;
+    if (transaction->stamped == name) {
+      row.columns["SoftLock"] = std::string(kStamp);
+      row.version = transaction->unsettled_version;
+    }
+  }
+  return row;
+}
+
 std::optional<std::vector<StoredRow>> read_table(Process& process, Kind kind) {
   std::optional<std::vector<StoredRow>> rows;
   guarded(process, "General", "GetRecordset", [&] {
     require_open_for_reading(process);
     require_own_row(process.world.database, *process.connection);
     std::vector<StoredRow> read;
-    const auto& transaction = process.connection->transaction;
-    for (const auto& [key, row] : process.world.database.tables[kind]) {
+    const Database& database = process.world.database;
+    for (const auto& [key, row] : database.tables[kind]) {
       const RowName name{kind, key};
-      if (process.world.database.holder(name, process.connection.get()) != nullptr) {
+      if (database.holder(name, process.connection.get()) != nullptr) {
         fail(-2147467259, "Lock request time out period exceeded.");
       }
-      if (transaction && transaction->deleted.contains(name)) continue;
-      read.push_back(row);
-      if (transaction && transaction->stamped == name) {
-        read.back().columns["SoftLock"] = std::string(kStamp);
-        read.back().version = transaction->unsettled_version;
-      }
+      if (auto seen = as_seen(database, *process.connection, name)) read.push_back(*seen);
     }
     rows = std::move(read);
   });
@@ -338,15 +348,9 @@ std::vector<StoredRow> rows_as_they_stand(Process& process, Kind kind, const std
   require_no_quote(name);
   require_own_row(process.world.database, *process.connection);
   std::vector<StoredRow> rows;
-  const auto& transaction = process.connection->transaction;
-  for (const auto& [key, row] : process.world.database.tables[kind]) {
-    const RowName its_name{kind, key};
-    if (transaction && transaction->deleted.contains(its_name)) continue;
-    rows.push_back(row);
-    if (transaction && transaction->stamped == its_name) {
-      rows.back().columns["SoftLock"] = std::string(kStamp);
-      rows.back().version = transaction->unsettled_version;
-    }
+  const Database& database = process.world.database;
+  for (const auto& [key, row] : database.tables[kind]) {
+    if (auto seen = as_seen(database, *process.connection, {kind, key})) rows.push_back(*seen);
   }
   return rows;
 }

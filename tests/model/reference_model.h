@@ -249,6 +249,11 @@ struct Property {
 void guarded(Process& process, const char* component, const char* procedure,
              const std::function<void()>& body, const std::function<std::string()>& extra = {});
 
+/// The row as the connection sees it, with what its own transaction has done to it; nothing where
+/// there is none.
+[[nodiscard]] std::optional<StoredRow> as_seen(const Database& database,
+                                               const Connection& connection, const RowName& name);
+
 /// The rows that a read of a whole table shows; none where it failed, which stands in the account.
 [[nodiscard]] std::optional<std::vector<StoredRow>> read_table(Process& process, Kind kind);
 /// What a reader who waits for nobody sees of the table, by a statement in which `name` stands.

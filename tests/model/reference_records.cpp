@@ -396,17 +396,11 @@ Sight look_at(Record& record) {
     require_no_quote(id_of(record));
     require_own_row(process.world.database, *process.connection);
     const RowName name = record.row();
-    const auto& own = process.connection->transaction;
-    const StoredRow* stored = process.world.database.find(name);
-    if (stored == nullptr || (own && own->deleted.contains(name))) {
+    const auto row = as_seen(process.world.database, *process.connection, name);
+    if (!row) {
       outcome = 0;
-    } else {
-      StoredRow row = *stored;
-      if (own && own->stamped == name) {
-        row.columns["SoftLock"] = std::string(kStamp);
-        row.version = own->unsettled_version;
-      }
-      if (load(record, &row)) outcome = 1;
+    } else if (load(record, &*row)) {
+      outcome = 1;
     }
     if (const Transaction* holder = process.world.database.holder(record.row(), nullptr)) {
       held = true;
