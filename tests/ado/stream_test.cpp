@@ -211,6 +211,17 @@ TEST(StreamTest, UnicodeTextBeginsWithAByteOrderMarkThatReadingPassesOver) {
   EXPECT_EQ(raw(utf16), bytes(std::string_view("\xFF\xFE\xE9\x00\x3D\xD8\xC4\xDD", 8)));
 }
 
+TEST(StreamTest, AByteOrderMarkAloneIsAnEmptyText) {
+  const std::pair<TextView, const char*> marks[] = {{u"utf-8", "\xEF\xBB\xBF"},
+                                                    {u"unicode", "\xFF\xFE"}};
+  for (const auto& [charset, mark] : marks) {
+    Stream stream = binary(mark);
+    stream.set_type(StreamType::kText);
+    stream.set_charset(charset);
+    EXPECT_EQ(stream.read_text(), u"") << to_utf8(charset);
+  }
+}
+
 TEST(StreamTest, OnlyTheFirstTextGetsAByteOrderMark) {
   Stream stream = text(u"a", u"utf-8");
   stream.set_position(stream.size());
