@@ -11,9 +11,6 @@ namespace tarnwick::ado {
 namespace {
 
 constexpr std::size_t kAllRows = std::numeric_limits<std::size_t>::max();
-// More names than any statement of ours has columns; a caller that makes its names up anew each
-// time must not make the list grow.
-constexpr std::size_t kMostLookUps = 64;
 
 // For the trace, by the values of the enumerations.
 constexpr TextView kTypeWords[] = {u"forward-only", u"keyset", u"dynamic", u"static"};
@@ -163,7 +160,7 @@ std::span<const Cell> Recordset::cells() const {
 
 std::size_t Recordset::position_of(TextView name) const {
   require_open();
-  return search_column(name);
+  return column_of(name);
 }
 
 void Recordset::add_new() {
@@ -177,13 +174,11 @@ void Recordset::update() {
   require_open();
   if (edit_mode_ == EditMode::kNone) return;
   std::vector<Assignment> assigned;
-  Text names;
+  assigned.reserve(edit_.size());
   for (std::size_t column = 0; column < edit_.size(); ++column) {
-    if (!edit_[column]) continue;
-    assigned.push_back({column, &*edit_[column]});
-    names.append(names.empty() ? u" " : u", ").append(name_of(column));
+    if (edit_[column]) assigned.push_back({column, &*edit_[column]});
   }
-  connection_->trace_line(edit_mode_ == EditMode::kAdd ? u"Insert" : u"Update", names);
+  trace_edit(assigned);
   if (edit_mode_ == EditMode::kAdd) {
     insert_row(assigned);
   } else {
@@ -262,31 +257,21 @@ bool Recordset::holds_all_rows() const {
          lock_ != LockType::kPessimistic;
 }
 
-// Callers read the same names in the same order row after row: the next name is mostly the one that
-// followed the last time, and the very same literal.
-std::size_t Recordset::column_of(TextView name) {
-  const auto is_same = [&](const LookedUp& entry) {
-    return entry.data == name.data() && same_units(entry.name, name);
-  };
-  if (next_look_up_ >= looked_up_.size()) next_look_up_ = 0;
-  if (looked_up_.empty() || !is_same(looked_up_[next_look_up_])) {
-    auto known = std::find_if(looked_up_.begin(), looked_up_.end(), is_same);
-    if (known == looked_up_.end()) {
-      const std::size_t column = search_column(name);
-      if (looked_up_.size() == kMostLookUps) return column;
-      known = looked_up_.insert(known, {name.data(), Text(name), column});
-    }
-    next_look_up_ = static_cast<std::size_t>(known - looked_up_.begin());
-  }
-  return looked_up_[next_look_up_++].column;
-}
-
-std::size_t Recordset::search_column(TextView name) const {
+std::size_t Recordset::column_of(TextView name) const {
   const std::vector<Column>& columns = rowset_->columns();
   for (std::size_t column = 0; column < columns.size(); ++column) {
     if (equals_ignoring_case(columns[column].name, name)) return column;
   }
   throw AdoError(AdoErrorNumber::kItemNotFound);
+}
+
+void Recordset::trace_edit(std::span<const Assignment> assigned) const {
+  if (connection_->trace_ == nullptr) return;
+  Text names;
+  for (const Assignment& assignment : assigned) {
+    names.append(names.empty() ? u" " : u", ").append(name_of(assignment.column));
+  }
+  connection_->trace_line(edit_mode_ == EditMode::kAdd ? u"Insert" : u"Update", names);
 }
 
 void Recordset::finish_edit() {
@@ -365,8 +350,6 @@ void Recordset::drop_rows() {
   rows_.reset();
   cells_.clear();
   written_.clear();
-  looked_up_.clear();
-  next_look_up_ = 0;
   rows_seen_ = 0;
   on_row_ = false;
   at_end_ = false;

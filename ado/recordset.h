@@ -70,7 +70,6 @@ class Recordset final {
 
   [[nodiscard]] std::size_t field_count() const;
   /// Error 3265 for a name (any letter case) or an index that is not there.
-  /// Quick when the same name (the same literal) is asked for row after row.
   [[nodiscard]] Field field(TextView name);
   [[nodiscard]] Field field(std::size_t index);
 
@@ -101,13 +100,6 @@ class Recordset final {
   /// Values by column, where there are any.
   using Overlay = std::vector<std::optional<Variant>>;
 
-  /// A name that was looked up: found again by where the text lies, or by the text.
-  struct LookedUp {
-    const char16_t* data = nullptr;
-    Text name;
-    std::size_t column = 0;
-  };
-
   [[nodiscard]] const Text& name_of(std::size_t column) const;
   [[nodiscard]] Variant value_at(std::size_t column) const;
   [[nodiscard]] bool is_null_at(std::size_t column) const;
@@ -122,9 +114,9 @@ class Recordset final {
   void require_row() const;
   void require_writable() const;
   [[nodiscard]] bool holds_all_rows() const;
-  [[nodiscard]] std::size_t column_of(TextView name);
-  [[nodiscard]] std::size_t search_column(TextView name) const;
+  [[nodiscard]] std::size_t column_of(TextView name) const;
 
+  void trace_edit(std::span<const Assignment> assigned) const;
   void finish_edit();
   void end_edit();
   void write_row(std::span<const Assignment> assigned);
@@ -155,9 +147,6 @@ class Recordset final {
   Overlay edit_;
   // Values written through this recordset, by place in rows_; laid over what was fetched.
   std::unordered_map<std::size_t, Overlay> written_;
-
-  std::vector<LookedUp> looked_up_;
-  std::size_t next_look_up_ = 0;
 };
 
 /// A column of a recordset's current row. A light handle, for use while its recordset lives. All

@@ -1,6 +1,7 @@
 #include "engines/sqlite/row_locks.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <utility>
 
@@ -32,33 +33,44 @@ ByteRange record_lock(int record) { return single(kFirstRecordLock + record); }
 ByteRange record_place(int record) { return single(kFirstRecordLock + kRecords + record); }
 std::int64_t record_offset(int record) { return static_cast<std::int64_t>(kRecordSize) * record; }
 
-/// For a field of a record: control characters blanked, cut at the end of a character.
-std::string field(std::string_view text, std::size_t longest) {
-  std::size_t size = std::min(text.size(), longest);
-  const auto continues = [&](std::size_t at) {
-    return (static_cast<unsigned char>(text[at]) & 0xc0u) == 0x80u;
-  };
-  while (size > 0 && size < text.size() && continues(size)) --size;
-  std::string result(text.substr(0, size));
-  std::replace_if(
-      result.begin(), result.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
-  return result;
-}
+/// The text of a record, from its beginning to its end; nothing is allocated for it.
+class RecordText {
+  static constexpr std::size_t kLongestNumber = 20;
+  static constexpr std::size_t kParts = 7;
+  static_assert(2 * kLongestNumber + kLongestTable + kLongestKey + kLongestStamp +
+                    kLongestProgram + kLongestUser + kParts <
+                kRecordSize);
 
-/// A record is one line: byte of the lock, process, table, key, stamp, program and user between tab
-/// stops. The last two came later: older programs leave them out, and pass over them.
-std::string record_text(std::int64_t byte, std::string_view table, std::string_view key,
-                        std::string_view stamp, const Holder& holder) {
-  std::string text = std::to_string(byte) + '\t' + std::to_string(ByteRangeLocks::process_id());
-  for (const std::string& part :
-       {field(table, kLongestTable), field(key, kLongestKey), field(stamp, kLongestStamp),
-        field(holder.program, kLongestProgram), field(holder.user, kLongestUser)}) {
-    text += '\t' + part;
+ public:
+  RecordText() { text_.fill(' '); }
+
+  void add(std::int64_t number) {
+    end_ = std::to_chars(end_, text_.end(), number).ptr;
+    *end_++ = '\t';
   }
-  text += '\t';
-  text.resize(kRecordSize - 1, ' ');
-  return text += '\n';
-}
+
+  /// Control characters blanked, cut at the end of a character.
+  void add(std::string_view field, std::size_t longest) {
+    std::size_t size = std::min(field.size(), longest);
+    const auto continues = [&](std::size_t at) {
+      return (static_cast<unsigned char>(field[at]) & 0xc0u) == 0x80u;
+    };
+    while (size > 0 && size < field.size() && continues(size)) --size;
+    end_ = std::replace_copy_if(
+        field.begin(), field.begin() + static_cast<std::ptrdiff_t>(size), end_,
+        [](unsigned char c) { return c < 0x20 || c == 0x7f; }, ' ');
+    *end_++ = '\t';
+  }
+
+  [[nodiscard]] std::string_view line() {
+    text_.back() = '\n';
+    return {text_.data(), text_.size()};
+  }
+
+ private:
+  std::array<char, kRecordSize> text_;
+  char* end_ = text_.data();
+};
 
 struct Record {
   std::int64_t byte = 0;
@@ -191,11 +203,13 @@ void RowLocks::list(Held& held, std::int64_t byte, const Table& table, std::stri
   held.key = std::move(key);
   for (int record = first_free_record_; record < kRecords; ++record) {
     if (records_.contains(record)) continue;
+    const bool kept = record == kept_place_;
     if (!try_lock_bytes(
-            record_place(record), [&] { records_.insert(record); },
-            [&] { records_.erase(record); })) {
+            kept ? std::nullopt : std::optional(record_place(record)),
+            [&] { records_.insert(record); }, [&] { records_.erase(record); })) {
       continue;
     }
+    if (kept) kept_place_ = kNoRecord;
     held.record = record;
     first_free_record_ = record + 1;
     write_record(held, byte);
@@ -205,15 +219,29 @@ void RowLocks::list(Held& held, std::int64_t byte, const Table& table, std::stri
   }
 }
 
+// A record is one line: byte of the lock, process, table, key, stamp, program and user between tab
+// stops. The last two came later: older programs leave them out, and pass over them.
 void RowLocks::write_record(const Held& held, std::int64_t byte) {
-  file_.write_at(record_offset(held.record),
-                 record_text(byte, held.table, held.key, held.stamp, holder_));
+  RecordText text;
+  text.add(byte);
+  text.add(process_);
+  text.add(held.table, kLongestTable);
+  text.add(held.key, kLongestKey);
+  text.add(held.stamp, kLongestStamp);
+  text.add(holder_.program, kLongestProgram);
+  text.add(holder_.user, kLongestUser);
+  file_.write_at(record_offset(held.record), text.line());
 }
 
 void RowLocks::free_record(int record) noexcept {
   if (record == kNoRecord) return;
   file_.unlock(record_lock(record));
-  file_.unlock(record_place(record));
+  // One place is kept, and need not be found again: most sessions hold one row after the other.
+  if (kept_place_ == kNoRecord) {
+    kept_place_ = record;
+  } else {
+    file_.unlock(record_place(record));
+  }
   records_.erase(record);
   first_free_record_ = std::min(first_free_record_, record);
 }
@@ -293,7 +321,7 @@ std::vector<ado::HeldRow> RowLocks::held_rows() const {
   const auto add_own = [&](const Held& held) {
     if (held.record == kNoRecord) return;
     result.push_back({from_stored_utf8(held.table), from_stored_utf8(held.key),
-                      from_stored_utf8(held.stamp), ByteRangeLocks::process_id()});
+                      from_stored_utf8(held.stamp), process_});
   };
   for (const auto& [region, held] : tables_) add_own(held);
   for (const auto& [byte, held] : rows_) add_own(held);

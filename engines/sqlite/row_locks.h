@@ -102,9 +102,11 @@ class RowLocks final {
 
   ByteRangeLocks file_;
   const Holder holder_ = present_process();
+  const std::int64_t process_ = ByteRangeLocks::process_id();
   std::unordered_map<std::int64_t, Held> rows_;    // by byte
   std::unordered_map<std::int64_t, Held> tables_;  // by first byte of the region
   std::set<int> records_;                          // in use by this session
+  int kept_place_ = kNoRecord;                     // locked, and in use by no row
   int first_free_record_ = 0;                      // where to look for the next one
   std::vector<std::int64_t> new_stamps_;
 };
