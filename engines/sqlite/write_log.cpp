@@ -39,14 +39,13 @@ void set_versions_apart(Database& shadow) {
       .next();
 }
 
-// The trigger that bumps the row's version would read a whole payload and write it again.
+// The trigger that bumps the row's version would look for the row again and write it a second time,
+// a whole payload with it.
 bool bumps_version(const RowUpdate& update) {
-  if (!update.table->versioned) return false;
-  const auto has_payload = [](const RowUpdate::Column& column) { return is_payload(column.value); };
   const auto is_version = [](const RowUpdate::Column& column) {
     return sqlite3_stricmp(column.name.c_str(), "RowVersion") == 0;
   };
-  return std::any_of(update.columns.begin(), update.columns.end(), has_payload) &&
+  return update.table->versioned &&
          std::none_of(update.columns.begin(), update.columns.end(), is_version);
 }
 
