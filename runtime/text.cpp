@@ -35,12 +35,29 @@ void append_utf8(std::string& out, char32_t c) {
   }
 }
 
+/// Narrows the ASCII units at the front of `text` into `out`; returns how many there were.
+std::size_t narrow_ascii(TextView text, char* out) {
+  std::size_t i = 0;
+  for (; i + kBlock <= text.size(); i += kBlock) {
+    std::array<char16_t, kBlock> wide;
+    std::memcpy(wide.data(), text.data() + i, sizeof wide);
+    const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(wide);
+    if (((halves[0] | halves[1]) & 0xFF80FF80FF80FF80u) != 0) break;
+    std::array<char, kBlock> narrow;
+    for (std::size_t k = 0; k < kBlock; ++k) narrow[k] = static_cast<char>(wide[k]);
+    std::memcpy(out + i, narrow.data(), kBlock);
+  }
+  for (; i < text.size() && text[i] < 0x80; ++i) out[i] = static_cast<char>(text[i]);
+  return i;
+}
+
 /// Calls `unpaired` for every unpaired surrogate and takes what it returns instead.
 template <class Unpaired>
 std::string encode(TextView text, Unpaired unpaired) {
-  std::string out;
-  out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
+  std::string out(text.size(), '\0');
+  const std::size_t ascii = narrow_ascii(text, out.data());
+  out.resize(ascii);
+  for (std::size_t i = ascii; i < text.size(); ++i) {
     char32_t c = text[i];
     if (is_high_surrogate(c) && i + 1 < text.size() && is_low_surrogate(text[i + 1])) {
       c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(text[++i]) - 0xDC00);

@@ -68,10 +68,12 @@ std::string sqlite_file_name(const std::filesystem::path& file) {
 }
 
 std::string identifier(std::string_view name) {
-  std::string result = "\"";
-  for (const char c : name) {
-    if (c == '"') result += '"';
-    result += c;
+  std::string result;
+  result.reserve(name.size() + 2);
+  result.append("\"").append(name);
+  for (auto mark = result.find('"', 1); mark != std::string::npos;
+       mark = result.find('"', mark + 2)) {
+    result.insert(mark, 1, '"');
   }
   return result += '"';
 }

@@ -285,7 +285,7 @@ bool WriteLog::apply_log(Database& database, RowLocker& locker) {
 bool WriteLog::apply(const Write& write, Database& database, RowLocker& locker, Run run) {
   if (write.bumps_version) {
     const Execution bump(database, database.statement(kBumpVersion));
-    if (!locker.run(bump.statement())) return false;
+    if (!(locker.*run)(bump.statement())) return false;
   }
   // In a load a statement that fails leaves those before it standing, and nothing of its own.
   const auto payload = loading_ ? std::nullopt : write.payload;
