@@ -14,31 +14,24 @@ namespace {
 /// file in a list, which is slow to search when it is long.
 constexpr std::size_t kManyRows = 1000;
 
-constexpr int kRecords = 1 << 20;
 constexpr std::size_t kRecordSize = 1024;
 constexpr std::size_t kLongestTable = 128;
 constexpr std::size_t kLongestKey = 512;
 constexpr std::size_t kLongestStamp = 256;
 constexpr std::size_t kLongestProgram = 32;
 constexpr std::size_t kLongestUser = 40;
-// The locks of the records lie apart from the records: where locks are mandatory, everybody still
-// has to read them.
-constexpr std::int64_t kFirstRecordLock = std::int64_t{1} << 61;
 
 ByteRange single(std::int64_t byte) { return {byte, byte}; }
-/// Says that the record is its holder's.
-ByteRange record_lock(int record) { return single(kFirstRecordLock + record); }
-/// Keeps the record's place for a holder, also before he has written it: until then an earlier
-/// holder's stands there.
-ByteRange record_place(int record) { return single(kFirstRecordLock + kRecords + record); }
+ByteRange record_lock(int record) { return single(RowLocks::kRecordLocks.first + record); }
+ByteRange record_place(int record) { return single(RowLocks::kRecordPlaces.first + record); }
 std::int64_t record_offset(int record) { return static_cast<std::int64_t>(kRecordSize) * record; }
 
 /// The text of a record, from its beginning to its end; nothing is allocated for it.
 class RecordText {
   static constexpr std::size_t kLongestNumber = 20;
   static constexpr std::size_t kParts = 7;
-  static_assert(2 * kLongestNumber + kLongestTable + kLongestKey + kLongestStamp +
-                    kLongestProgram + kLongestUser + kParts <
+  static_assert(2 * kLongestNumber + kLongestTable + kLongestKey + kLongestStamp + kLongestProgram +
+                    kLongestUser + kParts <
                 kRecordSize);
 
  public:
@@ -302,11 +295,11 @@ bool RowLocks::is_foreign(std::int64_t byte) const {
 template <class Visit>
 void RowLocks::for_each_foreign_record(Visit&& visit) const {
   std::unordered_set<std::int64_t> seen;
-  const ByteRange all{kFirstRecordLock, kFirstRecordLock + kRecords - 1};
-  for (const auto& locked : file_.foreign_locks(all)) {
+  for (const auto& locked : file_.foreign_locks(kRecordLocks)) {
     for (auto lock = locked.first; lock <= locked.last; ++lock) {
       std::string text(kRecordSize, ' ');
-      if (!file_.read_at(record_offset(static_cast<int>(lock - kFirstRecordLock)), text)) continue;
+      if (!file_.read_at(record_offset(static_cast<int>(lock - kRecordLocks.first)), text))
+        continue;
       // Meanwhile it may have been given back, and the row be free.
       auto record = parse_record(text);
       if (record && is_foreign(record->byte) && seen.insert(record->byte).second) {

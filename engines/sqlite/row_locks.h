@@ -24,6 +24,17 @@ namespace tarnwick::sqlite {
 /// holds it any more.
 class RowLocks final {
  public:
+  /// At most so many rows are listed at a time, those of all sessions together.
+  static constexpr int kRecords = 1 << 20;
+  // The locks of the records lie apart from the records: where locks are mandatory, everybody still
+  // has to read them.
+  /// The bytes of the lock file that say that a record is its holder's.
+  static constexpr ByteRange kRecordLocks{std::int64_t{1} << 61,
+                                          (std::int64_t{1} << 61) + kRecords - 1};
+  /// Those that keep a record's place for a holder, also before he has written it: until then an
+  /// earlier holder's stands there. A session that has listed a row keeps one place to its end.
+  static constexpr ByteRange kRecordPlaces{kRecordLocks.last + 1, kRecordLocks.last + kRecords};
+
   RowLocks(const std::filesystem::path& file, const std::filesystem::path& database);
 
   /// Rows that are freed together.
