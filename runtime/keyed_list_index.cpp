@@ -61,8 +61,7 @@ char16_t* KeyedListIndex::KeyStore::room(std::size_t size) {
   if (chunks_.empty() || capacity_ - used_ < size) {
     const std::size_t grown = std::clamp(capacity_ * 2, kFirstChunkUnits, kMostChunkUnits);
     const std::size_t capacity = std::max(size, grown);
-    make_room(chunks_);
-    chunks_.emplace_back(new char16_t[capacity]);
+    chunks_.push_back(std::make_unique_for_overwrite<char16_t[]>(capacity));
     capacity_ = capacity;
     used_ = 0;
   }

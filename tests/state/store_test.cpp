@@ -162,13 +162,17 @@ TEST_F(StoreOfRows, MakesARecordOnceAndOnlyForWhoAsks) {
 }
 
 TEST_F(StoreOfRows, PartsFromRecordsThatSomebodyStillHolds) {
+  store_->add_row(u"C10", 10);
   const auto removed = store_->at(u"C7");
-  (void)store_->at(u"C8");
-  const auto held = store_->at(u"C9");
+  const auto removed_by_position = store_->at(u"C8");
+  (void)store_->at(u"C9");
+  const auto held = store_->at(u"C10");
   store_->remove(u"C7");
   EXPECT_EQ(counts_.parted, 1);
+  store_->remove(std::int64_t{1});
+  EXPECT_EQ(counts_.parted, 2);
   store_.reset();
-  EXPECT_EQ(counts_.parted, 2) << "the other one died with the store";
+  EXPECT_EQ(counts_.parted, 3) << "the other one died with the store";
 }
 
 }  // namespace
