@@ -14,13 +14,33 @@ ComPtr<IUnknown> Apartment::reference_to(const Object& object) {
   if (!is_new) return entry->second;
   ComPtr<IUnknown> reference;
   try {
-    reference = adopt((new AutomationObject(*this, object))->identity());
+    auto* const made = new AutomationObject(*this, object);
+    reference = adopt(made->identity());
+    objects_.emplace(reference.Get(), &made->object());
   } catch (...) {
-    living_.erase(entry);
+    living_.erase(object.instance.get());
     throw;
   }
   entry->second = reference.Get();
   return reference;
+}
+
+Object Apartment::object_behind(const IUnknown* reference) {
+  if (reference == nullptr) return {};
+  const auto entry = objects_.find(reference);
+  if (entry == objects_.end()) {
+    throw Error(static_cast<std::int32_t>(ErrorNumber::kTypeMismatch),
+                u"The object belongs to another process; only objects of this server can be kept "
+                u"here.");
+  }
+  return *entry->second;
+}
+
+void Apartment::forget(const Object& object) noexcept {
+  const auto entry = living_.find(object.instance.get());
+  if (entry == living_.end()) return;
+  objects_.erase(entry->second);
+  living_.erase(entry);
 }
 
 void Apartment::release_rows_of_ended_clients() {

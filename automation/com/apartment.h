@@ -52,6 +52,10 @@ class Apartment {
   /// A new reference to the COM object of `object`; null for Nothing.
   [[nodiscard]] ComPtr<IUnknown> reference_to(const Object& object);
 
+  /// The object behind a client's reference, Nothing for a null one. One of another process, or of
+  /// another program, is Error 13 with a description that says so; nothing is asked of it.
+  [[nodiscard]] Object object_behind(const IUnknown* reference);
+
   /// Calls `body`, which may leave `record` locked: the lock ends with the process of the client
   /// whose call it is.
   template <class Body>
@@ -65,7 +69,7 @@ class Apartment {
   void release_rows_of_ended_clients();
 
   /// Called by a COM object at its end.
-  void forget(const Object& object) { living_.erase(object.instance.get()); }
+  void forget(const Object& object) noexcept;
 
  private:
   void keep_cause() noexcept;
@@ -78,6 +82,7 @@ class Apartment {
   std::recursive_mutex turns_;
   LockHolder holder_;
   std::unordered_map<const void*, IUnknown*> living_;
+  std::unordered_map<const IUnknown*, const Object*> objects_;  // behind the references of living_
 };
 
 }  // namespace tarnwick::automation::com

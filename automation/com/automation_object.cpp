@@ -42,9 +42,4 @@ void AutomationObject::let(const Member& member, const Value& value) {
   automation::let(object_, member, value);
 }
 
-void* AutomationObject::find_interface(REFIID iid) {
-  if (iid == __uuidof(LocalObject)) return static_cast<LocalObject*>(this);
-  return DispatchObject::find_interface(iid);
-}
-
 }  // namespace tarnwick::automation::com

@@ -1,5 +1,7 @@
 #include "automation/com/class_objects.h"
 
+#include <atomic>
+
 #include "automation/com/class_table.h"
 #include "automation/com/counted.h"
 #include "automation/com/errors.h"
@@ -17,18 +19,24 @@ class ClassObject final : public Counted<IClassFactory> {
     *out = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
     // The process must not end before there is an object to keep it.
-    LockServer(TRUE);
+    apartment_.life().hold();
     const HRESULT result = create(iid, out);
-    LockServer(FALSE);
+    apartment_.life().release();
     return result;
   }
   STDMETHODIMP LockServer(BOOL lock) override {
     if (lock != FALSE) {
       apartment_.life().hold();
-    } else {
-      apartment_.life().release();
+      ++locks_;
+      return S_OK;
     }
-    return S_OK;
+    // What else keeps the process is not for anybody to give up.
+    for (std::uint32_t locks = locks_; locks > 0;) {
+      if (!locks_.compare_exchange_weak(locks, locks - 1)) continue;
+      apartment_.life().release();
+      return S_OK;
+    }
+    return E_UNEXPECTED;
   }
 
  private:
@@ -48,14 +56,19 @@ class ClassObject final : public Counted<IClassFactory> {
 
   Apartment& apartment_;
   const ClassEntry& entry_;
+  std::atomic<std::uint32_t> locks_ = 0;
 };
 
 }  // namespace
 
+ComPtr<IClassFactory> new_class_object(Apartment& apartment, const ClassEntry& entry) {
+  return adopt<IClassFactory>(new ClassObject(apartment, entry));
+}
+
 ClassObjects::ClassObjects(Apartment& apartment) try {
   for (std::size_t i = 0; i < cookies_.size(); ++i) {
     const ClassEntry& entry = class_table()[i];
-    const ComPtr<ClassObject> factory = adopt(new ClassObject(apartment, entry));
+    const ComPtr<IClassFactory> factory = new_class_object(apartment, entry);
     require(CoRegisterClassObject(entry.clsid, factory.Get(), CLSCTX_LOCAL_SERVER,
                                   REGCLS_MULTIPLEUSE | REGCLS_SUSPENDED, &cookies_[i]),
             u"The class objects cannot be registered");

@@ -6,6 +6,9 @@
 
 namespace tarnwick::automation::com {
 
+/// What makes objects of the class for clients.
+[[nodiscard]] ComPtr<IClassFactory> new_class_object(Apartment& apartment, const ClassEntry& entry);
+
 /// The class objects of all classes, as COM knows them from construction to destruction:
 /// registered suspended and let go together, for any number of clients (REGCLS_MULTIPLEUSE).
 /// Throws Error.

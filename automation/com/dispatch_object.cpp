@@ -17,6 +17,12 @@ bool names_an_object(const Member& member) {
          (kind == Kind::kObject || kind == Kind::kCollection);
 }
 
+/// Whether there are as many arguments and names as it says.
+bool is_whole(const DISPPARAMS& given) {
+  return (given.cArgs == 0 || given.rgvarg != nullptr) &&
+         (given.cNamedArgs == 0 || given.rgdispidNamedArgs != nullptr);
+}
+
 }  // namespace
 
 DispatchObject::DispatchObject(Apartment& apartment, const DualInterface& dual)
@@ -41,12 +47,15 @@ STDMETHODIMP DispatchObject::GetTypeInfo(UINT index, LCID, ITypeInfo** info) {
 }
 
 STDMETHODIMP DispatchObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
+  if (names == nullptr || ids == nullptr) return E_POINTER;
+  if (count == 0) return E_INVALIDARG;
+  if (std::find(names, names + count, nullptr) != names + count) return E_POINTER;
   return info_->GetIDsOfNames(names, count, ids);
 }
 
 STDMETHODIMP DispatchObject::GetDispID(BSTR name, DWORD, DISPID* id) {
   LPOLESTR names = name;
-  return info_->GetIDsOfNames(&names, 1, id);
+  return GetIDsOfNames(IID_NULL, &names, 1, 0, id);
 }
 
 STDMETHODIMP DispatchObject::InvokeEx(DISPID id, LCID, WORD flags, DISPPARAMS* parameters,
@@ -92,22 +101,25 @@ void* DispatchObject::find_interface(REFIID iid) {
 
 STDMETHODIMP DispatchObject::Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters,
                                     VARIANT* result, EXCEPINFO* exception, UINT* culprit) try {
-  if (parameters == nullptr) return E_POINTER;
-  const Apartment::Turn turn = apartment_.wait_for_turn();
+  if (parameters == nullptr || !is_whole(*parameters)) return E_POINTER;
   const auto member = std::ranges::find(dual_.members, id, &Member::id);
   if (member == dual_.members.end()) return DISP_E_MEMBERNOTFOUND;
   const bool sets = (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+  if (sets && member->access != Member::Access::kGetLet) return DISP_E_MEMBERNOTFOUND;
   // Scripts cannot tell a property from a method without arguments.
   if ((flags & DISPATCH_METHOD) != 0) flags |= DISPATCH_PROPERTYGET;
   if (!sets && names_an_object(*member) && Invocation::count(*parameters) > 0) {
     return invoke_default(id, flags, parameters, result, exception, culprit);
   }
-  Invocation invocation(*member, sets, *parameters);
-  if (FAILED(invocation.result())) return refuse(invocation.result(), exception);
+  Invocation invocation(apartment_, *member, sets, *parameters);
+  if (FAILED(invocation.result())) return invocation.result();
+  const Apartment::Turn turn = apartment_.wait_for_turn();
   const HRESULT done =
       info_->Invoke(&dual_pointer_, id, flags, invocation.parameters(), result, exception, culprit);
   // An object of another class as argument; no member answers so.
   return done == E_NOINTERFACE ? DISP_E_TYPEMISMATCH : done;
+} catch (const Error& error) {
+  return raise(error, exception);
 } catch (...) {
   return report_exception(dual_.source, dual_.iid);
 }
@@ -125,14 +137,12 @@ HRESULT DispatchObject::invoke_default(DISPID id, WORD flags, DISPPARAMS* parame
                                 result, exception, culprit);
 }
 
-HRESULT DispatchObject::refuse(HRESULT why, EXCEPINFO* exception) {
-  if (HRESULT_FACILITY(why) != FACILITY_CONTROL) return why;
+HRESULT DispatchObject::raise(const Error& error, EXCEPINFO* exception) {
   if (exception != nullptr) {
     *exception = {};
-    exception->scode = why;
+    exception->scode = hresult_of(error.number());
     exception->bstrSource = SysAllocString(dual_.source);
-    exception->bstrDescription =
-        to_bstr(description_of(static_cast<ErrorNumber>(HRESULT_CODE(why))));
+    quietly([&] { exception->bstrDescription = to_bstr(error.description()); });
   }
   return DISP_E_EXCEPTION;
 }

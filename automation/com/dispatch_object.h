@@ -101,7 +101,7 @@ class DispatchObject : public Counted<IDispatchEx, IProvideClassInfo, ISupportEr
  private:
   HRESULT invoke_default(DISPID id, WORD flags, DISPPARAMS* parameters, VARIANT* result,
                          EXCEPINFO* exception, UINT* culprit) noexcept;
-  HRESULT refuse(HRESULT why, EXCEPINFO* exception);
+  HRESULT raise(const Error& error, EXCEPINFO* exception);
 
   Apartment& apartment_;
   const DualInterface& dual_;

@@ -70,7 +70,7 @@ struct CallSlot<kMember, Types<kIn...>, Types<kOut...>> {
     ((*out = {}), ...);
     DispatchObject& object = *self->object;
     return object.answer([&] {
-      const std::array<Value, sizeof...(kIn)> arguments{to_value(kIn, in)...};
+      const std::array<Value, sizeof...(kIn)> arguments{to_value(object.apartment(), kIn, in)...};
       [[maybe_unused]] Value result = object.call(object.member(kMember), arguments);
       (give(object.apartment(), std::move(result), out), ...);
     });
@@ -82,7 +82,8 @@ template <std::size_t kMember, Type kType>
 struct LetSlot {
   static HRESULT STDMETHODCALLTYPE function(DualPointer* self, SlotType<kType> in) noexcept {
     DispatchObject& object = *self->object;
-    return object.answer([&] { object.let(object.member(kMember), to_value(kType, in)); });
+    return object.answer(
+        [&] { object.let(object.member(kMember), to_value(object.apartment(), kType, in)); });
   }
 };
 

@@ -10,7 +10,8 @@ namespace {
 
 /// What a script's variable holds, and any other argument itself.
 const VARIANTARG& content(const VARIANTARG& argument) {
-  return argument.vt == (VT_BYREF | VT_VARIANT) ? *argument.pvarVal : argument;
+  const bool is_variable = argument.vt == (VT_BYREF | VT_VARIANT) && argument.pvarVal != nullptr;
+  return is_variable ? *argument.pvarVal : argument;
 }
 
 bool is_missing(const VARIANTARG& argument) {
@@ -21,13 +22,31 @@ bool names_the_caller(const DISPPARAMS& given) {
   return given.cNamedArgs > 0 && given.rgdispidNamedArgs[0] == DISPID_THIS;
 }
 
+/// How an argument that is no object stands in a slot.
+VARTYPE type_in_slot(Kind kind) {
+  switch (kind) {
+    case Kind::kText:
+      return VT_BSTR;
+    case Kind::kBoolean:
+      return VT_BOOL;
+    case Kind::kInt16:
+      return VT_I2;
+    case Kind::kDate:
+      return VT_DATE;
+    default:
+      return VT_I4;
+  }
+}
+
 }  // namespace
 
 std::size_t Invocation::count(const DISPPARAMS& given) {
   return names_the_caller(given) ? given.cArgs - std::size_t{1} : given.cArgs;
 }
 
-Invocation::Invocation(const Member& member, bool sets, const DISPPARAMS& given) {
+Invocation::Invocation(Apartment& apartment, const Member& member, bool sets,
+                       const DISPPARAMS& given)
+    : apartment_(apartment) {
   if (sets) {
     arguments_.resize(1);
     result_ = given.cArgs == 1 ? take(member.result, content(given.rgvarg[0]), arguments_[0])
@@ -81,13 +100,23 @@ HRESULT Invocation::take(const Type& type, const VARIANTARG& given, VARIANTARG& 
   taken = given;
   if ((given.vt & VT_BYREF) != 0) {
     OwnVariant& value = owned_.emplace_back();
-    if (FAILED(VariantCopyInd(value.get(), &taken))) return DISP_E_TYPEMISMATCH;
+    if (!copy_content(value, given)) return DISP_E_TYPEMISMATCH;
     taken = *value.get();
   }
-  const bool typed = type.kind != Kind::kKeyOrPosition;
-  return taken.vt == VT_NULL && typed
-             ? hresult_of(static_cast<std::int32_t>(ErrorNumber::kInvalidUseOfNull))
-             : S_OK;
+  if (type.kind == Kind::kKeyOrPosition) return S_OK;
+  if (taken.vt == VT_NULL) throw Error(ErrorNumber::kInvalidUseOfNull);
+  if (taken.vt != VT_DISPATCH && taken.vt != VT_UNKNOWN) return S_OK;
+
+  if (type.kind == Kind::kObject || type.kind == Kind::kAnyObject) {
+    const Apartment::Turn turn = apartment_.wait_for_turn();
+    static_cast<void>(apartment_.object_behind(taken.punkVal));
+    return S_OK;
+  }
+  if (taken.punkVal == nullptr) return DISP_E_TYPEMISMATCH;
+  OwnVariant& value = owned_.emplace_back();
+  const HRESULT result = VariantChangeType(value.get(), &taken, 0, type_in_slot(type.kind));
+  taken = *value.get();
+  return result;
 }
 
 VARIANTARG Invocation::default_of(const Argument& argument) {

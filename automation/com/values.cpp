@@ -7,7 +7,6 @@
 
 #include "automation/com/enumerator_object.h"
 #include "automation/com/other_objects.h"
-#include "automation/com/own_variant.h"
 
 namespace tarnwick::automation::com {
 namespace {
@@ -52,10 +51,16 @@ BSTR to_bstr(TextView text) {
   return string;
 }
 
+bool copy_content(OwnVariant& held, const VARIANT& given) {
+  const VARIANT* source = &given;
+  if (source->vt == (VT_BYREF | VT_VARIANT)) source = source->pvarVal;
+  if (source == nullptr || ((source->vt & VT_BYREF) != 0 && source->byref == nullptr)) return false;
+  return SUCCEEDED(VariantCopyInd(held.get(), const_cast<VARIANT*>(source)));
+}
+
 Value key_or_position(const VARIANT& variant) {
   OwnVariant held;
-  if (FAILED(VariantCopyInd(held.get(), const_cast<VARIANT*>(&variant))))
-    throw Error(ErrorNumber::kTypeMismatch);
+  if (!copy_content(held, variant)) throw Error(ErrorNumber::kTypeMismatch);
   switch (held->vt) {
     case VT_EMPTY:
       return Empty{};
@@ -122,17 +127,6 @@ void put(VARIANT& variant, const Value& value) {
         }
       },
       value);
-}
-
-Value object_of(IUnknown* reference) {
-  if (reference == nullptr) return Object{};
-  ComPtr<LocalObject> local;
-  if (FAILED(reference->QueryInterface(__uuidof(LocalObject), &local))) {
-    throw Error(static_cast<std::int32_t>(ErrorNumber::kTypeMismatch),
-                u"The object belongs to another process; only objects of this server can be kept "
-                u"here.");
-  }
-  return local->object();
 }
 
 void give(Apartment&, Value value, BSTR* out) { *out = to_bstr(std::get<Text>(value)); }

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <tlhelp32.h>  // behind windows.h
-
 namespace tarnwick::test_support {
 
 Process::Process(std::wstring command_line, std::wstring desktop) {
@@ -48,17 +46,19 @@ std::string Process::output() {
   return all;
 }
 
-int running(const std::wstring& program) {
+std::vector<PROCESSENTRY32W> processes(const std::wstring& program) {
   const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
   PROCESSENTRY32W entry{};
   entry.dwSize = sizeof entry;
-  int count = 0;
+  std::vector<PROCESSENTRY32W> found;
   for (BOOL more = Process32FirstW(snapshot, &entry); more != FALSE;
        more = Process32NextW(snapshot, &entry)) {
-    if (program == entry.szExeFile) ++count;
+    if (program == entry.szExeFile) found.push_back(entry);
   }
   CloseHandle(snapshot);
-  return count;
+  return found;
 }
+
+int running(const std::wstring& program) { return static_cast<int>(processes(program).size()); }
 
 }  // namespace tarnwick::test_support

@@ -2,8 +2,11 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/windows/api.h"
+
+#include <tlhelp32.h>  // behind windows.h
 
 namespace tarnwick::test_support {
 
@@ -27,7 +30,10 @@ class Process {
   HANDLE read_end_ = nullptr;
 };
 
-/// How many processes run the program with this file name (without folder).
+/// The processes that run the program with this file name (without folder).
+[[nodiscard]] std::vector<PROCESSENTRY32W> processes(const std::wstring& program);
+
+/// How many there are.
 [[nodiscard]] int running(const std::wstring& program);
 
 }  // namespace tarnwick::test_support
