@@ -142,7 +142,7 @@ TEST_F(StrangeObjects, MadeAndGivenUpByTheThousandLeaveNothing) {
   const std::size_t memory = process_.memory();
   const std::size_t handles = process_.handles();
   const std::size_t threads = process_.threads();
-  make_and_give_up(300, 3000);
+  make_and_give_up(150, 1500);
   EXPECT_LT(process_.memory(), memory + 2 * kMegabyte);
   EXPECT_LE(process_.handles(), handles + 10);
   EXPECT_LE(process_.threads(), threads + 4);
