@@ -282,9 +282,11 @@ bool is_an_answer(HRESULT code) {
   }
 }
 
-/// Whether COM itself refused to carry an argument to the server.
+/// Whether COM itself refused to carry an argument to the server. A fault of the server is none.
 bool is_of_com(HRESULT code) {
-  return HRESULT_FACILITY(code) == FACILITY_WIN32 || HRESULT_FACILITY(code) == FACILITY_RPC;
+  return code == HRESULT_FROM_WIN32(RPC_S_INVALID_TAG) ||
+         code == HRESULT_FROM_WIN32(RPC_X_BAD_STUB_DATA) ||
+         code == HRESULT_FROM_WIN32(RPC_X_NULL_REF_POINTER);
 }
 
 TEST_F(StrangeCalls, WithVariantsOfEveryTypeAreAnswered) {
