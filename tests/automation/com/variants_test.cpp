@@ -9,7 +9,7 @@ namespace {
 // Always the same; ./prove goes on from seed to seed.
 TEST(MadeUpVariants, AreAnsweredByObjectsOfThisProcess) {
   const ComThread com;
-  for (std::uint32_t seed = 1; seed <= 15; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 10; ++seed) {
     EXPECT_EQ(play_variants(seed, 300), "") << "seed " << seed;
   }
 }
@@ -18,7 +18,7 @@ TEST(MadeUpVariants, AreAnsweredByTheServer) {
   const ComThread com;
   const LateBound held = LateBound::create(L"Tarnwick.Report");
   const ServingProcess process;
-  for (std::uint32_t seed = 1; seed <= 3; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 2; ++seed) {
     EXPECT_EQ(play_variants_across(seed, 300), "") << "seed " << seed;
   }
   EXPECT_TRUE(process.runs());

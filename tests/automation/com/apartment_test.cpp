@@ -1,15 +1,15 @@
-#include "automation/com/class_objects.h"
-
 #include <gtest/gtest.h>
 
+#include "automation/com/class_objects.h"
 #include "platform/unattended_message_box.h"
 #include "platform/windows/host.h"
 #include "tests/automation/com/connected_client.h"
+#include "tests/support/thrown_error.h"
 
 namespace tarnwick::automation::com {
 namespace {
 
-class ClassObjectOfTheServer : public ::testing::Test {
+class ServerOfThisProcess : public ::testing::Test {
  protected:
   test_support::ComThread com_;
   platform::UnattendedMessageBox box_{platform::WhenLocked{}, [](TextView) {}};
@@ -22,7 +22,7 @@ class ClassObjectOfTheServer : public ::testing::Test {
   const ComPtr<IClassFactory> factory_ = new_class_object(apartment_, class_table().front());
 };
 
-TEST_F(ClassObjectOfTheServer, KeepsTheProcessAsOftenAsItIsLocked) {
+TEST_F(ServerOfThisProcess, IsKeptAsOftenAsAClassObjectIsLocked) {
   EXPECT_EQ(factory_->LockServer(TRUE), S_OK);
   EXPECT_EQ(factory_->LockServer(TRUE), S_OK);
   EXPECT_EQ(factory_->LockServer(FALSE), S_OK);
@@ -32,7 +32,7 @@ TEST_F(ClassObjectOfTheServer, KeepsTheProcessAsOftenAsItIsLocked) {
 }
 
 // Otherwise a client that unlocks too often would end the process under all others.
-TEST_F(ClassObjectOfTheServer, IsNotUnlockedMoreOftenThanItWasLocked) {
+TEST_F(ServerOfThisProcess, IsNotUnlockedMoreOftenThanItWasLocked) {
   ComPtr<IUnknown> held;
   ASSERT_EQ(factory_->CreateInstance(nullptr, IID_PPV_ARGS(&held)), S_OK);
   EXPECT_EQ(factory_->LockServer(FALSE), E_UNEXPECTED);
@@ -45,7 +45,7 @@ TEST_F(ClassObjectOfTheServer, IsNotUnlockedMoreOftenThanItWasLocked) {
   EXPECT_TRUE(life_.idle());
 }
 
-TEST_F(ClassObjectOfTheServer, MakesNoPartsOfOtherObjects) {
+TEST_F(ServerOfThisProcess, MakesNoPartsOfOtherObjects) {
   ComPtr<IUnknown> outer;
   ASSERT_EQ(factory_->CreateInstance(nullptr, IID_PPV_ARGS(&outer)), S_OK);
   void* made = outer.Get();
@@ -54,6 +54,18 @@ TEST_F(ClassObjectOfTheServer, MakesNoPartsOfOtherObjects) {
   EXPECT_EQ(factory_->CreateInstance(nullptr, IID_IStream, &made), E_NOINTERFACE);
   EXPECT_EQ(made, nullptr);
   EXPECT_EQ(factory_->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
+}
+
+// Another object may stand there next.
+TEST_F(ServerOfThisProcess, KnowsAReferenceUntilItIsGivenUp) {
+  const Object report = class_of(ClassId::kReport).create(state_);
+  ComPtr<IUnknown> held = apartment_.reference_to(report);
+  const IUnknown* const place = held.Get();
+  EXPECT_EQ(apartment_.object_behind(place), report);
+  EXPECT_EQ(apartment_.object_behind(nullptr), Object{});
+  held.Reset();
+  EXPECT_EQ(test_support::error_number_of([&] { return apartment_.object_behind(place); }),
+            static_cast<std::int32_t>(ErrorNumber::kTypeMismatch));
 }
 
 }  // namespace
