@@ -8,11 +8,10 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <map>
 #include <set>
 
-#include "engines/sqlite/byte_range_locks.h"
+#include "tests/engines/sqlite/locked_rows.h"
 #include "tests/faults/injected_fault.h"
 #include "tests/faults/job.h"
 #include "tests/faults/picture.h"
@@ -125,11 +124,7 @@ class EveryCallFailsOnce : public testing::TestWithParam<std::tuple<Job, Kind>> 
   }
 
   void expect_no_lock() const {
-    const std::filesystem::path file = database_.file().string() + "-locks";
-    if (!std::filesystem::exists(file)) return;
-    const sqlite::ByteRangeLocks locks(file, database_.file());
-    EXPECT_TRUE(locks.foreign_locks({0, std::numeric_limits<std::int64_t>::max() - 1}).empty())
-        << "a row stays locked";
+    EXPECT_FALSE(sqlite::any_row_locked(database_.file())) << "a row stays locked";
   }
 
   /// Nobody reads or writes the file between the calls of a client.

@@ -15,11 +15,9 @@
 #include <exception>
 #include <fstream>
 #include <functional>
-#include <limits>
 
-#include "engines/sqlite/byte_range_locks.h"
-#include "engines/sqlite/row_locks.h"
 #include "runtime/descriptor_linux.h"
+#include "tests/engines/sqlite/locked_rows.h"
 #include "tests/engines/sqlite/session_test.h"
 
 namespace tarnwick::interleavings {
@@ -319,12 +317,7 @@ class Run final {
     struct stat lock_file {};
     if (::stat(file_.c_str(), &database) != 0) throw BrokenPromise("the database is gone");
     if (::stat(locks.c_str(), &lock_file) == 0) {
-      const sqlite::ByteRangeLocks others(locks, file_);
-      // The sessions are still there, and each may keep the place of a record.
-      constexpr auto kPlaces = sqlite::RowLocks::kRecordPlaces;
-      constexpr auto kLast = std::numeric_limits<std::int64_t>::max() - 1;
-      if (!others.foreign_locks({0, kPlaces.first - 1}).empty() ||
-          !others.foreign_locks({kPlaces.last + 1, kLast}).empty()) {
+      if (sqlite::any_row_locked(file_)) {
         throw BrokenPromise("a lock stays when all have come to their ends");
       }
       if (database.st_mode != lock_file.st_mode) {
