@@ -199,7 +199,7 @@ void OdbcSession::execute(TextView statement) {
     throw connection_lost({}, error.native(), error.sqlstate(),
                           static_cast<AdoErrorNumber>(error.number()));
   } catch (const AdoError& error) {
-    if (holds_password) throw without_statement_text(error);
+    if (holds_password) throw without_statement_text(error, only_enters_role(statement));
     throw;
   }
 }

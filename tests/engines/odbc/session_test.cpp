@@ -256,6 +256,20 @@ TEST_F(OdbcSessionTest, WhatMightQuoteTheRolesPasswordIsWithheld) {
             u"the password is incorrect.");
 }
 
+TEST_F(OdbcSessionTest, WhatAQuoteInTheRolesPasswordMakesAStatementOfIsWithheld) {
+  const auto session = connect();
+  odbc_.on(u"sp_setapprole", {fails("42000", 2812, u"Could not find stored procedure 'secret'.")});
+  for (const TextView statement :
+       {u"EXEC sp_setapprole 'r','x';secret --'", u"EXEC sp_setapprole 'r','x' secret''",
+        u"EXEC sp_setapprole 'r'/*','*/,'x'", u"EXEC sp_setapprole 'r','x"}) {
+    const auto error = error_of([&] { session->execute(statement); });
+    EXPECT_EQ(error.native(), 2812);
+    EXPECT_EQ(error.description().find(u"secret"), Text::npos) << to_utf8(statement);
+  }
+  const auto doubled = error_of([&] { session->execute(u"EXEC sp_setapprole 'r','it''s'"); });
+  EXPECT_EQ(doubled.description(), u"Could not find stored procedure 'secret'.");
+}
+
 // --- Transactions ------------------------------------------------------------------------------
 
 TEST_F(OdbcSessionTest, ATransactionIsATimeWithoutAutoCommit) {
