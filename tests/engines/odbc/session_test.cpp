@@ -629,5 +629,26 @@ TEST_F(OdbcSessionTest, HeldRowsAreReadPastTheirLocks) {
   EXPECT_EQ(rows[1].key, u"Sales");
 }
 
+TEST_F(OdbcSessionTest, AHeldRowIsToldWhateverItsKeyIs) {
+  const auto session = connect();
+  odbc_.on(u"FROM DW_SEC_PC", {{.columns = {{u"SoftLock", wide_text(100)},
+                                            {u"MACNbr", wide_text(50)},
+                                            {u"ComputerID", wide_text(128)},
+                                            {u"CompID", small_integer()}},
+                                .rows = {{Text(u"DESK-1 - now"), Null{}, Text(u"PC1"), Null{}}}}});
+  const auto rows = session->held_rows();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].key, u", PC1, ");
+  EXPECT_EQ(rows[0].stamp, u"DESK-1 - now");
+}
+
+TEST_F(OdbcSessionTest, AnAnswerThatLacksColumnsIsAnError) {
+  const auto session = connect();
+  odbc_.on(u"FROM DW_SEC_PC",
+           {{.columns = {{u"SoftLock", wide_text(100)}}, .rows = {{Text(u"DESK-1 - now")}}}});
+  EXPECT_EQ(error_of([&] { (void)session->held_rows(); }).description(),
+            u"The database server's answer lacks columns that were asked for.");
+}
+
 }  // namespace
 }  // namespace tarnwick::odbc_test
