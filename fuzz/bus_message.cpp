@@ -94,11 +94,7 @@ Bus connect(RawBus& other_end) {
 // The database, with the same rows before each try.
 class Rows {
  public:
-  Rows() {
-    // What a message has written to a file without a folder lands here.
-    std::filesystem::current_path(database_.folder());
-    refill();
-  }
+  Rows() { refill(); }
 
   [[nodiscard]] Text connection_string() const { return database_.connection_string(); }
   [[nodiscard]] const std::filesystem::path& folder() const { return database_.folder(); }
