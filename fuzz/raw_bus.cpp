@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <utility>
 
@@ -133,6 +134,9 @@ std::string RawMessage::bytes(std::uint32_t serial) const {
 }
 
 RawBus::RawBus() {
+  struct sigaction interrupting {};
+  interrupting.sa_handler = [](int) {};
+  require(::sigaction(SIGURG, &interrupting, nullptr) == 0, "a signal that does nothing");
   std::array<int, 2> ends{};
   require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0, "a socket");
   end_ = Descriptor(ends[0]);
@@ -234,6 +238,7 @@ void RawBus::answer(std::uint32_t serial, std::string_view member) {
     reply.field(kSignature, 'g', "b");
     reply.number(1, 4);
   }
+  if (member == "GetNameOwner" || member == "NameHasOwner") pthread_kill(asking_, SIGURG);
   send(reply.bytes(++serial_));
 }
 

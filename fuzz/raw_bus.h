@@ -1,5 +1,7 @@
 #pragma once
 
+#include <pthread.h>
+
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -43,7 +45,8 @@ class RawMessage {
 };
 
 /// The other end of a connection to a bus: lets whoever connects in, answers what is asked of the
-/// bus, every question to a client with an error, and counts the answers to what is sent here.
+/// bus, and has a signal come to the thread that made this while it waits; every question to a
+/// client with an error, and counts the answers to what is sent here.
 class RawBus {
  public:
   RawBus();
@@ -70,6 +73,7 @@ class RawBus {
   std::mutex sending_;
   std::uint32_t serial_ = 0x40000000;
   std::map<std::uint32_t, int> answers_;
+  pthread_t asking_ = pthread_self();
   std::thread thread_;
 };
 
