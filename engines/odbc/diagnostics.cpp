@@ -186,13 +186,13 @@ void raise_connect_diagnostics(const Handle& connection, TextView password) {
   throw AdoError(number, std::move(record.text), record.native, record.sqlstate);
 }
 
-AdoError without_statement_text(const AdoError& error) {
+AdoError without_statement_text(const AdoError& error, bool well_formed) {
   constexpr std::int32_t kNoSuchProcedure = 2812;
   constexpr std::int32_t kNotInProcedure = 15422;
   const bool about_role = error.native() == kNoSuchProcedure || error.native() == kNotInProcedure ||
                           holds(kLoginNatives, error.native()) ||
                           holds(kPermissionNatives, error.native());
-  if (about_role) return error;
+  if (about_role && well_formed) return error;
   return AdoError(static_cast<AdoErrorNumber>(error.number()),
                   u"The application role could not be entered; the text is withheld, it may hold a "
                   u"part of the password.",

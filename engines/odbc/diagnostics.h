@@ -42,7 +42,8 @@ inline constexpr std::int32_t kNativeDeadlock = 1205;
 [[noreturn]] void raise_connect_diagnostics(const Handle& connection, TextView password);
 
 /// The error without its text where that might quote a part of the statement, which holds the
-/// role's password; what the server says about the role itself stays.
-[[nodiscard]] ado::AdoError without_statement_text(const ado::AdoError& error);
+/// role's password; what the server says about the role itself stays, unless the statement is not
+/// `well_formed`, and a part of the password may have been taken for a name.
+[[nodiscard]] ado::AdoError without_statement_text(const ado::AdoError& error, bool well_formed);
 
 }  // namespace tarnwick::odbc

@@ -61,11 +61,24 @@ bool is_set_statement(TextView statement) {
   return text.size() > kSet.size() && equals_ignoring_case(text.substr(0, kSet.size()), kSet);
 }
 
-/// Visits the rows of a small result.
+// A table that somebody else made may have anything in the columns of the key.
+Text key_text_of(const ado::Cell& cell) {
+  try {
+    return to_text(cell.to_variant());
+  } catch (const Error&) {
+    return {};
+  }
+}
+
+/// Visits the rows of a small result, which have `columns` at least.
 template <class F>
-void for_each_row(Result& result, F&& visit) {
+void for_each_row(Result& result, std::size_t columns, F&& visit) {
   ado::RowBuffer rows(result.columns().size());
   result.read(rows, kAllRows);
+  if (rows.rows() > 0 && result.columns().size() < columns) {
+    throw AdoError(AdoErrorNumber::kUnspecified,
+                   u"The database server's answer lacks columns that were asked for.");
+  }
   std::vector<ado::Cell> cells(result.columns().size());
   for (std::size_t row = 0; row < rows.rows(); ++row) {
     rows.read_row(row, cells);
@@ -199,7 +212,7 @@ void OdbcSession::execute(TextView statement) {
     throw connection_lost({}, error.native(), error.sqlstate(),
                           static_cast<AdoErrorNumber>(error.number()));
   } catch (const AdoError& error) {
-    if (holds_password) throw without_statement_text(error);
+    if (holds_password) throw without_statement_text(error, only_enters_role(statement));
     throw;
   }
 }
@@ -336,11 +349,11 @@ std::vector<ado::HeldRow> OdbcSession::read_stamps(const MaintainedTable& table,
   const auto result = run(join(
       {u"SELECT ", columns, u" FROM ", table.name, hint, u" WHERE SoftLock <> ''", condition}));
   std::vector<ado::HeldRow> held;
-  for_each_row(*result, [&](const std::vector<ado::Cell>& cells) {
+  for_each_row(*result, 1 + table.key.size(), [&](const std::vector<ado::Cell>& cells) {
     Text key;
     for (std::size_t i = 1; i < cells.size(); ++i) {
       if (i > 1) key += u", ";
-      key += to_text(cells[i].to_variant());
+      key += key_text_of(cells[i]);
     }
     held.push_back({Text(table.name), std::move(key), text_of(cells[0]), std::nullopt});
   });
@@ -449,14 +462,15 @@ std::vector<Text> OdbcSession::ask_for_key(const TableSelect& table, bool primar
   std::vector<Text> key;
   std::optional<Text> first_schema;
   Result rows(std::move(handle));
-  for_each_row(rows, [&](const std::vector<ado::Cell>& cells) {
+  const std::size_t asked = 1 + (primary ? kColumnOfKey : kColumnOfRow);
+  for_each_row(rows, asked, [&](const std::vector<ado::Cell>& cells) {
     if (!primary) {
-      key.push_back(text_of(cells.at(kColumnOfRow)));
+      key.push_back(text_of(cells[kColumnOfRow]));
       return;
     }
-    Text of = text_of(cells.at(kSchemaOfKey));
+    Text of = text_of(cells[kSchemaOfKey]);
     if (!first_schema) first_schema = of;
-    if (of == *first_schema) key.push_back(text_of(cells.at(kColumnOfKey)));
+    if (of == *first_schema) key.push_back(text_of(cells[kColumnOfKey]));
   });
   return key;
 }
@@ -504,8 +518,8 @@ bool OdbcSession::transaction_survived() {
   try {
     std::int64_t state = 0;
     const auto result = run(u"SELECT XACT_STATE()");
-    for_each_row(*result,
-                 [&](const std::vector<ado::Cell>& cells) { state = cells.at(0).integer; });
+    for_each_row(*result, 1,
+                 [&](const std::vector<ado::Cell>& cells) { state = cells[0].integer; });
     // Some drivers begin the transaction with its first statement on a table: before that succeeded
     // there is none that could have been lost.
     return state == 1 || (state == 0 && !touched_data_);

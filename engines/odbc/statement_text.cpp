@@ -215,6 +215,23 @@ Text columns_only(TextView statement, const TableSelect& select) {
   return join({statement.substr(0, select.hint_at), u" WITH (NOLOCK) WHERE 1 = 0"});
 }
 
+bool only_enters_role(TextView statement) {
+  Lexer lexer(statement);
+  std::size_t end = 0;
+  // A comment would be longer than the one blank.
+  const auto next = [&] {
+    const Token token = lexer.next();
+    const bool is_near = token.begin <= end + 1;
+    end = token.end;
+    return is_near ? token : Token{};
+  };
+  if (!lexer.is_any(next(), {u"EXEC", u"EXECUTE"}) || !lexer.is(next(), u"sp_setapprole")) {
+    return false;
+  }
+  if (next().kind != TokenKind::kString || !lexer.is(next(), u',')) return false;
+  return next().kind == TokenKind::kString && end == statement.size();
+}
+
 Text in_marks(TextView text, char16_t open, char16_t close) {
   Text result(1, open);
   for (const char16_t c : text) {

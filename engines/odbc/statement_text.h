@@ -30,6 +30,9 @@ struct TableSelect {
 /// session's isolation, and fails at once where that takes a lock that somebody else has.
 [[nodiscard]] Text as_committed(TextView statement, const TableSelect& select);
 
+/// Whether `statement` calls sp_setapprole with two texts and does nothing else.
+[[nodiscard]] bool only_enters_role(TextView statement);
+
 /// A statement with the columns of `statement` and no rows, which waits for no lock.
 [[nodiscard]] Text columns_only(TextView statement, const TableSelect& select);
 

@@ -256,6 +256,20 @@ TEST_F(OdbcSessionTest, WhatMightQuoteTheRolesPasswordIsWithheld) {
             u"the password is incorrect.");
 }
 
+TEST_F(OdbcSessionTest, WhatAQuoteInTheRolesPasswordMakesAStatementOfIsWithheld) {
+  const auto session = connect();
+  odbc_.on(u"sp_setapprole", {fails("42000", 2812, u"Could not find stored procedure 'secret'.")});
+  for (const TextView statement :
+       {u"EXEC sp_setapprole 'r','x';secret --'", u"EXEC sp_setapprole 'r','x' secret''",
+        u"EXEC sp_setapprole 'r'/*','*/,'x'", u"EXEC sp_setapprole 'r','x"}) {
+    const auto error = error_of([&] { session->execute(statement); });
+    EXPECT_EQ(error.native(), 2812);
+    EXPECT_EQ(error.description().find(u"secret"), Text::npos) << to_utf8(statement);
+  }
+  const auto doubled = error_of([&] { session->execute(u"EXEC sp_setapprole 'r','it''s'"); });
+  EXPECT_EQ(doubled.description(), u"Could not find stored procedure 'secret'.");
+}
+
 // --- Transactions ------------------------------------------------------------------------------
 
 TEST_F(OdbcSessionTest, ATransactionIsATimeWithoutAutoCommit) {
@@ -613,6 +627,27 @@ TEST_F(OdbcSessionTest, HeldRowsAreReadPastTheirLocks) {
   EXPECT_EQ(rows[0].process_id, std::nullopt);
   EXPECT_EQ(rows[1].table, u"DW_Reports");
   EXPECT_EQ(rows[1].key, u"Sales");
+}
+
+TEST_F(OdbcSessionTest, AHeldRowIsToldWhateverItsKeyIs) {
+  const auto session = connect();
+  odbc_.on(u"FROM DW_SEC_PC", {{.columns = {{u"SoftLock", wide_text(100)},
+                                            {u"MACNbr", wide_text(50)},
+                                            {u"ComputerID", wide_text(128)},
+                                            {u"CompID", small_integer()}},
+                                .rows = {{Text(u"DESK-1 - now"), Null{}, Text(u"PC1"), Null{}}}}});
+  const auto rows = session->held_rows();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].key, u", PC1, ");
+  EXPECT_EQ(rows[0].stamp, u"DESK-1 - now");
+}
+
+TEST_F(OdbcSessionTest, AnAnswerThatLacksColumnsIsAnError) {
+  const auto session = connect();
+  odbc_.on(u"FROM DW_SEC_PC",
+           {{.columns = {{u"SoftLock", wide_text(100)}}, .rows = {{Text(u"DESK-1 - now")}}}});
+  EXPECT_EQ(error_of([&] { (void)session->held_rows(); }).description(),
+            u"The database server's answer lacks columns that were asked for.");
 }
 
 }  // namespace
