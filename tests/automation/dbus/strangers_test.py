@@ -318,6 +318,38 @@ class Memory(Watched, BusTest):
         self.assertEqual(self.report.get("Title"), "mine")
 
 
+class Order(Watched, BusTest):
+    """Nobody's calls wait for calls that were sent after them, however many those are."""
+
+    FLOOD = 2000
+
+    def settled(self, client):
+        """The bus has passed on what the client sent: it answers in order."""
+        client.connection.flush_sync()
+        self.assertIsNotNone(client.owner())
+
+    def number_of(self, path):
+        return int(path.rpartition("_")[2])
+
+    def test_is_that_of_the_bus_also_under_a_flood(self):
+        flooder, polite = self.client(), self.client()
+        first = self.number_of(polite.create("Report").path)
+
+        def flood():
+            for _ in range(self.FLOOD):
+                send_call(flooder, NAME, ROOT, f"{NAME}.Automation", "CreateObject", "s", "Report")
+            self.settled(flooder)
+
+        for turn in range(1, 4):
+            flood()
+            wait = polite.start_call(ROOT, f"{NAME}.Automation", "CreateObject", "s", "Report")
+            self.settled(polite)
+            flood()
+            # Each object has the next number: as many were made before this one as had been asked for.
+            self.assertEqual(self.number_of(wait()) - first, turn * (self.FLOOD + 1)
+                             + (turn - 1) * self.FLOOD)
+
+
 class Objects(Watched, BusTest):
     switches = ("--most-objects", "1000")
 
