@@ -34,6 +34,7 @@ CONFIG = """<!DOCTYPE busconfig PUBLIC
   <servicedir>{services}</servicedir>
   <policy context="default">{policy}</policy>
   <limit name="max_replies_per_connection">100000</limit>
+  <limit name="max_message_size">{most_bytes}</limit>
   {include}
 </busconfig>
 """
@@ -92,7 +93,7 @@ class Bus:
     further ones."""
 
     def __init__(self, folder, activation=None, services=None, switches=(), environment=None,
-                 policy=EVERYTHING, include=None):
+                 policy=EVERYTHING, include=None, most_bytes=32 << 20):
         self.folder = pathlib.Path(folder)
         if services is None:
             services = self.folder / "services"
@@ -104,7 +105,7 @@ class Bus:
         self.address = f"unix:path={socket}"
         config = self.folder / "bus.conf"
         config.write_text(CONFIG.format(
-            socket=socket, services=services, policy=policy,
+            socket=socket, services=services, policy=policy, most_bytes=most_bytes,
             include="" if include is None else f"<include>{include}</include>"))
         self.process = subprocess.Popen(
             ["dbus-daemon", f"--config-file={config}", "--print-address", "--nofork",
@@ -280,6 +281,7 @@ class BusTest(unittest.TestCase):
 
     switches = ()
     activation = False
+    most_bytes = 32 << 20  # of a message, as a session bus has it
 
     def need_true_memory(self):
         """Skips the test where the service's memory does not tell what it needs."""
@@ -292,7 +294,8 @@ class BusTest(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.log = self.folder / "service.log"
         command = [os.environ["TARNWICK_SERVER"], *self.all_switches()]
-        self.bus = Bus(folder.name, command if self.activation else None)
+        self.bus = Bus(folder.name, command if self.activation else None,
+                       most_bytes=self.most_bytes)
         self.addCleanup(self.bus.close)
         if not self.activation:
             self.start_service(command)

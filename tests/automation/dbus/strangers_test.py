@@ -318,6 +318,79 @@ class Memory(Watched, BusTest):
         self.assertEqual(self.report.get("Title"), "mine")
 
 
+class LargestMessages(Watched, BusTest):
+    """On a bus that lets through whatever the protocol does."""
+
+    most_bytes = 128 * MEGABYTE
+    switches = ("--most-memory", "1024")
+
+    def test_are_served_or_refused_and_given_back(self):
+        hostile, other = self.client(), self.client()
+        report = hostile.create("Report")
+        before = self.memory()
+        for size in (30, 127):
+            text = "x" * (size * MEGABYTE)
+            report.set("SQL", "s", text)
+            # What no message of a usual bus carries cannot be read over this one either.
+            if size == 30:
+                self.assertEqual(report.get("SQL"), text)
+            else:
+                self.assert_fails(own_error("LimitExceeded"), report.get, "SQL")
+            self.assert_fails(INVALID_ARGS, hostile.call, ROOT, f"{NAME}.Automation", "Share", "s",
+                              text)
+            self.assert_fails(UNKNOWN_OBJECT, hostile.call, f"{ROOT}/Report/0_0",
+                              f"{NAME}.Report", "Update", "s", text)
+            self.assertEqual(other.held_classes(), ["Report"])
+        del text
+        report.set("SQL", "s", "")
+        hostile.release(report)
+        until(lambda: not other.held_classes(), "the end of the objects")
+        self.need_true_memory()
+        self.assertLess(self.memory() - before, 160 * MEGABYTE)
+
+    def test_end_the_sender_beyond_that_limit_and_nobody_else(self):
+        hostile, other = self.client(), self.client()
+        report = other.create("Report")
+        hostile.create("Report")
+        with self.assertRaises(GLib.Error):
+            hostile.call(ROOT, f"{NAME}.Automation", "Share", "s", "x" * (128 * MEGABYTE))
+        until(lambda: len(other.introspect(f"{ROOT}/Report").nodes) == 1, "the end of its object")
+        report.set("Title", "s", "mine")
+        self.assertEqual(report.get("Title"), "mine")
+
+
+class Order(Watched, BusTest):
+    """Nobody's calls wait for calls that were sent after them, however many those are."""
+
+    FLOOD = 2000
+
+    def settled(self, client):
+        """The bus has passed on what the client sent: it answers in order."""
+        client.connection.flush_sync()
+        self.assertIsNotNone(client.owner())
+
+    def number_of(self, path):
+        return int(path.rpartition("_")[2])
+
+    def test_is_that_of_the_bus_also_under_a_flood(self):
+        flooder, polite = self.client(), self.client()
+        first = self.number_of(polite.create("Report").path)
+
+        def flood():
+            for _ in range(self.FLOOD):
+                send_call(flooder, NAME, ROOT, f"{NAME}.Automation", "CreateObject", "s", "Report")
+            self.settled(flooder)
+
+        for turn in range(1, 4):
+            flood()
+            wait = polite.start_call(ROOT, f"{NAME}.Automation", "CreateObject", "s", "Report")
+            self.settled(polite)
+            flood()
+            # Each object has the next number: as many were made before this one as had been asked for.
+            self.assertEqual(self.number_of(wait()) - first, turn * (self.FLOOD + 1)
+                             + (turn - 1) * self.FLOOD)
+
+
 class Objects(Watched, BusTest):
     switches = ("--most-objects", "1000")
 
