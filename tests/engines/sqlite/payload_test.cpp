@@ -5,7 +5,6 @@
 namespace tarnwick::sqlite {
 namespace {
 
-
 // Values of a megabyte and more, which go into their rows and out of them in pieces.
 class Payload : public SessionTest {
  protected:
