@@ -130,8 +130,8 @@ class FaultyOdbc final : public odbc::OdbcApi {
   }
   SQLRETURN cancel(SQLHSTMT stmt) override {
     const SQLRETURN result = call([] { return SQLRETURN{SQL_SUCCESS}; });
-    static_cast<void>(real_.cancel(stmt));
-    return result;
+    const SQLRETURN real = real_.cancel(stmt);
+    return SQL_SUCCEEDED(result) ? real : result;
   }
   SQLRETURN primary_keys(SQLHSTMT stmt, SQLWCHAR* catalog, SQLSMALLINT catalog_length,
                          SQLWCHAR* schema, SQLSMALLINT schema_length, SQLWCHAR* table,
