@@ -7,7 +7,7 @@ import threading
 import time
 import unittest
 
-from private_bus import (NAME, ROOT, UNKNOWN_OBJECT, Bus, BusTest, Client, own_error, until)
+from private_bus import NAME, ROOT, UNKNOWN_OBJECT, BusTest, Client, own_error, until
 
 
 def is_running(pid):
@@ -119,18 +119,6 @@ class ByHand(BusTest):
         self.service.send_signal(signal.SIGINT)
         self.assertEqual(self.service.wait(60), 0)
         self.assertIsNone(client.owner())
-
-    def test_a_process_ends_with_its_bus(self):
-        folder = self.folder / "short"
-        folder.mkdir()
-        bus = Bus(folder)
-        service = subprocess.Popen([os.environ["TARNWICK_SERVER"], "--address", bus.address],
-                                   stderr=subprocess.DEVNULL)
-        client = Client(bus.address)
-        until(lambda: client.owner() is not None, "the service")
-        client.create("Report")
-        bus.close()
-        self.assertNotEqual(service.wait(60), None)
 
 
 class Switches(unittest.TestCase):
