@@ -10,6 +10,7 @@ namespace {
 
 std::string text_column(sqlite3_stmt* statement, int column) {
   const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+  // Untaken: it is null where memory runs out, which can happen at any step.
   return text != nullptr ? text : "";
 }
 

@@ -17,10 +17,8 @@ std::string user_name() {
   passwd entry{};
   passwd* found = nullptr;
   const uid_t user = geteuid();
-  if (getpwuid_r(user, &entry, room.data(), room.size(), &found) == 0 && found != nullptr) {
-    return found->pw_name;
-  }
-  return std::to_string(user);
+  getpwuid_r(user, &entry, room.data(), room.size(), &found);
+  return found != nullptr ? found->pw_name : std::to_string(user);
 }
 
 }  // namespace

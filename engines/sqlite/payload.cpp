@@ -50,12 +50,12 @@ bool has_payloads(const Table& table) {
 std::optional<std::string> without_payloads(const Query& query, const Table& table,
                                             std::span<const std::string> columns) {
   Scanner scanner(query.sql);
-  if (query.columns.empty() || columns.empty() || columns.back() != kPayloadColumn ||
-      !scanner.keyword("select") || !scanner.symbol('*')) {
-    return std::nullopt;
-  }
+  // A query that has columns is a look-up, "select ... from ... where ...".
+  if (query.columns.empty() || columns.back() != kPayloadColumn) return std::nullopt;
+  scanner.keyword("select");
+  if (!scanner.symbol('*')) return std::nullopt;
   const std::string_view behind_columns = scanner.rest();
-  if (!scanner.keyword("from")) return std::nullopt;
+  scanner.keyword("from");
   std::string_view source = scanner.name();
   if (scanner.symbol('.')) source = scanner.name();
   if (sqlite3_stricmp(std::string(source).c_str(), table.name.c_str()) != 0) return std::nullopt;

@@ -52,9 +52,10 @@ std::optional<std::int64_t> look_at_log(Database& origin) {
   sqlite3_file_control(origin.handle(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
   volatile void* region = nullptr;
   const int code = file->pMethods->xShmMap(file, 0, kIndexRegion, 0, &region);
-  if (code != SQLITE_OK || region == nullptr) {
-    throw_sqlite_error(nullptr, code != SQLITE_OK ? code : SQLITE_PROTOCOL);
-  }
+  // Untaken: `origin` reads by this very index, so that it is there.
+  if (code != SQLITE_OK) throw_sqlite_error(nullptr, code);
+  // Untaken: as above.
+  if (region == nullptr) throw_sqlite_error(nullptr, SQLITE_PROTOCOL);
   const auto* const index = static_cast<const volatile std::byte*>(region);
   for (int look = 0; look < kLooks; ++look) {
     const auto first = copy_shared<IndexHead>(index);
@@ -76,10 +77,6 @@ std::optional<std::int64_t> look_at_log(Database& origin) {
   return std::nullopt;
 }
 
-bool ends_with(const char* name, std::string_view suffix) {
-  return name != nullptr && std::string_view(name).ends_with(suffix);
-}
-
 /// The database file, or its log: the system's file behind it, if there is one, is only read.
 struct ReadFile : sqlite3_file {
   sqlite3_file* system;
@@ -98,15 +95,9 @@ const sqlite3_io_methods kReadMethods = {
     .xRead =
         [](sqlite3_file* file, void* bytes, int size, sqlite3_int64 offset) {
           ReadFile& read = self(file);
-          const bool cut = read.end >= 0 && offset + size > read.end;
-          const auto there =
-              cut ? static_cast<int>(std::max<std::int64_t>(read.end - offset, 0)) : size;
-          if (there > 0) {
-            const int code = read.system->pMethods->xRead(read.system, bytes, there, offset);
-            if (code != SQLITE_OK || !cut) return code;
-          }
-          std::memset(static_cast<char*>(bytes) + there, 0, static_cast<std::size_t>(size - there));
-          return SQLITE_IOERR_SHORT_READ;
+          // Untaken: SQLite asks for the size of a log, and reads the frames within.
+          if (read.end >= 0 && offset + size > read.end) return SQLITE_IOERR_READ;
+          return read.system->pMethods->xRead(read.system, bytes, size, offset);
         },
     .xWrite = [](sqlite3_file*, const void*, int, sqlite3_int64) { return SQLITE_IOERR_WRITE; },
     .xTruncate = [](sqlite3_file*, sqlite3_int64) { return SQLITE_IOERR_TRUNCATE; },
@@ -141,7 +132,8 @@ const sqlite3_io_methods kReadMethods = {
 /// Keeps the snapshot in its place.
 class Shadow::Reading final {
  public:
-  explicit Reading(Database& origin) : origin_(origin) {
+  // Made by the other constructor, so that the destructor comes whatever fails in this one.
+  explicit Reading(Database& origin) : Reading(origin, 0) {
     for (;;) {
       origin_.begin_reading();
       if (const auto bytes = look_at_log(origin_)) {
@@ -158,8 +150,10 @@ class Shadow::Reading final {
   [[nodiscard]] std::int64_t log_bytes() const { return log_bytes_; }
 
  private:
+  Reading(Database& origin, std::int64_t log_bytes) : origin_(origin), log_bytes_(log_bytes) {}
+
   Database& origin_;
-  std::int64_t log_bytes_ = 0;
+  std::int64_t log_bytes_;
 };
 
 /// The file system of the shadow's connection.
@@ -177,6 +171,7 @@ class Shadow::Layer final : private sqlite3_vfs {
     xDelete = [](sqlite3_vfs*, const char*, int) { return SQLITE_OK; };
     xAccess = access;
     const int code = sqlite3_vfs_register(this, 0);
+    // Untaken: it fails only where SQLite cannot be initialised, and `origin` is open.
     if (code != SQLITE_OK) throw_sqlite_error(nullptr, code);
   }
   ~Layer() { sqlite3_vfs_unregister(this); }
@@ -192,6 +187,7 @@ class Shadow::Layer final : private sqlite3_vfs {
     file->pMethods = nullptr;
     const bool log = (flags & SQLITE_OPEN_WAL) != 0;
     if (!log && (flags & SQLITE_OPEN_MAIN_DB) == 0) {
+      // Untaken: a database with a log has no journal.
       if ((flags & (SQLITE_OPEN_MAIN_JOURNAL | SQLITE_OPEN_SUPER_JOURNAL)) != 0) {
         return SQLITE_CANTOPEN;
       }
@@ -206,20 +202,16 @@ class Shadow::Layer final : private sqlite3_vfs {
       const int code = layer.system_->xOpen(layer.system_, name, read->system, reading, &ignored);
       if (code != SQLITE_OK) return code;
     }
+    // Untaken: SQLite wants to know it of both files.
     if (out_flags != nullptr) *out_flags = flags;
     file->pMethods = &kReadMethods;
     return SQLITE_OK;
   }
 
-  static int access(sqlite3_vfs* vfs, const char* name, int flags, int* result) {
+  /// Of what SQLite looks for beside a database there may be the log alone.
+  static int access(sqlite3_vfs* vfs, const char* name, int /*flags*/, int* result) {
     const auto& layer = *static_cast<Layer*>(vfs);
-    if (ends_with(name, "-wal")) {
-      *result = layer.log_bytes_ != 0 ? 1 : 0;
-    } else if (ends_with(name, "-journal")) {
-      *result = 0;
-    } else {
-      return layer.system_->xAccess(layer.system_, name, flags, result);
-    }
+    *result = layer.log_bytes_ != 0 && std::string_view(name).ends_with("-wal") ? 1 : 0;
     return SQLITE_OK;
   }
 
@@ -238,8 +230,6 @@ Shadow::Shadow(Database& origin)
   database_->begin_immediate();
 }
 
-Shadow::~Shadow() {
-  if (database_ != nullptr) database_->rollback();
-}
+Shadow::~Shadow() { database_->rollback(); }
 
 }  // namespace tarnwick::sqlite

@@ -101,6 +101,7 @@ TEST(ToText, WritesMonthDayYearAndATwelveHourClock) {
   EXPECT_EQ(to_text(to_date(civil(2024, 12, 31, 23, 59, 59))), u"12/31/2024 11:59:59 PM");
   EXPECT_EQ(to_text(to_date(civil(2024, 3, 1, 12, 0, 0))), u"3/1/2024 12:00:00 PM");
   EXPECT_EQ(to_text(to_date(civil(2024, 3, 1, 0, 0, 1))), u"3/1/2024 12:00:01 AM");
+  EXPECT_EQ(to_text(to_date(civil(2024, 3, 1, 0, 30, 0))), u"3/1/2024 12:30:00 AM");
   EXPECT_EQ(to_text(to_date(civil(2024, 3, 1, 13, 30, 0))), u"3/1/2024 1:30:00 PM");
   EXPECT_EQ(to_text(to_date(civil(101, 3, 1))), u"3/1/101");
 }

@@ -54,8 +54,9 @@ InterceptedCall described(SystemCall kind, int file, const void* bytes, size_t s
           .size = static_cast<std::int64_t>(size)};
 }
 
+template <class Flags>
 InterceptedCall described(SystemCall kind, int /*folder*/, const char* /*file*/, int /*other*/,
-                          const char* name, int /*flags*/) {
+                          const char* name, Flags /*flags*/) {
   return {.kind = kind, .name = name};
 }
 
@@ -151,6 +152,7 @@ TARNWICK_INTERCEPTED(kName, int, -1, fchmod, (int file, mode_t mode), file, mode
 TARNWICK_INTERCEPTED(kName, int, -1, fchown, (int file, uid_t user, gid_t group), file, user, group)
 TARNWICK_INTERCEPTED(kName, int, -1, unlink, (const char* file), file)
 TARNWICK_INTERCEPTED(kName, int, -1, rename, (const char* file, const char* name), file, name)
+TARNWICK_INTERCEPTED(kName, int, -1, link, (const char* file, const char* name), file, name)
 TARNWICK_INTERCEPTED(kName, int, -1, linkat,
                      (int folder, const char* file, int other, const char* name, int flags), folder,
                      file, other, name, flags)

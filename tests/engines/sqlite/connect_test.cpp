@@ -113,7 +113,8 @@ TEST_F(Connecting, SaysThatTheDatabaseIsNotThereAndMakesNone) {
 }
 
 TEST_F(Connecting, RefusesADatabaseNameThatLeavesTheFolder) {
-  for (const TextView name : {u"../x", u"a/b", u"", u"..", u".x"}) {
+  for (const TextView name : {TextView(u"../x"), TextView(u"a/b"), TextView(), TextView(u".."),
+                              TextView(u".x"), TextView(u"a\0b", 3)}) {
     const auto error = opening(name);
     EXPECT_EQ(error.number(), 3001);
     EXPECT_EQ(error.description(), join({u"'", name, u"' cannot be the name of a database."}));
@@ -295,6 +296,28 @@ TEST_F(Connecting, TheDatabaseIsFixedOnceTheRoleIsEntered) {
     return 0;
   });
   EXPECT_EQ(error.number(), kPermissionDenied);
+}
+
+TEST_F(Connecting, TheDatabaseIsFixedAsLongAsATransactionLasts) {
+  fs::copy_file(database_.file(), database_.folder() / "Other.db");
+  const auto session = connect();
+  session->set_default_database(u"Velmar_Sec");
+  session->begin();
+  const auto change = [&] {
+    session->set_default_database(u"Other");
+    return 0;
+  };
+  EXPECT_EQ(error_of(change).number(), kPermissionDenied);
+  session->rollback();
+  change();
+  session->execute(u"EXEC sp_setapprole 'Maintainer','sesame'");
+  session->execute(u"Insert Into DW_Reports (ReportName) Values ('Sales')");
+  EXPECT_EQ(database_.value("SELECT count(*) FROM DW_Reports"), "0");
+  EXPECT_EQ(test_support::PlainSqlite(database_.folder() / "Other.db")
+                .run("SELECT count(*) FROM DW_Reports")
+                .at(0)
+                .at(0),
+            "1");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "ado/error.h"
 #include "engines/sqlite/byte_range_locks.h"
+#include "tests/engines/sqlite/intercepting.h"
 #include "tests/engines/sqlite/killing_calls.h"
 #include "tests/support/forked_process.h"
 #include "tests/support/plain_sqlite.h"
@@ -19,6 +20,9 @@ namespace {
 namespace fs = std::filesystem;
 using test_support::Conversation;
 using test_support::ForkedProcess;
+using test_support::InterceptedCall;
+using test_support::kGoOn;
+using test_support::SystemCall;
 
 class CreateDatabaseMode : public ::testing::Test {
  protected:
@@ -102,6 +106,9 @@ TEST_F(CreateDatabaseKilled, WhileTheyFillLeaveNoDatabaseAndTheNextOneLeavesNoth
 TEST_F(CreateDatabaseKilled, AreToldFromOnesThatAreStillAtWork) {
   const auto mine = folder_.write("Velmar_Sec.new-0123456789abcdef.db", "half");
   const auto others = folder_.write("Velmar_Sec.new-0123456789abcdef.txt", "a note");
+  const auto copy = folder_.write("Velmar_Sec.new-0123456789abcdef-copy.db", "half");
+  const auto folder = folder_.path() / "Velmar_Sec.new-fedcba9876543210.db";
+  fs::create_directory(folder);
   {
     ByteRangeLocks at_work(mine, mine);
     ASSERT_TRUE(at_work.try_lock({std::int64_t{1} << 62, std::int64_t{1} << 62}));
@@ -110,7 +117,70 @@ TEST_F(CreateDatabaseKilled, AreToldFromOnesThatAreStillAtWork) {
   }
   EXPECT_THROW(create(), ado::AdoError);  // there is one; but what was left behind goes
   EXPECT_FALSE(fs::exists(mine));
-  EXPECT_TRUE(fs::exists(others));
+  for (const auto& file : {others, copy, folder}) EXPECT_TRUE(fs::exists(file)) << file;
+}
+
+/// Calls of the system that fail while a database is made.
+class CreateDatabaseRefused : public CreateDatabaseKilled {
+ protected:
+  /// What making it ends with when calls are answered so; empty when it goes well.
+  Text failure(Intercepting::Answer answer) const {
+    const Intercepting calls(std::move(answer));
+    try {
+      create();
+    } catch (const ado::AdoError& error) {
+      return error.description();
+    }
+    return {};
+  }
+  [[nodiscard]] Text refusal(TextView why) const {
+    return join({u"The database '", from_utf8((folder_.path() / "Velmar_Sec.db").string()),
+                 u"' cannot be made: ", why});
+  }
+  /// Answers those calls that give the whole file its name, or take one from it, one by one.
+  static Intercepting::Answer on_names(std::vector<int> answers) {
+    return
+        [answers = std::move(answers), next = std::size_t{0}](const InterceptedCall& call) mutable {
+          const bool named = call.kind == SystemCall::kName && call.name != nullptr &&
+                             fs::path(call.name).extension() == ".db";
+          return named && next < answers.size() ? answers[next++] : kGoOn;
+        };
+  }
+};
+
+TEST_F(CreateDatabaseRefused, ByAFullDiskLeavesNothing) {
+  EXPECT_EQ(failure([](const InterceptedCall& call) {
+              return call.kind == SystemCall::kWrite ? ENOSPC : kGoOn;
+            }),
+            u"database or disk is full");
+  EXPECT_THAT(files(), ::testing::IsEmpty());
+}
+
+TEST_F(CreateDatabaseRefused, WhereNoFileCanBeMadeLeavesNothing) {
+  EXPECT_EQ(failure([](const InterceptedCall& call) {
+              const bool scratch = call.kind == SystemCall::kOpen &&
+                                   std::string_view(call.name).find(".new-") != std::string::npos;
+              return scratch ? EMFILE : kGoOn;
+            }),
+            refusal(u"Too many open files"));
+  EXPECT_THAT(files(), ::testing::IsEmpty());
+}
+
+TEST_F(CreateDatabaseRefused, WhereItCannotBeRenamedLeavesNothing) {
+  EXPECT_EQ(failure(on_names({EIO})), refusal(u"Input/output error"));
+  EXPECT_THAT(files(), ::testing::IsEmpty());
+}
+
+// The way in two steps, of file systems that cannot refuse to rename over a file.
+TEST_F(CreateDatabaseRefused, WhereRenamingIsNotKnownLinksTheFile) {
+  for (const int unknown : {EINVAL, ENOSYS}) {
+    EXPECT_EQ(failure(on_names({unknown})), u"");
+    EXPECT_THAT(files(), ::testing::ElementsAre("Velmar_Sec.db"));
+    EXPECT_EQ(answer("PRAGMA integrity_check"), "ok");
+    fs::remove(folder_.path() / "Velmar_Sec.db");
+  }
+  EXPECT_EQ(failure(on_names({EINVAL, EPERM})), refusal(u"Operation not permitted"));
+  EXPECT_THAT(files(), ::testing::IsEmpty());
 }
 
 }  // namespace

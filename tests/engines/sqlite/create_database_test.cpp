@@ -130,6 +130,21 @@ TEST_F(CreateDatabase, LeavesNothingBehindWhereTheFolderCannotBeMade) {
   EXPECT_THAT(files(), ElementsAre("file"));
 }
 
+TEST_F(CreateDatabase, RemovesTheFoldersThatItMadeWhereItFails) {
+  EXPECT_THROW(create_database(folder_.path() / "a" / "b", u"Velmar_Sec", u"Admin", u"secret",
+                               [](TextView /*name*/) { throw std::runtime_error("no rows"); }),
+               std::runtime_error);
+  EXPECT_THAT(files(), IsEmpty());
+}
+
+TEST_F(CreateDatabase, MakesAFolderBelowTheOneThatItIsRunIn) {
+  const auto before = fs::current_path();
+  fs::current_path(folder_.path());
+  create_database("a", u"Velmar_Sec", u"Admin", u"secret");
+  fs::current_path(before);
+  EXPECT_THAT(files(), ElementsAre("a", "a/Velmar_Sec.db"));
+}
+
 TEST_F(CreateDatabase, RefusesNamesAndRolesThatCannotBe) {
   const auto number = [&](TextView name, TextView role, TextView password) {
     return error_number_of([&] {

@@ -55,6 +55,14 @@ TEST_F(Roles, AreListedInOrder) {
   EXPECT_FALSE(roles.has(u"Are"));
 }
 
+TEST_F(Roles, AreListedHoweverManyThereAre) {
+  database_.run(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
+      "INSERT INTO DW_APP_ROLE SELECT printf('%04d', i), Salt, Iterations, Hash FROM n, "
+      "DW_APP_ROLE");
+  EXPECT_EQ(open().names().size(), 5001u);
+}
+
 TEST_F(Roles, ThatWereAddedAdmitWithTheirPassword) {
   EXPECT_EQ(open().add(u"Büro", u"pässwörd"), Change::kDone);
   EXPECT_TRUE(may_enter(u"Büro", u"pässwörd"));

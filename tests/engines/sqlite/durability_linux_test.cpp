@@ -1,37 +1,16 @@
 #include <gmock/gmock.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <functional>
 
+#include "tests/engines/sqlite/intercepting.h"
 #include "tests/engines/sqlite/session_test.h"
-
-namespace {
-
-// What happens when SQLite brings a write-ahead log to the disk; nothing to be done by default.
-std::function<int()>& at_sync_of_log() {
-  static std::function<int()> action;
-  return action;
-}
-
-}  // namespace
-
-// Takes the C library's place for SQLite too.
-extern "C" int fdatasync(int file) {
-  const std::filesystem::path link = "/proc/self/fd/" + std::to_string(file);
-  if (at_sync_of_log() && std::filesystem::read_symlink(link).native().ends_with("-wal")) {
-    if (const int failure = at_sync_of_log()(); failure != 0) {
-      errno = failure;
-      return -1;
-    }
-  }
-  return static_cast<int>(syscall(SYS_fdatasync, file));
-}
 
 namespace tarnwick::sqlite {
 namespace {
+
+namespace fs = std::filesystem;
 
 class Durability : public SessionTest {
  protected:
@@ -40,13 +19,12 @@ class Durability : public SessionTest {
     session_ = open_session();
     // The first commit begins the log, whose head SQLite brings to the disk by itself.
     session_->execute(u"Update DW_Reports Set Author = 'Ada'");
-    at_sync_of_log() = [&] {
+    at_sync_of_log_ = [&] {
       ++syncs_;
       title_at_sync_ = title();
       return 0;
     };
   }
-  void TearDown() override { at_sync_of_log() = nullptr; }
 
   [[nodiscard]] std::string title() const {
     return database_.value("SELECT Title FROM DW_Reports");
@@ -57,8 +35,19 @@ class Durability : public SessionTest {
   }
 
   std::unique_ptr<ado::EngineSession> session_;
+  // What happens when SQLite brings a write-ahead log to the disk; nothing to be done by default.
+  std::function<int()> at_sync_of_log_;
   int syncs_ = 0;
   std::string title_at_sync_;
+
+ private:
+  int answer(const test_support::InterceptedCall& call) const {
+    if (!at_sync_of_log_ || call.kind != test_support::SystemCall::kSync) return 0;
+    const fs::path link = "/proc/self/fd/" + std::to_string(call.file);
+    return fs::read_symlink(link).native().ends_with("-wal") ? at_sync_of_log_() : 0;
+  }
+
+  Intercepting syncs_of_log_{[this](const auto& call) { return answer(call); }};
 };
 
 TEST_F(Durability, ACommitIsOnTheDiskWhenItReturns) {
@@ -96,7 +85,7 @@ TEST_F(Durability, WhatChangesNothingWaitsForNoDisk) {
 TEST_F(Durability, OthersWriteTheSameRowWhileACommitGoesToTheDisk) {
   const auto other = open_session();
   hold_and_rename();
-  at_sync_of_log() = [&] {
+  at_sync_of_log_ = [&] {
     if (++syncs_ > 1) return 0;
     other->begin();
     const auto row = hold(*other, kSales);
@@ -111,9 +100,9 @@ TEST_F(Durability, OthersWriteTheSameRowWhileACommitGoesToTheDisk) {
 
 TEST_F(Durability, ALogThatCannotBeBroughtToTheDiskLeavesTheOutcomeUnknown) {
   hold_and_rename();
-  at_sync_of_log() = [] { return EIO; };
+  at_sync_of_log_ = [] { return EIO; };
   EXPECT_THROW(session_->commit(), ado::ConnectionLost);
-  at_sync_of_log() = nullptr;
+  at_sync_of_log_ = nullptr;
   const auto other = open_session();
   EXPECT_THAT(other->held_rows(), ::testing::IsEmpty());
 }

@@ -96,10 +96,39 @@ TEST_F(FullDisk, FailsARowTooLargeForIt) {
   EXPECT_EQ(database_.value("SELECT length(Report_Binary) FROM DW_Reports"), "5000000");
 }
 
+TEST_F(FullDisk, MayBeAQuotaOrALimitOfFiles) {
+  for (const auto& [error, told] : {std::pair{EDQUOT, u"disk I/O error (Disk quota exceeded)"},
+                                    std::pair{EFBIG, u"disk I/O error (File too large)"}}) {
+    failure = error;
+    expect_failure(
+        [&] { session_->execute(u"Update DW_Reports Set Report_Binary = zeroblob(50000000)"); },
+        told);
+    failure = 0;
+    EXPECT_EQ(database_.value("SELECT Report_Binary IS NULL FROM DW_Reports"), "1");
+  }
+}
+
 TEST_F(FullDisk, IsToldFromABrokenOne) {
   failure = EIO;
   expect_failure([&] { session_->execute(u"Delete From DW_Reports"); }, u"disk I/O error");
   failure = 0;
+  EXPECT_EQ(title(), "Old");
+}
+
+TEST_F(FullDisk, OrABrokenOneEndsALoadOfWhichNothingStays) {
+  session_->begin_load();
+  session_->execute(u"Update DW_Reports Set Title = 'New'");
+  failure = EIO;
+  expect_failure(
+      [&] { session_->execute(u"Update DW_Reports Set Report_Binary = zeroblob(50000000)"); },
+      u"disk I/O error (Input/output error)");
+  failure = 0;
+  EXPECT_EQ(error_of([&] {
+              session_->execute(u"Update DW_Reports Set Author = 'Ada'");
+              return 0;
+            }).description(),
+            u"The transaction has been rolled back by the database.");
+  session_->rollback();
   EXPECT_EQ(title(), "Old");
 }
 

@@ -91,6 +91,20 @@ TEST_F(KeySpelling, ConcernsEveryPartOfAKeyInWhateverOrderItIsAsked) {
   EXPECT_EQ(read(*session_, u"Select * From DW_SEC_PC Where ComputerID = 'Büro'").size(), 0u);
 }
 
+TEST_F(KeySpelling, ConcernsTextsAlone) {
+  database_.run(
+      "CREATE TABLE T (a, b, PRIMARY KEY (a, b));"
+      "INSERT INTO T VALUES (7, 'Öl'), (7, x'C3964C'), (7, 5), (8, 'Öl')");
+  const auto rows = read(*session_, u"Select * From T Where a = 7 And b = 'ÖL'");
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows.value(u"b"), Variant(Text(u"Öl")));
+  EXPECT_EQ(error_of([&] {
+              rows.insert({{u"a", std::int32_t{8}}, {u"b", Text(u"öl")}});
+              return 0;
+            }).description(),
+            u"UNIQUE constraint failed: T.a, T.b");
+}
+
 TEST_F(KeySpelling, CountsAsItIsStoredForADelete) {
   session_->execute(u"Delete From DW_Reports Where ReportName = 'übersicht'");
   EXPECT_EQ(names(), "Kosten Öl,Übersicht");

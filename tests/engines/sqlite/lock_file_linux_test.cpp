@@ -4,6 +4,7 @@
 
 #include <fstream>
 
+#include "engines/sqlite/holder.h"
 #include "tests/engines/sqlite/session_test.h"
 #include "tests/support/forked_process.h"
 
@@ -109,6 +110,14 @@ TEST_F(LockFile, IsSharedByAGroup) {
   EXPECT_EQ(anna.hear(), "1");
   ForkedProcess bert(as_member(1003));
   EXPECT_EQ(bert.hear(), "0");
+}
+
+TEST_F(LockFile, TellsTheNumberOfAUserWhoHasNoName) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root, to be several users";
+  ASSERT_EQ(::seteuid(54321), 0);
+  const auto holder = present_process();
+  ASSERT_EQ(::seteuid(0), 0);
+  EXPECT_EQ(holder.user, "54321");
 }
 
 TEST_F(LockFile, IsOneForAllWaysToOneDatabase) {

@@ -123,6 +123,36 @@ TEST_F(Payload, IsNotWrittenOverARowThatAnotherProgramHasChanged) {
   EXPECT_EQ(row("Title"), "Theirs");
 }
 
+TEST_F(Payload, IsNotWrittenWhereAnotherProgramHasDeletedTheRow) {
+  session_->begin();
+  hold(*session_, kLookUp).update({{u"Report_Binary", bytes(kLong, 8)}});
+  database_.run("DELETE FROM DW_Reports");
+  EXPECT_EQ(error_of([&] {
+              session_->commit();
+              return 0;
+            }).number(),
+            kRowNotLocated);
+  session_->rollback();
+}
+
+TEST_F(Payload, IsReadByAnyListOfColumns) {
+  store(bytes(kLong, 1));
+  for (const TextView columns :
+       {u"ReportName, Report_Binary", u"*, Report_Binary", u"Report_Binary"}) {
+    EXPECT_TRUE(look(join({u"Select ", columns, u" From DW_Reports Where ReportName = 'Sales'"})) ==
+                Variant(bytes(kLong, 1)))
+        << to_utf8(columns);
+  }
+}
+
+TEST_F(Payload, MayStandInAnotherColumn) {
+  session_->begin();
+  hold(*session_, kLookUp).update({{u"TTX_Binary", bytes(kLong, 12)}});
+  session_->commit();
+  EXPECT_TRUE(read(*session_, kLookUp).value(u"TTX_Binary") == Variant(bytes(kLong, 12)));
+  EXPECT_EQ(row("typeof(Report_Binary)"), "null");
+}
+
 TEST_F(Payload, IsFoundUnderAnotherSpellingOfItsKey) {
   database_.run("UPDATE DW_Reports SET ReportName = 'Äpfel'");
   store(bytes(kLong, 9), u"Select * From DW_Reports Where ReportName = 'äpfel'");

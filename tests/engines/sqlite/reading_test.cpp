@@ -34,7 +34,7 @@ TEST_F(Reading, TypesValuesByThemselvesWhereTheyDoNot) {
   database_.run(
       "CREATE TABLE T (a BIT, c SMALLINT, d INT, e DATETIME, f SMALLINT);"
       "INSERT INTO T VALUES ('yes', 70000, 5000000000, 'today', NULL)");
-  const auto rows = read(*session_, u"Select *, 1.5 x, 'y' y, 5 z From T");
+  const auto rows = read(*session_, u"Select *, 1.5 x, 'y' y, 5 z, -5000000000 w From T");
   EXPECT_EQ(rows.value(u"a"), Variant(Text(u"yes")));
   EXPECT_EQ(rows.value(u"c"), Variant(std::int32_t{70000}));
   EXPECT_EQ(rows.value(u"d"), Variant(std::int64_t{5000000000}));
@@ -43,6 +43,7 @@ TEST_F(Reading, TypesValuesByThemselvesWhereTheyDoNot) {
   EXPECT_EQ(rows.value(u"x"), Variant(1.5));
   EXPECT_EQ(rows.value(u"y"), Variant(Text(u"y")));
   EXPECT_EQ(rows.value(u"z"), Variant(std::int32_t{5}));
+  EXPECT_EQ(rows.value(u"w"), Variant(std::int64_t{-5000000000}));
 }
 
 TEST_F(Reading, ShowsAForeignTextWithANulWhole) {
@@ -88,6 +89,25 @@ TEST_F(Reading, CopesWithRecordsOfNoTableOrOfTwo) {
               return 0;
             }).number(),
             3251);
+  const auto counted = read(*session_, u"Select ReportName, 1 x From DW_Reports");
+  EXPECT_EQ(error_of([&] {
+              counted.update({{u"x", std::int32_t{2}}});
+              return 0;
+            }).description(),
+            u"The column 'x' cannot be written: it is no column of the one table that is read.");
+}
+
+TEST_F(Reading, AnswersALookUpHoweverLongItIsAndHoweverManyThereAre) {
+  database_.run("INSERT INTO DW_Reports (ReportName, Title) VALUES ('Sales', 'Old')");
+  Text columns = u"Title";
+  for (int i = 0; i < 150; ++i) {
+    const auto row = read(
+        *session_, join({u"Select ", columns, u" From DW_Reports Where ReportName = 'Sales'"}));
+    ASSERT_EQ(row.size(), 1u);
+    ASSERT_EQ(row.cells().size(), static_cast<std::size_t>(i) + 1);
+    ASSERT_EQ(row.cells().back().to_variant(), i == 0 ? Variant(Text(u"Old")) : Variant(Null{}));
+    columns += u", Author";
+  }
 }
 
 TEST_F(Reading, HandsRowsOutInPieces) {

@@ -91,6 +91,9 @@ TEST(RowKey, TheSameKeyHasTheSameValues) {
   EXPECT_FALSE(same(str("7"), std::int64_t{7}));
   EXPECT_FALSE(same(str("x"), Blob{Bytes{std::byte{'x'}}}));
   EXPECT_TRUE(same(nullptr, nullptr));
+  EXPECT_TRUE(same(1.5, 1.5));
+  EXPECT_FALSE(same(1.5, 2.5));
+  EXPECT_FALSE(same(1.5, std::int64_t{1}));
 }
 
 }  // namespace

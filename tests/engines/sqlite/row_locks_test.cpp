@@ -29,6 +29,16 @@ class RowLocksTest : public ::testing::Test {
     cell.integer = number;
     return {cell};
   }
+  static constexpr std::size_t kRecord = 1024;
+  /// What stands in the file of the locked row that is listed as the `number`-th.
+  [[nodiscard]] std::string record(int number) const {
+    std::string text(kRecord, '\0');
+    std::ifstream(file_).seekg(number * std::streamoff{kRecord}).read(text.data(), kRecord);
+    return text;
+  }
+  void write_record(int number, const std::string& text) const {
+    std::fstream(file_).seekp(number * std::streamoff{kRecord}).write(text.data(), kRecord);
+  }
 
   test_support::TemporaryFolder folder_;
   std::filesystem::path database_ = folder_.write("data.db", "");
@@ -119,7 +129,9 @@ TEST_F(RowLocksTest, BecomeALockOfTheTableWhenThereAreVeryMany) {
   EXPECT_TRUE(second_.try_lock(other, pc_, key(123456)));
   EXPECT_TRUE(first_.try_lock(many, comp_, key(123456)));
   EXPECT_EQ(second_.foreign_locks(comp_), std::vector<ByteRange>{comp_.region});
-  EXPECT_THAT(second_.held_rows(), ::testing::Contains(::testing::Field(&HeldRow::key, u"*")));
+  for (const auto* locks : {&first_, &second_}) {
+    EXPECT_THAT(locks->held_rows(), ::testing::Contains(::testing::Field(&HeldRow::key, u"*")));
+  }
   many.release();
   EXPECT_TRUE(second_.try_lock(other, comp_, key(1)));
   EXPECT_THAT(first_.held_rows(), IsEmpty());
@@ -151,7 +163,7 @@ TEST_F(RowLocksTest, OutliveTheLockOfTheirTableWhereAnotherSetWantsThem) {
 
 TEST_F(RowLocksTest, ALongOrOddKeyAndStampAreCutForTheList) {
   const std::string text =
-      "a\tb\nc" + std::string(400, 'x') + "\u00E9\u00E9" + std::string(400, 'y');
+      "a\tb\nc\x7f" + std::string(399, 'x') + "\u00E9\u00E9" + std::string(400, 'y');
   std::vector<ado::Cell> cells(1);
   cells[0].kind = ado::Cell::Kind::kUtf8;
   cells[0].data = reinterpret_cast<const std::byte*>(text.data());
@@ -163,7 +175,7 @@ TEST_F(RowLocksTest, ALongOrOddKeyAndStampAreCutForTheList) {
   const auto rows = second_.held_rows();
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0].key,
-            from_utf8("a b c" + std::string(400, 'x') + "\u00E9\u00E9" + std::string(103, 'y')));
+            from_utf8("a b c " + std::string(399, 'x') + "\u00E9\u00E9" + std::string(103, 'y')));
   EXPECT_EQ(rows[0].stamp, from_utf8(std::string(255, 'z')));
 }
 
@@ -187,11 +199,10 @@ TEST_F(RowLocksTest, TellTheProgramAndTheUserThatHoldThem) {
 TEST_F(RowLocksTest, AreListedAlsoWhereAnOlderProgramHoldsThem) {
   Set set(first_, Set::Listing::kListed);
   ASSERT_TRUE(first_.try_lock(set, comp_, key(1)));
-  std::string record(1024, '\0');
-  std::ifstream(file_).read(record.data(), 1024);
+  const std::string text = record(0);
   std::size_t end = 0;
-  for (int tab = 0; tab < 5; ++tab) end = record.find('\t', end) + 1;
-  std::fstream(file_).write((record.substr(0, end) + std::string(1024 - end, ' ')).data(), 1024);
+  for (int tab = 0; tab < 5; ++tab) end = text.find('\t', end) + 1;
+  write_record(0, text.substr(0, end) + std::string(kRecord - end, ' '));
   const auto rows = second_.held_rows();
   ASSERT_EQ(rows.size(), 1u);
   EXPECT_EQ(rows[0].key, u"1");
@@ -199,12 +210,115 @@ TEST_F(RowLocksTest, AreListedAlsoWhereAnOlderProgramHoldsThem) {
   EXPECT_TRUE(second_.holders().empty());
 }
 
+TEST_F(RowLocksTest, TellAUserWhoseProgramIsNotKnown) {
+  Set set(first_, Set::Listing::kListed);
+  ASSERT_TRUE(first_.try_lock(set, comp_, key(1)));
+  std::string text = record(0);
+  std::size_t program = 0;
+  for (int tab = 0; tab < 5; ++tab) program = text.find('\t', program) + 1;
+  text.erase(program, text.find('\t', program) - program);
+  text.insert(text.size() - 1, kRecord - text.size(), ' ');
+  write_record(0, text);
+  const auto holders = second_.holders();
+  ASSERT_EQ(holders.size(), 1u);
+  EXPECT_EQ(holders.begin()->second.program, "");
+  EXPECT_EQ(holders.begin()->second.user, present_process().user.substr(0, 40));
+}
+
 TEST_F(RowLocksTest, AreNotMistakenWhereTheFileHoldsNonsense) {
   std::ofstream(file_) << std::string(4096, '\t');
   Set set(first_, Set::Listing::kListed);
   ASSERT_TRUE(first_.try_lock(set, comp_, key(1)));
-  std::ofstream(file_) << "nonsense" << std::string(4096, '\t');
+  const std::string text = record(0);
+  const std::string byte = text.substr(0, text.find('\t'));
+  const std::string tabs(kRecord, '\t');
+  for (const std::string& nonsense : {"nonsense" + tabs, tabs, byte + tabs,
+                                      byte + "\t7\tDW_SEC_COMP" + std::string(kRecord, ' ')}) {
+    write_record(0, nonsense.substr(0, kRecord));
+    EXPECT_THAT(second_.held_rows(), IsEmpty()) << nonsense.substr(0, 40);
+  }
+  std::filesystem::resize_file(file_, 0);
   EXPECT_THAT(second_.held_rows(), IsEmpty());
+  write_record(0, text);
+  EXPECT_EQ(second_.held_rows().size(), 1u);
+}
+
+TEST_F(RowLocksTest, AreListedOnceAndOnlyAsLongAsTheyAreHeld) {
+  Set set(first_, Set::Listing::kListed);
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(first_.try_lock(set, comp_, key(i)));
+  write_record(1, record(0));
+  std::string text = record(2);
+  text[text.find('\t') - 1] ^= 1;  // another row, which nobody holds
+  write_record(2, text);
+  const auto rows = second_.held_rows();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].key, u"0");
+}
+
+TEST_F(RowLocksTest, TakeRecordsThatHaveBecomeFreeInWhateverOrder) {
+  Set rows(first_, Set::Listing::kListed);
+  {
+    Set first_row(first_, Set::Listing::kListed);
+    ASSERT_TRUE(first_.try_lock(first_row, comp_, key(0)));
+    ASSERT_TRUE(first_.try_lock(rows, comp_, key(1)));
+  }
+  for (int i = 2; i < 5; ++i) ASSERT_TRUE(first_.try_lock(rows, comp_, key(i)));
+  EXPECT_EQ(second_.held_rows().size(), 4u);
+  EXPECT_EQ(std::filesystem::file_size(file_), 4u * kRecord);
+}
+
+TEST_F(RowLocksTest, AreStampedOnlyWhereTheyAreListed) {
+  Set unlisted(first_, Set::Listing::kUnlisted);
+  Set rows(first_, Set::Listing::kListed);
+  ASSERT_TRUE(first_.try_lock(unlisted, comp_, key(1)));
+  ASSERT_TRUE(first_.try_lock(rows, comp_, key(2)));
+  first_.set_stamp(comp_, key(1), "HOST - now");
+  first_.set_stamp(comp_, key(2), "HOST - now");
+  rows.release();  // before the stamp was told to anybody
+  first_.publish_stamps();
+  EXPECT_THAT(second_.held_rows(), IsEmpty());
+  EXPECT_FALSE(second_.foreign_locks(comp_).empty());
+}
+
+TEST_F(RowLocksTest, OfAWholeTableGoOverToAnotherSet) {
+  Set keeper(first_, Set::Listing::kListed);
+  Set other(second_, Set::Listing::kUnlisted);
+  for (const int first : {0, 1000}) {  // the second time both have the whole table
+    Set passing(first_, Set::Listing::kListed);
+    for (int i = 0; i < 1000; ++i) ASSERT_TRUE(first_.try_lock(passing, comp_, key(first + i)));
+    keeper.absorb(passing);
+  }
+  Set another(first_, Set::Listing::kListed);
+  for (int i = 0; i < 1000; ++i) ASSERT_TRUE(first_.try_lock(another, pc_, key(i)));
+  for (int i = 0; i < 1000; ++i) ASSERT_TRUE(first_.try_lock(another, comp_, key(3000 + i)));
+  keeper.release();
+  EXPECT_FALSE(second_.try_lock(other, comp_, key(-1)));
+  EXPECT_THAT(second_.held_rows(), ::testing::Contains(::testing::Field(&HeldRow::key, u"*")));
+  another.release();
+  EXPECT_TRUE(second_.try_lock(other, comp_, key(-1)));
+  EXPECT_TRUE(second_.try_lock(other, pc_, key(-1)));
+  EXPECT_THAT(first_.held_rows(), IsEmpty());
+}
+
+TEST_F(RowLocksTest, OfNeighboursOutliveTheLockOfTheirTable) {
+  constexpr std::int64_t kNeighbours[] = {6862672, 17560251};
+  ASSERT_EQ(lock_byte(comp_.region, key(kNeighbours[0])) + 1,
+            lock_byte(comp_.region, key(kNeighbours[1])));
+  Set few(first_, Set::Listing::kUnlisted);
+  Set other(second_, Set::Listing::kUnlisted);
+  ASSERT_TRUE(first_.try_lock(few, pc_, key(1)));
+  {
+    Set many(first_, Set::Listing::kUnlisted);
+    for (int i = 0; i < 1000; ++i) ASSERT_TRUE(first_.try_lock(many, comp_, key(i)));
+    for (const auto neighbour : kNeighbours) {
+      ASSERT_TRUE(first_.try_lock(few, comp_, key(neighbour)));
+    }
+  }
+  for (const auto neighbour : kNeighbours) {
+    EXPECT_FALSE(second_.try_lock(other, comp_, key(neighbour)));
+  }
+  EXPECT_FALSE(second_.try_lock(other, pc_, key(1)));
+  EXPECT_TRUE(second_.try_lock(other, comp_, key(1)));
 }
 
 class RowLocking : public SessionTest {
@@ -379,6 +493,93 @@ TEST_F(RowLocking, OfAWriteOutsideATransactionIsOverWithIt) {
   session_->execute(u"Update DW_Reports Set Title = 'x'");
   EXPECT_THAT(keys(*other_), IsEmpty());
   other_->execute(u"Update DW_Reports Set Title = 'y'");
+}
+
+TEST_F(RowLocking, StopsAStatementThatWouldReplaceTheRowOfAnother) {
+  other_->begin();
+  ASSERT_EQ(hold(*other_, u"Select * From DW_Reports Where ReportName = 'A'").size(), 1u);
+  EXPECT_EQ(error_of([&] {
+              session_->execute(u"Replace Into DW_Reports (ReportName) Values ('A')");
+              return 0;
+            }).native(),
+            1222);
+  other_->rollback();
+  EXPECT_EQ(database_.value("SELECT Title FROM DW_Reports WHERE ReportName = 'A'"), "Old");
+}
+
+TEST_F(RowLocking, CoversTheRowsOfAStatementThatReturnsThemToo) {
+  session_->begin();
+  session_->execute(u"Update DW_Reports Set Title = 'x' Where ReportName < 'C' Returning Title");
+  EXPECT_THAT(keys(*other_), ElementsAre(u"A", u"B"));
+  session_->rollback();
+}
+
+TEST_F(RowLocking, StopsALoadAtTheRowOfAnother) {
+  other_->begin();
+  ASSERT_EQ(hold(*other_, u"Select * From DW_Reports Where ReportName = 'B'").size(), 1u);
+  session_->begin_load();
+  EXPECT_EQ(error_of([&] {
+              session_->execute(u"Update DW_Reports Set Title = 'New'");
+              return 0;
+            }).native(),
+            1222);
+  session_->rollback();
+  other_->rollback();
+  EXPECT_EQ(database_.value("SELECT count(*) FROM DW_Reports WHERE Title = 'Old'"), "3");
+}
+
+// The transaction's statements are carried out anew with each further one.
+TEST_F(RowLocking, StopsATransactionWhoseStatementMeetsANewRowOfAnother) {
+  session_->begin();
+  session_->execute(u"Update DW_Reports Set Title = 'New' Where Title = 'Old'");
+  database_.run("INSERT INTO DW_Reports (ReportName, Title) VALUES ('D', 'Old')");
+  other_->begin();
+  ASSERT_EQ(hold(*other_, u"Select * From DW_Reports Where ReportName = 'D'").size(), 1u);
+  const auto add = [&] {
+    session_->execute(u"Insert Into DW_Reports (ReportName) Values ('E')");
+    return 0;
+  };
+  EXPECT_EQ(error_of(add).native(), 1222);
+  other_->rollback();
+  add();
+  session_->commit();
+  EXPECT_EQ(database_.value("SELECT count(*) FROM DW_Reports WHERE Title = 'New'"), "4");
+}
+
+TEST_F(RowLocking, IsNotMeantByATemporaryTableOfTheSameName) {
+  other_->begin();
+  ASSERT_EQ(hold(*other_, u"Select * From DW_Reports Where ReportName = 'A'").size(), 1u);
+  session_->execute(u"Create Temp Table DW_Reports (ReportName Primary Key, Title)");
+  session_->execute(u"Insert Into temp.DW_Reports Values ('A', 'Mine')");
+  const auto rows = read(*session_, u"Select * From temp.DW_Reports");
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows.value(u"Title"), Variant(Text(u"Mine")));
+  other_->rollback();
+}
+
+TEST_F(RowLocking, HasNothingMoreBehindTheLastRow) {
+  auto rows = hold(*session_, kAllReports, kAll);
+  EXPECT_EQ(rows.size(), 3u);
+  rows.rowset->fetch(rows.rows, kAll);
+  EXPECT_EQ(rows.size(), 3u);
+  EXPECT_THAT(keys(*other_), IsEmpty());
+}
+
+// A flag, a number with a fraction and a day are kept as numbers, and locked as what they are kept
+// as.
+TEST_F(RowLocking, OfAKeyOfAnyType) {
+  database_.run(
+      "CREATE TABLE T (Flag BIT, Size REAL, Day DATETIME, Title, PRIMARY KEY (Flag, Size, Day));"
+      "INSERT INTO T VALUES (1, 1.5, 45000.5, 'Old')");
+  session_->begin();
+  const auto row = hold(*session_, u"Select * From T");
+  ASSERT_EQ(row.size(), 1u);
+  EXPECT_THAT(keys(*other_), ElementsAre(u"1, 1.5, 45000.5"));
+  EXPECT_EQ(hold(*other_, u"Select * From T").size(), 0u);
+  row.update({{u"Title", Text(u"New")}});
+  EXPECT_EQ(read(*session_, u"Select * From T").value(u"Title"), Variant(Text(u"New")));
+  session_->commit();
+  EXPECT_EQ(database_.value("SELECT Title FROM T"), "New");
 }
 
 TEST_F(RowLocking, KnowsTheStampThatWasWrittenByAnyStatement) {

@@ -40,7 +40,7 @@ TEST(SessionStatement, RefusesAMalformedLockTimeout) {
   for (const TextView statement :
        {u"SET LOCK_TIMEOUT", u"SET LOCK_TIMEOUT x", u"SET LOCK_TIMEOUT 5 6", u"SET LOCK_TIMEOUT -2",
         u"SET LOCK_TIMEOUT 2147483648", u"SET LOCK_TIMEOUT 1.5", u"SET LOCK_TIMEOUT -",
-        u"SET LOCK_TIMEOUT 5; SELECT 1"}) {
+        u"SET LOCK_TIMEOUT --5", u"SET LOCK_TIMEOUT 5; SELECT 1"}) {
     EXPECT_EQ(error_number_of([&] { return parse_session_statement(to_utf8(statement)); }),
               -2147217900)
         << to_utf8(statement);
@@ -59,7 +59,8 @@ TEST(SessionStatement, TakesTwoQuotesInATextForOne) {
 TEST(SessionStatement, RefusesAMalformedRoleStatementWithoutShowingThePassword) {
   for (const TextView statement :
        {u"EXEC sp_setapprole 'r','sec'ret'", u"EXEC sp_setapprole 'r','secret",
-        u"EXEC sp_setapprole 'r'", u"EXEC sp_setapprole 'r' 'secret'", u"EXEC sp_setapprole",
+        u"EXEC sp_setapprole 'r'", u"EXEC sp_setapprole 'r' 'secret'",
+        u"EXEC sp_setapprole 'r',N 'secret'", u"EXEC sp_setapprole",
         u"EXEC sp_setapprole r, secret", u"EXEC sp_setapprole 'r','secret'; DELETE FROM x",
         u"EXEC sp_setapprole 'r','secret','more'", u"EXEC sp_other 'secret'", u"EXEC 'secret'",
         u"EXEC", u"EXEC sp_setapprole2 'r','secret'"}) {

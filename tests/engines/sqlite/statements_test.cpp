@@ -86,6 +86,11 @@ TEST_F(Statements, ErrorsBearSqlitesTextAndCode) {
                  u"near \"Brien\": syntax error");
   expect_refused(u"Select * From DW_Reports Where ReportName = 'x", kCommandError,
                  u"unrecognized token: \"'x\"");
+  EXPECT_EQ(refusal(u"Insert Into DW_Reports (ReportName) Values (zeroblob(2000000000))").number(),
+            kCommandError);
+  execute(u"Create Table T (id Integer Primary Key)");
+  EXPECT_EQ(refusal(u"Insert Into T Values ('x')").description(), u"datatype mismatch");
+  EXPECT_EQ(refusal(u"Insert Into T Values ('x')").number(), kCommandError);
 }
 
 TEST_F(Statements, ALookUpByLiteralsIsTheSameAsAnyOtherStatement) {
@@ -138,6 +143,8 @@ TEST_F(Statements, TheRolesCannotBeReadOrWritten) {
 
 TEST_F(Statements, TheVersionCounterIsWrittenByTheTriggersAlone) {
   expect_refused(u"Update DW_ROW_VERSION Set Counter = 0", kPermissionDenied,
+                 u"The table DW_ROW_VERSION is written by the row version triggers alone.");
+  expect_refused(u"Create Index i On DW_ROW_VERSION (Counter)", kPermissionDenied,
                  u"The table DW_ROW_VERSION is written by the row version triggers alone.");
   expect_refused(u"Delete From DW_ROW_VERSION", kPermissionDenied,
                  u"The table DW_ROW_VERSION is written by the row version triggers alone.");

@@ -113,6 +113,75 @@ TEST_F(Writing, ToAHeldRowIsCheckedByRulesAddedMeanwhile) {
   session_->rollback();
 }
 
+TEST_F(Writing, ToAHeldRowRefusesANullWhereNoneMayBe) {
+  database_.run("INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType) VALUES (1, 0, 2)");
+  session_->begin();
+  const auto component = hold(*session_, u"Select * From DW_SEC_COMP Where CompID = 1");
+  EXPECT_EQ(failure([&] {
+              component.update({{u"MaintType", Null{}}});
+            }).number(),
+            kIntegrityViolation);
+  session_->commit();
+  EXPECT_EQ(database_.value("SELECT MaintType FROM DW_SEC_COMP"), "2");
+}
+
+TEST_F(Writing, ToOneHeldRowAfterTheOtherReachesEach) {
+  database_.run("INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType) VALUES (1, 0, 2)");
+  session_->begin();
+  const auto reports = hold(*session_, kAllReports, kAll);
+  const auto component = hold(*session_, u"Select * From DW_SEC_COMP Where CompID = 1");
+  reports.update({{u"Title", Text(u"First")}}, 0);
+  reports.update({{u"Title", Text(u"Second")}}, 1);
+  component.update({{u"MetaID", Text(u"Third")}});
+  session_->commit();
+  EXPECT_EQ(title("Sales"), "First");
+  EXPECT_EQ(title("Stock"), "Second");
+  EXPECT_EQ(database_.value("SELECT MetaID FROM DW_SEC_COMP"), "Third");
+}
+
+TEST_F(Writing, OfNoColumnAtAllDoesNothingToARowAndAddsARowOfDefaults) {
+  database_.run("CREATE TABLE T (id INTEGER PRIMARY KEY, a DEFAULT 5)");
+  const auto sales = read(*session_, kSales);
+  const auto before = database_.value("SELECT hex(RowVersion) FROM DW_Reports");
+  sales.update({});
+  EXPECT_EQ(database_.value("SELECT hex(RowVersion) FROM DW_Reports"), before);
+  const auto table = read(*session_, u"Select * From T");
+  table.insert({});
+  session_->begin();
+  table.insert({{u"a", std::int32_t{6}}});  // SQLite gives the row its key
+  session_->commit();
+  EXPECT_THAT(database_.run("SELECT id, a FROM T"),
+              ElementsAre(ElementsAre("1", "5"), ElementsAre("2", "6")));
+}
+
+TEST_F(Writing, ToAColumnOfAnyName) {
+  database_.run("CREATE TABLE T (id INTEGER PRIMARY KEY, \"a\"\"b\" TEXT)");
+  read(*session_, u"Select * From T").insert({{u"a\"b", Text(u"x")}});
+  EXPECT_EQ(database_.value("SELECT \"a\"\"b\" FROM T"), "x");
+}
+
+TEST_F(Writing, OfAVersionIsTheTriggersAffair) {
+  session_->begin();
+  hold(*session_, kSales).update({{u"RowVersion", Bytes(8, std::byte{1})}});
+  session_->commit();
+  EXPECT_EQ(database_.value("SELECT RowVersion = (SELECT Version FROM DW_ROW_VERSION) "
+                            "FROM DW_Reports WHERE ReportName = 'Sales'"),
+            "1");
+}
+
+TEST_F(Writing, IsSeenByTheSessionAlsoWhereRowsHaveNoVersions) {
+  database_.loosen("DW_Reports", "PRIMARY KEY (ReportName)");
+  database_.run(
+      "DROP TABLE IF EXISTS DW_ROW_VERSION;"
+      "INSERT INTO DW_Reports (ReportName, Title) VALUES ('Sales', 'Old')");
+  session_ = open_session();
+  session_->begin();
+  hold(*session_, kSales).update({{u"Title", Text(u"New")}});
+  EXPECT_EQ(read(*session_, kSales).value(u"Title"), Variant(Text(u"New")));
+  session_->rollback();
+  EXPECT_EQ(title("Sales"), "Old");
+}
+
 TEST_F(Writing, ToARowThatIsGoneSaysSo) {
   const auto rows = read(*session_, kSales);
   database_.run("DELETE FROM DW_Reports WHERE ReportName = 'Sales'");
