@@ -7,7 +7,7 @@ import threading
 import time
 import unittest
 
-from private_bus import NAME, ROOT, UNKNOWN_OBJECT, BusTest, Client, own_error, until
+from private_bus import (NAME, ROOT, UNKNOWN_OBJECT, Bus, BusTest, Client, own_error, until)
 
 
 # Owned by the one process that may serve the bus.
