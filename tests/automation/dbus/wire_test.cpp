@@ -5,6 +5,7 @@
 #include <string>
 
 #include "automation/dbus/error.h"
+#include "automation/dbus/handles.h"
 
 namespace tarnwick::automation::dbus {
 namespace {
@@ -49,6 +50,43 @@ TEST(OutgoingText, IsRefusedWhereTheBusLibraryRefusesIt) {
                                u"\xD83F\xDFFFz", u"\xDBFF\xDFFF"}) {
     EXPECT_EQ(refusal_of(text), refused);
   }
+}
+
+/// Knows each object by its class alone.
+class ClassPaths final : public Paths {
+ public:
+  Object resolve(const char*) override { return {}; }
+  std::string hand_out(const Object& object) override {
+    return "/" + std::string(class_of(object.class_id).name);
+  }
+  std::vector<std::string> hand_out_all(const std::vector<Object>& objects) override {
+    std::vector<std::string> paths;
+    for (const Object& object : objects) paths.push_back(hand_out(object));
+    return paths;
+  }
+};
+
+TEST(OutgoingObjects, CountWithAllTheirPaths) {
+  ClassPaths paths;
+  const auto size_of = [&](std::size_t count) {
+    const std::vector<Object> objects(count, Object{ClassId::kReport, nullptr});
+    return Outgoing(Type{Kind::kEnumerator, {}, ClassId::kReport}, objects, paths).size();
+  };
+  EXPECT_GE(size_of(3) - size_of(2), std::string("/Report").size());
+  EXPECT_EQ(size_of(3) - size_of(2), size_of(2) - size_of(1));
+}
+
+TEST(ErrorsOnTheBus, HaveTheNameFailedWhereTheirNumberHasNone) {
+  ErrorHandle error;
+  EXPECT_EQ(error.name(), "");
+  EXPECT_STREQ(error.message(), "");
+  try {
+    throw Error(static_cast<ErrorNumber>(12345));
+  } catch (...) {
+    fill_error(error.get());
+  }
+  EXPECT_EQ(error.name(), "org.tarnwick.Security1.Error.Failed");
+  EXPECT_STRNE(error.message(), "");
 }
 
 TEST(OutgoingText, IsTakenOtherwise) {
