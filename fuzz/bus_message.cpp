@@ -1,13 +1,11 @@
 // Whole messages to a service, byte by byte as a bus would hand them over, well-formed or not:
 // every call that asks for an answer gets one, and whatever comes leaves nothing behind.
 
-#include <pthread.h>
 #include <sys/socket.h>
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -398,13 +396,7 @@ std::size_t open_descriptors() {
 }
 
 void try_messages(Input& input, Rows& rows, ado::Engine& engine, sd_bus* side_bus) {
-  // A service that a signal comes to while it starts does not start: libFuzzer's clock has to wait.
-  sigset_t clock;
-  sigemptyset(&clock);
-  sigaddset(&clock, SIGALRM);
-  pthread_sigmask(SIG_BLOCK, &clock, nullptr);
   Process process(rows, engine, side_bus);
-  pthread_sigmask(SIG_UNBLOCK, &clock, nullptr);
   Sender sender(process, input);
   sender.send_all();
   const auto answers = process.finish();

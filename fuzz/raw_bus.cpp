@@ -238,7 +238,9 @@ void RawBus::answer(std::uint32_t serial, std::string_view member) {
     reply.field(kSignature, 'g', "b");
     reply.number(1, 4);
   }
-  if (member == "GetNameOwner" || member == "NameHasOwner") pthread_kill(asking_, SIGURG);
+  if (member == "GetNameOwner" || member == "NameHasOwner" || member == "AddMatch") {
+    pthread_kill(asking_, SIGURG);
+  }
   send(reply.bytes(++serial_));
 }
 

@@ -1,6 +1,5 @@
 #include "automation/dbus/clients.h"
 
-#include <cerrno>
 #include <unordered_set>
 #include <utility>
 
@@ -22,11 +21,8 @@ Clients::Client& Clients::client(const std::string& name) {
   sd_bus_track* track = nullptr;
   check(sd_bus_track_new(bus_, &track, &Clients::on_left, made.get()), "watching a client");
   made->track.reset(track);
-  // Asks the bus, which knows when the client has left already. A signal says nothing of that.
-  int added = 0;
-  do {
-    added = sd_bus_track_add_name(track, name.c_str());
-  } while (added == -EINTR);
+  // Asks the bus, which knows when the client has left already.
+  const int added = past_signals([&] { return sd_bus_track_add_name(track, name.c_str()); });
   if (added < 0) throw client_has_left();
   return *clients_.emplace(name, std::move(made)).first->second;
 }

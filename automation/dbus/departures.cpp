@@ -16,10 +16,13 @@ constexpr std::size_t kMostRemembered = 16384;
 
 Departures::Departures(sd_bus* bus) : bus_(bus) {
   sd_bus_slot* slot = nullptr;
-  check(sd_bus_add_match(bus_, &slot,
-                         "type='signal',sender='org.freedesktop.DBus',"
-                         "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''",
-                         &Departures::on_left, this),
+  check(past_signals([&] {
+          return sd_bus_add_match(
+              bus_, &slot,
+              "type='signal',sender='org.freedesktop.DBus',"
+              "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg2=''",
+              &Departures::on_left, this);
+        }),
         "watching clients");
   slot_.reset(slot);
   check(sd_bus_add_filter(bus_, &slot, &Departures::on_message, nullptr), "watching clients");

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cerrno>
 #include <exception>
 #include <string>
 #include <utility>
@@ -32,6 +33,17 @@ class WireError : public std::exception {
 
 /// Throws std::system_error for a negative result of libsystemd; returns any other.
 int check(int result, const char* what);
+
+/// What `ask` gets from libsystemd, asked again where a signal interrupted it: that says nothing of
+/// the bus. For what may be asked twice.
+template <class Ask>
+int past_signals(Ask&& ask) {
+  int result = 0;
+  do {
+    result = ask();
+  } while (result == -EINTR);
+  return result;
+}
 
 /// The one place where exceptions become errors on the bus: fills `error` from the exception that
 /// is being handled and returns what sd-bus wants returned. For catch blocks only.

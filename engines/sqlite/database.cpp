@@ -139,21 +139,32 @@ void Database::prepare_transactions() {
 }
 
 void Database::use_write_ahead_log() {
-  {
-    const StatementHandle mode = prepare("PRAGMA dbo.journal_mode=WAL");
-    Execution execution(*this, mode.get());
-    execution.next();
-    // SQLite says so without an error where the file's place does not allow it.
-    // Untaken: each file system of the systems that tests run on does.
-    if (sqlite3_stricmp(reinterpret_cast<const char*>(sqlite3_column_text(mode.get(), 0)), "wal") !=
-        0) {
-      throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
-                          u"The database cannot keep a write-ahead log where it lies.");
+  for (;;) {
+    try {
+      switch_to_write_ahead_log();
+      break;
+    } catch (const ado::AdoError& error) {
+      // Two programs that switch a file at the same time stand in each other's way, and SQLite lets
+      // neither of them wait: each reads already when it wants the file to itself.
+      if (error.native() != ado::kNativeLockTimeout || !time_->pause()) throw;
     }
   }
   // The log is brought to the disk by `sync_log`, not inside the transaction.
   step(prepare("PRAGMA dbo.synchronous=NORMAL").get());
   static_cast<void>(schema_version());  // opens the log's files, which cannot be had later
+}
+
+void Database::switch_to_write_ahead_log() {
+  const StatementHandle mode = prepare("PRAGMA dbo.journal_mode=WAL");
+  Execution execution(*this, mode.get());
+  execution.next();
+  // SQLite says so without an error where the file's place does not allow it.
+  // Untaken: each file system of the systems that tests run on does.
+  if (sqlite3_stricmp(reinterpret_cast<const char*>(sqlite3_column_text(mode.get(), 0)), "wal") !=
+      0) {
+    throw ado::AdoError(ado::AdoErrorNumber::kUnspecified,
+                        u"The database cannot keep a write-ahead log where it lies.");
+  }
 }
 
 StatementHandle Database::prepare(std::string_view sql, const char** tail) {

@@ -81,6 +81,7 @@ class Database final {
 
   void open(const std::filesystem::path& file, const char* layer);
   void prepare_transactions();
+  void switch_to_write_ahead_log();
   [[nodiscard]] StatementHandle prepare(std::string_view sql, const char** tail = nullptr);
   void step(sqlite3_stmt* statement);
 

@@ -110,6 +110,28 @@ TEST_F(Processes, WaitForARowAndSeeWhatItsHolderHasWritten) {
   EXPECT_EQ(read(*session, kComponent).value(u"CompName"), Variant(Text(u"New")));
 }
 
+// The first session of a database that a plain program has made switches it to the write-ahead log.
+TEST(ProcessesAtOnce, MayAllBeTheFirst) {
+  constexpr int kDatabases = 8;
+  constexpr int kProcesses = 4;
+  for (int i = 0; i < kDatabases; ++i) {
+    const test_support::EmbeddedDatabase database;
+    std::vector<std::unique_ptr<ForkedProcess>> children;
+    for (int k = 0; k < kProcesses; ++k) {
+      children.push_back(std::make_unique<ForkedProcess>([&](Conversation& test) {
+        SqliteEngine engine;
+        const auto session =
+            engine.connect(ado::ConnectionString::parse(database.connection_string()));
+        session->set_default_database(test_support::EmbeddedDatabase::kName);
+        (void)test.hear();
+        session->execute(u"EXEC sp_setapprole 'Maintainer','sesame'");
+      }));
+    }
+    for (const auto& child : children) child->say("go on");
+    for (const auto& child : children) EXPECT_TRUE(child->ended_well());
+  }
+}
+
 TEST_F(Processes, LoseNoUpdate) {
   constexpr int kProcesses = 4;
   constexpr int kRounds = 25;
