@@ -66,8 +66,7 @@ bool NameOwner::acquire_instance() {
     bool anything_came = false;
     while (check(sd_bus_process(bus_, nullptr), "waiting for the name") > 0) anything_came = true;
     if (anything_came) continue;
-    const int result = sd_bus_wait(bus_, UINT64_MAX);
-    if (result != -EINTR) check(result, "waiting for the name");
+    check(past_signals([&] { return sd_bus_wait(bus_, UINT64_MAX); }), "waiting for the name");
   }
   return true;
 }

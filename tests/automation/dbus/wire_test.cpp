@@ -52,30 +52,6 @@ TEST(OutgoingText, IsRefusedWhereTheBusLibraryRefusesIt) {
   }
 }
 
-/// Knows each object by its class alone.
-class ClassPaths final : public Paths {
- public:
-  Object resolve(const char*) override { return {}; }
-  std::string hand_out(const Object& object) override {
-    return "/" + std::string(class_of(object.class_id).name);
-  }
-  std::vector<std::string> hand_out_all(const std::vector<Object>& objects) override {
-    std::vector<std::string> paths;
-    for (const Object& object : objects) paths.push_back(hand_out(object));
-    return paths;
-  }
-};
-
-TEST(OutgoingObjects, CountWithAllTheirPaths) {
-  ClassPaths paths;
-  const auto size_of = [&](std::size_t count) {
-    const std::vector<Object> objects(count, Object{ClassId::kReport, nullptr});
-    return Outgoing(Type{Kind::kEnumerator, {}, ClassId::kReport}, objects, paths).size();
-  };
-  EXPECT_GE(size_of(3) - size_of(2), std::string("/Report").size());
-  EXPECT_EQ(size_of(3) - size_of(2), size_of(2) - size_of(1));
-}
-
 TEST(ErrorsOnTheBus, HaveTheNameFailedWhereTheirNumberHasNone) {
   ErrorHandle error;
   EXPECT_EQ(error.name(), "");
