@@ -206,22 +206,37 @@ platform::Answer AnsweringBox::retry_or_cancel(TextView text, TextView title, st
   const Answer answer = answers.front();
   answers.pop_front();
   if (answer.released) give_back(answer.released->first, answer.released->second);
+  if (answer.killed) kill(*answer.killed);
   return answer.retry ? platform::Answer::kRetry : platform::Answer::kCancel;
 }
 
-PlayedSystem::PlayedSystem(MakeProcess make) {
+PlayedSystem::PlayedSystem(MakeProcess make) : make_(make) {
   for (const File& file : kFiles) {
     if (file.bytes != nullptr) payloads_.write(file.name, file.bytes);
   }
-  for (int i = 0; i < kProcesses; ++i) {
-    Side& side = sides_.emplace_back();
-    side.process = make();
-    side.process->box.give_back = [this](int process, int place) {
-      Side& holder = sides_[static_cast<std::size_t>(process)];
-      (void)call(holder.process->transport(), holder.places[static_cast<std::size_t>(place)],
-                 "ReleaseRecord");
-    };
-  }
+  for (int i = 0; i < kProcesses; ++i) start(sides_.emplace_back());
+}
+
+bool PlayedSystem::can(const Step& step) const {
+  if (step.op == Op::kKillProcess) return traits().can_be_killed;
+  return step.op < Op::kRefuseCommit || sides_.front().process->has_failing_database();
+}
+
+void PlayedSystem::start(Side& side) {
+  side.process = make_();
+  side.process->box.give_back = [this](int process, int place) {
+    Side& holder = sides_[static_cast<std::size_t>(process)];
+    (void)call(holder.process->transport(), holder.places[static_cast<std::size_t>(place)],
+               "ReleaseRecord");
+  };
+  side.process->box.kill = [this](int process) { kill(sides_[static_cast<std::size_t>(process)]); };
+}
+
+void PlayedSystem::kill(Side& side) {
+  side.process->kill();
+  side.servers = {};
+  side.places = {};
+  start(side);
 }
 
 std::string PlayedSystem::path_of(const std::string& file) const {
@@ -415,6 +430,10 @@ Sight PlayedSystem::carry_out(Side& side, const Step& step) {
     }
     if (step.op == Op::kCutConnection) {
       side.process->cut_connections();
+      return {};
+    }
+    if (step.op == Op::kKillProcess) {
+      kill(side);
       return {};
     }
     if (step.op >= Op::kInsertRow) {

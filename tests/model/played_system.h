@@ -21,6 +21,7 @@ class AnsweringBox final : public platform::MessageBox {
   std::deque<Answer> answers;
   /// Has the row given back by who stands at that place.
   std::function<void(int process, int place)> give_back;
+  std::function<void(int process)> kill;
   int asked = 0;
 };
 
@@ -35,8 +36,9 @@ class PlayedProcess {
   virtual void cut_connections() {}
   /// Whether it stamps rows with the time and the computer's name as they are.
   [[nodiscard]] virtual bool has_own_time() const { return false; }
-  /// Whether it takes back the row of a record that its client gives up.
-  [[nodiscard]] virtual bool ends_locks_of_dropped() const { return false; }
+  [[nodiscard]] virtual Traits traits() const { return {}; }
+  /// At once, and in the middle of whatever it holds. Nothing but the end of this object follows.
+  virtual void kill() {}
   AnsweringBox box;
 };
 
@@ -55,12 +57,8 @@ class PlayedSystem {
   Sight play(const Step& step, const std::vector<Answer>& answers);
   [[nodiscard]] Sight look();
   /// Whether the step can be played at all.
-  [[nodiscard]] bool can(const Step& step) const {
-    return step.op < Op::kRefuseCommit || sides_.front().process->has_failing_database();
-  }
-  [[nodiscard]] bool ends_locks_of_dropped() const {
-    return sides_.front().process->ends_locks_of_dropped();
-  }
+  [[nodiscard]] bool can(const Step& step) const;
+  [[nodiscard]] Traits traits() const { return sides_.front().process->traits(); }
 
  private:
   // What a process's clients hold.
@@ -69,6 +67,9 @@ class PlayedSystem {
     std::array<client::Object, kServers> servers;
     std::array<client::Object, kPlaces> places;
   };
+
+  void start(Side& side);
+  void kill(Side& side);
 
   Sight carry_out(Side& side, const Step& step);
   Sight of_server(Side& side, const Step& step);
@@ -80,6 +81,7 @@ class PlayedSystem {
   [[nodiscard]] std::string path_of(const std::string& file) const;
   [[nodiscard]] client::Object collection_of(Side& side, int kind) const;
 
+  MakeProcess make_;
   test_support::EmbeddedDatabase database_;
   test_support::PlainSqlite outside_ = database_.open_plainly();
   test_support::TemporaryFolder payloads_;

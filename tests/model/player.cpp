@@ -106,6 +106,7 @@ std::vector<Op> phrase_of(Random& random) {
       {Op::kLock, Op::kUpdate},
       {Op::kLock, Op::kLet, Op::kUpdate},
       {Op::kLock, Op::kRelease},
+      {Op::kLock, Op::kLet, Op::kKillProcess},
       {Op::kLet, Op::kUpdate, Op::kUpdate},
       {Op::kAdd, Op::kUpdate, Op::kLock, Op::kDelete},
       {Op::kExtractReport, Op::kUpdate, Op::kExtractReport},
@@ -166,7 +167,7 @@ bool make_smaller(Steps& steps, MakeProcess make) {
 
 std::optional<Difference> play(const Steps& steps, MakeProcess make) {
   PlayedSystem system(make);
-  ReferenceModel model(system.ends_locks_of_dropped());
+  ReferenceModel model(system.traits());
   Versions versions;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     if (!system.can(steps[i])) continue;

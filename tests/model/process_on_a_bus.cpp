@@ -9,7 +9,10 @@ class ProcessOnABus final : public PlayedProcess {
  public:
   client::Transport& transport() override { return *transport_; }
   [[nodiscard]] bool has_own_time() const override { return true; }
-  [[nodiscard]] bool ends_locks_of_dropped() const override { return true; }
+  [[nodiscard]] Traits traits() const override {
+    return {.ends_locks_of_dropped = true, .can_be_killed = true};
+  }
+  void kill() override { service_.kill_service(); }
 
  private:
   test_support::PrivateService service_;

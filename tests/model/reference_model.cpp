@@ -241,11 +241,22 @@ void insert_row(Database& database, Kind kind, int number) {
 
 std::string path_of(const std::string& file) { return kAnyText + file; }
 
-World::World() {
+World::World(const Traits& of) : traits(of) {
   for (const File& file : kFiles) {
     if (file.bytes != nullptr) files[file.name] = file.bytes;
   }
   for (int i = 0; i < kProcesses; ++i) processes.push_back(std::make_unique<Process>(*this));
+}
+
+void kill_process(World& world, int number) {
+  auto& process = world.processes[static_cast<std::size_t>(number)];
+  for (const auto& each : world.database.connections) {
+    const ConnectionPtr connection = each.lock();
+    if (connection == nullptr || connection->process != process.get()) continue;
+    connection->cut = true;
+    connection->transaction.reset();
+  }
+  process = std::make_unique<Process>(world);
 }
 
 Sight ReferenceModel::of_server(Process& process, const Step& step) {
@@ -411,6 +422,8 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
   const RowName name = row_named(kind, step.key);
   if (step.op == Op::kRefuseCommit) {
     process.refuses_next_commit = true;
+  } else if (step.op == Op::kKillProcess) {
+    kill_process(world_, step.process % kProcesses);
   } else if (step.op == Op::kCutConnection) {
     for (const auto& each : database.connections) {
       const ConnectionPtr connection = each.lock();
@@ -436,7 +449,7 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
 
 Sight ReferenceModel::play(const Step& step) {
   Process& process = *world_.processes[static_cast<std::size_t>(step.process % kProcesses)];
-  world_.answer_plan = step.value % 3;
+  world_.answer_plan = step.value % (world_.traits.can_be_killed ? 4 : 3);
   world_.answers.clear();
   if (step.op >= Op::kInsertRow) {
     from_outside(process, step);
@@ -449,7 +462,8 @@ Sight ReferenceModel::play(const Step& step) {
   for (const RecordPtr& record : before) {
     const auto& now = process.places;
     const bool dropped = std::find(now.begin(), now.end(), record) == now.end();
-    if (ends_locks_of_dropped_ && dropped && record != nullptr) (void)release_record(*record);
+    if (world_.traits.ends_locks_of_dropped && dropped && record != nullptr)
+      (void)release_record(*record);
   }
   return sight;
 }

@@ -130,6 +130,16 @@ struct Answer {
   bool retry = false;
   /// Who gives the row back before: a place of a process.
   std::optional<std::pair<int, int>> released;
+  /// Which process is killed before.
+  std::optional<int> killed;
+};
+
+/// In what the forms differ that processes are played in.
+struct Traits {
+  /// A record that its client gives up gives back its row, though a collection may keep the record.
+  bool ends_locks_of_dropped = false;
+  /// Processes can be killed.
+  bool can_be_killed = false;
 };
 
 struct World;
@@ -164,7 +174,8 @@ void require_own_row(const Database& database, const Connection& connection);
 
 /// Everything, and what questions of locked rows are answered in the step that is played.
 struct World {
-  World();
+  explicit World(const Traits& of);
+  Traits traits;
   Database database;
   std::map<std::string, std::string> files;  // payloads, by their names in the folder
   int answer_plan = 0;
@@ -172,16 +183,16 @@ struct World {
   std::vector<std::unique_ptr<Process>> processes;  // last: records need the database when they end
 };
 
+/// The process is gone with all that it held, and another one begins in its place.
+void kill_process(World& world, int number);
+
 /// What can be seen of a side: names and values.
 using Sight = std::vector<std::pair<std::string, std::string>>;
 
 /// The model as something that steps are played on.
 class ReferenceModel {
  public:
-  /// `ends_locks_of_dropped`: a record that its client gives up gives back its row, though a
-  /// collection may keep the record.
-  explicit ReferenceModel(bool ends_locks_of_dropped)
-      : ends_locks_of_dropped_(ends_locks_of_dropped) {}
+  explicit ReferenceModel(const Traits& traits) : world_(traits) {}
 
   /// What came of it.
   Sight play(const Step& step);
@@ -196,7 +207,6 @@ class ReferenceModel {
   void from_outside(Process& process, const Step& step);
 
   World world_;
-  bool ends_locks_of_dropped_;
 };
 
 // What the sources of the model share.
