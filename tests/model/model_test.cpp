@@ -5,9 +5,9 @@
 namespace tarnwick::model {
 namespace {
 
-void expect_the_same(const Steps& steps, MakeProcess make = &make_process_in_here) {
-  const auto found = play(steps, make);
-  EXPECT_FALSE(found) << as_test(shrunk(steps, make), make);
+void expect_the_same(const Steps& steps, const Stage& stage = kInHere) {
+  const auto found = play(steps, stage);
+  EXPECT_FALSE(found) << as_test(shrunk(steps, stage), stage);
 }
 
 // What the model has found, in its shortest form.
@@ -121,7 +121,7 @@ TEST(KilledProcesses, LeaveNothingOfATransactionAndFreeRows) {
                       {Op::kLock, 0, 0},
                       {Op::kUpdate, 0, 0},
                   }),
-                  &make_process_on_a_bus);
+                  kOnBuses);
 }
 
 TEST(KilledProcesses, LeaveWhatTheyHaveCommitted) {
@@ -137,7 +137,7 @@ TEST(KilledProcesses, LeaveWhatTheyHaveCommitted) {
                       {Op::kList, 1, 0, kPcs},
                       {Op::kList, 1, 0, kReports},
                   }),
-                  &make_process_on_a_bus);
+                  kOnBuses);
 }
 
 TEST(KilledProcesses, GiveWayToWhoIsAskedWhetherToRetry) {
@@ -148,14 +148,42 @@ TEST(KilledProcesses, GiveWayToWhoIsAskedWhetherToRetry) {
                       {Op::kLet, 1, 0, 0, 7, 1},
                       {Op::kUpdate, 1, 0},
                   }),
-                  &make_process_on_a_bus);
+                  kOnBuses);
 }
 
 TEST(MadeUpSequences, DoWhatTheReferenceModelDoesOnServicesThatAreKilled) {
   for (std::uint32_t seed = 1; seed <= 8 && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    expect_the_same(made_up_steps(seed, 60), &make_process_on_a_bus);
+    expect_the_same(made_up_steps(seed, 60), kOnBuses);
   }
+}
+
+TEST(MadeUpSequences, DoWhatTheReferenceModelDoesOnSqlServer) {
+  for (std::uint32_t seed = 1; seed <= 6 && !HasFailure(); ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    expect_the_same(made_up_steps(seed, 60), kOnSqlServer);
+  }
+}
+
+// A report is found by its name in other letters, of any alphabet, and its lock is one for all of
+// its names.
+TEST(KeptSequences, ANameBeyondAsciiIsTheSameInOtherLettersOnSqlServer) {
+  expect_the_same(
+      {
+          {Op::kNewServer, 0},
+          {Op::kConnect, 0},
+          {Op::kNewServer, 1},
+          {Op::kConnect, 1},
+          {Op::kInsertRow, 0, 0, kReports, 6},
+          {Op::kAdd, 0, 0, kReports, 7, 1},
+          {Op::kAdd, 1, 0, kReports, 6, 2},
+          {Op::kLock, 0, 0},
+          {Op::kLook, 1, 0},
+          {Op::kLock, 1, 0},
+          {Op::kRelease, 0, 0},
+          {Op::kDelete, 1, 0},
+      },
+      kOnSqlServer);
 }
 
 constexpr std::uint32_t kSequences = 40;

@@ -8,7 +8,7 @@
 
 #include "client/transport.h"
 #include "tests/model/reference_model.h"
-#include "tests/support/embedded_database.h"
+#include "tests/support/temporary_folder.h"
 
 namespace tarnwick::model {
 
@@ -30,8 +30,6 @@ class PlayedProcess {
  public:
   virtual ~PlayedProcess() = default;
   [[nodiscard]] virtual client::Transport& transport() = 0;
-  /// Whether the database can be made to fail from here.
-  [[nodiscard]] virtual bool has_failing_database() const { return false; }
   virtual void refuse_next_commit() {}
   virtual void cut_connections() {}
   /// Whether it stamps rows with the time and the computer's name as they are.
@@ -42,16 +40,35 @@ class PlayedProcess {
   AnsweringBox box;
 };
 
-/// How processes are made: in this very process, or as a service on a bus of its own.
-using MakeProcess = std::unique_ptr<PlayedProcess> (*)();
-[[nodiscard]] std::unique_ptr<PlayedProcess> make_process_in_here();
-[[nodiscard]] std::unique_ptr<PlayedProcess> make_process_on_a_bus();
+/// A database without rows, and another program that writes to it and reads it.
+class PlayedDatabase {
+ public:
+  virtual ~PlayedDatabase() = default;
+  /// What SetConnection is told: a connection string, a role and its password.
+  [[nodiscard]] virtual std::vector<client::Value> login() const = 0;
+  [[nodiscard]] virtual Text string_of_no_database() const = 0;
+  /// One of the steps from kInsertRow to kSpoilRow.
+  virtual void write(const Step& step) = 0;
+  virtual void add_stored_rows(Sight& sight) = 0;
+};
+
+/// What is played on.
+struct Stage {
+  std::unique_ptr<PlayedProcess> (*make_process)();
+  std::unique_ptr<PlayedDatabase> (*make_database)();
+};
+/// Processes in this very process, on an embedded database.
+extern const Stage kInHere;
+/// Services on buses of their own, on an embedded database.
+extern const Stage kOnBuses;
+/// Processes in this very process, on what stands in for SQL Server.
+extern const Stage kOnSqlServer;
 
 /// The system as something that steps are played on: what ReferenceModel does, done by clients of
-/// the real one, on a fresh embedded database.
+/// the real one, on a fresh database.
 class PlayedSystem {
  public:
-  explicit PlayedSystem(MakeProcess make);
+  explicit PlayedSystem(const Stage& stage);
 
   /// What came of it. `answers`: those of the reference model.
   Sight play(const Step& step, const std::vector<Answer>& answers);
@@ -81,9 +98,8 @@ class PlayedSystem {
   [[nodiscard]] std::string path_of(const std::string& file) const;
   [[nodiscard]] client::Object collection_of(Side& side, int kind) const;
 
-  MakeProcess make_;
-  test_support::EmbeddedDatabase database_;
-  test_support::PlainSqlite outside_ = database_.open_plainly();
+  const Stage& stage_;
+  std::unique_ptr<PlayedDatabase> database_ = stage_.make_database();
   test_support::TemporaryFolder payloads_;
   std::vector<Side> sides_;
 };

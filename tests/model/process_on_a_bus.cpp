@@ -1,6 +1,6 @@
 #include "client/dbus_transport.h"
 #include "tests/client/private_service.h"
-#include "tests/model/played_system.h"
+#include "tests/model/outside.h"
 
 namespace tarnwick::model {
 namespace {
@@ -22,6 +22,8 @@ class ProcessOnABus final : public PlayedProcess {
 
 }  // namespace
 
-std::unique_ptr<PlayedProcess> make_process_on_a_bus() { return std::make_unique<ProcessOnABus>(); }
+const Stage kOnBuses{
+    []() -> std::unique_ptr<PlayedProcess> { return std::make_unique<ProcessOnABus>(); },
+    &make_embedded_database};
 
 }  // namespace tarnwick::model

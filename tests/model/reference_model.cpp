@@ -208,9 +208,9 @@ std::string in_hex(const std::string& bytes) {
 }
 
 // Other programs name a report as it is spelt.
-bool is_spelt_as_chosen(const Database& database, Kind kind, int number) {
-  const StoredRow* row = database.find(row_named(kind, number));
-  if (row == nullptr || kind != kReports) return row != nullptr;
+bool is_spelt_as_chosen(const World& world, Kind kind, int number) {
+  const StoredRow* row = world.database.find(row_named(kind, number));
+  if (row == nullptr || kind != kReports || world.traits.folds_all_letters) return row != nullptr;
   return lower(printed(row->columns.at("ReportName"))) == lower(chosen(kReportNames, number));
 }
 
@@ -429,9 +429,11 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
       const ConnectionPtr connection = each.lock();
       if (connection != nullptr && connection->process == &process) connection->cut = true;
     }
+  } else if (world_.traits.locks_bind_everybody && database.holder(name, nullptr) != nullptr) {
+    return;
   } else if (step.op == Op::kInsertRow) {
     insert_row(database, kind, step.key);
-  } else if (!is_spelt_as_chosen(database, kind, step.key)) {
+  } else if (!is_spelt_as_chosen(world_, kind, step.key)) {
     return;
   } else if (step.op == Op::kDeleteRow) {
     database.tables[kind].erase(name.second);
@@ -445,6 +447,14 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
                                    : sql == "99999" ? Datum(std::int64_t{99999})
                                                     : Datum(std::string("oops"));
   }
+}
+
+bool ReferenceModel::can(const Step& step) const {
+  if (world_.traits.deleted_rows_are_held || step.op != Op::kDelete) return true;
+  const Process& process = *world_.processes[static_cast<std::size_t>(step.process % kProcesses)];
+  const auto& record = process.places[static_cast<std::size_t>(step.place % kPlaces)];
+  return process.connection == nullptr || !process.connection->transaction ||
+         process.connection->transaction->owner == record.get();
 }
 
 Sight ReferenceModel::play(const Step& step) {
@@ -468,6 +478,15 @@ Sight ReferenceModel::play(const Step& step) {
   return sight;
 }
 
+StoredRow ReferenceModel::as_read_outside(const RowName& name, const StoredRow& stored) const {
+  const Transaction* holder = world_.database.holder(name, nullptr);
+  StoredRow row = stored;
+  if (!world_.traits.locks_bind_everybody || holder == nullptr) return row;
+  row.columns["SoftLock"] = std::string(kStamp);
+  row.version = holder->unsettled_version;
+  return row;
+}
+
 Sight ReferenceModel::look() const {
   Sight sight;
   sight.emplace_back("questions", std::to_string(world_.answers.size()));
@@ -488,7 +507,8 @@ Sight ReferenceModel::look() const {
   static constexpr std::array<const char*, kKinds> kMore{"SoftLock", nullptr, "Report_Binary"};
   for (const Kind kind : {kComponents, kPcs, kReports}) {
     int count = 0;
-    for (const auto& [key, row] : world_.database.tables[kind]) {
+    for (const auto& [key, stored] : world_.database.tables[kind]) {
+      const StoredRow row = as_read_outside({kind, key}, stored);
       const std::string name = std::string(kTables[kind]) + " " + std::to_string(++count) + " ";
       std::vector<std::string> columns;
       for (const Property& property : properties_of(kind)) columns.emplace_back(property.column);

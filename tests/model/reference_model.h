@@ -138,8 +138,18 @@ struct Answer {
 struct Traits {
   /// A record that its client gives up gives back its row, though a collection may keep the record.
   bool ends_locks_of_dropped = false;
-  /// Processes can be killed.
+  /// What can be done to processes, and to rows from outside.
   bool can_be_killed = false;
+  bool can_refuse_commits = false;
+  bool can_be_cut = false;
+  bool takes_any_value = true;
+  /// Nobody writes a row that another one holds, and whoever reads it all the same sees what is not
+  /// committed.
+  bool locks_bind_everybody = false;
+  /// Statements find keys in any spelling, those with letters beyond ASCII too.
+  bool folds_all_letters = false;
+  /// A row that is deleted and not yet committed holds up whoever comes by it.
+  bool deleted_rows_are_held = true;
 };
 
 struct World;
@@ -194,6 +204,8 @@ class ReferenceModel {
  public:
   explicit ReferenceModel(const Traits& traits) : world_(traits) {}
 
+  /// Whether the step can be played as things stand.
+  [[nodiscard]] bool can(const Step& step) const;
   /// What came of it.
   Sight play(const Step& step);
   [[nodiscard]] Sight look() const;
@@ -201,6 +213,7 @@ class ReferenceModel {
   [[nodiscard]] const std::vector<Answer>& answers() const { return world_.answers; }
 
  private:
+  [[nodiscard]] StoredRow as_read_outside(const RowName& name, const StoredRow& stored) const;
   Sight of_server(Process& process, const Step& step);
   Sight of_collection(Process& process, const Step& step);
   Sight of_record(Process& process, const Step& step);

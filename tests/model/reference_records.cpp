@@ -148,7 +148,10 @@ void execute_delete(Process& process, const RowName& name, const std::string& ke
   Database& database = process.world.database;
   require_own_row(database, connection);
   const StoredRow* row = database.find(name);
-  if (row == nullptr || lower(key_of(name.first, *row)) != lower(key)) return;
+  if (row == nullptr) return;
+  if (!process.world.traits.folds_all_letters && lower(key_of(name.first, *row)) != lower(key)) {
+    return;
+  }
   if (database.holder(name, &connection) != nullptr) {
     fail(-2147467259, "Lock request time out period exceeded.");
   }
@@ -413,7 +416,10 @@ Sight look_at(Record& record) {
     require_own_row(process.world.database, *process.connection);
     const RowName name = record.row();
     const auto row = as_seen(process.world.database, *process.connection, name);
-    if (!row) {
+    if (process.world.traits.locks_bind_everybody &&
+        process.world.database.holder(name, process.connection.get()) != nullptr) {
+      outcome = 2;  // what was committed is not to be had
+    } else if (!row) {
       outcome = 0;
     } else if (load(record, &*row)) {
       outcome = 1;
