@@ -4,15 +4,17 @@
 #include <utility>
 #include <vector>
 
+#include "ado/engine.h"
 #include "ado/error.h"
-#include "engines/sqlite/engine.h"
 
 namespace tarnwick::model {
 
-/// The embedded engine, but that no session ever waits for a lock, that a commit is refused where
-/// that was asked for, and that sessions can be cut.
+/// An engine, but that no session ever waits for a lock, that a commit is refused where that was
+/// asked for, and that sessions can be cut.
 class FailingEngine final : public ado::Engine {
  public:
+  explicit FailingEngine(std::unique_ptr<ado::Engine> inner) : inner_(std::move(inner)) {}
+
   /// The next commit of any session fails; its transaction stays open.
   void refuse_next_commit() { refusing_ = true; }
 
@@ -25,11 +27,11 @@ class FailingEngine final : public ado::Engine {
     lines_.clear();
   }
 
-  [[nodiscard]] std::span<const TextView> providers() const override { return inner_.providers(); }
+  [[nodiscard]] std::span<const TextView> providers() const override { return inner_->providers(); }
   [[nodiscard]] std::unique_ptr<ado::EngineSession> connect(
       const ado::ConnectionString& string) override {
     auto line = std::make_shared<Line>();
-    line->session = inner_.connect(string);
+    line->session = inner_->connect(string);
     lines_.push_back(line);
     return std::make_unique<Session>(std::move(line), refusing_);
   }
@@ -121,7 +123,7 @@ class FailingEngine final : public ado::Engine {
     bool& refusing_;
   };
 
-  sqlite::SqliteEngine inner_;
+  std::unique_ptr<ado::Engine> inner_;
   bool refusing_ = false;
   std::vector<std::weak_ptr<Line>> lines_;
 };

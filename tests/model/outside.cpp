@@ -4,29 +4,13 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "tests/support/embedded_database.h"
+
 namespace tarnwick::model {
 namespace {
 
+using test_support::EmbeddedDatabase;
 using test_support::PlainSqlite;
-
-// As it stands between quotes.
-std::string quoted(std::string_view text) {
-  std::string result = "'";
-  for (const char letter : text) result += letter == '\'' ? "''" : std::string(1, letter);
-  return result + "'";
-}
-
-std::string condition(Kind kind, int number) {
-  if (kind == kComponents) {
-    return " WHERE CompID = " + std::to_string(chosen(kComponentIds, number));
-  }
-  if (kind == kReports) {
-    return " WHERE ReportName = " + quoted(chosen(kReportNames, number));
-  }
-  const PcName& name = chosen(kPcNames, number);
-  return " WHERE MACNbr = " + quoted(name.mac) + " AND ComputerID = " + quoted(name.computer) +
-         " AND CompID = " + std::to_string(name.component);
-}
 
 std::string insertion(Kind kind, int number) {
   if (kind == kComponents) {
@@ -52,13 +36,9 @@ std::string insertion(Kind kind, int number) {
          ", 5, 1, 10)";
 }
 
-constexpr std::array<const char*, kKinds> kTables{"DW_SEC_COMP", "DW_SEC_PC", "DW_Reports"};
 constexpr std::array<const char*, kKinds> kOrders{
     "CompID", "MACNbr COLLATE NOCASE, ComputerID COLLATE NOCASE, CompID",
     "ReportName COLLATE NOCASE"};
-constexpr std::array<const char*, kKinds> kMore{"SoftLock", nullptr, "Report_Binary"};
-
-}  // namespace
 
 void write_from_outside(PlainSqlite& database, const Step& step) {
   const auto kind = static_cast<Kind>(step.kind % kKinds);
@@ -68,14 +48,14 @@ void write_from_outside(PlainSqlite& database, const Step& step) {
       database.run(insertion(kind, step.key));
       break;
     case Op::kDeleteRow:
-      database.run(std::string("DELETE FROM ") + kTables[kind] + condition(kind, step.key));
+      database.run(std::string("DELETE FROM ") + kTables[kind] + condition_of(kind, step.key));
       break;
     case Op::kTouchRow:
-      database.run(update + "SoftLock = SoftLock" + condition(kind, step.key));
+      database.run(update + "SoftLock = SoftLock" + condition_of(kind, step.key));
       break;
     case Op::kSpoilRow: {
       const Spoiling& spoiling = chosen(kSpoilings[kind], step.value);
-      database.run(update + spoiling.column + " = " + spoiling.sql + condition(kind, step.key));
+      database.run(update + spoiling.column + " = " + spoiling.sql + condition_of(kind, step.key));
       break;
     }
     default:
@@ -85,10 +65,8 @@ void write_from_outside(PlainSqlite& database, const Step& step) {
 
 void add_stored_rows(PlainSqlite& database, Sight& sight) {
   for (const Kind kind : {kComponents, kPcs, kReports}) {
-    std::vector<std::string> columns;
+    const std::vector<std::string> columns = columns_of(kind);
     std::string sql = "SELECT ";
-    for (const Property& property : properties_of(kind)) columns.emplace_back(property.column);
-    if (kMore[kind] != nullptr) columns.emplace_back(kMore[kind]);
     for (const std::string& column : columns) {
       sql += (sql.size() > 7 ? ", " : "") +
              ("CASE typeof(" + column + ") WHEN 'real' THEN printf('%.6f', ") + column + ") ELSE " +
@@ -103,5 +81,52 @@ void add_stored_rows(PlainSqlite& database, Sight& sight) {
     }
   }
 }
+
+class Embedded final : public PlayedDatabase {
+ public:
+  std::vector<client::Value> login() const override {
+    return {database_.connection_string(), Text(EmbeddedDatabase::kRole),
+            Text(EmbeddedDatabase::kPassword)};
+  }
+  Text string_of_no_database() const override {
+    return u"Provider=Tarnwick.Embedded;Data Source=/nowhere/at/all";
+  }
+  void write(const Step& step) override { write_from_outside(outside_, step); }
+  void add_stored_rows(Sight& sight) override { model::add_stored_rows(outside_, sight); }
+
+ private:
+  EmbeddedDatabase database_;
+  PlainSqlite outside_ = database_.open_plainly();
+};
+
+}  // namespace
+
+std::string quoted(std::string_view text) {
+  std::string result = "'";
+  for (const char letter : text) result += letter == '\'' ? "''" : std::string(1, letter);
+  return result + "'";
+}
+
+std::string condition_of(Kind kind, int number) {
+  if (kind == kComponents) {
+    return " WHERE CompID = " + std::to_string(chosen(kComponentIds, number));
+  }
+  if (kind == kReports) {
+    return " WHERE ReportName = " + quoted(chosen(kReportNames, number));
+  }
+  const PcName& name = chosen(kPcNames, number);
+  return " WHERE MACNbr = " + quoted(name.mac) + " AND ComputerID = " + quoted(name.computer) +
+         " AND CompID = " + std::to_string(name.component);
+}
+
+std::vector<std::string> columns_of(Kind kind) {
+  static constexpr std::array<const char*, kKinds> kMore{"SoftLock", nullptr, "Report_Binary"};
+  std::vector<std::string> columns;
+  for (const Property& property : properties_of(kind)) columns.emplace_back(property.column);
+  if (kMore[kind] != nullptr) columns.emplace_back(kMore[kind]);
+  return columns;
+}
+
+std::unique_ptr<PlayedDatabase> make_embedded_database() { return std::make_unique<Embedded>(); }
 
 }  // namespace tarnwick::model

@@ -1,16 +1,21 @@
 #pragma once
 
-#include "tests/model/reference_model.h"
-#include "tests/support/plain_sqlite.h"
+#include "tests/model/played_system.h"
 
 namespace tarnwick::model {
 
 // What another program does and sees, which knows nothing of the system.
 
-/// One of the steps from kInsertRow to kSpoilRow.
-void write_from_outside(test_support::PlainSqlite& database, const Step& step);
+/// The conditions of a statement that mean the row with that key.
+[[nodiscard]] std::string condition_of(Kind kind, int number);
+/// As it stands between quotes.
+[[nodiscard]] std::string quoted(std::string_view text);
 
-/// All rows as they are committed.
-void add_stored_rows(test_support::PlainSqlite& database, Sight& sight);
+inline constexpr std::array<const char*, kKinds> kTables{"DW_SEC_COMP", "DW_SEC_PC", "DW_Reports"};
+/// The columns of a table, in the order in which they are compared.
+[[nodiscard]] std::vector<std::string> columns_of(Kind kind);
+
+/// With an observer who sees what is committed.
+[[nodiscard]] std::unique_ptr<PlayedDatabase> make_embedded_database();
 
 }  // namespace tarnwick::model

@@ -1,7 +1,8 @@
 // Plays made-up sequences until the time is over, and prints the shortest form of the first one in
 // which the system does something else than the reference model.
-// Usage: model_play SECONDS [SEED [LENGTH [bus]]] (the seed of the first sequence, 1 without it;
-// with "bus" the processes are services on buses of their own)
+// Usage: model_play SECONDS [SEED [LENGTH [bus | odbc]]] (the seed of the first sequence, 1
+// without it; with "bus" the processes are services on buses of their own, with "odbc" the database
+// is what stands in for SQL Server)
 
 #include <chrono>
 #include <cstdio>
@@ -14,20 +15,21 @@
 int main(int count, char** arguments) try {
   using namespace tarnwick::model;
   using Clock = std::chrono::steady_clock;
-  if (count < 2 || count > 5 || (count == 5 && std::string_view(arguments[4]) != "bus")) {
-    std::fputs("usage: model_play SECONDS [SEED [LENGTH [bus]]]\n", stderr);
+  const std::string_view way = count > 4 ? arguments[4] : "";
+  if (count < 2 || count > 5 || (count == 5 && way != "bus" && way != "odbc")) {
+    std::fputs("usage: model_play SECONDS [SEED [LENGTH [bus | odbc]]]\n", stderr);
     return 2;
   }
   const auto end = Clock::now() + std::chrono::seconds(std::strtol(arguments[1], nullptr, 10));
   auto seed = static_cast<std::uint32_t>(count > 2 ? std::strtoul(arguments[2], nullptr, 10) : 1);
   const std::size_t length = count > 3 ? std::strtoul(arguments[3], nullptr, 10) : 150;
-  const MakeProcess make = count > 4 ? &make_process_on_a_bus : &make_process_in_here;
+  const Stage& stage = way == "bus" ? kOnBuses : way == "odbc" ? kOnSqlServer : kInHere;
   unsigned long sequences = 0;
   bool found = false;
   while (!found && Clock::now() < end) {
     const Steps steps = made_up_steps(seed, length);
-    found = play(steps, make).has_value();
-    if (found) std::printf("seed %u\n%s", seed, as_test(shrunk(steps, make), make).c_str());
+    found = play(steps, stage).has_value();
+    if (found) std::printf("seed %u\n%s", seed, as_test(shrunk(steps, stage), stage).c_str());
     ++seed;
     ++sequences;
   }

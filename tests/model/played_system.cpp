@@ -7,7 +7,7 @@
 #include <map>
 
 #include "runtime/text.h"
-#include "tests/model/outside.h"
+#include "tests/support/plain_sqlite.h"
 
 namespace tarnwick::model {
 namespace {
@@ -16,7 +16,6 @@ using automation::ClassId;
 using client::Object;
 using client::Transport;
 using client::Value;
-using test_support::EmbeddedDatabase;
 
 constexpr std::array<ClassId, kKinds> kRecordClasses{ClassId::kComponent, ClassId::kRegisteredPC,
                                                      ClassId::kReport};
@@ -206,22 +205,47 @@ platform::Answer AnsweringBox::retry_or_cancel(TextView text, TextView title, st
   const Answer answer = answers.front();
   answers.pop_front();
   if (answer.released) give_back(answer.released->first, answer.released->second);
+  if (answer.killed) kill(*answer.killed);
   return answer.retry ? platform::Answer::kRetry : platform::Answer::kCancel;
 }
 
-PlayedSystem::PlayedSystem(MakeProcess make) {
+PlayedSystem::PlayedSystem(const Stage& stage) : stage_(stage) {
   for (const File& file : kFiles) {
     if (file.bytes != nullptr) payloads_.write(file.name, file.bytes);
   }
-  for (int i = 0; i < kProcesses; ++i) {
-    Side& side = sides_.emplace_back();
-    side.process = make();
-    side.process->box.give_back = [this](int process, int place) {
-      Side& holder = sides_[static_cast<std::size_t>(process)];
-      (void)call(holder.process->transport(), holder.places[static_cast<std::size_t>(place)],
-                 "ReleaseRecord");
-    };
+  for (int i = 0; i < kProcesses; ++i) start(sides_.emplace_back());
+}
+
+bool PlayedSystem::can(const Step& step) const {
+  switch (step.op) {
+    case Op::kSpoilRow:
+      return traits().takes_any_value;
+    case Op::kRefuseCommit:
+      return traits().can_refuse_commits;
+    case Op::kCutConnection:
+      return traits().can_be_cut;
+    case Op::kKillProcess:
+      return traits().can_be_killed;
+    default:
+      return true;
   }
+}
+
+void PlayedSystem::start(Side& side) {
+  side.process = stage_.make_process();
+  side.process->box.give_back = [this](int process, int place) {
+    Side& holder = sides_[static_cast<std::size_t>(process)];
+    (void)call(holder.process->transport(), holder.places[static_cast<std::size_t>(place)],
+               "ReleaseRecord");
+  };
+  side.process->box.kill = [this](int process) { kill(sides_[static_cast<std::size_t>(process)]); };
+}
+
+void PlayedSystem::kill(Side& side) {
+  side.process->kill();
+  side.servers = {};
+  side.places = {};
+  start(side);
 }
 
 std::string PlayedSystem::path_of(const std::string& file) const {
@@ -253,13 +277,12 @@ Sight PlayedSystem::of_server(Side& side, const Step& step) {
       server = {};
       return {};
     case Op::kConnect:
-      return told(printed_call(transport, server, "SetConnection",
-                               {database_.connection_string(), Text(EmbeddedDatabase::kRole),
-                                Text(EmbeddedDatabase::kPassword)}));
-    case Op::kConnectToNothing:
-      return told(printed_call(transport, server, "SetConnection",
-                               {Text(u"Provider=Tarnwick.Embedded;Data Source=/nowhere/at/all"),
-                                Text(EmbeddedDatabase::kRole), Text(EmbeddedDatabase::kPassword)}));
+      return told(printed_call(transport, server, "SetConnection", database_->login()));
+    case Op::kConnectToNothing: {
+      std::vector<Value> login = database_->login();
+      login.front() = database_->string_of_no_database();
+      return told(printed_call(transport, server, "SetConnection", login));
+    }
     case Op::kReload:
       return told(printed_call(transport, server, "Refresh"));
     default:
@@ -417,8 +440,12 @@ Sight PlayedSystem::carry_out(Side& side, const Step& step) {
       side.process->cut_connections();
       return {};
     }
+    if (step.op == Op::kKillProcess) {
+      kill(side);
+      return {};
+    }
     if (step.op >= Op::kInsertRow) {
-      write_from_outside(outside_, step);
+      database_->write(step);
       return {};
     }
     if (step.op <= Op::kAskServer) return of_server(side, step);
@@ -462,7 +489,7 @@ Sight PlayedSystem::look() {
       describe(transport, name + "place " + std::to_string(place) + " ", side.places[place], sight);
     }
   }
-  add_stored_rows(outside_, sight);
+  database_->add_stored_rows(sight);
   std::map<std::string, std::string> files;
   for (const auto& entry : std::filesystem::directory_iterator(payloads_.path())) {
     std::ifstream stream(entry.path(), std::ios::binary);

@@ -8,7 +8,7 @@
 
 #include "client/transport.h"
 #include "tests/model/reference_model.h"
-#include "tests/support/embedded_database.h"
+#include "tests/support/temporary_folder.h"
 
 namespace tarnwick::model {
 
@@ -21,6 +21,7 @@ class AnsweringBox final : public platform::MessageBox {
   std::deque<Answer> answers;
   /// Has the row given back by who stands at that place.
   std::function<void(int process, int place)> give_back;
+  std::function<void(int process)> kill;
   int asked = 0;
 };
 
@@ -29,38 +30,52 @@ class PlayedProcess {
  public:
   virtual ~PlayedProcess() = default;
   [[nodiscard]] virtual client::Transport& transport() = 0;
-  /// Whether the database can be made to fail from here.
-  [[nodiscard]] virtual bool has_failing_database() const { return false; }
   virtual void refuse_next_commit() {}
   virtual void cut_connections() {}
   /// Whether it stamps rows with the time and the computer's name as they are.
   [[nodiscard]] virtual bool has_own_time() const { return false; }
-  /// Whether it takes back the row of a record that its client gives up.
-  [[nodiscard]] virtual bool ends_locks_of_dropped() const { return false; }
+  [[nodiscard]] virtual Traits traits() const { return {}; }
+  /// At once, and in the middle of whatever it holds. Nothing but the end of this object follows.
+  virtual void kill() {}
   AnsweringBox box;
 };
 
-/// How processes are made: in this very process, or as a service on a bus of its own.
-using MakeProcess = std::unique_ptr<PlayedProcess> (*)();
-[[nodiscard]] std::unique_ptr<PlayedProcess> make_process_in_here();
-[[nodiscard]] std::unique_ptr<PlayedProcess> make_process_on_a_bus();
+/// A database without rows, and another program that writes to it and reads it.
+class PlayedDatabase {
+ public:
+  virtual ~PlayedDatabase() = default;
+  /// What SetConnection is told: a connection string, a role and its password.
+  [[nodiscard]] virtual std::vector<client::Value> login() const = 0;
+  [[nodiscard]] virtual Text string_of_no_database() const = 0;
+  /// One of the steps from kInsertRow to kSpoilRow.
+  virtual void write(const Step& step) = 0;
+  virtual void add_stored_rows(Sight& sight) = 0;
+};
+
+/// What is played on.
+struct Stage {
+  std::unique_ptr<PlayedProcess> (*make_process)();
+  std::unique_ptr<PlayedDatabase> (*make_database)();
+};
+/// Processes in this very process, on an embedded database.
+extern const Stage kInHere;
+/// Services on buses of their own, on an embedded database.
+extern const Stage kOnBuses;
+/// Processes in this very process, on what stands in for SQL Server.
+extern const Stage kOnSqlServer;
 
 /// The system as something that steps are played on: what ReferenceModel does, done by clients of
-/// the real one, on a fresh embedded database.
+/// the real one, on a fresh database.
 class PlayedSystem {
  public:
-  explicit PlayedSystem(MakeProcess make);
+  explicit PlayedSystem(const Stage& stage);
 
   /// What came of it. `answers`: those of the reference model.
   Sight play(const Step& step, const std::vector<Answer>& answers);
   [[nodiscard]] Sight look();
   /// Whether the step can be played at all.
-  [[nodiscard]] bool can(const Step& step) const {
-    return step.op < Op::kRefuseCommit || sides_.front().process->has_failing_database();
-  }
-  [[nodiscard]] bool ends_locks_of_dropped() const {
-    return sides_.front().process->ends_locks_of_dropped();
-  }
+  [[nodiscard]] bool can(const Step& step) const;
+  [[nodiscard]] Traits traits() const { return sides_.front().process->traits(); }
 
  private:
   // What a process's clients hold.
@@ -69,6 +84,9 @@ class PlayedSystem {
     std::array<client::Object, kServers> servers;
     std::array<client::Object, kPlaces> places;
   };
+
+  void start(Side& side);
+  void kill(Side& side);
 
   Sight carry_out(Side& side, const Step& step);
   Sight of_server(Side& side, const Step& step);
@@ -80,8 +98,8 @@ class PlayedSystem {
   [[nodiscard]] std::string path_of(const std::string& file) const;
   [[nodiscard]] client::Object collection_of(Side& side, int kind) const;
 
-  test_support::EmbeddedDatabase database_;
-  test_support::PlainSqlite outside_ = database_.open_plainly();
+  const Stage& stage_;
+  std::unique_ptr<PlayedDatabase> database_ = stage_.make_database();
   test_support::TemporaryFolder payloads_;
   std::vector<Side> sides_;
 };

@@ -106,6 +106,7 @@ std::vector<Op> phrase_of(Random& random) {
       {Op::kLock, Op::kUpdate},
       {Op::kLock, Op::kLet, Op::kUpdate},
       {Op::kLock, Op::kRelease},
+      {Op::kLock, Op::kLet, Op::kKillProcess},
       {Op::kLet, Op::kUpdate, Op::kUpdate},
       {Op::kAdd, Op::kUpdate, Op::kLock, Op::kDelete},
       {Op::kExtractReport, Op::kUpdate, Op::kExtractReport},
@@ -126,16 +127,16 @@ Step step_of(Random& random) {
   return step;
 }
 
-bool differs(const Steps& steps, MakeProcess make) { return play(steps, make).has_value(); }
+bool differs(const Steps& steps, const Stage& stage) { return play(steps, stage).has_value(); }
 
 // Leaves out ever smaller pieces.
-void leave_out(Steps& steps, MakeProcess make) {
+void leave_out(Steps& steps, const Stage& stage) {
   for (std::size_t piece = steps.size() / 2; piece > 0; piece /= 2) {
     for (std::size_t first = 0; first + piece <= steps.size();) {
       Steps fewer = steps;
       const auto begin = fewer.begin() + static_cast<std::ptrdiff_t>(first);
       fewer.erase(begin, begin + static_cast<std::ptrdiff_t>(piece));
-      if (differs(fewer, make)) {
+      if (differs(fewer, stage)) {
         steps = std::move(fewer);
       } else {
         first += piece;
@@ -144,7 +145,7 @@ void leave_out(Steps& steps, MakeProcess make) {
   }
 }
 
-bool make_smaller(Steps& steps, MakeProcess make) {
+bool make_smaller(Steps& steps, const Stage& stage) {
   bool smaller = false;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     for (int Step::*number :
@@ -152,7 +153,7 @@ bool make_smaller(Steps& steps, MakeProcess make) {
       for (int to = 0; to < steps[i].*number; ++to) {
         Steps changed = steps;
         changed[i].*number = to;
-        if (!differs(changed, make)) continue;
+        if (!differs(changed, stage)) continue;
         steps = std::move(changed);
         smaller = true;
         break;
@@ -164,12 +165,12 @@ bool make_smaller(Steps& steps, MakeProcess make) {
 
 }  // namespace
 
-std::optional<Difference> play(const Steps& steps, MakeProcess make) {
-  PlayedSystem system(make);
-  ReferenceModel model(system.ends_locks_of_dropped());
+std::optional<Difference> play(const Steps& steps, const Stage& stage) {
+  PlayedSystem system(stage);
+  ReferenceModel model(system.traits());
   Versions versions;
   for (std::size_t i = 0; i < steps.size(); ++i) {
-    if (!system.can(steps[i])) continue;
+    if (!system.can(steps[i]) || !model.can(steps[i])) continue;
     const Sight expected = model.play(steps[i]);
     const Sight seen = system.play(steps[i], model.answers());
     if (auto what = difference(expected, seen, versions)) return Difference{i, std::move(*what)};
@@ -207,18 +208,18 @@ Steps made_up_steps(std::uint32_t seed, std::size_t length) {
   return steps;
 }
 
-Steps shrunk(Steps steps, MakeProcess make) {
-  const auto found = play(steps, make);
+Steps shrunk(Steps steps, const Stage& stage) {
+  const auto found = play(steps, stage);
   if (!found) return steps;
   steps.resize(found->step + 1);
   do {
-    leave_out(steps, make);
-  } while (make_smaller(steps, make));
+    leave_out(steps, stage);
+  } while (make_smaller(steps, stage));
   return steps;
 }
 
-std::string as_test(const Steps& steps, MakeProcess make) {
-  const auto found = play(steps, make);
+std::string as_test(const Steps& steps, const Stage& stage) {
+  const auto found = play(steps, stage);
   std::string text = "// " + (found ? found->what : std::string("no difference")) + "\n";
   for (std::size_t at = text.find('\n'); at + 1 < text.size(); at = text.find('\n', at + 1)) {
     text.insert(at + 1, "// ");

@@ -1,6 +1,6 @@
 #include "client/dbus_transport.h"
 #include "tests/client/private_service.h"
-#include "tests/model/played_system.h"
+#include "tests/model/outside.h"
 
 namespace tarnwick::model {
 namespace {
@@ -9,7 +9,10 @@ class ProcessOnABus final : public PlayedProcess {
  public:
   client::Transport& transport() override { return *transport_; }
   [[nodiscard]] bool has_own_time() const override { return true; }
-  [[nodiscard]] bool ends_locks_of_dropped() const override { return true; }
+  [[nodiscard]] Traits traits() const override {
+    return {.ends_locks_of_dropped = true, .can_be_killed = true};
+  }
+  void kill() override { service_.kill_service(); }
 
  private:
   test_support::PrivateService service_;
@@ -19,6 +22,8 @@ class ProcessOnABus final : public PlayedProcess {
 
 }  // namespace
 
-std::unique_ptr<PlayedProcess> make_process_on_a_bus() { return std::make_unique<ProcessOnABus>(); }
+const Stage kOnBuses{
+    []() -> std::unique_ptr<PlayedProcess> { return std::make_unique<ProcessOnABus>(); },
+    &make_embedded_database};
 
 }  // namespace tarnwick::model

@@ -208,9 +208,9 @@ std::string in_hex(const std::string& bytes) {
 }
 
 // Other programs name a report as it is spelt.
-bool is_spelt_as_chosen(const Database& database, Kind kind, int number) {
-  const StoredRow* row = database.find(row_named(kind, number));
-  if (row == nullptr || kind != kReports) return row != nullptr;
+bool is_spelt_as_chosen(const World& world, Kind kind, int number) {
+  const StoredRow* row = world.database.find(row_named(kind, number));
+  if (row == nullptr || kind != kReports || world.traits.folds_all_letters) return row != nullptr;
   return lower(printed(row->columns.at("ReportName"))) == lower(chosen(kReportNames, number));
 }
 
@@ -241,11 +241,22 @@ void insert_row(Database& database, Kind kind, int number) {
 
 std::string path_of(const std::string& file) { return kAnyText + file; }
 
-World::World() {
+World::World(const Traits& of) : traits(of) {
   for (const File& file : kFiles) {
     if (file.bytes != nullptr) files[file.name] = file.bytes;
   }
   for (int i = 0; i < kProcesses; ++i) processes.push_back(std::make_unique<Process>(*this));
+}
+
+void kill_process(World& world, int number) {
+  auto& process = world.processes[static_cast<std::size_t>(number)];
+  for (const auto& each : world.database.connections) {
+    const ConnectionPtr connection = each.lock();
+    if (connection == nullptr || connection->process != process.get()) continue;
+    connection->cut = true;
+    connection->transaction.reset();
+  }
+  process = std::make_unique<Process>(world);
 }
 
 Sight ReferenceModel::of_server(Process& process, const Step& step) {
@@ -411,14 +422,18 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
   const RowName name = row_named(kind, step.key);
   if (step.op == Op::kRefuseCommit) {
     process.refuses_next_commit = true;
+  } else if (step.op == Op::kKillProcess) {
+    kill_process(world_, step.process % kProcesses);
   } else if (step.op == Op::kCutConnection) {
     for (const auto& each : database.connections) {
       const ConnectionPtr connection = each.lock();
       if (connection != nullptr && connection->process == &process) connection->cut = true;
     }
+  } else if (world_.traits.locks_bind_everybody && database.holder(name, nullptr) != nullptr) {
+    return;
   } else if (step.op == Op::kInsertRow) {
     insert_row(database, kind, step.key);
-  } else if (!is_spelt_as_chosen(database, kind, step.key)) {
+  } else if (!is_spelt_as_chosen(world_, kind, step.key)) {
     return;
   } else if (step.op == Op::kDeleteRow) {
     database.tables[kind].erase(name.second);
@@ -434,9 +449,17 @@ void ReferenceModel::from_outside(Process& process, const Step& step) {
   }
 }
 
+bool ReferenceModel::can(const Step& step) const {
+  if (world_.traits.deleted_rows_are_held || step.op != Op::kDelete) return true;
+  const Process& process = *world_.processes[static_cast<std::size_t>(step.process % kProcesses)];
+  const auto& record = process.places[static_cast<std::size_t>(step.place % kPlaces)];
+  return process.connection == nullptr || !process.connection->transaction ||
+         process.connection->transaction->owner == record.get();
+}
+
 Sight ReferenceModel::play(const Step& step) {
   Process& process = *world_.processes[static_cast<std::size_t>(step.process % kProcesses)];
-  world_.answer_plan = step.value % 3;
+  world_.answer_plan = step.value % (world_.traits.can_be_killed ? 4 : 3);
   world_.answers.clear();
   if (step.op >= Op::kInsertRow) {
     from_outside(process, step);
@@ -449,9 +472,19 @@ Sight ReferenceModel::play(const Step& step) {
   for (const RecordPtr& record : before) {
     const auto& now = process.places;
     const bool dropped = std::find(now.begin(), now.end(), record) == now.end();
-    if (ends_locks_of_dropped_ && dropped && record != nullptr) (void)release_record(*record);
+    if (world_.traits.ends_locks_of_dropped && dropped && record != nullptr)
+      (void)release_record(*record);
   }
   return sight;
+}
+
+StoredRow ReferenceModel::as_read_outside(const RowName& name, const StoredRow& stored) const {
+  const Transaction* holder = world_.database.holder(name, nullptr);
+  StoredRow row = stored;
+  if (!world_.traits.locks_bind_everybody || holder == nullptr) return row;
+  row.columns["SoftLock"] = std::string(kStamp);
+  row.version = holder->unsettled_version;
+  return row;
 }
 
 Sight ReferenceModel::look() const {
@@ -474,7 +507,8 @@ Sight ReferenceModel::look() const {
   static constexpr std::array<const char*, kKinds> kMore{"SoftLock", nullptr, "Report_Binary"};
   for (const Kind kind : {kComponents, kPcs, kReports}) {
     int count = 0;
-    for (const auto& [key, row] : world_.database.tables[kind]) {
+    for (const auto& [key, stored] : world_.database.tables[kind]) {
+      const StoredRow row = as_read_outside({kind, key}, stored);
       const std::string name = std::string(kTables[kind]) + " " + std::to_string(++count) + " ";
       std::vector<std::string> columns;
       for (const Property& property : properties_of(kind)) columns.emplace_back(property.column);

@@ -130,6 +130,26 @@ struct Answer {
   bool retry = false;
   /// Who gives the row back before: a place of a process.
   std::optional<std::pair<int, int>> released;
+  /// Which process is killed before.
+  std::optional<int> killed;
+};
+
+/// In what the forms differ that processes are played in.
+struct Traits {
+  /// A record that its client gives up gives back its row, though a collection may keep the record.
+  bool ends_locks_of_dropped = false;
+  /// What can be done to processes, and to rows from outside.
+  bool can_be_killed = false;
+  bool can_refuse_commits = false;
+  bool can_be_cut = false;
+  bool takes_any_value = true;
+  /// Nobody writes a row that another one holds, and whoever reads it all the same sees what is not
+  /// committed.
+  bool locks_bind_everybody = false;
+  /// Statements find keys in any spelling, those with letters beyond ASCII too.
+  bool folds_all_letters = false;
+  /// A row that is deleted and not yet committed holds up whoever comes by it.
+  bool deleted_rows_are_held = true;
 };
 
 struct World;
@@ -164,7 +184,8 @@ void require_own_row(const Database& database, const Connection& connection);
 
 /// Everything, and what questions of locked rows are answered in the step that is played.
 struct World {
-  World();
+  explicit World(const Traits& of);
+  Traits traits;
   Database database;
   std::map<std::string, std::string> files;  // payloads, by their names in the folder
   int answer_plan = 0;
@@ -172,17 +193,19 @@ struct World {
   std::vector<std::unique_ptr<Process>> processes;  // last: records need the database when they end
 };
 
+/// The process is gone with all that it held, and another one begins in its place.
+void kill_process(World& world, int number);
+
 /// What can be seen of a side: names and values.
 using Sight = std::vector<std::pair<std::string, std::string>>;
 
 /// The model as something that steps are played on.
 class ReferenceModel {
  public:
-  /// `ends_locks_of_dropped`: a record that its client gives up gives back its row, though a
-  /// collection may keep the record.
-  explicit ReferenceModel(bool ends_locks_of_dropped)
-      : ends_locks_of_dropped_(ends_locks_of_dropped) {}
+  explicit ReferenceModel(const Traits& traits) : world_(traits) {}
 
+  /// Whether the step can be played as things stand.
+  [[nodiscard]] bool can(const Step& step) const;
   /// What came of it.
   Sight play(const Step& step);
   [[nodiscard]] Sight look() const;
@@ -190,13 +213,13 @@ class ReferenceModel {
   [[nodiscard]] const std::vector<Answer>& answers() const { return world_.answers; }
 
  private:
+  [[nodiscard]] StoredRow as_read_outside(const RowName& name, const StoredRow& stored) const;
   Sight of_server(Process& process, const Step& step);
   Sight of_collection(Process& process, const Step& step);
   Sight of_record(Process& process, const Step& step);
   void from_outside(Process& process, const Step& step);
 
   World world_;
-  bool ends_locks_of_dropped_;
 };
 
 // What the sources of the model share.

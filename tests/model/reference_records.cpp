@@ -54,20 +54,36 @@ std::optional<std::pair<int, int>> place_of(World& world, const Record* owner) {
   return std::nullopt;
 }
 
-// Plans: 0 cancel; 1 retry once, then cancel; 2 the holder gives the row back, then retry.
-bool ask(World& world, const Transaction* holder) {
+// The number of another process that holds the row.
+std::optional<int> other_process_of(const World& world, const Process& asking,
+                                    const Record* owner) {
+  for (int number = 0; number < kProcesses; ++number) {
+    const Process* process = world.processes[static_cast<std::size_t>(number)].get();
+    if (process != &asking && process == &owner->process) return number;
+  }
+  return std::nullopt;
+}
+
+// Plans: 0 cancel; 1 retry once, then cancel; 2 the holder gives the row back, then retry; 3 the
+// holder's process is killed, then retry.
+bool ask(Process& asking, const Transaction* holder) {
+  World& world = asking.world;
   Answer answer;
   if (world.answer_plan == 1) {
     answer.retry = world.answers.empty();
   } else if (world.answer_plan == 2 && holder != nullptr) {
     answer.released = place_of(world, holder->owner);
     answer.retry = answer.released.has_value();
+  } else if (world.answer_plan == 3 && holder != nullptr) {
+    answer.killed = other_process_of(world, asking, holder->owner);
+    answer.retry = answer.killed.has_value();
   }
   world.answers.push_back(answer);
   if (answer.released) {
     const auto& process = world.processes[static_cast<std::size_t>(answer.released->first)];
     (void)release_record(*process->places[static_cast<std::size_t>(answer.released->second)]);
   }
+  if (answer.killed) kill_process(world, *answer.killed);
   return answer.retry;
 }
 
@@ -90,7 +106,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
       require_database(connection);
       if (id_of(record).find('\'') != std::string::npos) {
         // Names stand in statements as they are. What does not open is taken for a locked row.
-        (void)ask(process.world, nullptr);
+        (void)ask(process, nullptr);
         raise(process, "Error Opening Recordset! SQL=" + statement_of(record));
       }
       const StoredRow* stored = database.find(name);
@@ -102,7 +118,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
         break;
       }
       if (const Transaction* holder = database.holder(name, &connection)) {
-        if (ask(process.world, holder)) continue;
+        if (ask(process, holder)) continue;
         outcome = Outcome::kCancelled;
         break;
       }
@@ -132,7 +148,10 @@ void execute_delete(Process& process, const RowName& name, const std::string& ke
   Database& database = process.world.database;
   require_own_row(database, connection);
   const StoredRow* row = database.find(name);
-  if (row == nullptr || lower(key_of(name.first, *row)) != lower(key)) return;
+  if (row == nullptr) return;
+  if (!process.world.traits.folds_all_letters && lower(key_of(name.first, *row)) != lower(key)) {
+    return;
+  }
   if (database.holder(name, &connection) != nullptr) {
     fail(-2147467259, "Lock request time out period exceeded.");
   }
@@ -397,7 +416,10 @@ Sight look_at(Record& record) {
     require_own_row(process.world.database, *process.connection);
     const RowName name = record.row();
     const auto row = as_seen(process.world.database, *process.connection, name);
-    if (!row) {
+    if (process.world.traits.locks_bind_everybody &&
+        process.world.database.holder(name, process.connection.get()) != nullptr) {
+      outcome = 2;  // what was committed is not to be had
+    } else if (!row) {
       outcome = 0;
     } else if (load(record, &*row)) {
       outcome = 1;

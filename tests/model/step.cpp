@@ -43,7 +43,8 @@ const char* name_of(Op op) {
                                                         "kTouchRow",
                                                         "kSpoilRow",
                                                         "kRefuseCommit",
-                                                        "kCutConnection"};
+                                                        "kCutConnection",
+                                                        "kKillProcess"};
   return kNames[static_cast<std::size_t>(op)];
 }
 

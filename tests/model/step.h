@@ -50,8 +50,9 @@ enum class Op {
   kSpoilRow,
   kRefuseCommit,
   kCutConnection,
+  kKillProcess,
 };
-inline constexpr int kOps = static_cast<int>(Op::kCutConnection) + 1;
+inline constexpr int kOps = static_cast<int>(Op::kKillProcess) + 1;
 
 /// One step. The numbers choose out of the vocabulary, each modulo what there is: any numbers make
 /// a step, so that steps can be left out and numbers made smaller at will.

@@ -73,11 +73,18 @@ def to_stored(value):
     return str(value) if isinstance(value, Time) else value
 
 
+def compare_in_any_case(one, other):
+    one, other = one.lower(), other.lower()
+    return (one > other) - (one < other)
+
+
 class Database:
     """One database; its sessions share it under the server's one lock."""
 
     def __init__(self, changed):
         self.sqlite = sqlite3.connect(":memory:", isolation_level=None, check_same_thread=False)
+        # SQLite's own knows the letters of ASCII alone.
+        self.sqlite.create_collation("NOCASE", compare_in_any_case)
         self.sqlite.create_function("DATALENGTH", 1,
                                     lambda value: None if value is None else len(value))
         self.tables = {}
@@ -108,7 +115,9 @@ class Database:
             text = kind.name in ("char", "varchar", "nchar", "nvarchar", "text", "ntext")
             collation = " COLLATE NOCASE" if text else ""
             refuses = "" if nullable[column] or kind.name == "rowversion" else " NOT NULL"
-            lines.append(f"[{column}]{collation}{refuses}")
+            # A literal in marks is compared with a number as the number that it means.
+            number = " INTEGER" if kind.name in ("bit", "tinyint", "smallint", "int", "bigint") else ""
+            lines.append(f"[{column}]{number}{collation}{refuses}")
         if key:
             lines.append("UNIQUE (" + ", ".join(f"[{column}]" for column in key) + ")")
         self.sqlite.execute(f"CREATE TABLE [{name}] ({', '.join(lines)})")
