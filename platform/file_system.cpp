@@ -10,7 +10,14 @@ namespace {
 constexpr bool kWindows = std::filesystem::path::preferred_separator == L'\\';
 constexpr char16_t kSeparator = kWindows ? u'\\' : u'/';
 
-bool is_separator(char16_t c) { return c == u'/' || (kWindows && c == u'\\'); }
+constexpr TextView kSeparators = kWindows ? u"\\/" : u"/";
+
+bool is_separator(char16_t c) { return kSeparators.find(c) != TextView::npos; }
+
+bool ends_with_drive([[maybe_unused]] TextView path) {
+  if constexpr (kWindows) return path.ends_with(u':');
+  return false;
+}
 
 TextView without_separators_at_end(TextView path) {
   while (!path.empty() && is_separator(path.back())) path.remove_suffix(1);
@@ -47,7 +54,7 @@ Text FileSystemObject::get_parent_folder_name(TextView path) const {
   const TextView trimmed = without_separators_at_end(path);
   const TextView folder = trimmed.substr(0, folder_length(trimmed));
   const TextView parent = without_separators_at_end(folder);
-  const bool root = parent.empty() || (kWindows && parent.back() == u':');
+  const bool root = parent.empty() || ends_with_drive(parent);
   return Text(root ? folder.substr(0, parent.size() + 1) : parent);
 }
 

@@ -54,6 +54,7 @@ int Departures::on_left(sd_bus_message* message, void* departures, sd_bus_error*
 
 void Departures::add(std::string client) {
   const auto [entry, added] = left_.insert(std::move(client));
+  // Untaken: a bus gives each name once.
   if (!added) return;
   order_.push_back(&*entry);
   if (order_.size() <= kMostRemembered) return;

@@ -25,18 +25,17 @@ struct Waiting {
 };
 
 int on_acquired(sd_bus_message* message, void* userdata, sd_bus_error*) {
-  const char* name = nullptr;
-  if (sd_bus_message_read(message, "s", &name) >= 0 && std::strcmp(name, kInstanceName) == 0) {
-    static_cast<Waiting*>(userdata)->acquired = true;
-  }
+  const char* name = "";  // it stays so where the bus says something else than it always does
+  sd_bus_message_read(message, "s", &name);
+  if (std::strcmp(name, kInstanceName) == 0) static_cast<Waiting*>(userdata)->acquired = true;
   return 0;
 }
 
 int on_owner_changed(sd_bus_message* message, void* userdata, sd_bus_error*) {
-  const char* name = nullptr;
-  const char* owner = nullptr;
-  if (sd_bus_message_read(message, "sss", &name, nullptr, &owner) >= 0 &&
-      std::strcmp(name, kBusName) == 0 && *owner != '\0') {
+  const char* name = "";
+  const char* owner = "";
+  sd_bus_message_read(message, "sss", &name, nullptr, &owner);
+  if (std::strcmp(name, kBusName) == 0 && *owner != '\0') {
     static_cast<Waiting*>(userdata)->served = true;
   }
   return 0;

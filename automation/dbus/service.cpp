@@ -53,7 +53,7 @@ WireError unknown_object(const std::string& path) {
 
 const Member& member_named(const Object& object, const char* name) {
   const Member* member = find_member(class_of(object.class_id), name);
-  // sd-bus lets nothing else through.
+  // Untaken: sd-bus lets nothing else through.
   if (member == nullptr) throw Error(ErrorNumber::kInternalError);
   return *member;
 }
@@ -69,10 +69,13 @@ Value read_property(const Object& object, const Member& member) {
 
 int to_string_list(const std::vector<std::string>& texts, char*** list) {
   auto** made = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
+  // Untaken: it takes a machine without memory.
   if (made == nullptr) return -ENOMEM;
   for (std::size_t i = 0; i < texts.size(); ++i) {
     made[i] = strdup(texts[i].c_str());
+    // Untaken: as above.
     if (made[i] == nullptr) {
+      // Untaken: as above.
       for (std::size_t j = 0; j < i; ++j) std::free(made[j]);
       std::free(made);
       return -ENOMEM;
@@ -90,6 +93,7 @@ class Service::Call final : public Paths {
   Call(Service& service, sd_bus_message* message, Object source)
       : service_(service), source_(std::move(source)) {
     const char* sender = sd_bus_message_get_sender(message);
+    // Untaken: each bus names the sender of what it delivers.
     std::string name = sender == nullptr ? "" : sender;
     if (service_.departures_.has_left(name)) throw client_has_left();
     service_.wait_for_readers();
@@ -394,6 +398,7 @@ int Service::get_rows(sd_bus_message* message) {
     const Value where = position;
     const Value row = automation::call(call.source(), item, {&where, 1});
     const Object& record = std::get<Object>(row);
+    // Untaken: there is one at each position up to the count.
     if (!record) break;
     bytes += append_properties(reply.get(), record, false, call);
     if (bytes > kMostBytes) {

@@ -195,15 +195,10 @@ Value read(sd_bus_message* message, const Type& type, Paths& paths) {
       return read_object(message, paths);
     case Kind::kKeyOrPosition:
       return read_key_or_position(message);
-    case Kind::kNothing:
-    case Kind::kEmpty:
-    case Kind::kCollection:
-    case Kind::kEnumerator:
-    case Kind::kAnyObject:
-    case Kind::kValues:
-      break;  // of no argument on the bus
+    // Untaken: no argument on the bus is of any other.
+    default:
+      throw Error(ErrorNumber::kTypeMismatch);
   }
-  throw Error(ErrorNumber::kTypeMismatch);
 }
 
 std::vector<Value> read_arguments(sd_bus_message* message, const Member& member, Paths& paths) {
@@ -286,9 +281,8 @@ void Outgoing::append_to(sd_bus_message* message) const {
       for (const std::string& path : paths_) append_basic(message, 'o', path.c_str());
       close_part(message);
       return;
-    case Kind::kNothing:
-    case Kind::kAnyObject:
-    case Kind::kValues:
+    // Untaken: nothing on the bus is of any other.
+    default:
       return;
   }
 }

@@ -20,7 +20,7 @@ bool is_blank(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r') || c 
 
 bool is_word(char16_t c) {
   return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') ||
-         c == u'_' || c == u'@' || c == u'#' || c == u'$' || c > u'\u007f';
+         c == u'_' || c == u'@' || c == u'#' || c == u'$' || (c > u'\u007f' && !is_blank(c));
 }
 
 class Lexer {

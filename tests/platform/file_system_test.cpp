@@ -82,6 +82,7 @@ TEST(BuildPath, PutsExactlyOneSeparatorBetween) {
   EXPECT_EQ(kFiles.build_path(u"/a/", u"b.ttx"), u"/a" + separator + u"b.ttx");
   EXPECT_EQ(kFiles.build_path(u"/a//", u"/b.ttx"), u"/a" + separator + u"b.ttx");
   EXPECT_EQ(kFiles.build_path(u"/", u"b.ttx"), separator + u"b.ttx");
+  EXPECT_EQ(kFiles.build_path(u"/a", u"//"), u"/a" + separator);
 }
 
 TEST(BuildPath, AddsNothingToAnEmptyPart) {

@@ -10,6 +10,10 @@ import unittest
 from private_bus import (NAME, ROOT, UNKNOWN_OBJECT, Bus, BusTest, Client, own_error, until)
 
 
+# Owned by the one process that may serve the bus.
+INSTANCE = f"{NAME}.Instance"
+
+
 def is_running(pid):
     try:
         with open(f"/proc/{pid}/stat", encoding="utf-8") as stat:
@@ -112,6 +116,46 @@ class ByHand(BusTest):
         self.assertEqual(second.returncode, 0, second.stderr)
         self.assertIn("Another process serves this bus", second.stderr)
         self.assertEqual(report.get("Title"), "")
+
+    def start_beside_one_that_leaves(self):
+        """A process that finds another one that owns the bus, but does not serve it any more."""
+        folder = self.folder / "beside"
+        folder.mkdir()
+        bus = Bus(folder)
+        self.addCleanup(bus.close)
+        leaving = Client(bus.address)
+        self.addCleanup(leaving.close)
+
+        def call(member, signature, *arguments):
+            return leaving.call("/org/freedesktop/DBus", "org.freedesktop.DBus", member, signature,
+                                *arguments, destination="org.freedesktop.DBus")
+
+        call("RequestName", "su", INSTANCE, 0)
+        service = subprocess.Popen([os.environ["TARNWICK_SERVER"], "--address", bus.address],
+                                   stderr=subprocess.PIPE, text=True)
+        self.addCleanup(service.stderr.close)
+        self.addCleanup(service.wait)
+        self.addCleanup(service.kill)
+        until(lambda: len(call("ListQueuedOwners", "s", INSTANCE)) == 2, "the process that waits")
+        # What concerns others does not concern it.
+        call("RequestName", "su", "org.example.Other", 0)
+        call("ReleaseName", "s", "org.example.Other")
+        return leaving, service, call
+
+    def test_a_process_waits_for_one_that_leaves_and_takes_its_place(self):
+        leaving, service, call = self.start_beside_one_that_leaves()
+        self.assertIsNone(leaving.owner())
+        call("ReleaseName", "s", INSTANCE)
+        until(lambda: leaving.owner() is not None, "the service")
+        self.assertEqual(leaving.create("Report").get("Title"), "")
+        service.send_signal(signal.SIGTERM)
+        self.assertEqual(service.wait(60), 0)
+
+    def test_a_process_that_waits_goes_where_the_other_one_serves_the_bus_again(self):
+        _, service, call = self.start_beside_one_that_leaves()
+        call("RequestName", "su", NAME, 0)
+        self.assertEqual(service.wait(60), 0)
+        self.assertIn("Another process serves this bus", service.stderr.read())
 
     def test_a_process_ends_in_order_when_told_to(self):
         client = self.client()

@@ -366,6 +366,22 @@ class Clients(BusTest):
         until(lambda: "Component" not in self.second.held_classes(),
               "the end of the visitor's object")
 
+    def test_that_share_hold_nothing_that_came_through_the_objects_of_others(self):
+        server = self.connected_server(self.first, self.db)
+        for _ in range(2):  # twice is once
+            self.first.automation.call("Share", "b", True)
+        self.second.automation.call("Share", "b", True)
+        components = server.get("Components")
+        path = self.first.call(components, f"{NAME}.Components", "Item", "v", variant("s", "C1"))
+        self.assert_fails(own_error("NotHeld"), self.second.automation.call, "Release", "o", path)
+        self.first.automation.call("Share", "b", False)
+        visitor = self.client()
+        again = visitor.call(components, f"{NAME}.Components", "Item", "v", variant("s", "C1"))
+        self.assertEqual(again, path)
+        self.first.automation.call("Release", "o", path)
+        visitor.automation.call("Release", "o", path)
+        self.assertNotIn("Component", self.second.held_classes())
+
 
 class Limits(BusTest):
     switches = ("--most-objects", "10")

@@ -138,6 +138,21 @@ class Questions(LockTest):
         self.assertIs(self.lock(), False)
         self.assertIn("Answered: Cancel.", self.log.read_text())
 
+    def test_refused_without_a_word_are_answered_by_cancel(self):
+        def refuse(connection, message, incoming):
+            if incoming and message.get_member() == "RetryOrCancel":
+                refusal = Gio.DBusMessage.new_method_reply(message)
+                refusal.set_message_type(Gio.DBusMessageType.ERROR)
+                refusal.set_error_name("org.example.Error.No")
+                connection.send_message(refusal, Gio.DBusSendMessageFlags.NONE)
+                return None
+            return message
+
+        self.asking.connection.add_filter(refuse)
+        self.asking.automation.call("SetLockPrompt", "o", "/prompt")
+        self.assertIs(self.lock(), False)
+        self.assertIn("gave no answer (org.example.Error.No)", self.log.read_text())
+
     def test_are_not_put_to_a_client_that_took_its_offer_back(self):
         answering(self.asking, lambda title, text: self.fail("asked"))
         self.asking.automation.call("SetLockPrompt", "o", "/")

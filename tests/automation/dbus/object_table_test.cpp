@@ -33,6 +33,7 @@ TEST_F(Table, KeepsAnObjectAndItsPathUntilItsLastHolderReleasesIt) {
   const std::weak_ptr<void> watched = object.instance;
   const std::string path = table.hand_out(alice, object);
   EXPECT_EQ(table.hand_out(alice, object), path);
+  EXPECT_FALSE(table.holds(bob, object));
   EXPECT_EQ(table.hand_out(bob, object), path);
   EXPECT_TRUE(table.holds(alice, object));
   EXPECT_EQ(table.find(path), object);
@@ -62,8 +63,8 @@ TEST_F(Table, FindsNothingUnderOtherPaths) {
         "/org/tarnwick/Security1/Report/", "/org/tarnwick/Security1/Report/run_",
         "/org/tarnwick/Security1/Report/run_01", "/org/tarnwick/Security1/Report/run_1x",
         "/org/tarnwick/Security1/Report/run_-1", "/org/tarnwick/Security1/Report/run_2",
-        "/org/tarnwick/Security1/Report/other_1", "/org/tarnwick/Security1/Reports/run_1",
-        "/org/tarnwick/Security1/Report/run_1/x",
+        "/org/tarnwick/Security1/Report/run1", "/org/tarnwick/Security1/Report/other_1",
+        "/org/tarnwick/Security1/Reports/run_1", "/org/tarnwick/Security1/Report/run_1/x",
         "/org/tarnwick/Security1/Report/run_99999999999999999999"}) {
     EXPECT_FALSE(table.find(other)) << other;
   }

@@ -52,6 +52,14 @@ class Calls(BusTest):
             self.assertEqual(text,
                              f"Run-time error 424: Object required (there is none at {path})")
 
+    def test_for_all_properties_may_leave_the_interface_empty_but_name_no_other(self):
+        report = self.client().create("Report")
+        properties = "org.freedesktop.DBus.Properties"
+        self.assertEqual(report.client.call(report.path, properties, "GetAll", "s", ""),
+                         report.get_all())
+        self.assert_fails("org.freedesktop.DBus.Error.UnknownInterface", report.client.call,
+                          report.path, properties, "GetAll", "s", f"{NAME}.Server")
+
     def test_may_leave_the_interface_out(self):
         client = self.client()
 
@@ -142,6 +150,14 @@ class Texts(BusTest):
         rows = components.at(components.path, "Rows").call("GetRows", "uu", 1, 9)
         self.assertEqual([row["CompID"] for row in rows], [0, 1, 2, 3, 4])
         self.assertEqual([row.get("Name") for row in rows], [None, None, None, *readable])
+
+    def test_of_a_name_that_the_bus_cannot_carry_leave_the_other_report_files(self):
+        database = self.database()
+        database.add_reports([("Sales", "x"), ("a\0b", "x"), ("c\ufffe", "x")])
+        database.run("UPDATE DW_Reports SET Report_Binary = x'0102'")
+        self.connected_server(self.owner, database)
+        self.assertEqual(sorted(self.owner.automation.call("ReportFiles")),
+                         [("Sales", 2), ("c\ufffd", 2)])
 
     def test_of_accounts_can_be_read_whatever_they_quote(self):
         database = self.database()

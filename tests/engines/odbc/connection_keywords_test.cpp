@@ -100,6 +100,8 @@ TEST(ConnectionKeywords, RefuseAServerThatCannotBeReachedByTcp) {
             u"The connection string item \"Data Source\" has no valid port behind its comma.");
   EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=NP:\\\\h\\pipe", kMicrosoft18),
             u"The connection string item \"Data Source\" names no server to reach by TCP/IP.");
+  EXPECT_EQ(refusal(u"Provider=SQLOLEDB;Data Source=lpc:h", kMicrosoft18),
+            u"The connection string item \"Data Source\" names no server to reach by TCP/IP.");
   EXPECT_EQ(refusal(u"Provider=SQLOLEDB;User ID=u", kMicrosoft18),
             u"The connection string item \"Data Source\" is missing.");
 }
@@ -286,6 +288,7 @@ TEST(ConnectionKeywords, PutValuesInBracesWhereOdbcNeedsThem) {
   EXPECT_EQ(odbc_value(u"}"), u"{}}}");
   EXPECT_EQ(odbc_value(u"{a}"), u"{{a}}}");
   EXPECT_EQ(odbc_value(u" a"), u"{ a}");
+  EXPECT_EQ(odbc_value(u"a "), u"{a }");
   EXPECT_EQ(odbc_value(u"a=b"), u"{a=b}");
   EXPECT_EQ(odbc_value(u""), u"");
 }
@@ -312,6 +315,7 @@ TEST(ConnectionKeywords, UseBracesForFreeTdsOnlyWhereNothingElseHelps) {
   EXPECT_EQ(password(u"{a"), u"{{a}");
   EXPECT_EQ(password(u"a;b}"), u"{a;b}}");
   EXPECT_EQ(password(u" a"), u"{ a}");
+  EXPECT_EQ(password(u"a "), u"{a }");
   EXPECT_EQ(
       refusal(u"Provider=SQLOLEDB;Data Source=h;User ID=u;Password=\"a};b\"", kFreeTds),
       u"The connection string item \"Password\" holds \"};\", which the installed ODBC driver "
@@ -334,6 +338,12 @@ TEST(ConnectionKeywords, RefuseANulWhichWouldCutTheStringOff) {
       ado::ConnectionString::parse(u"Provider=SQLOLEDB;Data Source=h;User ID=u");
   string.set(u"Password", Text(u"a\0b", 3));
   EXPECT_THROW((void)odbc_connect(string, kFreeTds), ado::AdoError);
+}
+
+TEST(ConnectionKeywords, OfOdbcHaveNoNameThatCouldBeTakenForMore) {
+  ado::ConnectionString string = ado::ConnectionString::parse(u"Provider=MSDASQL;DSN=tarnwick");
+  string.set(u"x;PWD", u"y");
+  EXPECT_THROW((void)odbc_connect(string, {}), ado::AdoError);
 }
 
 TEST(ConnectionKeywords, OfOdbcPassAsTheyStand) {
@@ -360,6 +370,9 @@ TEST(ConnectionKeywords, OfOdbcKeepTheirBracesAndGetThemWhereQuotesStoodForThem)
   EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"a;b\"", {}), u"PWD={a;b};");
   EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"{a;b}\"", {}), u"PWD={a;b};");
   EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"{a;b\"", {}), u"PWD={{a;b};");
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"{ab\"", {}), u"PWD={{ab};");
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"{a}b}\"", {}), u"PWD={{a}}b}}};");
+  EXPECT_EQ(text(u"Provider=MSDASQL;PWD=\"{a}}\"", {}), u"PWD={{a}}}}};");
   EXPECT_EQ(text(u"Provider=MSDASQL;PWD={a;b=c}}d};UID=u", {}), u"PWD={a;b=c}}d};UID=u;");
   EXPECT_EQ(connect(u"Provider=MSDASQL;PWD={a}}b}", {}).password, u"a}b");
 }

@@ -33,6 +33,10 @@ TEST(Conversion, EverySqlServerTypeHasItsForm) {
   EXPECT_EQ(form(SQL_DECIMAL), Form::kDouble);
   EXPECT_EQ(form(SQL_NUMERIC), Form::kDouble);
   EXPECT_EQ(form(SQL_TYPE_TIMESTAMP), Form::kTimestamp);
+  // The words of ODBC 2.
+  EXPECT_EQ(form(SQL_TIMESTAMP), Form::kTimestamp);
+  EXPECT_EQ(form(SQL_DATE), Form::kDate);
+  EXPECT_EQ(form(SQL_TIME), Form::kTime);
   EXPECT_EQ(form(kSqlTimestampOffset), Form::kTimestamp);
   EXPECT_EQ(form(SQL_TYPE_DATE), Form::kDate);
   EXPECT_EQ(form(SQL_TYPE_TIME), Form::kTime);
@@ -45,6 +49,17 @@ TEST(Conversion, EverySqlServerTypeHasItsForm) {
                          SQL_WLONGVARCHAR, SQL_GUID, int{kSqlXml}, int{kSqlVariant}}) {
     EXPECT_EQ(form(static_cast<SQLSMALLINT>(code)), Form::kText) << code;
   }
+}
+
+TEST(Conversion, TypesAreToldApartWhereTheirParametersDiffer) {
+  for (const int code : {SQL_BINARY, SQL_VARBINARY, SQL_LONGVARBINARY, int{kSqlUserType}}) {
+    EXPECT_TRUE(is_binary(static_cast<SQLSMALLINT>(code))) << code;
+  }
+  for (const int code : {SQL_CHAR, SQL_VARCHAR, SQL_LONGVARCHAR}) {
+    EXPECT_TRUE(is_narrow_text(static_cast<SQLSMALLINT>(code))) << code;
+    EXPECT_FALSE(is_binary(static_cast<SQLSMALLINT>(code))) << code;
+  }
+  EXPECT_FALSE(is_narrow_text(SQL_WVARCHAR));
 }
 
 TEST(Conversion, ShortColumnsAreFetchedWholeAndLongOnesInParts) {

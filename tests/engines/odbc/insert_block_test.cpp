@@ -105,6 +105,29 @@ TEST_F(InsertBlockTest, ARowWithOtherColumnsBeginsABlockOfItsOwn) {
   EXPECT_EQ(sent().size(), 2u);
 }
 
+TEST_F(InsertBlockTest, SoDoesOneOfAnotherTable) {
+  odbc_.on(u"From Other", {{.columns = {{u"ReportName", wide_text(128)}}}});
+  begin_load();
+  const auto other = session_->open({.statement = u"Select * From Other Where 1 = 0"});
+  insert(Text(u"Sales"));
+  const Variant name = Text(u"Sales");
+  other->insert({{{0, &name}}});
+  session_->commit();
+  EXPECT_THAT(sent(),
+              ElementsAre(u"exec INSERT INTO DW_Reports ([ReportName]) VALUES (?) <- 'Sales'",
+                          u"exec INSERT INTO Other ([ReportName]) VALUES (?) <- 'Sales'"));
+}
+
+TEST_F(InsertBlockTest, ARowOfDefaultsGoesOutAlone) {
+  begin_load();
+  insert(Text(u"Sales"));
+  table_->insert({});
+  EXPECT_THAT(sent(),
+              ElementsAre(u"exec INSERT INTO DW_Reports ([ReportName]) VALUES (?) <- 'Sales'",
+                          u"exec INSERT INTO DW_Reports DEFAULT VALUES"));
+  session_->commit();
+}
+
 TEST_F(InsertBlockTest, SoDoesOneWithAValueOfAnotherType) {
   begin_load();
   insert(Text(u"Sales"), kTen);

@@ -223,6 +223,30 @@ TEST_F(OdbcRowsetTest, AnUpdateNamesTheAssignedColumnsAndFindsTheRowByItsKey) {
   EXPECT_THAT(odbc_.take_log(), IsEmpty());
 }
 
+TEST_F(OdbcRowsetTest, ATimeGoesOutAsItsColumnHoldsIt) {
+  const auto typed = [](SQLSMALLINT code) { return odbc::SqlType{.code = code, .size = 23}; };
+  odbc_.on(u"From T", {{.columns = {{u"Old", typed(SQL_TIMESTAMP)},
+                                    {u"Day", typed(SQL_DATE)},
+                                    {u"Number", typed(SQL_DOUBLE)}}}});
+  const auto rowset = read(u"Select * From T");
+  (void)odbc_.take_log();
+  const Variant noon = Date{45000.5};
+  rowset->insert({{{0, &noon}, {1, &noon}, {2, &noon}}});
+  // A date for a date, a timestamp for all others.
+  EXPECT_THAT(
+      odbc_.take_log(),
+      ElementsAre(u"exec INSERT INTO T ([Old], [Day], [Number]) VALUES (?, ?, ?) <- type 93, "
+                  u"type 91, type 93"));
+}
+
+TEST_F(OdbcRowsetTest, NothingComesBehindTheEnd) {
+  const auto rowset = read();
+  ado::RowBuffer rows(4);
+  rowset->fetch(rows, 10);
+  rowset->fetch(rows, 10);
+  EXPECT_EQ(rows.rows(), 1u);
+}
+
 TEST_F(OdbcRowsetTest, ANarrowKeyIsComparedAsANarrowTextSoThatItsIndexServes) {
   odbc_.set_key(u"DW_SEC_PC", {{u"dbo", u"MACNbr"}, {u"dbo", u"CompID"}});
   odbc_.on(u"From dbo.DW_SEC_PC",

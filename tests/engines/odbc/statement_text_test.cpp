@@ -35,6 +35,34 @@ TEST(StatementText, WordsInQuotesAndCommentsAreNoPartOfTheStatement) {
             u"SELECT (SELECT 1 FROM U) FROM T WITH (UPDLOCK, ROWLOCK)");
 }
 
+TEST(StatementText, NamesMayHoldAnyLetterAndSomeSigns) {
+  for (const TextView table : {u"#tmp", u"@rows", u"T$x", u"_t", u"Übersicht", u"t9"}) {
+    EXPECT_EQ(hinted(join({u"SELECT\u00a0*\tFROM ", table})),
+              join({u"SELECT\u00a0*\tFROM ", table, u" WITH (UPDLOCK, ROWLOCK)"}));
+  }
+  EXPECT_EQ(hinted(u"SELECT * FROM {T}"), u"(nothing)");
+}
+
+TEST(StatementText, ARemarkMayBeTheEnd) {
+  EXPECT_EQ(hinted(u"SELECT * FROM T -- all of it"),
+            u"SELECT * FROM T WITH (UPDLOCK, ROWLOCK) -- all of it");
+  EXPECT_EQ(hinted(u"SELECT * FROM T /* all of it"),
+            u"SELECT * FROM T WITH (UPDLOCK, ROWLOCK) /* all of it");
+}
+
+TEST(StatementText, AnotherShapeCountsAtTheStatementsOwnLevelAlone) {
+  EXPECT_EQ(hinted(u"SELECT * FROM T WHERE a IN (SELECT b FROM U GROUP BY b)"),
+            u"SELECT * FROM T WITH (UPDLOCK, ROWLOCK) WHERE a IN (SELECT b FROM U GROUP BY b)");
+}
+
+TEST(StatementText, OnlyTheCallOfItsProcedureEntersARole) {
+  EXPECT_TRUE(only_enters_role(u"EXEC sp_setapprole 'r','p'"));
+  for (const TextView other : {u"SELECT 1", u"EXEC sp_other 'r','p'", u"EXEC sp_setapprole r,'p'",
+                               u"EXEC sp_setapprole 'r','p'; SELECT 1"}) {
+    EXPECT_FALSE(only_enters_role(other)) << to_utf8(other);
+  }
+}
+
 TEST(StatementText, AMalformedEndIsLeftToTheServer) {
   EXPECT_EQ(hinted(u"Select * From DW_Reports Where ReportName = 'O'Neil'"),
             u"Select * From DW_Reports WITH (UPDLOCK, ROWLOCK) Where ReportName = 'O'Neil'");
@@ -43,13 +71,26 @@ TEST(StatementText, AMalformedEndIsLeftToTheServer) {
 }
 
 TEST(StatementText, OtherStatementsThanOverOneTableAreNotRead) {
-  for (const TextView statement :
-       {u"", u"Selct * From T", u"DELETE FROM T", u"SELECT 1", u"SELECT * FROM",
-        u"SELECT * INTO a FROM b", u"SELECT * FROM a, b", u"SELECT * FROM a JOIN b ON a.x = b.x",
-        u"SELECT * FROM (SELECT 1) x", u"SELECT * FROM a WITH (NOLOCK)",
-        u"SELECT * FROM a WHERE x = 1 UNION SELECT * FROM b", u"SELECT x FROM a GROUP BY x",
-        u"SELECT x FROM a WHERE y = 1 GROUP BY x", u"SELECT * FROM f(1)",
-        u"SELECT * FROM a; DELETE FROM a", u"SELECT * FROM a AS", u"SELECT * FROM a b c"}) {
+  for (const TextView statement : {u"",
+                                   u"Selct * From T",
+                                   u"DELETE FROM T",
+                                   u"SELECT 1",
+                                   u"SELECT * FROM",
+                                   u"SELECT * INTO a FROM b",
+                                   u"SELECT * FROM a, b",
+                                   u"SELECT * FROM a JOIN b ON a.x = b.x",
+                                   u"SELECT * FROM (SELECT 1) x",
+                                   u"SELECT * FROM a WITH (NOLOCK)",
+                                   u"SELECT * FROM a WHERE x = 1 UNION SELECT * FROM b",
+                                   u"SELECT x FROM a GROUP BY x",
+                                   u"SELECT x FROM a WHERE y = 1 GROUP BY x",
+                                   u"SELECT * FROM f(1)",
+                                   u"SELECT * FROM a; DELETE FROM a",
+                                   u"SELECT * FROM a AS",
+                                   u"SELECT * FROM a b c",
+                                   u"SELECT 1; SELECT * FROM a",
+                                   u"SELECT * FROM a.*",
+                                   u"SELECT * FROM a.'b'"}) {
     EXPECT_FALSE(parse_table_select(statement)) << to_utf8(statement);
   }
 }

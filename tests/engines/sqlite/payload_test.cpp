@@ -5,8 +5,6 @@
 namespace tarnwick::sqlite {
 namespace {
 
-using ::testing::ElementsAre;
-
 // Values of a megabyte and more, which go into their rows and out of them in pieces.
 class Payload : public SessionTest {
  protected:
