@@ -99,7 +99,8 @@ class FailingEngine final : public ado::Engine {
     void commit() override {
       ado::EngineSession& session = inner();
       if (std::exchange(refusing_, false)) {
-        throw ado::AdoError(ado::AdoErrorNumber::kUnspecified, u"database or disk is full");
+        throw ado::AdoError(ado::AdoErrorNumber::kUnspecified, u"database or disk is full", 0, {},
+                            ado::FailureKind::kDiskFull);
       }
       session.commit();
     }

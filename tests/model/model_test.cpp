@@ -151,6 +151,57 @@ TEST(KilledProcesses, GiveWayToWhoIsAskedWhetherToRetry) {
                   kOnBuses);
 }
 
+// A connection that is found cut where its row is given back: programs are told, and that comes
+// first in a deletion.
+TEST(KeptSequences, GivingBackTellsThatTheConnectionIsCut) {
+  expect_the_same({
+      {Op::kNewServer, 0},
+      {Op::kConnect, 0},
+      {Op::kInsertRow, 0, 0, kPcs, 2},
+      {Op::kAdd, 0, 2, kPcs, 2},
+      {Op::kLock, 0, 2},
+      {Op::kCutConnection, 0},
+      {Op::kDelete, 0, 2},
+      {Op::kConnect, 0},
+      {Op::kLock, 0, 2},
+      {Op::kCutConnection, 0},
+      {Op::kRelease, 0, 2},
+  });
+}
+
+// What a write that failed had assigned is written with what the next one assigns: here the file.
+TEST(KeptSequences, AnUpdateThatFailedLeavesItsEditToTheNextOne) {
+  expect_the_same({
+      {Op::kNewServer, 0},
+      {Op::kConnect, 0},
+      {Op::kInsertRow, 0, 0, kReports, 2},
+      {Op::kAdd, 0, 2, kReports, 6},
+      {Op::kUpdate, 0, 2},
+      {Op::kAdd, 0, 0, kReports, 2},
+      {Op::kLock, 0, 0},
+      {Op::kLet, 0, 0, 0, 0, 2},
+      {Op::kUpdate, 0, 0, 0, 1},
+      {Op::kDelete, 0, 2},
+      {Op::kUpdate, 0, 0},
+  });
+}
+
+// A lock outlives its row where another program does not care for it.
+TEST(KeptSequences, NobodyInsertsARowWhoseKeyIsHeld) {
+  expect_the_same({
+      {Op::kNewServer, 0},
+      {Op::kConnect, 0},
+      {Op::kNewServer, 1},
+      {Op::kConnect, 1},
+      {Op::kAdd, 0, 1, kPcs, 3},
+      {Op::kUpdate, 0, 1},
+      {Op::kLock, 0, 1},
+      {Op::kDeleteRow, 0, 0, kPcs, 3},
+      {Op::kAdd, 1, 2, kPcs, 3},
+      {Op::kUpdate, 1, 2},
+  });
+}
+
 TEST(MadeUpSequences, DoWhatTheReferenceModelDoesOnServicesThatAreKilled) {
   for (std::uint32_t seed = 1; seed <= 8 && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));

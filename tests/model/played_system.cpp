@@ -484,6 +484,10 @@ Sight PlayedSystem::look() {
       }
       break;
     }
+    const FailureCause cause = transport.last_cause();
+    sight.emplace_back(name + "cause", std::to_string(static_cast<int>(cause.kind)) + " " +
+                                           std::to_string(cause.number) +
+                                           (cause.outcome_unknown ? " unknown" : ""));
     for (std::size_t place = 0; place < side.places.size(); ++place) {
       if (!side.places[place]) continue;
       describe(transport, name + "place " + std::to_string(place) + " ", side.places[place], sight);

@@ -261,29 +261,63 @@ void Store::remove(const std::string& key) {
 
 void fail(std::int32_t number, const char* text) { throw Failure{number, text}; }
 
-void raise(Process& process, const std::string& message) {
+void raise(Process& process, const std::string& message, CauseKind kind) {
   process.message = message;
-  throw Failure{-2147221504, message};
+  throw Failure{-2147221504, message, kind};
+}
+
+Cause cause_of(const Failure& failure) {
+  if (failure.kind != kNone) return {failure.kind, failure.number};
+  switch (failure.number) {
+    case -2147217864:
+      return {kChanged, failure.number};
+    case -2147221504:
+    case -2147217900:
+    case -2147217873:
+      return {kRefused, failure.number};
+    default:
+      return {kOther, failure.number};
+  }
+}
+
+void note(Process& process, const Cause& cause) {
+  if (process.calls > 0 && std::exchange(process.has_noted, true)) return;
+  process.cause = cause;
+}
+
+void in_call(Process& process, const std::function<void()>& body) {
+  if (process.calls++ == 0) process.has_noted = false;
+  try {
+    body();
+  } catch (...) {
+    --process.calls;
+    throw;
+  }
+  --process.calls;
 }
 
 void guarded(Process& process, const char* component, const char* procedure,
              const std::function<void()>& body, const std::function<std::string()>& extra) {
-  try {
-    body();
-  } catch (const Failure& failure) {
-    if (process.number == 0) process.number = failure.number;
-    process.message += kCrLf + ("Error in Component: '" + std::string(component)) +
-                       "', Proceedure: '" + procedure + "'." + kCrLf + (extra ? extra() : "") +
-                       "Error #:    \t" + std::to_string(failure.number) + kCrLf +
-                       "Description:\t" + failure.text;
-  }
+  in_call(process, [&] {
+    try {
+      body();
+      return;
+    } catch (const Failure& failure) {
+      note(process, cause_of(failure));
+      if (process.number == 0) process.number = failure.number;
+      process.message += kCrLf + ("Error in Component: '" + std::string(component)) +
+                         "', Proceedure: '" + procedure + "'." + kCrLf + (extra ? extra() : "") +
+                         "Error #:    \t" + std::to_string(failure.number) + kCrLf +
+                         "Description:\t" + failure.text;
+    }
+  });
 }
 
 void require_database(Connection& connection) {
   if (!connection.cut) return;
   connection.open = false;
   connection.transaction.reset();
-  fail(-2147467259, "The connection is cut.");
+  throw Failure{-2147467259, "The connection is cut.", kConnectionLost};
 }
 
 void require_open_for_reading(const Process& process) {
@@ -334,7 +368,7 @@ std::optional<std::vector<StoredRow>> read_table(Process& process, Kind kind) {
     for (const auto& [key, row] : database.tables[kind]) {
       const RowName name{kind, key};
       if (database.holder(name, process.connection.get()) != nullptr) {
-        fail(-2147467259, "Lock request time out period exceeded.");
+        throw Failure{-2147467259, "Lock request time out period exceeded.", kLockTimeout};
       }
       if (auto seen = as_seen(database, *process.connection, name)) read.push_back(*seen);
     }

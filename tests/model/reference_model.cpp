@@ -504,6 +504,9 @@ Sight ReferenceModel::look() const {
       sight.emplace_back(name + "LastErrorMsg", process.message);
       sight.emplace_back(name + "LastErrorNumber", std::to_string(process.number));
     }
+    sight.emplace_back(name + "cause", std::to_string(process.cause.kind) + " " +
+                                           std::to_string(process.cause.number) +
+                                           (process.cause.outcome_unknown ? " unknown" : ""));
     for (std::size_t place = 0; place < process.places.size(); ++place) {
       if (process.places[place] == nullptr) continue;
       describe(name + "place " + std::to_string(place) + " ", *process.places[place], sight);

@@ -73,15 +73,39 @@ struct Database {
   [[nodiscard]] const Transaction* holder(const RowName& name, const Connection* but) const;
 };
 
+/// Of which kind a failure is, as programs are told it.
+enum CauseKind {
+  kNone,
+  kOther,
+  kLockTimeout,
+  kDeadlock,
+  kConnectionLost,
+  kDiskFull,
+  kTimeout,
+  kChanged,
+  kRefused
+};
+
 struct Failure {
   std::int32_t number;
   std::string text;
+  CauseKind kind = kNone;  // where nothing is said, by its number
+};
+
+/// The cause of the last failure. Within one public call the first one counts.
+struct Cause {
+  int kind = kNone;
+  std::int32_t number = 0;
+  /// The connection went while something was committed.
+  bool outcome_unknown = false;
 };
 
 /// The recordset that a record keeps of its last fetch.
 struct Fetched {
   ConnectionPtr connection;
   bool adds = false;
+  /// What columns were assigned: an update that fails leaves it to the next one.
+  std::map<std::string, Datum> assigned;
 };
 
 struct Record {
@@ -169,6 +193,9 @@ struct Process {
   ConnectionPtr connection;
   std::string message;
   std::int32_t number = 0;
+  Cause cause;
+  int calls = 0;  // that are going on, one within the other
+  bool has_noted = false;
   std::array<std::shared_ptr<Store>, kKinds> stores;
   std::optional<CachedReport> cached;
   std::array<std::optional<ServerObject>, kServers> servers;
@@ -267,7 +294,11 @@ struct Property {
                                  std::int64_t id);
 
 [[noreturn]] void fail(std::int32_t number, const char* text);
-[[noreturn]] void raise(Process& process, const std::string& message);
+[[noreturn]] void raise(Process& process, const std::string& message, CauseKind kind = kRefused);
+void note(Process& process, const Cause& cause);
+[[nodiscard]] Cause cause_of(const Failure& failure);
+/// Runs `body` as a part of a public call.
+void in_call(Process& process, const std::function<void()>& body);
 /// The one handler: runs `body`, and records what it throws. `extra` stands before the number.
 void guarded(Process& process, const char* component, const char* procedure,
              const std::function<void()>& body, const std::function<std::string()>& extra = {});

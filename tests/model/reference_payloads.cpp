@@ -69,7 +69,7 @@ bool extract_report(Record& record, const std::string& file) {
         const auto& transaction = process.connection->transaction;
         if (stored == nullptr || (transaction && transaction->deleted.contains(row))) return;
         if (database.holder(row, process.connection.get()) != nullptr) {
-          fail(-2147467259, "Lock request time out period exceeded.");
+          throw Failure{-2147467259, "Lock request time out period exceeded.", kLockTimeout};
         }
         const auto payload = stored->columns.find("Report_Binary");
         process.cached = {std::get<std::string>(stored->columns.at("ReportName")),

@@ -107,6 +107,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
       if (id_of(record).find('\'') != std::string::npos) {
         // Names stand in statements as they are. What does not open is taken for a locked row.
         (void)ask(process, nullptr);
+        note(process, {kRefused, -2147217900});
         raise(process, "Error Opening Recordset! SQL=" + statement_of(record));
       }
       const StoredRow* stored = database.find(name);
@@ -119,6 +120,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
       }
       if (const Transaction* holder = database.holder(name, &connection)) {
         if (ask(process, holder)) continue;
+        note(process, {kLockTimeout, -2147467259});
         outcome = Outcome::kCancelled;
         break;
       }
@@ -133,7 +135,7 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
       outcome = Outcome::kFound;
       break;
     }
-    record.fetched = Fetched{process.connection};
+    record.fetched.emplace().connection = process.connection;
   });
   return outcome;
 }
@@ -143,6 +145,9 @@ Outcome fetch(Record& record, std::optional<StoredRow>& row) {
 void execute_delete(Process& process, const RowName& name, const std::string& key) {
   Connection& connection = process.require_connection();
   require_open(connection);
+  if (connection.cut && !connection.transaction) {
+    note(process, {kConnectionLost, -2147467259, true});
+  }
   require_database(connection);
   require_no_quote(key);
   Database& database = process.world.database;
@@ -153,7 +158,7 @@ void execute_delete(Process& process, const RowName& name, const std::string& ke
     return;
   }
   if (database.holder(name, &connection) != nullptr) {
-    fail(-2147467259, "Lock request time out period exceeded.");
+    throw Failure{-2147467259, "Lock request time out period exceeded.", kLockTimeout};
   }
   if (connection.transaction) {
     connection.transaction->deleted.insert(name);
@@ -162,10 +167,10 @@ void execute_delete(Process& process, const RowName& name, const std::string& ke
   }
 }
 
-// What the columns of the row become. Texts that cannot be stored are refused.
-std::map<std::string, Datum> written_columns(Record& record, const std::string& file) {
+// Assigns what the columns of the row become. Texts that cannot be stored are refused.
+void assign_columns(Record& record, const std::string& file) {
   Process& process = record.process;
-  std::map<std::string, Datum> columns;
+  std::map<std::string, Datum>& columns = record.fetched->assigned;
   for (const char* name : written_of(record.kind)) {
     const std::string property = name;
     Datum& value = record.values[property];
@@ -198,7 +203,6 @@ std::map<std::string, Datum> written_columns(Record& record, const std::string& 
     }
   }
   if (!file.empty()) columns["Report_Binary"] = process.world.files.at(file);
-  return columns;
 }
 
 // UpdateWrite up to the commit: what keeps the row from being written.
@@ -221,6 +225,10 @@ void require_writable(const Record& record, const Transaction& transaction) {
   }
   if (stands(record.row())) {
     throw Failure{-2147217873, std::string(1, kAnyText)};
+  }
+  // Another program deleted a row that is held, and the lock outlives it.
+  if (database.holder(record.row(), record.fetched->connection.get()) != nullptr) {
+    throw Failure{-2147467259, "Lock request time out period exceeded.", kLockTimeout};
   }
 }
 
@@ -264,16 +272,17 @@ void write_row(Record& record, const std::string& opening, const std::string& re
   }
   if (found && existing == Existing::kRefused) {
     result = 5;
-    raise(process, opening + id_of(record) + "' is already on file. Unable to add!");
+    raise(process, opening + id_of(record) + "' is already on file. Unable to add!", kChanged);
   }
   Connection& connection = *record.fetched->connection;
   const std::string& version = record.text("RowVersion");
   if (found && !version.empty() && version != connection.transaction->stamped_version) {
     result = 5;
-    raise(process, opening + id_of(record) +
-                       "' has changed since it was originally read! Unable to update!");
+    raise(process,
+          opening + id_of(record) + "' has changed since it was originally read! Unable to update!",
+          kChanged);
   }
-  const auto columns = written_columns(record, file);
+  assign_columns(record, file);
   bool written = false;
   guarded(process, "General", "UpdateWrite", [&] {
     require_database(connection);
@@ -284,11 +293,13 @@ void write_row(Record& record, const std::string& opening, const std::string& re
     // The commit.
     const Transaction transaction = std::move(*connection.transaction);
     connection.transaction.reset();
-    if (!std::exchange(process.refuses_next_commit, false) &&
-        is_as_fetched(process.world.database, transaction)) {
-      commit(record, transaction, columns);
+    const bool full = std::exchange(process.refuses_next_commit, false);
+    if (!full && is_as_fetched(process.world.database, transaction)) {
+      commit(record, transaction, record.fetched->assigned);
+      if (!found) note(process, {kOther, 3021});
       return;
     }
+    note(process, full ? Cause{kDiskFull, -2147467259} : Cause{kChanged, -2147217864});
     process.message = "Unable to update, record is locked!";
   }
   process.message += "\r\n" + refused;
@@ -373,6 +384,7 @@ bool release_record(Record& record) {
   const bool unlocked = record.kind != kReports;  // what it answers where nothing is given back
   if (!record.locked()) return unlocked;
   const bool cut = record.holds_row() && record.fetched->connection->cut;
+  if (cut) note(record.process, {kConnectionLost, -2147467259});
   record.marked_locked = false;
   end_transaction(record);
   return cut ? unlocked : true;
@@ -434,14 +446,10 @@ Sight look_at(Record& record) {
           {"held.SoftLock", stamp}};
 }
 
-bool delete_record(Record& record) {
+namespace {
+
+bool deleted(Record& record) {
   Process& process = record.process;
-  if (record.kind == kPcs && (record.text("MACNumber").empty() ||
-                              record.text("ComputerID").empty() || record.number("CompID") < 0)) {
-    return true;
-  }
-  if (record.kind == kReports && record.text("Name").empty()) return true;
-  if (record.locked()) (void)release_record(record);
   try {
     if (record.kind == kReports) process.cached.reset();
     execute_delete(process, record.row(),
@@ -453,13 +461,33 @@ bool delete_record(Record& record) {
     }
     // The number counts as a position.
     const std::int64_t position = record.number("CompID");
-    if (position < 1 || position > static_cast<std::int64_t>(store.entries.size())) return false;
+    if (position < 1 || position > static_cast<std::int64_t>(store.entries.size())) {
+      fail(9, "Subscript out of range");
+    }
     const RecordPtr gone = store.entries[static_cast<std::size_t>(position - 1)].second;
     store.entries.erase(store.entries.begin() + (position - 1));
     return true;
-  } catch (const Failure&) {
+  } catch (const Failure& failure) {
+    note(process, cause_of(failure));
     return false;
   }
+}
+
+}  // namespace
+
+bool delete_record(Record& record) {
+  Process& process = record.process;
+  if (record.kind == kPcs && (record.text("MACNumber").empty() ||
+                              record.text("ComputerID").empty() || record.number("CompID") < 0)) {
+    return true;
+  }
+  if (record.kind == kReports && record.text("Name").empty()) return true;
+  bool result = false;
+  in_call(process, [&] {
+    if (record.locked()) (void)release_record(record);
+    result = deleted(record);
+  });
+  return result;
 }
 
 bool refresh_record(Record& record) {
