@@ -1,5 +1,3 @@
-#include "tests/model/sql_server.h"
-
 #include <cstdio>
 #include <stdexcept>
 
@@ -7,6 +5,7 @@
 #include "runtime/conversions.h"
 #include "tests/engines/fetched_rows.h"
 #include "tests/model/outside.h"
+#include "tests/model/process_in_here.h"
 #include "tests/stand_in/stand_in.h"
 #include "tests/support/plain_sqlite.h"
 
@@ -18,8 +17,8 @@ using test_support::StandIn;
 constexpr std::int32_t kLockTimeout = 1222;
 constexpr std::int32_t kKeyIsTaken = 2627;
 
-constexpr std::array<const char*, kKinds> kOrders{"CompID", "MACNbr, ComputerID, CompID",
-                                                  "ReportName"};
+constexpr std::array<const char*, kKinds> kOrdersThere{"CompID", "MACNbr, ComputerID, CompID",
+                                                       "ReportName"};
 
 StandIn& server() {
   static const auto kServer = [] {
@@ -30,7 +29,7 @@ StandIn& server() {
   return *kServer;
 }
 
-std::string insertion(Kind kind, int number) {
+std::string insertion_there(Kind kind, int number) {
   if (kind == kComponents) {
     return "INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType, MetaID) VALUES (" +
            std::to_string(chosen(kComponentIds, number)) + ", 0, 2, 'abc')";
@@ -61,6 +60,8 @@ std::string printed_cell(const Variant& value) {
   return to_utf8(to_text(value));
 }
 
+/// One stand-in for all databases of a program. The observer sees what is not committed, and writes
+/// no row that somebody holds.
 class SqlServer final : public PlayedDatabase {
  public:
   SqlServer() {
@@ -78,12 +79,19 @@ class SqlServer final : public PlayedDatabase {
     return u"Provider=MSOLEDBSQL;Data Source=127.0.0.1,1;User ID=sa;Password=none";
   }
 
+  [[nodiscard]] DatabaseTraits traits() const override {
+    return {.takes_any_value = false,
+            .locks_bind_everybody = true,
+            .folds_all_letters = true,
+            .deleted_rows_are_held = false};
+  }
+
   void write(const Step& step) override {
     const auto kind = static_cast<Kind>(step.kind % kKinds);
     const std::string where = condition_of(kind, step.key);
     try {
       if (step.op == Op::kInsertRow) {
-        run(insertion(kind, step.key));
+        run(insertion_there(kind, step.key));
       } else if (step.op == Op::kDeleteRow) {
         run(std::string("DELETE FROM ") + kTables[kind] + where);
       } else if (step.op == Op::kTouchRow) {
@@ -101,7 +109,8 @@ class SqlServer final : public PlayedDatabase {
       const std::vector<std::string> columns = columns_of(kind);
       std::string sql = "SELECT ";
       for (const std::string& column : columns) sql += (sql.size() > 7 ? ", " : "") + column;
-      sql += std::string(" FROM ") + kTables[kind] + " WITH (NOLOCK) ORDER BY " + kOrders[kind];
+      sql +=
+          std::string(" FROM ") + kTables[kind] + " WITH (NOLOCK) ORDER BY " + kOrdersThere[kind];
       const Text statement = from_utf8(sql);
       const engine_contract::FetchedRows rows(
           session_->open({.statement = statement,
@@ -129,6 +138,11 @@ class SqlServer final : public PlayedDatabase {
 
 }  // namespace
 
-std::unique_ptr<PlayedDatabase> make_sql_server_database() { return std::make_unique<SqlServer>(); }
+const Stage kOnSqlServer{
+    [](int) {
+      return make_process_in_here(std::make_unique<odbc::OdbcEngine>(),
+                                  {.can_refuse_commits = true});
+    },
+    []() -> std::unique_ptr<PlayedDatabase> { return std::make_unique<SqlServer>(); }};
 
 }  // namespace tarnwick::model
