@@ -178,7 +178,12 @@ int serve(const Options& options, const automation::Events& events) {
   manager.ready();
   const int result = dbus::check(sd_event_loop(event.get()), "waiting for requests");
   manager.stopping();
-  events.ended();
+  // Lost, or the name could not be given back over it: nothing else ends the loop with a failure.
+  if (result == EXIT_SUCCESS) {
+    events.ended();
+  } else {
+    events.ended(u"Ending, since the connection to the bus failed");
+  }
   return result;
 }
 

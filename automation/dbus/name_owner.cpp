@@ -18,32 +18,22 @@ constexpr char kBus[] = "org.freedesktop.DBus";
 constexpr std::uint64_t kAccuracy = 1000;              // microseconds
 constexpr std::uint64_t kManagerPatience = 5'000'000;  // microseconds
 
-// What acquire_instance waits for.
-struct Waiting {
-  bool acquired = false;
-  bool served = false;
-};
-
 int on_acquired(sd_bus_message* message, void* userdata, sd_bus_error*) {
   const char* name = "";  // it stays so where the bus says something else than it always does
   sd_bus_message_read(message, "s", &name);
-  if (std::strcmp(name, kInstanceName) == 0) static_cast<Waiting*>(userdata)->acquired = true;
+  if (std::strcmp(name, kInstanceName) == 0) *static_cast<bool*>(userdata) = true;
   return 0;
 }
 
-int on_owner_changed(sd_bus_message* message, void* userdata, sd_bus_error*) {
-  const char* name = "";
-  const char* owner = "";
-  sd_bus_message_read(message, "sss", &name, nullptr, &owner);
-  if (std::strcmp(name, kBusName) == 0 && *owner != '\0') {
-    static_cast<Waiting*>(userdata)->served = true;
-  }
-  return 0;
+int on_owner_changed(sd_bus_message* /*message*/, void* /*userdata*/, sd_bus_error* /*error*/) {
+  return 0;  // that it came is enough: it ends a wait
 }
 
 bool has_owner(sd_bus* bus, const char* name) {
   const int found = sd_bus_get_name_creds(bus, name, 0, nullptr);
-  return found != -ENXIO && check(found, "asking for the owner of a name") >= 0;
+  if (found == -ENXIO) return false;
+  check(found, "asking for the owner of a name");
+  return true;
 }
 
 }  // namespace
@@ -55,14 +45,14 @@ bool NameOwner::acquire() {
 }
 
 bool NameOwner::acquire_instance() {
-  Waiting waiting;
+  bool is_ours = false;
   sd_bus_slot* slot = nullptr;
   check(
-      sd_bus_match_signal(bus_, &slot, kBus, nullptr, kBus, "NameAcquired", &on_acquired, &waiting),
+      sd_bus_match_signal(bus_, &slot, kBus, nullptr, kBus, "NameAcquired", &on_acquired, &is_ours),
       "watching names");
   const SlotHandle acquired(slot);
   check(sd_bus_match_signal(bus_, &slot, kBus, nullptr, kBus, "NameOwnerChanged", &on_owner_changed,
-                            &waiting),
+                            nullptr),
         "watching names");
   const SlotHandle owner_changed(slot);
 
@@ -71,13 +61,12 @@ bool NameOwner::acquire_instance() {
     return true;
   }
   // Another process has it: either it serves this bus, or it is about to leave.
-  while (!waiting.acquired) {
-    if (waiting.served || has_owner(bus_, kBusName)) return false;
-    while (check(sd_bus_process(bus_, nullptr), "waiting for the name") > 0) {
-    }
-    if (waiting.acquired || waiting.served) continue;
-    const int result = sd_bus_wait(bus_, UINT64_MAX);
-    if (result != -EINTR) check(result, "waiting for the name");
+  while (!is_ours) {
+    if (has_owner(bus_, kBusName)) return false;
+    bool anything_came = false;
+    while (check(sd_bus_process(bus_, nullptr), "waiting for the name") > 0) anything_came = true;
+    if (anything_came) continue;
+    check(past_signals([&] { return sd_bus_wait(bus_, UINT64_MAX); }), "waiting for the name");
   }
   return true;
 }

@@ -39,14 +39,6 @@ int send(MessageHandle reply) {
   return check(sd_bus_send(nullptr, reply.get(), nullptr), "sending a reply");
 }
 
-void open(sd_bus_message* message, char type, const char* contents) {
-  check(sd_bus_message_open_container(message, type, contents), "making a reply");
-}
-
-void close(sd_bus_message* message) {
-  check(sd_bus_message_close_container(message), "making a reply");
-}
-
 WireError unknown_object(const std::string& path) {
   return {SD_BUS_ERROR_UNKNOWN_OBJECT, "Unknown object '" + path + "'."};
 }
@@ -59,13 +51,6 @@ const Member& member_named(const Object& object, const char* name) {
 }
 
 bool brings_text(const Argument& argument) { return argument.type.kind == Kind::kText; }
-
-// An account of errors has to be readable, whatever it quotes.
-Value read_property(const Object& object, const Member& member) {
-  Value value = automation::call(object, member);
-  if (member.name == "LastErrorMsg") return readable(std::get<Text>(std::move(value)));
-  return value;
-}
 
 int to_string_list(const std::vector<std::string>& texts, char*** list) {
   auto** made = static_cast<char**>(std::calloc(texts.size() + 1, sizeof(char*)));
@@ -144,12 +129,6 @@ Service::Service(sd_bus* bus, SharedState& state, Clients& clients, Departures& 
   export_interface(last_cause_interface(), &Service::find_root, kLastCause);
   for (const Class& of : classes()) {
     export_interface(class_interface(of), &Service::find_object, kMember);
-    for (const Member& member : of.members) {
-      if (!is_property(member)) continue;
-      properties_[static_cast<std::size_t>(of.id)].push_back(
-          {&member, std::string(member.name), signature_of(member.result),
-           member.name.starts_with("LastError")});
-    }
   }
   export_interface(rows_interface(), &Service::find_object, kRows);
   export_interface(record_interface(), &Service::find_object, kRecord);
@@ -230,24 +209,24 @@ int Service::find_pcs(sd_bus_message* message) {
   Call call(*this, message, {});
   const Text name = from_utf8(read_text(message, 's'));
   MessageHandle reply = new_reply(message);
-  open(reply.get(), SD_BUS_TYPE_ARRAY, "(ssn)");
+  open_part(reply.get(), SD_BUS_TYPE_ARRAY, "(ssn)");
   for (const PcKey& key : tarnwick::find_pcs(state_, name)) {
     const Outgoing mac_number({Kind::kText}, key.mac_number, call);
     const Outgoing computer_id({Kind::kText}, key.computer_id, call);
-    open(reply.get(), SD_BUS_TYPE_STRUCT, "ssn");
+    open_part(reply.get(), SD_BUS_TYPE_STRUCT, "ssn");
     mac_number.append_to(reply.get());
     computer_id.append_to(reply.get());
     check(sd_bus_message_append(reply.get(), "n", key.comp_id), "making a reply");
-    close(reply.get());
+    close_part(reply.get());
   }
-  close(reply.get());
+  close_part(reply.get());
   return send(std::move(reply));
 }
 
 int Service::report_files(sd_bus_message* message) {
   const Call call(*this, message, {});
   MessageHandle reply = new_reply(message);
-  open(reply.get(), SD_BUS_TYPE_ARRAY, "(sx)");
+  open_part(reply.get(), SD_BUS_TYPE_ARRAY, "(sx)");
   for (const StoredReportFile& file : stored_report_files(state_)) {
     // A name that the bus cannot carry stands in no row that it carries either.
     if (file.report.find(u'\0') != Text::npos) continue;
@@ -255,7 +234,7 @@ int Service::report_files(sd_bus_message* message) {
                                 file.length),
           "making a reply");
   }
-  close(reply.get());
+  close_part(reply.get());
   return send(std::move(reply));
 }
 
@@ -333,33 +312,6 @@ Value Service::call_locking(const Call& call, const std::function<Value()>& body
   return result;
 }
 
-std::size_t Service::append_properties(sd_bus_message* reply, const Object& object,
-                                       bool with_error_state, Call& call) {
-  std::size_t bytes = 0;
-  open(reply, SD_BUS_TYPE_ARRAY, "{sv}");
-  for (const Property& property : properties_[static_cast<std::size_t>(object.class_id)]) {
-    if (property.is_error_state && !with_error_state) continue;
-    try {
-      const Outgoing outgoing(property.member->result, read_property(object, *property.member),
-                              call);
-      bytes += outgoing.size() + 2 * property.name.size();
-      if (bytes > kMostBytes) break;
-      open(reply, SD_BUS_TYPE_DICT_ENTRY, "sv");
-      check(sd_bus_message_append_basic(reply, 's', property.name.c_str()), "making a reply");
-      open(reply, SD_BUS_TYPE_VARIANT, property.signature);
-      outgoing.append_to(reply);
-      close(reply);
-      close(reply);
-    } catch (const Error&) {
-      // One that fails is left out, as it would be missing from an object that lacks it; who reads
-      // it alone is told why.
-    } catch (const WireError&) {
-    }
-  }
-  close(reply);
-  return bytes;
-}
-
 int Service::get_all(sd_bus_message* message) {
   const Object& object = clients_.objects().find(sd_bus_message_get_path(message));
   if (!object) return 0;
@@ -371,7 +323,7 @@ int Service::get_all(sd_bus_message* message) {
   }
   Call call(*this, message, object);
   MessageHandle reply = new_reply(message);
-  if (append_properties(reply.get(), call.source(), true, call) > kMostBytes) {
+  if (properties_.append_all(reply.get(), call.source(), call) > kMostBytes) {
     throw limit_exceeded("The properties together are more than one message carries (" +
                          std::to_string(kMostBytes) + " bytes). Read them one by one");
   }
@@ -393,21 +345,21 @@ int Service::get_rows(sd_bus_message* message) {
 
   MessageHandle reply = new_reply(message);
   std::size_t bytes = 0;
-  open(reply.get(), SD_BUS_TYPE_ARRAY, "a{sv}");
+  open_part(reply.get(), SD_BUS_TYPE_ARRAY, "a{sv}");
   for (std::int64_t position = first; position <= last; ++position) {
     const Value where = position;
     const Value row = automation::call(call.source(), item, {&where, 1});
     const Object& record = std::get<Object>(row);
     // Untaken: there is one at each position up to the count.
     if (!record) break;
-    bytes += append_properties(reply.get(), record, false, call);
+    bytes += properties_.append_row(reply.get(), record, call);
     if (bytes > kMostBytes) {
       throw limit_exceeded("The rows from " + std::to_string(first) + " to " +
                            std::to_string(position) + " are more than one message carries (" +
                            std::to_string(kMostBytes) + " bytes). Ask for fewer");
     }
   }
-  close(reply.get());
+  close_part(reply.get());
   return send(std::move(reply));
 }
 

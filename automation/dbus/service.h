@@ -2,7 +2,6 @@
 
 #include <systemd/sd-bus.h>
 
-#include <array>
 #include <deque>
 #include <functional>
 #include <string>
@@ -13,6 +12,7 @@
 #include "automation/dbus/handles.h"
 #include "automation/dbus/interface.h"
 #include "automation/dbus/memory_limit.h"
+#include "automation/dbus/property_lists.h"
 #include "automation/dbus/vtable.h"
 #include "automation/dbus/wire.h"
 #include "automation/events.h"
@@ -39,16 +39,6 @@ class Service {
 
  private:
   class Call;
-
-  // A member that is a property, with what its part of a message needs ready made: rows come by
-  // the thousand.
-  struct Property {
-    const Member* member = nullptr;
-    std::string name;
-    const char* signature = nullptr;
-    // The shared error state is no part of a record; a row of many would only repeat it.
-    bool is_error_state = false;
-  };
 
   void export_interface(const Interface& interface, sd_bus_object_find_t find,
                         sd_bus_message_handler_t call);
@@ -77,10 +67,6 @@ class Service {
   void get(const char* path, const char* property, sd_bus_message* reply);
   void set(const char* path, const char* property, sd_bus_message* value);
 
-  // The properties of `object`, but those that cannot be had at the moment. Returns the bytes.
-  std::size_t append_properties(sd_bus_message* reply, const Object& object, bool with_error_state,
-                                Call& call);
-
   template <int (Service::*kHandler)(sd_bus_message*)>
   static int on_call(sd_bus_message* message, void* service, sd_bus_error* error);
   static int on_message(sd_bus_message* message, void* service, sd_bus_error* error);
@@ -101,7 +87,7 @@ class Service {
   Caller& caller_;
   const MemoryLimit& memory_;
   const Events& events_;
-  std::array<std::vector<Property>, kClassCount> properties_;
+  const PropertyLists properties_;
   std::deque<Vtable> vtables_;
   std::vector<SlotHandle> slots_;
 };

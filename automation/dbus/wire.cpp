@@ -142,6 +142,8 @@ std::int64_t position(const Value& value) {
       value);
 }
 
+}  // namespace
+
 void append_basic(sd_bus_message* message, char type, const void* value) {
   check(sd_bus_message_append_basic(message, type, value), "writing a value");
 }
@@ -153,8 +155,6 @@ void open_part(sd_bus_message* message, char type, const char* contents) {
 void close_part(sd_bus_message* message) {
   check(sd_bus_message_close_container(message), "writing a value");
 }
-
-}  // namespace
 
 std::string read_text(sd_bus_message* message, char type) {
   const char* text = nullptr;

@@ -38,6 +38,11 @@ class Paths {
 [[nodiscard]] std::vector<Value> read_arguments(sd_bus_message* message, const Member& member,
                                                 Paths& paths);
 
+/// The parts of a message that is being made, as sd-bus knows them.
+void append_basic(sd_bus_message* message, char type, const void* value);
+void open_part(sd_bus_message* message, char type, const char* contents);
+void close_part(sd_bus_message* message);
+
 /// The text with U+FFFD for whatever no message can hold.
 [[nodiscard]] Text readable(Text text);
 

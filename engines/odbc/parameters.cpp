@@ -128,11 +128,11 @@ SQLRETURN Parameters::execute(const Handle& statement, TextView text) {
   SQLRETURN result =
       api.exec_direct(statement.get(), wide(text), static_cast<SQLINTEGER>(text.size()));
   if (result == SQL_NEED_DATA) {
+    bool is_asked = false;
     try {
-      result = put_all(statement);
+      result = put_all(statement, is_asked);
     } catch (...) {
-      // Until it is told that nothing more will come, the statement cannot even be freed.
-      static_cast<void>(api.cancel(statement.get()));
+      break_off(statement, is_asked);
       throw;
     }
   }
@@ -140,15 +140,30 @@ SQLRETURN Parameters::execute(const Handle& statement, TextView text) {
   return result;
 }
 
-SQLRETURN Parameters::put_all(const Handle& statement) {
+SQLRETURN Parameters::put_all(const Handle& statement, bool& is_asked) {
   SQLRETURN result = SQL_NEED_DATA;
   while (result == SQL_NEED_DATA) {
     SQLPOINTER wanted = nullptr;
     result = statement.api().param_data(statement.get(), &wanted);
-    if (result == SQL_NEED_DATA) put(statement, parameter_at(wanted));
+    if (result != SQL_NEED_DATA) continue;
+    is_asked = true;
+    put(statement, parameter_at(wanted));
   }
   if (result != SQL_NO_DATA) statement.check(result);
   return result;
+}
+
+// As long as a statement waits for its data, neither it nor its connection can be freed, and the
+// transaction cannot be ended.
+void Parameters::break_off(const Handle& statement, bool is_asked) {
+  OdbcApi& api = statement.api();
+  if (SQL_SUCCEEDED(api.cancel(statement.get()))) return;
+  // FreeTDS cancels only what it has begun to send. An error of the driver's own ends the wait as
+  // well, and only a procedure's parameter has a default. Once the driver has asked, it must not be
+  // let ask on: it would take what it has for the whole value and run the statement.
+  SQLPOINTER wanted = nullptr;
+  if (!is_asked) static_cast<void>(api.param_data(statement.get(), &wanted));
+  static_cast<void>(api.put_data(statement.get(), nullptr, SQL_DEFAULT_PARAM));
 }
 
 const Parameters::Parameter& Parameters::parameter_at(SQLPOINTER wanted) const {

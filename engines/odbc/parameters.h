@@ -49,7 +49,9 @@ class Parameters final {
   void set_null(Parameter& parameter, const SqlType& target);
   void set_date(Parameter& parameter, Date date, const SqlType& target);
   void set_run(Parameter& parameter, const void* data, std::size_t bytes);
-  [[nodiscard]] SQLRETURN put_all(const Handle& statement);
+  // `is_asked`: set once the driver has asked for a value.
+  [[nodiscard]] SQLRETURN put_all(const Handle& statement, bool& is_asked);
+  static void break_off(const Handle& statement, bool is_asked);
   [[nodiscard]] const Parameter& parameter_at(SQLPOINTER wanted) const;
   void put(const Handle& statement, const Parameter& parameter);
 

@@ -80,6 +80,19 @@ TEST_F(DbusTransports, LeaveOutOfARowWhatTheBusCannotCarry) {
             AttributeValue(Empty{}));
 }
 
+TEST_F(DbusTransports, FetchRowsThatAreLargeInSmallerNumbers) {
+  const auto server = connected_server();
+  database_.run(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 4) "
+      "INSERT INTO DW_Reports (ReportName, Definition, ImageIndex, MaintType, ReportType) "
+      "SELECT printf('Orders %d', i), printf('%.*c', 12000000, 'x'), 11, 4, 1 FROM n");
+  const auto reports = server.get<"Reports">();
+  ASSERT_TRUE(reports.call<"Refresh">());
+  const std::vector<Row> rows = reports.rows();
+  ASSERT_EQ(rows.size(), 4u);
+  EXPECT_EQ((rows[3].get<Report, "Name">()), u"Orders 4");
+}
+
 TEST_F(DbusTransports, ReserveTheServiceForOneDatabase) {
   EXPECT_TRUE(transport_.reserve(database_.connection_string()));
   const auto server = connected_server();

@@ -118,6 +118,30 @@ TEST_P(TransportContract, HandsOutNothingAsNothing) {
   EXPECT_FALSE(add_component(components, -1));
 }
 
+TEST_P(TransportContract, MakesNoComponentThatTheCollectionRefuses) {
+  Row row = Row::of<Component>();
+  row.set<Component, "CompID">(std::int16_t{-1});
+  EXPECT_FALSE(Record::make(transport(), row));
+}
+
+TEST_P(TransportContract, TakesARecordForNoneOfAnotherClass) {
+  const Record made = pc(u"02-A");
+  EXPECT_EQ(made.as<RegisteredPC>().get<"MACNumber">(), u"02-A");
+  EXPECT_THROW((void)made.as<Report>(), Error);
+  Row report = Row::of<Report>();
+  report.set<Report, "Title">(u"Orders");
+  EXPECT_THROW(made.assign(report), Error);
+  EXPECT_EQ(made.as<RegisteredPC>().get<"MACNumber">(), u"02-A");
+}
+
+TEST_P(TransportContract, TakesNothingForNoObject) {
+  const auto components = server_->get<"Components">();
+  const auto nothing = components.call<"Item">(Text(u"C7"));
+  ASSERT_FALSE(nothing);
+  EXPECT_FALSE(components.call<"AddCompObject">(nothing));
+  EXPECT_EQ(components.get<"Count">(), 0);
+}
+
 TEST_P(TransportContract, FindsEntriesByKeyAndByPosition) {
   const auto components = server_->get<"Components">();
   for (const std::int16_t id : std::array<std::int16_t, 2>{3, 5}) {

@@ -25,6 +25,8 @@ class Refused(Exception):
 
 
 class EveryCallOfTheBusFailsOnce(BusTest):
+    REASON = r"\[critical\] .|since the connection to the bus failed"
+
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -119,6 +121,7 @@ class EveryCallOfTheBusFailsOnce(BusTest):
         # One that has answered may be about to end.
         if not self.work():
             self.assertEqual(self.service.wait(PATIENCE), 1, f"{struck}: {self.log.read_text()}")
+            self.assertRegex(self.log.read_text().splitlines()[-1], self.REASON)
             self.ended_by.add(struck)
             self.start()
             self.assertTrue(self.work(), struck)

@@ -140,7 +140,6 @@ class EveryCallOfOdbcFailsOnce : public testing::TestWithParam<Job> {
       site.process->host.box.will_answer(nth % 2 == 0 ? platform::Answer::kRetry
                                                       : platform::Answer::kCancel);
     }
-    api_.spares_data = true;
     api_.calls = 0;
     api_.failing_call = nth;
     bool went_well = false;

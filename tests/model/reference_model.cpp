@@ -244,6 +244,31 @@ void insert_row(Database& database, Kind kind, int number) {
   database.tables[kind][name.second] = std::move(row);
 }
 
+// What other programs do to a row.
+void write_from_outside(World& world, const Step& step) {
+  Database& database = world.database;
+  const auto kind = static_cast<Kind>(step.kind % kKinds);
+  const RowName name = row_named(kind, step.key);
+  if (world.traits.locks_bind_everybody && database.holder(name, nullptr) != nullptr) return;
+  if (step.op == Op::kInsertRow) {
+    insert_row(database, kind, step.key);
+    return;
+  }
+  if (!is_spelt_as_chosen(world, kind, step.key)) return;
+  if (step.op == Op::kDeleteRow) {
+    database.tables[kind].erase(name.second);
+    return;
+  }
+  StoredRow& row = database.tables[kind].at(name.second);
+  row.version = database.next_version();
+  if (step.op == Op::kTouchRow) return;
+  const Spoiling& spoiling = chosen(kSpoilings[kind], step.value);
+  const std::string sql = spoiling.sql;
+  row.columns[spoiling.column] = sql == "NULL"    ? Datum()
+                                 : sql == "99999" ? Datum(std::int64_t{99999})
+                                                  : Datum(std::string("oops"));
+}
+
 }  // namespace
 
 std::string path_of(const std::string& file) { return kAnyText + file; }
@@ -426,34 +451,17 @@ Sight ReferenceModel::of_record(Process& process, const Step& step) {
 }
 
 void ReferenceModel::from_outside(Process& process, const Step& step) {
-  Database& database = world_.database;
-  const auto kind = static_cast<Kind>(step.kind % kKinds);
-  const RowName name = row_named(kind, step.key);
   if (step.op == Op::kRefuseCommit) {
     process.refuses_next_commit = true;
   } else if (step.op == Op::kKillProcess) {
     kill_process(world_, step.process % kProcesses);
   } else if (step.op == Op::kCutConnection) {
-    for (const auto& each : database.connections) {
+    for (const auto& each : world_.database.connections) {
       const ConnectionPtr connection = each.lock();
       if (connection != nullptr && connection->process == &process) connection->cut = true;
     }
-  } else if ((world_.traits.locks_bind_everybody && database.holder(name, nullptr) != nullptr) ||
-             (step.op != Op::kInsertRow && !is_spelt_as_chosen(world_, kind, step.key))) {
-    return;
-  } else if (step.op == Op::kInsertRow) {
-    insert_row(database, kind, step.key);
-  } else if (step.op == Op::kDeleteRow) {
-    database.tables[kind].erase(name.second);
   } else {
-    StoredRow& row = database.tables[kind].at(name.second);
-    row.version = database.next_version();
-    if (step.op == Op::kTouchRow) return;
-    const Spoiling& spoiling = chosen(kSpoilings[kind], step.value);
-    const std::string sql = spoiling.sql;
-    row.columns[spoiling.column] = sql == "NULL"    ? Datum()
-                                   : sql == "99999" ? Datum(std::int64_t{99999})
-                                                    : Datum(std::string("oops"));
+    write_from_outside(world_, step);
   }
 }
 

@@ -17,8 +17,8 @@ using test_support::StandIn;
 constexpr std::int32_t kLockTimeout = 1222;
 constexpr std::int32_t kKeyIsTaken = 2627;
 
-constexpr std::array<const char*, kKinds> kOrdersThere{"CompID", "MACNbr, ComputerID, CompID",
-                                                       "ReportName"};
+constexpr std::array<const char*, kKinds> kServerOrders{"CompID", "MACNbr, ComputerID, CompID",
+                                                        "ReportName"};
 
 StandIn& server() {
   static const auto kServer = [] {
@@ -29,7 +29,7 @@ StandIn& server() {
   return *kServer;
 }
 
-std::string insertion_there(Kind kind, int number) {
+std::string server_insertion(Kind kind, int number) {
   if (kind == kComponents) {
     return "INSERT INTO DW_SEC_COMP (CompID, ForceDisplay, MaintType, MetaID) VALUES (" +
            std::to_string(chosen(kComponentIds, number)) + ", 0, 2, 'abc')";
@@ -91,7 +91,7 @@ class SqlServer final : public PlayedDatabase {
     const std::string where = condition_of(kind, step.key);
     try {
       if (step.op == Op::kInsertRow) {
-        run(insertion_there(kind, step.key));
+        run(server_insertion(kind, step.key));
       } else if (step.op == Op::kDeleteRow) {
         run(std::string("DELETE FROM ") + kTables[kind] + where);
       } else if (step.op == Op::kTouchRow) {
@@ -110,7 +110,7 @@ class SqlServer final : public PlayedDatabase {
       std::string sql = "SELECT ";
       for (const std::string& column : columns) sql += (sql.size() > 7 ? ", " : "") + column;
       sql +=
-          std::string(" FROM ") + kTables[kind] + " WITH (NOLOCK) ORDER BY " + kOrdersThere[kind];
+          std::string(" FROM ") + kTables[kind] + " WITH (NOLOCK) ORDER BY " + kServerOrders[kind];
       const Text statement = from_utf8(sql);
       const engine_contract::FetchedRows rows(
           session_->open({.statement = statement,

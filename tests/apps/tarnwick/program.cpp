@@ -110,12 +110,13 @@ Program::~Program() {
   if (err_.file >= 0) close(err_.file);
 }
 
-bool Program::read_more() {
+bool Program::read_more(int patience) {
   std::array<Stream*, 2> streams{&out_, &err_};
   std::array<pollfd, 2> waiting{};
   for (std::size_t i = 0; i < streams.size(); ++i) waiting[i] = {streams[i]->file, POLLIN, 0};
   if (out_.file < 0 && err_.file < 0) return false;
-  if (poll(waiting.data(), waiting.size(), -1) < 0) fail("poll");
+  const int ready = poll(waiting.data(), waiting.size(), patience);
+  if (ready < 0) fail("poll");
   for (std::size_t i = 0; i < streams.size(); ++i) {
     if (waiting[i].revents == 0) continue;
     std::array<char, 65536> bytes{};
@@ -129,7 +130,7 @@ bool Program::read_more() {
     close(streams[i]->file);
     streams[i]->file = -1;
   }
-  return true;
+  return ready > 0;
 }
 
 void Program::wait_in(Stream& stream, const std::string& text) {
@@ -191,6 +192,17 @@ Ending Program::end() {
 Ending Program::end_with_open_input() {
   while (read_more()) {
   }
+  return gather();
+}
+
+Ending Program::end_alone() {
+  wait_for_end();
+  while (read_more(0)) {
+  }
+  return gather();
+}
+
+Ending Program::gather() {
   int status = 0;
   if (waitpid(process_, &status, 0) != process_) fail("waitpid");
   process_ = -1;

@@ -67,6 +67,9 @@ class Program {
   Ending end();
   /// Waits for its end with its input open, so that it does not end by that.
   Ending end_with_open_input();
+  /// Waits for its end, and for no other program that has its output as well. What it says must fit
+  /// into a pipe.
+  Ending end_alone();
 
  private:
   struct Stream {
@@ -74,8 +77,10 @@ class Program {
     std::string said;
     std::size_t seen = 0;
   };
-  /// Reads what there is to read from whoever has something; false when both are at their end.
-  bool read_more();
+  /// Waits for so many milliseconds (-1: for as long as it takes) and reads what there is; false
+  /// when there was nothing, or both streams are at their end.
+  bool read_more(int patience = -1);
+  Ending gather();
   void wait_in(Stream& stream, const std::string& text);
 
   pid_t process_ = -1;

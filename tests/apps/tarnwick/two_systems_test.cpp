@@ -193,7 +193,8 @@ class OverCom : public TwoSystems {
     // The server stands in another folder, and on another drive of Wine's.
     start.environment["TARNWICK_CONNECT"] =
         "Provider=Tarnwick.Embedded;Data Source=Z:" + database_folder_;
-    return test_support::run(start);
+    // The server, which Wine lets the first command start, outlives it.
+    return test_support::Program(start).end_alone();
   }
   std::string say_over_com(std::vector<std::string> arguments) const {
     const Ending ending = run_over_com(std::move(arguments));

@@ -26,11 +26,13 @@ def run(*command):
         return code, output.read()
 
 
-def end_session():
-    """Ends every process of the prefix at once, as the end of a user's session does."""
-    for switch in ("-k", "-w", "-p"):
-        # The one that stays would keep the streams of the test open.
-        subprocess.run([WINE / "wineserver", switch], check=False, stdin=subprocess.DEVNULL,
+def begin_new_session():
+    """Ends every process of the prefix at once, as the end of a user's session does, and begins the
+    next one."""
+    # What stays of the last two would keep the streams of the test open, and the environment.
+    for command in (["wineserver", "-k"], ["wineserver", "-w"], ["wineserver", "-p"],
+                    ["wine64", "cmd", "/c", "exit"]):
+        subprocess.run([WINE / command[0], *command[1:]], check=False, stdin=subprocess.DEVNULL,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 

@@ -40,7 +40,7 @@ ServingProcess::ServingProcess() {
   EXPECT_FALSE(all.empty());
   if (all.empty()) return;
   id_ = all.front().th32ProcessID;
-  process_ = OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_TERMINATE | SYNCHRONIZE, FALSE, id_);
+  process_ = OpenProcess(PROCESS_QUERY_INFORMATION | SYNCHRONIZE, FALSE, id_);
   EXPECT_NE(process_, nullptr) << GetLastError();
 }
 
@@ -75,11 +75,6 @@ std::size_t ServingProcess::threads() const {
   }
   ADD_FAILURE() << "the process has ended";
   return 0;
-}
-
-void ServingProcess::end() {
-  TerminateProcess(process_, 99);
-  WaitForSingleObject(process_, INFINITE);
 }
 
 }  // namespace tarnwick::test_support

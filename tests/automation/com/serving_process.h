@@ -19,8 +19,6 @@ class ServingProcess {
   [[nodiscard]] std::size_t memory() const;  // bytes of its own
   [[nodiscard]] std::size_t handles() const;
   [[nodiscard]] std::size_t threads() const;
-  /// Ends it by force.
-  void end();
 
  private:
   DWORD id_ = 0;

@@ -22,19 +22,7 @@ using test_support::LateBound;
 using test_support::Outcome;
 using test_support::OwnObject;
 using test_support::Process;
-using test_support::ServingProcess;
 using test_support::Var;
-
-/// Under Wine what a killed client held keeps the server for good: it shall not be met by the tests
-/// behind these.
-class EndsTheServer : public ::testing::Environment {
- public:
-  void TearDown() override {
-    if (test_support::running(L"Tarnwick.exe") > 0) ServingProcess().end();
-  }
-};
-[[maybe_unused]] const auto* const kEndsTheServer =
-    ::testing::AddGlobalTestEnvironment(new EndsTheServer);
 
 class StrangeObjects : public test_support::Strangers {
  protected:

@@ -164,18 +164,6 @@ class ByHand(BusTest):
         self.assertEqual(self.service.wait(60), 0)
         self.assertIsNone(client.owner())
 
-    def test_a_process_ends_with_its_bus(self):
-        folder = self.folder / "short"
-        folder.mkdir()
-        bus = Bus(folder)
-        service = subprocess.Popen([os.environ["TARNWICK_SERVER"], "--address", bus.address],
-                                   stderr=subprocess.DEVNULL)
-        client = Client(bus.address)
-        until(lambda: client.owner() is not None, "the service")
-        client.create("Report")
-        bus.close()
-        self.assertNotEqual(service.wait(60), None)
-
 
 class Switches(unittest.TestCase):
     def run_server(self, *arguments):

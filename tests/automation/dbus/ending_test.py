@@ -88,12 +88,23 @@ class EndingOfAServiceWhoseLogNobodyReads(BusTest):
         self.assertEqual(self.service.wait(PATIENCE), -signal.SIGTERM)
 
 
+class EndingWithoutABus(BusTest):
+    def stop_service(self):
+        self.service.wait(PATIENCE)
+
+    def test_says_why(self):
+        self.client().create("Report")
+        self.bus.process.kill()
+        self.assertEqual(self.service.wait(PATIENCE), 1)
+        self.assertIn("Ending, since the connection to the bus failed", self.log.read_text())
+
+
 class EndingWithoutWork(BusTest):
     def test_is_in_order(self):
         self.database()
         self.service.send_signal(signal.SIGTERM)
         self.assertEqual(self.service.wait(PATIENCE), 0)
-        self.assertIn("Ending", self.log.read_text())
+        self.assertRegex(self.log.read_text(), "Ending\n$")
 
 
 if __name__ == "__main__":

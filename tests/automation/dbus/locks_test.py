@@ -153,6 +153,12 @@ class Questions(LockTest):
         self.assertIs(self.lock(), False)
         self.assertIn("gave no answer (org.example.Error.No)", self.log.read_text())
 
+    def test_are_not_put_to_a_client_that_the_service_does_not_know(self):
+        answering(self.asking, lambda title, text: self.fail("asked"))
+        stranger = self.client()
+        self.assertIs(stranger.call(self.record.path, self.record.interface, "LockRecord"), False)
+        self.assertIn(f"{TITLE}: {TEXT} Answered: Cancel.", self.log.read_text())
+
     def test_are_not_put_to_a_client_that_took_its_offer_back(self):
         answering(self.asking, lambda title, text: self.fail("asked"))
         self.asking.automation.call("SetLockPrompt", "o", "/")

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "automation/dbus/error.h"
+#include "automation/dbus/handles.h"
 
 namespace tarnwick::automation::dbus {
 namespace {
@@ -49,6 +50,19 @@ TEST(OutgoingText, IsRefusedWhereTheBusLibraryRefusesIt) {
                                u"\xD83F\xDFFFz", u"\xDBFF\xDFFF"}) {
     EXPECT_EQ(refusal_of(text), refused);
   }
+}
+
+TEST(ErrorsOnTheBus, HaveTheNameFailedWhereTheirNumberHasNone) {
+  ErrorHandle error;
+  EXPECT_EQ(error.name(), "");
+  EXPECT_STREQ(error.message(), "");
+  try {
+    throw Error(static_cast<ErrorNumber>(12345));
+  } catch (...) {
+    fill_error(error.get());
+  }
+  EXPECT_EQ(error.name(), "org.tarnwick.Security1.Error.Failed");
+  EXPECT_STRNE(error.message(), "");
 }
 
 TEST(OutgoingText, IsTakenOtherwise) {

@@ -264,6 +264,73 @@ TEST_F(FreeTdsTest, AnErrorOfALongWriteLeavesTransactionAndConnectionUsable) {
   EXPECT_TRUE(row.value(u"SQLStmnt") == Variant(Text(100'000, u'\u017c')));
 }
 
+/// The driver manager, of which one of the calls that hand over a long value fails before it
+/// reaches the driver.
+class DataBrokenOff final : public odbc::OdbcApi {
+ public:
+  std::size_t failing_call = 0;  // counted from 1
+  std::size_t calls = 0;
+  std::size_t refused_frees = 0;
+
+  SQLRETURN param_data(SQLHSTMT stmt, SQLPOINTER* token) override {
+    return ++calls == failing_call ? SQL_ERROR : OdbcApi::param_data(stmt, token);
+  }
+  SQLRETURN put_data(SQLHSTMT stmt, SQLPOINTER data, SQLLEN length) override {
+    return ++calls == failing_call ? SQL_ERROR : OdbcApi::put_data(stmt, data, length);
+  }
+  SQLRETURN free_handle(SQLSMALLINT type, SQLHANDLE handle) override {
+    const SQLRETURN result = OdbcApi::free_handle(type, handle);
+    if (!SQL_SUCCEEDED(result)) ++refused_frees;
+    return result;
+  }
+};
+
+TEST_F(FreeTdsTest, ALongWriteThatBreaksOffSendsNothingAndLeavesTheTransactionUsable) {
+  (void)session_with_sales();
+  const Bytes payload(2'500'000, std::byte{7});  // three pieces
+  DataBrokenOff api;
+  odbc::OdbcEngine engine(api);
+  for (std::size_t call = 1;; ++call) {
+    SCOPED_TRACE(call);
+    {
+      const auto session = open_session_with(engine);
+      session->begin();
+      auto held = hold(*session);
+      held.update({{u"Author", Text(u"Ann")}});
+      (void)server_.take_log();
+      api.calls = 0;
+      api.failing_call = call;
+      const auto write = [&] {
+        held.update({{u"Report_Binary", payload}, {u"TTX_Binary", payload}});
+      };
+      if (call >
+          9) {  // each value is asked for and sent in pieces, and then there is one call more
+        write();
+        EXPECT_EQ(api.calls, 9u);
+        break;
+      }
+      EXPECT_EQ(error_of(write).number(), number(AdoErrorNumber::kUnspecified));
+      EXPECT_THAT(server_.take_log(), Not(Contains(HasSubstr("Report_Binary"))));
+      EXPECT_TRUE(session->alive());
+      if (call % 2 == 0) {
+        session->rollback();
+      } else {
+        held.update({{u"Title", Text(u"After")}});
+        session->commit();
+      }
+    }
+    EXPECT_EQ(api.refused_frees, 0u);
+    const auto other = open_session();
+    other->begin();
+    const auto row = hold(*other);
+    ASSERT_EQ(row.size(), 1u) << "it is still locked";
+    EXPECT_EQ(row.value(u"Title"), Variant(Text(call % 2 == 0 ? u"Old" : u"After")));
+    EXPECT_TRUE(is_null(row.value(u"Report_Binary")));
+    other->rollback();
+    open_session()->execute(u"Update DW_Reports Set Title = 'Old', Author = Null");
+  }
+}
+
 TEST_F(FreeTdsTest, ACommitThatTheServerRefusesLeavesTheTransactionToBeRolledBack) {
   const auto session = session_with_sales();
   session->begin();

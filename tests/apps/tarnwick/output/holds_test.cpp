@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "apps/tarnwick/examination/holds.h"
@@ -77,6 +78,43 @@ TEST(HeldRowsInATable, AreCutToTheLinesThatThereAre) {
   EXPECT_NE(shown.find("VEL-2"), std::string::npos);
   EXPECT_EQ(shown.find("VEL-3"), std::string::npos);
   EXPECT_TRUE(shown.ends_with("\n... and 1 more.\n")) << shown;
+}
+
+TEST(HeldRows, AreSortedByEachOfTheirColumns) {
+  Hold early = row(u"VEL-1 - 3/1/2024 1:00:00 PM");
+  early.row.table = u"A";
+  early.row.key = u"A";
+  early.program = u"a";
+  early.user = u"a";
+  early.session = 51;
+  Hold late = row(u"VEL-2 - 3/1/2024 1:30:00 PM");
+  late.row.process_id = 816;
+  late.program = u"B";
+  late.user = u"B";
+  late.session = 52;
+  for (std::size_t column = 0; column < hold_columns().size(); ++column) {
+    // Whoever came first holds for longer.
+    const bool first = hold_columns()[column] != "For";
+    EXPECT_EQ(sort_key(early, column, kNow) < sort_key(late, column, kNow), first)
+        << hold_columns()[column];
+    EXPECT_NE(sort_key(early, column, kNow), sort_key(late, column, kNow));
+  }
+}
+
+TEST(HeldRows, OfWhichALittleIsKnownComeFirst) {
+  Hold unknown = row(u"");
+  unknown.row.process_id.reset();
+  for (const char* name : {"Since", "For", "Process", "Session"}) {
+    const auto column =
+        static_cast<std::size_t>(std::ranges::find(hold_columns(), name) - hold_columns().begin());
+    EXPECT_EQ(sort_key(unknown, column, kNow), SortKey()) << name;
+  }
+}
+
+TEST(HeldRows, NameTheSessionOfAServer) {
+  Hold held = row(u"VEL-1 - 3/1/2024 1:00:00 PM");
+  held.session = 51;
+  EXPECT_EQ(holder_of(held, read_stamp(held.row.stamp, kNow)), "VEL-1 (process 815, session 51)");
 }
 
 TEST(RowsHeldForLong, AreThoseThatWereHeldForTheTimeGiven) {

@@ -97,6 +97,12 @@ TEST(FieldValues, OutOfTheOrdinarySurviveAnEditThatLeavesThem) {
   EXPECT_EQ(from_json("it", Json("1000000000"), Date{1e9}), AttributeValue(Date{1e9}));
 }
 
+TEST(FieldValues, OfDatesAloneMayBeNullForMachines) {
+  EXPECT_EQ(from_json("it", Json(nullptr), Date{45284.5}), AttributeValue(Date{}));
+  EXPECT_THROW((void)from_json("it", Json(nullptr), std::int16_t{3}), Failure);
+  EXPECT_THROW((void)from_json("it", Json(nullptr), Text(u"a")), Failure);
+}
+
 TEST(FieldValues, TellWhatMayBeWrittenForThem) {
   EXPECT_EQ(choices(false), "yes or no");
   EXPECT_EQ(choices(Date{}), "yyyy-mm-dd [hh:mm:ss]");
