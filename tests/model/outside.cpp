@@ -89,7 +89,7 @@ class Embedded final : public PlayedDatabase {
             Text(EmbeddedDatabase::kPassword)};
   }
   Text string_of_no_database() const override {
-    return u"Provider=Tarnwick.Embedded;Data Source=/nowhere/at/all";
+    return database_.connection_string() + u"/nowhere";
   }
   void write(const Step& step) override { write_from_outside(outside_, step); }
   void add_stored_rows(Sight& sight) override { model::add_stored_rows(outside_, sight); }

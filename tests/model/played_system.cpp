@@ -1,5 +1,6 @@
 #include "tests/model/played_system.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -213,26 +214,40 @@ PlayedSystem::PlayedSystem(const Stage& stage) : stage_(stage) {
   for (const File& file : kFiles) {
     if (file.bytes != nullptr) payloads_.write(file.name, file.bytes);
   }
-  for (int i = 0; i < kProcesses; ++i) start(sides_.emplace_back());
+  for (int i = 0; i < kProcesses; ++i) {
+    Side& side = sides_.emplace_back();
+    side.number = i;
+    start(side);
+  }
+}
+
+Traits PlayedSystem::traits() const {
+  Traits traits{.database = database_->traits(), .processes = {}};
+  for (const Side& side : sides_) {
+    traits.processes[static_cast<std::size_t>(side.number)] = side.process->traits();
+  }
+  return traits;
 }
 
 bool PlayedSystem::can(const Step& step) const {
+  const Side& side = sides_[static_cast<std::size_t>(step.process % kProcesses)];
+  const ProcessTraits traits = side.process->traits();
   switch (step.op) {
     case Op::kSpoilRow:
-      return traits().takes_any_value;
+      return database_->traits().takes_any_value;
     case Op::kRefuseCommit:
-      return traits().can_refuse_commits;
+      return traits.can_refuse_commits;
     case Op::kCutConnection:
-      return traits().can_be_cut;
+      return traits.can_be_cut;
     case Op::kKillProcess:
-      return traits().can_be_killed;
+      return traits.can_be_killed;
     default:
       return true;
   }
 }
 
 void PlayedSystem::start(Side& side) {
-  side.process = stage_.make_process();
+  side.process = stage_.make_process(side.number);
   side.process->box.give_back = [this](int process, int place) {
     Side& holder = sides_[static_cast<std::size_t>(process)];
     (void)call(holder.process->transport(), holder.places[static_cast<std::size_t>(place)],
@@ -457,7 +472,8 @@ Sight PlayedSystem::carry_out(Side& side, const Step& step) {
 }
 
 Sight PlayedSystem::settled(Sight sight) const {
-  if (!sides_.front().process->has_own_time()) return sight;
+  const auto has_own_time = [](const Side& side) { return side.process->has_own_time(); };
+  if (std::none_of(sides_.begin(), sides_.end(), has_own_time)) return sight;
   for (auto& [name, value] : sight) {
     if (name.ends_with("SoftLock") && value.find(" - ") != std::string::npos) value = kStamp;
     // No date of the vocabulary is as late.

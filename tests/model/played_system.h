@@ -3,6 +3,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,7 @@ class PlayedProcess {
   virtual void cut_connections() {}
   /// Whether it stamps rows with the time and the computer's name as they are.
   [[nodiscard]] virtual bool has_own_time() const { return false; }
-  [[nodiscard]] virtual Traits traits() const { return {}; }
+  [[nodiscard]] virtual ProcessTraits traits() const { return {}; }
   /// At once, and in the middle of whatever it holds. Nothing but the end of this object follows.
   virtual void kill() {}
   AnsweringBox box;
@@ -50,11 +51,12 @@ class PlayedDatabase {
   /// One of the steps from kInsertRow to kSpoilRow.
   virtual void write(const Step& step) = 0;
   virtual void add_stored_rows(Sight& sight) = 0;
+  [[nodiscard]] virtual DatabaseTraits traits() const { return {}; }
 };
 
 /// What is played on.
 struct Stage {
-  std::unique_ptr<PlayedProcess> (*make_process)();
+  std::unique_ptr<PlayedProcess> (*make_process)(int number);
   std::unique_ptr<PlayedDatabase> (*make_database)();
 };
 /// Processes in this very process, on an embedded database.
@@ -63,6 +65,16 @@ extern const Stage kInHere;
 extern const Stage kOnBuses;
 /// Processes in this very process, on what stands in for SQL Server.
 extern const Stage kOnSqlServer;
+/// The registered server on COM, beside a process in this very process, on an embedded database.
+extern const Stage kOverCom;
+
+/// A stage by its name among the words of a command line.
+struct NamedStage {
+  const char* name;
+  const Stage* stage;
+};
+/// Those that this system has.
+[[nodiscard]] std::span<const NamedStage> stages();
 
 /// The system as something that steps are played on: what ReferenceModel does, done by clients of
 /// the real one, on a fresh database.
@@ -75,11 +87,12 @@ class PlayedSystem {
   [[nodiscard]] Sight look();
   /// Whether the step can be played at all.
   [[nodiscard]] bool can(const Step& step) const;
-  [[nodiscard]] Traits traits() const { return sides_.front().process->traits(); }
+  [[nodiscard]] Traits traits() const;
 
  private:
   // What a process's clients hold.
   struct Side {
+    int number = 0;
     std::unique_ptr<PlayedProcess> process;
     std::array<client::Object, kServers> servers;
     std::array<client::Object, kPlaces> places;

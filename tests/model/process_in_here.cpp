@@ -1,8 +1,8 @@
-#include "engines/odbc/engine.h"
+#include "tests/model/process_in_here.h"
+
 #include "engines/sqlite/engine.h"
 #include "tests/model/failing_engine.h"
 #include "tests/model/outside.h"
-#include "tests/model/sql_server.h"
 #include "tests/support/object_model.h"
 
 namespace tarnwick::model {
@@ -20,15 +20,15 @@ class Host final : public test_support::ScriptedHost {
 
 class ProcessInHere final : public PlayedProcess {
  public:
-  ProcessInHere(std::unique_ptr<ado::Engine> engine, const Traits& traits)
+  ProcessInHere(std::unique_ptr<ado::Engine> engine, const ProcessTraits& traits)
       : traits_(traits), engine_(std::move(engine)) {}
   client::Transport& transport() override { return *transport_; }
-  [[nodiscard]] Traits traits() const override { return traits_; }
+  [[nodiscard]] ProcessTraits traits() const override { return traits_; }
   void refuse_next_commit() override { engine_.refuse_next_commit(); }
   void cut_connections() override { engine_.cut_connections(); }
 
  private:
-  Traits traits_;
+  ProcessTraits traits_;
   test_support::TemporaryFolder folder_;
   FailingEngine engine_;
   Host host_{folder_.path(), box};
@@ -36,24 +36,18 @@ class ProcessInHere final : public PlayedProcess {
   std::unique_ptr<client::Transport> transport_ = client::make_in_process_transport(state_);
 };
 
-template <class Engine>
-std::unique_ptr<PlayedProcess> make(const Traits& traits) {
-  return std::make_unique<ProcessInHere>(std::make_unique<Engine>(), traits);
-}
-
 }  // namespace
 
-const Stage kInHere{
-    [] { return make<sqlite::SqliteEngine>({.can_refuse_commits = true, .can_be_cut = true}); },
-    &make_embedded_database};
+std::unique_ptr<PlayedProcess> make_process_in_here(std::unique_ptr<ado::Engine> engine,
+                                                    const ProcessTraits& traits) {
+  return std::make_unique<ProcessInHere>(std::move(engine), traits);
+}
 
-const Stage kOnSqlServer{[] {
-                           return make<odbc::OdbcEngine>({.can_refuse_commits = true,
-                                                          .takes_any_value = false,
-                                                          .locks_bind_everybody = true,
-                                                          .folds_all_letters = true,
-                                                          .deleted_rows_are_held = false});
-                         },
-                         &make_sql_server_database};
+std::unique_ptr<PlayedProcess> make_embedded_process(int /*number*/) {
+  return make_process_in_here(std::make_unique<sqlite::SqliteEngine>(),
+                              {.can_refuse_commits = true, .can_be_cut = true});
+}
+
+const Stage kInHere{&make_embedded_process, &make_embedded_database};
 
 }  // namespace tarnwick::model

@@ -9,7 +9,7 @@ class ProcessOnABus final : public PlayedProcess {
  public:
   client::Transport& transport() override { return *transport_; }
   [[nodiscard]] bool has_own_time() const override { return true; }
-  [[nodiscard]] Traits traits() const override {
+  [[nodiscard]] ProcessTraits traits() const override {
     return {.ends_locks_of_dropped = true, .can_be_killed = true};
   }
   void kill() override { service_.kill_service(); }
@@ -23,7 +23,7 @@ class ProcessOnABus final : public PlayedProcess {
 }  // namespace
 
 const Stage kOnBuses{
-    []() -> std::unique_ptr<PlayedProcess> { return std::make_unique<ProcessOnABus>(); },
+    [](int) -> std::unique_ptr<PlayedProcess> { return std::make_unique<ProcessOnABus>(); },
     &make_embedded_database};
 
 }  // namespace tarnwick::model

@@ -113,6 +113,13 @@ RowName row_named(Kind kind, int number) {
   return row_of_pc(name.mac, name.computer, name.component);
 }
 
+// An error that a call raises, of which no account is given.
+Sight raised(Process& process, const Failure& failure) {
+  if (process.traits.raising_tells_the_cause) note(process, cause_of(failure));
+  return told("error " + std::to_string(failure.number));
+}
+Sight raised(Process& process, std::int32_t number) { return raised(process, Failure{number, {}}); }
+
 Sight item(Process& process, Kind kind, RecordPtr& place, const std::string* key, int position) {
   int error = 0;
   RecordPtr found;
@@ -129,7 +136,7 @@ Sight item(Process& process, Kind kind, RecordPtr& place, const std::string* key
       found = entries[static_cast<std::size_t>(position - 1)].second;
     }
   }
-  if (error != 0 && kind == kPcs) return told("error " + std::to_string(error));
+  if (error != 0 && kind == kPcs) return raised(process, error);
   if (error != 0) return told(std::string("nothing"));
   place = found;
   return told(std::string("object"));
@@ -156,17 +163,17 @@ void let(Record& record, const Step& step) {
   }
 }
 
-// A call beside the object model: its failure is the caller's, and no account is given.
-Sight answered(const std::function<std::string()>& answer) {
+// A call beside the object model: its failure is the caller's.
+Sight answered(Process& process, const std::function<std::string()>& answer) {
   try {
     return told(answer());
   } catch (const Failure& failure) {
-    return told("error " + std::to_string(failure.number));
+    return raised(process, failure);
   }
 }
 
 Sight found_pcs(Process& process, const std::string& name) {
-  return answered([&] {
+  return answered(process, [&] {
     (void)process.require_connection();
     std::string found;
     for (const StoredRow& row : rows_as_they_stand(process, kPcs, name)) {
@@ -180,7 +187,7 @@ Sight found_pcs(Process& process, const std::string& name) {
 }
 
 Sight report_files(Process& process) {
-  return answered([&] {
+  return answered(process, [&] {
     // The length is asked for in words of the engine, which is asked for them first.
     if (!process.require_connection().open) throw Failure{3704, {}};
     require_database(*process.connection);
@@ -266,11 +273,13 @@ void write_from_outside(World& world, const Step& step) {
 
 std::string path_of(const std::string& file) { return kAnyText + file; }
 
-World::World(const Traits& of) : traits(of) {
+World::World(const Traits& of) : traits(of.database) {
   for (const File& file : kFiles) {
     if (file.bytes != nullptr) files[file.name] = file.bytes;
   }
-  for (int i = 0; i < kProcesses; ++i) processes.push_back(std::make_unique<Process>(*this));
+  for (const ProcessTraits& each : of.processes) {
+    processes.push_back(std::make_unique<Process>(*this, each));
+  }
 }
 
 void kill_process(World& world, int number) {
@@ -281,7 +290,7 @@ void kill_process(World& world, int number) {
     connection->cut = true;
     connection->transaction.reset();
   }
-  process = std::make_unique<Process>(world);
+  process = std::make_unique<Process>(world, process->traits);
 }
 
 Sight ReferenceModel::of_server(Process& process, const Step& step) {
@@ -330,7 +339,7 @@ Sight ReferenceModel::of_collection(Process& process, const Step& step) {
         for (const auto& entry : store->entries) changed = changed || entry.second->changed;
         count = std::to_string(store->entries.size());
       } else if (kind == kPcs) {
-        count = "error 91";
+        count = raised(process, 91).front().second;
       }
       const bool usable = store != nullptr && !store->entries.empty() && process.connected();
       return {{"Count", count},
@@ -338,10 +347,10 @@ Sight ReferenceModel::of_collection(Process& process, const Step& step) {
               {"Initialized", usable ? "True" : "False"}};
     }
     case Op::kList:
-      if (store == nullptr && kind == kPcs) return told(std::string("error 91"));
+      if (store == nullptr && kind == kPcs) return raised(process, 91);
       return described(store == nullptr ? std::vector<RecordPtr>() : records_of(*store));
     case Op::kRows: {
-      if (store == nullptr && kind == kPcs) return told(std::string("error 91"));
+      if (store == nullptr && kind == kPcs) return raised(process, 91);
       const auto records = store == nullptr ? std::vector<RecordPtr>() : records_of(*store);
       Sight sight = told(std::to_string(records.size()));
       for (std::size_t i = 0; i < records.size(); ++i) {
@@ -466,7 +475,7 @@ bool ReferenceModel::can(const Step& step) const {
 
 Sight ReferenceModel::play(const Step& step) {
   Process& process = *world_.processes[static_cast<std::size_t>(step.process % kProcesses)];
-  world_.answer_plan = step.value % (world_.traits.can_be_killed ? 4 : 3);
+  world_.answer_plan = step.value % (process.traits.can_be_killed ? 4 : 3);
   world_.answers.clear();
   if (step.op >= Op::kInsertRow) {
     from_outside(process, step);
@@ -479,7 +488,7 @@ Sight ReferenceModel::play(const Step& step) {
   for (const RecordPtr& record : before) {
     const auto& now = process.places;
     const bool dropped = std::find(now.begin(), now.end(), record) == now.end();
-    if (world_.traits.ends_locks_of_dropped && dropped && record != nullptr)
+    if (process.traits.ends_locks_of_dropped && dropped && record != nullptr)
       (void)release_record(*record);
   }
   return sight;

@@ -159,13 +159,21 @@ struct Answer {
 };
 
 /// In what the forms differ that processes are played in.
-struct Traits {
+struct ProcessTraits {
   /// A record that its client gives up gives back its row, though a collection may keep the record.
   bool ends_locks_of_dropped = false;
-  /// What can be done to processes, and to rows from outside.
+  /// Nobody is asked about locked rows: it cancels.
+  bool asks_nobody = false;
+  /// An error that a call raises becomes the last cause, too.
+  bool raising_tells_the_cause = false;
+  /// What can be done to it.
   bool can_be_killed = false;
   bool can_refuse_commits = false;
   bool can_be_cut = false;
+};
+
+/// In what the databases differ.
+struct DatabaseTraits {
   bool takes_any_value = true;
   /// Nobody writes a row that another one holds, and whoever reads it all the same sees what is not
   /// committed.
@@ -176,6 +184,11 @@ struct Traits {
   bool deleted_rows_are_held = true;
 };
 
+struct Traits {
+  DatabaseTraits database;
+  std::array<ProcessTraits, kProcesses> processes;
+};
+
 struct World;
 
 struct ServerObject {
@@ -183,13 +196,14 @@ struct ServerObject {
 };
 
 struct Process {
-  explicit Process(World& of) : world(of) {}
+  Process(World& of, const ProcessTraits& what) : world(of), traits(what) {}
 
   [[nodiscard]] bool connected() const { return connection != nullptr && connection->open; }
   [[nodiscard]] Connection& require_connection() const;
   [[nodiscard]] Store& require_store(Kind kind) const;
 
   World& world;
+  ProcessTraits traits;
   ConnectionPtr connection;
   std::string message;
   std::int32_t number = 0;
@@ -212,7 +226,7 @@ void require_own_row(const Database& database, const Connection& connection);
 /// Everything, and what questions of locked rows are answered in the step that is played.
 struct World {
   explicit World(const Traits& of);
-  Traits traits;
+  DatabaseTraits traits;
   Database database;
   std::map<std::string, std::string> files;  // payloads, by their names in the folder
   int answer_plan = 0;

@@ -67,6 +67,7 @@ std::optional<int> other_process_of(const World& world, const Process& asking,
 // Plans: 0 cancel; 1 retry once, then cancel; 2 the holder gives the row back, then retry; 3 the
 // holder's process is killed, then retry.
 bool ask(Process& asking, const Transaction* holder) {
+  if (asking.traits.asks_nobody) return false;
   World& world = asking.world;
   Answer answer;
   if (world.answer_plan == 1) {

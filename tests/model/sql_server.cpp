@@ -1,5 +1,3 @@
-#include "tests/model/sql_server.h"
-
 #include <cstdio>
 #include <stdexcept>
 
@@ -7,6 +5,7 @@
 #include "runtime/conversions.h"
 #include "tests/engines/fetched_rows.h"
 #include "tests/model/outside.h"
+#include "tests/model/process_in_here.h"
 #include "tests/stand_in/stand_in.h"
 #include "tests/support/plain_sqlite.h"
 
@@ -61,6 +60,8 @@ std::string printed_cell(const Variant& value) {
   return to_utf8(to_text(value));
 }
 
+/// One stand-in for all databases of a program. The observer sees what is not committed, and writes
+/// no row that somebody holds.
 class SqlServer final : public PlayedDatabase {
  public:
   SqlServer() {
@@ -76,6 +77,13 @@ class SqlServer final : public PlayedDatabase {
   }
   Text string_of_no_database() const override {
     return u"Provider=MSOLEDBSQL;Data Source=127.0.0.1,1;User ID=sa;Password=none";
+  }
+
+  [[nodiscard]] DatabaseTraits traits() const override {
+    return {.takes_any_value = false,
+            .locks_bind_everybody = true,
+            .folds_all_letters = true,
+            .deleted_rows_are_held = false};
   }
 
   void write(const Step& step) override {
@@ -130,6 +138,11 @@ class SqlServer final : public PlayedDatabase {
 
 }  // namespace
 
-std::unique_ptr<PlayedDatabase> make_sql_server_database() { return std::make_unique<SqlServer>(); }
+const Stage kOnSqlServer{
+    [](int) {
+      return make_process_in_here(std::make_unique<odbc::OdbcEngine>(),
+                                  {.can_refuse_commits = true});
+    },
+    []() -> std::unique_ptr<PlayedDatabase> { return std::make_unique<SqlServer>(); }};
 
 }  // namespace tarnwick::model
