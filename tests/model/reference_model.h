@@ -234,6 +234,12 @@ struct World {
   std::vector<std::unique_ptr<Process>> processes;  // last: records need the database when they end
 };
 
+/// Whether whoever is asked about a row that `holder` (null: nobody) holds wants to try again. By
+/// the plan of the step: 0 no; 1 yes, and no the next time; 2 yes, once the row was given back; 3
+/// yes, once the holder's process was killed.
+bool ask(Process& asking, const Transaction* holder);
+/// What another program does to a row, in one of the steps from kInsertRow to kSpoilRow.
+void write_from_outside(World& world, const Step& step);
 /// The process is gone with all that it held, and another one begins in its place.
 void kill_process(World& world, int number);
 

@@ -41,53 +41,6 @@ std::string key_of(Kind kind, const StoredRow& row) {
   return column("MACNbr") + "\u00FE" + column("ComputerID") + "\u00FE" + column("CompID");
 }
 
-// The holder of the row may give it back while the question is open: its owner has to be one that a
-// client still has.
-std::optional<std::pair<int, int>> place_of(World& world, const Record* owner) {
-  for (int process = 0; process < kProcesses; ++process) {
-    for (int place = 0; place < kPlaces; ++place) {
-      const auto& record = world.processes[static_cast<std::size_t>(process)]
-                               ->places[static_cast<std::size_t>(place)];
-      if (record != nullptr && record.get() == owner) return std::pair(process, place);
-    }
-  }
-  return std::nullopt;
-}
-
-// The number of another process that holds the row.
-std::optional<int> other_process_of(const World& world, const Process& asking,
-                                    const Record* owner) {
-  for (int number = 0; number < kProcesses; ++number) {
-    const Process* process = world.processes[static_cast<std::size_t>(number)].get();
-    if (process != &asking && process == &owner->process) return number;
-  }
-  return std::nullopt;
-}
-
-// Plans: 0 cancel; 1 retry once, then cancel; 2 the holder gives the row back, then retry; 3 the
-// holder's process is killed, then retry.
-bool ask(Process& asking, const Transaction* holder) {
-  if (asking.traits.asks_nobody) return false;
-  World& world = asking.world;
-  Answer answer;
-  if (world.answer_plan == 1) {
-    answer.retry = world.answers.empty();
-  } else if (world.answer_plan == 2 && holder != nullptr) {
-    answer.released = place_of(world, holder->owner);
-    answer.retry = answer.released.has_value();
-  } else if (world.answer_plan == 3 && holder != nullptr) {
-    answer.killed = other_process_of(world, asking, holder->owner);
-    answer.retry = answer.killed.has_value();
-  }
-  world.answers.push_back(answer);
-  if (answer.released) {
-    const auto& process = world.processes[static_cast<std::size_t>(answer.released->first)];
-    (void)release_record(*process->places[static_cast<std::size_t>(answer.released->second)]);
-  }
-  if (answer.killed) kill_process(world, *answer.killed);
-  return answer.retry;
-}
-
 // UpdateRead. Leaves its transaction to the record, which has to end it or count as locked.
 Outcome fetch(Record& record, std::optional<StoredRow>& row) {
   Process& process = record.process;
