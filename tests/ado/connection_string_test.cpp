@@ -109,6 +109,12 @@ TEST(ConnectionStringTest, APasswordInsideAnotherItemIsBlankedWithIt) {
             "Extended Properties=***;New Password=***;A=1");
 }
 
+// What is shown then cannot be read any more: only the provider tells what braces hold together.
+TEST(ConnectionStringTest, AProviderThatSpeaksOfAPasswordIsBlankedToo) {
+  EXPECT_EQ(blanked(u"Provider=MSDASQL PWD=secret;Database={a;};UID=u"),
+            "Provider=***;Database={a;};UID=u");
+}
+
 TEST(ConnectionStringTest, OfAMalformedStringNothingIsShownFromTheMalformedItemOn) {
   EXPECT_EQ(blanked(u"A=1;Password=sec;ret;B=2"), "A=1;Password=***;***");
   EXPECT_EQ(blanked(u"A=1;B='x;Password=secret"), "A=1;***");
