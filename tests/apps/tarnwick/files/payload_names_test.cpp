@@ -17,6 +17,11 @@ TEST(PayloadNames, AreTheWordsOfPlainNames) {
               ElementsAre("sales-by-region", "q4", "2024-budget"));
 }
 
+TEST(PayloadNames, AreNotTakenForDevicesThatThereAreNot) {
+  EXPECT_THAT(payload_names({u"Comx", u"Lpt A", u"Com10", u"Lptz"}),
+              ElementsAre("comx", "lpt-a", "com10", "lptz"));
+}
+
 TEST(PayloadNames, AreSafeOnEveryFileSystem) {
   std::set<std::string> names;
   for (const TextView report : {u"../../etc/passwd",
