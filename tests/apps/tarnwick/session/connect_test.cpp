@@ -86,6 +86,40 @@ TEST_F(Connect, RefusesAPasswordWithANulCharacter) {
   EXPECT_EQ(ending.err, "tarnwick: The password holds a NUL character.\n");
 }
 
+TEST_F(Connect, TakesAPasswordFileWithTheLineEndsOfWindows) {
+  const auto file = folder_.write("windows", "open sesame\r\nmore\r\n");
+  EXPECT_EQ(check_with("TARNWICK_PASSWORD_FILE", file.string()).exit_code, 0);
+}
+
+TEST_F(Connect, RefusesPasswordFilesThatCannotBeRead) {
+  for (const std::filesystem::path& file : {folder_.path() / "none", folder_.path()}) {
+    const Ending ending = check_with("TARNWICK_PASSWORD_FILE", file.string());
+    EXPECT_EQ(ending.exit_code, 2);
+    EXPECT_EQ(ending.err, "tarnwick: The password file '" + file.string() + "' cannot be read.\n");
+  }
+}
+
+TEST_F(Connect, RefusesAnEmptyPassword) {
+  for (const char* content : {"", "\n", "\r\n"}) {
+    const auto file = folder_.write("empty", content);
+    const Ending ending = check_with("TARNWICK_PASSWORD_FILE", file.string());
+    EXPECT_EQ(ending.exit_code, 2);
+    EXPECT_EQ(ending.err, "tarnwick: The password is empty.\n");
+  }
+}
+
+TEST_F(Connect, EndsWhereNoPasswordIsGivenOnATerminal) {
+  Start start = this->start({"check"});
+  start.environment["TARNWICK_PASSWORD_FILE"] = "";
+  start.on_terminal = true;
+  Program program(start);
+  program.wait_for("Password of the application role: ");
+  program.type("\x04");  // the end of the input
+  const Ending ending = program.end();
+  EXPECT_EQ(ending.exit_code, 2);
+  EXPECT_THAT(ending.out, HasSubstr("tarnwick: No password was given.\r\n"));
+}
+
 TEST_F(Connect, RefusesStringsThatNameNoDatabase) {
   Ending ending = check_with("TARNWICK_CONNECT", "Data Source=/tmp");
   EXPECT_EQ(ending.exit_code, 1);
