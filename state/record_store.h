@@ -26,7 +26,7 @@ template <class Record>
 class Store {
   struct Entry {
     mutable std::shared_ptr<Record> record;  // null while the row has not been asked for
-    std::uint32_t row = 0;
+    std::uint32_t row = 0;  // Unchanged: looked at without a record alone, and then it was given.
   };
 
  public:

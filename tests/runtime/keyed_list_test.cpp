@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <new>
@@ -17,6 +18,8 @@
 
 namespace tarnwick {
 namespace {
+
+static_assert(std::input_iterator<KeyedList<int>::Iterator>, "algorithms can walk a list");
 
 using test_support::error_description_of;
 using test_support::error_number_of;

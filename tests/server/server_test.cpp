@@ -342,5 +342,24 @@ TEST_F(ConnectedServer, ClosesTheConnectionAtItsEndAfterALockThatFoundNoRow) {
   EXPECT_EQ(connection->state(), ado::ObjectState::kClosed);
 }
 
+TEST_F(ConnectedServer, GivesBackTheRowOfARecordThatOnlyItsCollectionsHoldBeforeItDisconnects) {
+  database_.run(std::string(kOneRowEach));
+  const auto lock_first = {
+      +[](Server& server) { return server.components()->item(1)->lock_record(); },
+      +[](Server& server) { return server.registered_pcs()->item(1)->lock_record(); },
+      +[](Server& server) { return server.reports()->item(1)->lock_record(); }};
+  for (const auto lock : lock_first) {
+    if (process_.server == nullptr) {
+      process_.server = std::make_unique<Server>(state());
+      ASSERT_TRUE(process_.connect());
+    }
+    ASSERT_TRUE(server().refresh());
+    ASSERT_TRUE(lock(server()));
+    (void)process_.trace();
+    process_.server.reset();
+    EXPECT_THAT(process_.trace(), ElementsAre(u"Rollback", u"Disconnect"));
+  }
+}
+
 }  // namespace
 }  // namespace tarnwick

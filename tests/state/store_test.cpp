@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
+
 #include "tests/support/component_setters.h"
 #include "tests/support/object_model.h"
 
@@ -9,6 +11,8 @@ namespace tarnwick {
 namespace {
 
 using test_support::ScriptedHost;
+
+static_assert(std::input_iterator<Store<Component>::Iterator>, "algorithms can walk a store");
 
 class StoreOfComponents : public ::testing::Test {
  protected:
