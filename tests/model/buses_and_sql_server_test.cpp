@@ -3,6 +3,8 @@
 namespace tarnwick::model {
 namespace {
 
+// Services that are killed while they hold rows, and others that come in their place.
+
 const Steps kTwoWhoKnowThreeRows{
     {Op::kNewServer, 0},
     {Op::kConnect, 0},

@@ -69,8 +69,6 @@ TEST(KeptSequences, ANameInOtherLettersIsTaken) {
   });
 }
 
-// Services that are killed while they hold rows, and others that come in their place.
-
 // A connection that is found cut where its row is given back: programs are told, and that comes
 // first in a deletion.
 TEST(KeptSequences, GivingBackTellsThatTheConnectionIsCut) {
